@@ -1,0 +1,72 @@
+#pragma once
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "zbm/ZBitmap.h"
+
+namespace zbm {
+
+/// A bitmap with every tile in memory. Locking costs nothing and commits do nothing.
+///
+/// Every creation first drops what the bitmap held. One that fails leaves it empty (no format, no tiles) but usable,
+/// and passes the exception on. Broken preconditions raise internal errors of source file "ZBMBasicMemBitmap".
+class ZBM_API ZBasicMemBitmap : public ZBitmap {
+public:
+    /// Pixels read as zero until they are written, masks as opaque. Raises an internal error for a size below 1 (line
+    /// 60) or a tile size below 1 (61); Create, in contrast, takes a width or height of 0, for a bitmap without tiles.
+    ZBasicMemBitmap(int width, int height, shr::ColorFormat format, int tileWidth = 512, int tileHeight = 512);
+    ZBasicMemBitmap(const ZBasicMemBitmap& source);
+    ZBasicMemBitmap& operator=(const ZBasicMemBitmap& source);
+    ~ZBasicMemBitmap() override;
+    const shr::CTypeInfo* GetTypeId() const override;
+
+    void Create(int width, int height, shr::ColorFormat format, int tileWidth = 512, int tileHeight = 512);
+    /// A DIB cannot be loaded this way: both raise an internal error (196 without header, else 198) and change nothing.
+    /// Make a bitmap of the DIB's size and fill it through ZScanRect::CopyFromDib or StoreRegion.
+    void Create(const BITMAPINFO& dib, int tileWidth, int tileHeight);
+    void Create(const BITMAPINFOHEADER* header, const void* bits, const RGBQUAD* colors, int tileWidth, int tileHeight);
+    void Create(const ZBasicMemBitmap& source);
+    /// Takes over the source's tiles without copying them. The source is then 1 x 1 without its tile, and must be
+    /// created anew before its pixels are used.
+    void ChangeFrom(ZBasicMemBitmap& source);
+
+    /// A tile that is not there (after ChangeFrom, after a failed load, outside the grid) raises an internal error.
+    ZScanRect& LockScanRect(int row, int col) const override;
+    void UnlockScanRect(int row, int col) const override;
+    void CommitScanRect(int row, int col) override;
+    bool CommitAll(shr::IProgress* progress) override;
+    ZBitmap* GetPtrToPOTReduction(unsigned level) override;
+    /// A load that is cancelled leaves a bitmap of 1 x 1, and one that fails an empty one; only after a record of an
+    /// unknown version is there what was read before it, with tiles missing. `legacy` must be null (line 770).
+    bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) override;
+    bool FilterScanLines(zpixf::ZPixFilterBase& filter, shr::IProgress* progress) override;
+
+    static const shr::CTypeInfo* GetClassTypeId() noexcept { return &ClassTypeId; }
+    static const shr::CTypeInfo ClassTypeId;
+
+protected:
+    /// ZBitmap::Init, after dropping the copy of an input row.
+    void Init(int newPixelHeight, int newPixelWidth, shr::ColorFormat newFormat, int newTileHeight, int newTileWidth);
+    void CopyAll(const ZBasicMemBitmap& source);
+    void AllocateScanRects();
+    void CreateCleanup() noexcept;
+
+    // The state of a filtering that runs: one tile row of its input, and one line of each kind.
+    std::unique_ptr<ZBasicMemBitmap> inputRowCopy;
+    std::int32_t currentInputRow = -1;
+    RECT inputRect{};
+    std::vector<std::uint8_t> inputLine;
+    std::vector<std::uint8_t> outputLine;
+    std::vector<std::uint8_t> outputLine32;
+    std::vector<std::uint8_t> inputLine32;
+
+private:
+    static void* CreateInstance();
+    void TakeDetails(const ZBasicMemBitmap& source);
+    bool StoreTiles(SerializeIO& io, shr::IProgress* progress);
+    bool LoadTiles(SerializeIO& io, shr::IProgress* progress);
+    bool LoadTile(SerializeIO& io, int row, int col);
+};
+
+}  // namespace zbm

@@ -1,0 +1,170 @@
+#pragma once
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "gdi/gdi.h"
+#include "shr/Color4b.h"
+#include "shr/ColorFormat.h"
+#include "shr/IProgress.h"
+#include "shr/TypeInfo.h"
+#include "zbm/Export.h"
+#include "zbm/ZScanRect.h"
+
+namespace shr {
+class CDib;
+}
+namespace zpixf {
+class ZPixFilterBase;
+}
+
+namespace zbm {
+
+class ISerializeLegacyGCS;
+class SerializeIO;
+
+/// A picture as a grid of tiles: the base of every bitmap class.
+///
+/// Tiles are laid out from the top-left corner; the last column and the last row take the remainders. Every access to
+/// pixels follows one protocol:
+///
+///     ZScanRect& tile = bitmap.LockScanRect(row, col);
+///     ...                                               // read or change its rows
+///     bitmap.CommitScanRect(row, col);                  // if it was changed
+///     bitmap.UnlockScanRect(row, col);
+///
+/// and a series of changes ends with CommitAll. Rectangles are in pixels, y downwards, left and top inclusive, right
+/// and bottom exclusive. Broken preconditions raise internal errors of source file "zbmbitmap". One thread at a time.
+class ZBM_API ZBitmap : public shr::CTypedObject {
+public:
+    // The virtual operations stand in the order of the virtual table, which applications are compiled against.
+    ~ZBitmap() override;
+    const shr::CTypeInfo* GetTypeId() const override;
+
+    /// Replaces the colour table: `count` colours, the rest of the 256 black. Raises an internal error (line 156) for
+    /// more colours than the format's table holds.
+    virtual void FillColorTable(const shr::Color4b* colors, unsigned count);
+    virtual void SetXResolution(int pixelsPerMeter);
+    virtual void SetYResolution(int pixelsPerMeter);
+
+    virtual void FetchDib(shr::CDib& dib, const RECT& rect) const;
+    virtual void FetchDib(shr::CDib& dib, int x, int y, int w, int h) const;
+
+    /// Copies a rectangle in the bitmap's own format into the caller's rows, `dst` being its top row and `dstStride`
+    /// the bytes to the next. What lies outside the bitmap is not written. Raises internal errors for a negative
+    /// coordinate (line 519) and for a width (521) or height (522) below 1.
+    virtual void FetchRegion(unsigned char* dst, int dstStride, const RECT& rect) const;
+    virtual void FetchRegion(unsigned char* dst, int dstStride, int x, int y, int w, int h) const;
+    /// Copies the caller's rows into a rectangle and commits the tiles that it meets. The rectangle may reach outside
+    /// the bitmap on every side, or be empty: what lies outside is not stored.
+    virtual void StoreRegion(const unsigned char* src, int srcStride, const RECT& rect);
+    virtual void StoreRegion(const unsigned char* src, int srcStride, int x, int y, int w, int h);
+
+    /// Makes tile (row, col) resident. The reference holds until the matching UnlockScanRect.
+    virtual ZScanRect& LockScanRect(int row, int col) const = 0;
+    virtual void UnlockScanRect(int row, int col) const = 0;
+    /// Says that the locked tile was changed and must be kept.
+    virtual void CommitScanRect(int row, int col) = 0;
+    /// Makes every change durable; false when cancelled.
+    virtual bool CommitAll(shr::IProgress* progress) = 0;
+    /// The bitmap reduced by 2 to the power `level`, owned by this one; null where there is none.
+    virtual ZBitmap* GetPtrToPOTReduction(unsigned level) = 0;
+    /// Stores into the archive or loads from it, as its direction is; false when cancelled.
+    virtual bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) = 0;
+
+    /// Expands the mask of a rectangle: the last byte of each destination pixel of `pixelStep` bytes becomes 255 where
+    /// the bitmap is opaque and 0 where not. Only for formats without alpha channel (else an internal error).
+    virtual void GetAlphaFromMask(unsigned char* dst, int dstStride, const RECT& rect, unsigned pixelStep) const;
+    /// The reverse from pixels of 4 bytes: opaque where the fourth byte is 128 or more. Commits the tiles that it
+    /// meets.
+    virtual void SetMaskFromAlpha(unsigned char* src, int srcStride, const RECT& rect);
+
+    /// Runs a filter over the whole bitmap in place; false when cancelled.
+    virtual bool FilterScanLines(zpixf::ZPixFilterBase& filter, shr::IProgress* progress) = 0;
+
+protected:
+    virtual void SerializeFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy);
+
+public:
+    int GetPixelWidth() const noexcept { return pixelWidth; }
+    int GetPixelHeight() const noexcept { return pixelHeight; }
+    int GetScanRectWidth() const noexcept { return scanRectWidth; }
+    int GetScanRectHeight() const noexcept { return scanRectHeight; }
+    shr::ColorFormat GetColorFormat() const noexcept { return colorFormat; }
+
+    unsigned GetNumColorTableItems() const noexcept { return numColorTableItems; }
+    /// The first of always 256 entries.
+    const shr::Color4b* GetConstColorTablePtr() const noexcept { return colorTable; }
+    /// Raises an internal error without a table (line 186) or for an index past it (190).
+    shr::Color4b GetColorTableItem(unsigned index) const;
+
+    int GetNumScanRectRows() const noexcept { return static_cast<int>(scanRectRows.size()); }
+    /// Tiles in a row. Neither this nor the next checks its indices.
+    int GetNumScanRects(int row) const noexcept;
+    RECT GetScanRectBBox(int row, int col) const noexcept;
+
+    // Resolution in pixels per metre, and in dots per inch rounded to the nearest.
+    int GetXResolution() const noexcept { return xResolution; }
+    int GetYResolution() const noexcept { return yResolution; }
+    void SetXDPIResolution(int dotsPerInch);
+    void SetYDPIResolution(int dotsPerInch);
+    int GetXDPIResolution() const noexcept;
+    int GetYDPIResolution() const noexcept;
+
+    static const shr::CTypeInfo* GetClassTypeId() noexcept { return &ClassTypeId; }
+    static const shr::CTypeInfo ClassTypeId;
+
+protected:
+    /// One row of tiles: their boxes, left to right, and the tiles, which the row owns. A slot is null until a subclass
+    /// fills it. A copy has tiles of its own.
+    struct ZBM_API ZScanRectRow {
+        ZScanRectRow();
+        ~ZScanRectRow();
+        ZScanRectRow(const ZScanRectRow& source);
+        ZScanRectRow(ZScanRectRow&&) noexcept;
+        ZScanRectRow& operator=(const ZScanRectRow& source);
+        ZScanRectRow& operator=(ZScanRectRow&&) noexcept;
+
+        std::vector<RECT> boxes;
+        std::vector<std::unique_ptr<ZScanRect>> tiles;
+    };
+
+    ZBitmap();
+    ZBitmap(const ZBitmap& source);
+    ZBitmap& operator=(const ZBitmap& source);
+
+    /// Drops all tiles and lays out anew, without tiles. Raises internal errors for a negative size (878), a tile size
+    /// below 1 (879) and an unknown format (122); the bitmap is then without format and rows.
+    void Init(int newPixelHeight, int newPixelWidth, shr::ColorFormat newFormat, int newScanRectHeight,
+              int newScanRectWidth);
+    /// Only on a bitmap without format (120).
+    void SetColorFormat(shr::ColorFormat newFormat);
+    /// Drops all tiles, the format and the table's count; keeps the sizes.
+    void Free() noexcept;
+    /// Takes over everything but the resolutions. Only on a bitmap without format (120).
+    void Copy(const ZBitmap& source);
+    void CopyColorTable(const ZBitmap& source);
+    void CreateScanRectLayout(int tileHeight, int tileWidth);
+    void SetScanRectRowInfo(ZScanRectRow& row, int top, int rowHeight, int tileWidth) const;
+    void SetPixelWidth(int value) noexcept { pixelWidth = value; }
+    void SetPixelHeight(int value) noexcept { pixelHeight = value; }
+    void SetScanRectWidth(int value) noexcept { scanRectWidth = value; }
+    void SetScanRectHeight(int value) noexcept { scanRectHeight = value; }
+
+    std::int32_t pixelHeight = 0;
+    std::int32_t pixelWidth = 0;
+    std::int32_t scanRectHeight = 0;
+    std::int32_t scanRectWidth = 0;
+    std::int32_t xResolution = 0;
+    std::int32_t yResolution = 0;
+    shr::ColorFormat colorFormat = shr::FORMAT_NONE;
+    std::uint32_t numColorTableItems = 0;
+    shr::Color4b colorTable[256];
+    std::vector<ZScanRectRow> scanRectRows;
+
+private:
+    void StoreFormatInfo(SerializeIO& io) const;
+    void LoadFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy);
+};
+
+}  // namespace zbm

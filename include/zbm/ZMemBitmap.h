@@ -1,0 +1,58 @@
+#pragma once
+#include <memory>
+#include <vector>
+
+#include "zbm/ZBasicMemBitmap.h"
+
+namespace zbm {
+
+/// A bitmap in memory that also keeps reductions of itself, each half the size of the one before, for quick display at
+/// small scales. Every change makes them stale; CommitAll builds them again.
+class ZBM_API ZMemBitmap : public ZBasicMemBitmap {
+public:
+    ZMemBitmap(int width, int height, shr::ColorFormat format, int tileWidth = 512, int tileHeight = 512);
+    /// Takes the source's reductions too, and for current even when the source held them for stale.
+    ZMemBitmap(const ZMemBitmap& source);
+    ZMemBitmap& operator=(const ZMemBitmap& source);
+    ~ZMemBitmap() override;
+    const shr::CTypeInfo* GetTypeId() const override;
+
+    // As the base class's; the reductions become stale, but stay until the next CommitAll or changed tile.
+    void Create(int width, int height, shr::ColorFormat format, int tileWidth = 512, int tileHeight = 512);
+    void Create(const BITMAPINFO& dib, int tileWidth, int tileHeight);
+    void Create(const BITMAPINFOHEADER* header, const void* bits, const RGBQUAD* colors, int tileWidth, int tileHeight);
+    void Create(const ZBasicMemBitmap& source);
+    void Create(const ZMemBitmap& source);
+    /// Takes over the source's tiles and its reductions, current or not.
+    void ChangeFrom(ZMemBitmap& source);
+
+    void FillColorTable(const shr::Color4b* colors, unsigned count) override;
+    void CommitScanRect(int row, int col) override;
+    bool CommitAll(shr::IProgress* progress) override;
+    /// The same; with `rebuild` the reductions are built again even when they are current.
+    bool CommitAll(shr::IProgress* progress, bool rebuild);
+    /// Level 0 is the bitmap itself, and so is every level of a bitmap whose smaller side is below 16. Null when fewer
+    /// levels are held. Owned by this bitmap, valid until the next change.
+    ZBitmap* GetPtrToPOTReduction(unsigned level) override;
+    /// Stores the reductions, as they are held, when the stream is set so. `legacy` must be null (line 323).
+    bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) override;
+
+    static const shr::CTypeInfo* GetClassTypeId() noexcept { return &ClassTypeId; }
+    static const shr::CTypeInfo ClassTypeId;
+
+protected:
+    void CopyAll(const ZMemBitmap& source);
+    void CopyPOTReductions(const ZMemBitmap& source);
+    bool CreatePOTReductions(shr::IProgress* progress);
+    void FreeAllPOTReductions() noexcept;
+
+    bool needsRebuild = true;
+    std::vector<std::unique_ptr<ZBasicMemBitmap>> reductions;
+
+private:
+    static void* CreateInstance();
+    bool StoreWithReductions(SerializeIO& io, shr::IProgress* progress);
+    bool LoadWithReductions(SerializeIO& io, shr::IProgress* progress);
+};
+
+}  // namespace zbm

@@ -1,0 +1,105 @@
+#pragma once
+#include <cstdint>
+#include <vector>
+
+#include "gdi/gdi.h"
+#include "shr/ByteBuffer.h"
+#include "shr/ColorFormat.h"
+#include "zbm/Export.h"
+
+namespace shr {
+class CBufferedFile;
+}
+
+namespace zbm {
+
+class SerializeIO;
+
+/// One tile of a bitmap: rows of pixels of one format, and for a format without alpha channel a mask of the same size,
+/// one bit per pixel, set where the pixel is opaque.
+///
+/// Rows of both lie bottom-up in one block each, as in a DIB, padded to 4 bytes: row 0, the top one, is the last in
+/// memory. Hence strides are negative; `GetRowPtr(r) + GetStride()` is row r + 1.
+///
+/// Sizes below 1 raise an internal error at line 342, an unknown format at line 343, and a size that memory cannot hold
+/// std::bad_alloc. An operation that fails leaves the tile as it was.
+class ZBM_API ZScanRect {
+public:
+    /// Pixels read as zero, the mask as opaque.
+    explicit ZScanRect(int w = 1, int h = 1, shr::ColorFormat format = shr::BGRA_32);
+    ZScanRect(const ZScanRect& source);
+    ZScanRect& operator=(const ZScanRect& source);
+    ~ZScanRect();
+
+    int GetWidth() const noexcept { return width; }
+    int GetHeight() const noexcept { return height; }
+    shr::ColorFormat GetColorFormat() const noexcept { return colorFormat; }
+
+    /// The first byte of row `row`, 0 being the top one. Not checked.
+    std::uint8_t* GetRowPtr(int row) noexcept { return rowPtrs[static_cast<std::size_t>(row)]; }
+    const std::uint8_t* GetRowPtr(int row) const noexcept { return rowPtrs[static_cast<std::size_t>(row)]; }
+    /// Bytes from a row to the one below: negative.
+    int GetStride() const noexcept { return -static_cast<int>(stride); }
+
+    /// The mask's row; null when the format has an alpha channel. Pixel x is bit 0x80 >> (x & 7) of byte x >> 3.
+    std::uint8_t* GetAlphaRowPtr(int row) noexcept {
+        return alphaRowPtrs.empty() ? nullptr : alphaRowPtrs[static_cast<std::size_t>(row)];
+    }
+    const std::uint8_t* GetAlphaRowPtr(int row) const noexcept {
+        return alphaRowPtrs.empty() ? nullptr : alphaRowPtrs[static_cast<std::size_t>(row)];
+    }
+    /// Bytes from a mask row to the one below: negative, or 0 without mask.
+    int GetAlphaStride() const noexcept { return -alphaStride; }
+
+    /// Fills the tile from the rectangle of its own size whose top-left corner is pixel (x, y), counted from the top,
+    /// of a bottom-up DIB. 1, 4 and 8 bits become indexed formats, 16 and 24 bits BGR_24, 32 bits an opaque BGRA_32;
+    /// the mask becomes opaque. A colour table is not looked at.
+    ///
+    /// A rectangle that the DIB does not hold raises an internal error at line 67 (across) or 68 (down; always for a
+    /// top-down DIB), another depth at line 333, a compression that is not BI_RGB or BI_BITFIELDS
+    /// ERR_ZBM_UNSUPPORTED_DIB_FORMAT.
+    void CopyFromDib(const BITMAPINFOHEADER* header, const void* bits, int x, int y);
+
+    /// The tile's record in a file: all pixel rows as they lie in memory, then all mask rows if there is a mask. It
+    /// describes nothing: Read fills a tile of the size and format with which it was written. The file's errors pass
+    /// on; a file that ends too early is one.
+    void Write(shr::CBufferedFile& file) const;
+    void Read(shr::CBufferedFile& file);
+
+    /// The tile's record in an archive, which holds its size and format. Loading makes the tile what the record says
+    /// and raises ERR_ZBM_READ_ARCHIVE for what is no such record; storing raises ERR_ZBM_WRITE_ARCHIVE for a tile too
+    /// large to store.
+    void Serialize(SerializeIO& io);
+
+protected:
+    void Create(int newWidth, int newHeight, shr::ColorFormat newFormat);
+    void Free() noexcept;
+    void Copy(const ZScanRect& source);
+    void SetAlphaToMax() noexcept;
+    void UpdateRowPtrs();
+
+private:
+    friend class ZBasicMemBitmap;
+
+    enum class Content { zero, overwritten };  // whether the maker is certain to overwrite all pixels and the mask
+    struct Planes;
+    struct Place;  // the tile that a loaded record must be
+
+    bool IsShapedAs(int otherWidth, int otherHeight, shr::ColorFormat otherFormat) const noexcept;
+    void CreateWith(int newWidth, int newHeight, shr::ColorFormat newFormat, Content content);
+    void Store(SerializeIO& io) const;
+    /// False, with nothing read but the version, for a record of an unknown version.
+    bool Load(SerializeIO& io, const Place* place);
+
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    shr::ColorFormat colorFormat = shr::FORMAT_NONE;
+    std::uint32_t stride = 0;
+    shr::ByteBuffer pixels;
+    std::vector<std::uint8_t*> rowPtrs;
+    shr::ByteBuffer alpha;
+    std::int32_t alphaStride = 0;
+    std::vector<std::uint8_t*> alphaRowPtrs;
+};
+
+}  // namespace zbm

@@ -1,0 +1,127 @@
+#include "zbm/ZBasicMemBitmap.h"
+
+#include "core/Require.h"
+#include "shr/ScopeExit.h"
+
+namespace zbm {
+
+namespace {
+constexpr Require require("ZBMBasicMemBitmap");
+}
+
+const shr::CTypeInfo ZBasicMemBitmap::ClassTypeId("ZBasicMemBitmap", &ZBasicMemBitmap::CreateInstance,
+                                                  &ZBitmap::ClassTypeId);
+
+void* ZBasicMemBitmap::CreateInstance() {
+    return static_cast<shr::CTypedObject*>(new ZBasicMemBitmap(1, 1, shr::BGRA_32, 512, 512));
+}
+
+const shr::CTypeInfo* ZBasicMemBitmap::GetTypeId() const { return &ClassTypeId; }
+
+ZBasicMemBitmap::ZBasicMemBitmap(int width, int height, shr::ColorFormat format, int tileWidth, int tileHeight) {
+    require(height >= 1 && width >= 1, 60);
+    require(tileHeight >= 1 && tileWidth >= 1, 61);
+    Create(width, height, format, tileWidth, tileHeight);
+}
+
+ZBasicMemBitmap::ZBasicMemBitmap(const ZBasicMemBitmap& source) : ZBitmap() { CopyAll(source); }
+
+ZBasicMemBitmap& ZBasicMemBitmap::operator=(const ZBasicMemBitmap& source) {
+    if (this != &source) CopyAll(source);
+    return *this;
+}
+
+ZBasicMemBitmap::~ZBasicMemBitmap() = default;
+
+void ZBasicMemBitmap::Create(int width, int height, shr::ColorFormat format, int tileWidth, int tileHeight) {
+    shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
+    Init(height, width, format, tileHeight, tileWidth);
+    AllocateScanRects();
+    leaveEmpty.Release();
+}
+
+void ZBasicMemBitmap::Create(const BITMAPINFO& dib, int tileWidth, int tileHeight) {
+    const BITMAPINFOHEADER& header = dib.bmiHeader;
+    const auto* start = reinterpret_cast<const std::uint8_t*>(&dib);
+    std::size_t colors = header.biClrUsed;
+    if (colors == 0 && header.biBitCount < 9) colors = std::size_t{1} << header.biBitCount;
+    const std::size_t entries = colors + (header.biCompression == BI_BITFIELDS ? 3 : 0);
+    const auto* table = colors >= 1 ? reinterpret_cast<const RGBQUAD*>(start + sizeof(BITMAPINFOHEADER)) : nullptr;
+    Create(&header, start + header.biSize + 4 * entries, table, tileWidth, tileHeight);
+}
+
+void ZBasicMemBitmap::Create(const BITMAPINFOHEADER* header, const void*, const RGBQUAD*, int, int) {
+    require(header != nullptr, 196);
+    require.Fail(198);
+}
+
+void ZBasicMemBitmap::Create(const ZBasicMemBitmap& source) {
+    if (this != &source) CopyAll(source);
+}
+
+void ZBasicMemBitmap::Init(int newPixelHeight, int newPixelWidth, shr::ColorFormat newFormat, int tileHeight,
+                           int tileWidth) {
+    inputRowCopy.reset();
+    ZBitmap::Init(newPixelHeight, newPixelWidth, newFormat, tileHeight, tileWidth);
+}
+
+void ZBasicMemBitmap::AllocateScanRects() {
+    for (ZScanRectRow& row : scanRectRows)
+        for (std::size_t col = 0; col < row.boxes.size(); ++col) {
+            const RECT& box = row.boxes[col];
+            row.tiles[col] = std::make_unique<ZScanRect>(static_cast<int>(box.right - box.left),
+                                                         static_cast<int>(box.bottom - box.top), colorFormat);
+        }
+}
+
+void ZBasicMemBitmap::CreateCleanup() noexcept {
+    inputRowCopy.reset();
+    Free();
+}
+
+/// Each tile is made as a copy, so that its memory is touched once.
+void ZBasicMemBitmap::CopyAll(const ZBasicMemBitmap& source) {
+    shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
+    Init(source.pixelHeight, source.pixelWidth, source.colorFormat, source.scanRectHeight, source.scanRectWidth);
+    for (std::size_t row = 0; row < scanRectRows.size(); ++row) {
+        const auto& from = source.scanRectRows[row].tiles;
+        for (std::size_t col = 0; col < from.size(); ++col)
+            if (from[col]) scanRectRows[row].tiles[col] = std::make_unique<ZScanRect>(*from[col]);
+    }
+    TakeDetails(source);
+    leaveEmpty.Release();
+}
+
+void ZBasicMemBitmap::TakeDetails(const ZBasicMemBitmap& source) {
+    CopyColorTable(source);
+    SetXResolution(source.xResolution);
+    SetYResolution(source.yResolution);
+}
+
+void ZBasicMemBitmap::ChangeFrom(ZBasicMemBitmap& source) {
+    if (this == &source) return;
+    shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
+    Init(source.pixelHeight, source.pixelWidth, source.colorFormat, source.scanRectHeight, source.scanRectWidth);
+    for (std::size_t row = 0; row < scanRectRows.size(); ++row)
+        scanRectRows[row].tiles.swap(source.scanRectRows[row].tiles);
+    TakeDetails(source);
+    source.Init(1, 1, shr::BGRA_32, 512, 512);
+    leaveEmpty.Release();
+}
+
+ZScanRect& ZBasicMemBitmap::LockScanRect(int row, int col) const {
+    const auto r = static_cast<std::size_t>(row), c = static_cast<std::size_t>(col);
+    require(r < scanRectRows.size() && c < scanRectRows[r].tiles.size() && scanRectRows[r].tiles[c] != nullptr,
+            __LINE__);
+    return *scanRectRows[r].tiles[c];
+}
+
+void ZBasicMemBitmap::UnlockScanRect(int, int) const {}
+void ZBasicMemBitmap::CommitScanRect(int, int) {}
+bool ZBasicMemBitmap::CommitAll(shr::IProgress*) { return true; }
+ZBitmap* ZBasicMemBitmap::GetPtrToPOTReduction(unsigned) { return nullptr; }
+
+// Filtering is not part of this version; its slot keeps its place.
+bool ZBasicMemBitmap::FilterScanLines(zpixf::ZPixFilterBase&, shr::IProgress*) { require.Fail(__LINE__); }
+
+}  // namespace zbm

@@ -1,0 +1,123 @@
+#include "zbm/ZScanRect.h"
+
+#include <cstring>
+#include <limits>
+#include <new>
+
+#include "core/Require.h"
+#include "shr/BufferedFile.h"
+#include "zbm/ZBMLib2.h"
+
+namespace zbm {
+
+using shr::ByteBuffer;
+using shr::ColorFormat;
+
+namespace {
+
+constexpr Require require("ZBMScanRect");
+
+bool HasMask(ColorFormat format) { return !shr::ColorFmtHasAlphaChannel[format]; }
+
+/// Rows bottom-up: the first in the block is the last of the picture.
+void PointAtRows(std::vector<std::uint8_t*>& rows, std::uint8_t* block, std::size_t rowBytes) {
+    for (std::size_t row = rows.size(); row-- > 0; block += rowBytes) rows[row] = block;
+}
+
+}  // namespace
+
+/// The byte sizes of a tile's two blocks.
+struct ZScanRect::Planes {
+    std::uint64_t stride, pixelBytes, alphaStride, alphaBytes;
+
+    Planes(int width, int height, ColorFormat format)
+        : stride(shr::RowBytes(static_cast<std::uint64_t>(width), format)),
+          pixelBytes(stride * static_cast<std::uint64_t>(height)),
+          alphaStride(HasMask(format) ? shr::RowBytes(static_cast<std::uint64_t>(width), shr::GRAYSCALE_1) : 0),
+          alphaBytes(alphaStride * static_cast<std::uint64_t>(height)) {
+        // GetStride gives the row's bytes as an int.
+        if (stride > std::numeric_limits<std::int32_t>::max()) throw std::bad_alloc();
+    }
+};
+
+ZScanRect::ZScanRect(int w, int h, ColorFormat format) { Create(w, h, format); }
+
+ZScanRect::ZScanRect(const ZScanRect& source) { Copy(source); }
+
+ZScanRect& ZScanRect::operator=(const ZScanRect& source) {
+    if (this != &source) Copy(source);
+    return *this;
+}
+
+ZScanRect::~ZScanRect() { Free(); }
+
+bool ZScanRect::IsShapedAs(int otherWidth, int otherHeight, ColorFormat otherFormat) const noexcept {
+    return width == otherWidth && height == otherHeight && colorFormat == otherFormat && !pixels.IsEmpty();
+}
+
+void ZScanRect::Create(int newWidth, int newHeight, ColorFormat newFormat) {
+    CreateWith(newWidth, newHeight, newFormat, Content::zero);
+}
+
+/// Makes everything aside first; what commits cannot fail.
+void ZScanRect::CreateWith(int newWidth, int newHeight, ColorFormat newFormat, Content content) {
+    require(newHeight >= 1 && newWidth >= 1, 342);
+    require(shr::IsColorFormat(newFormat), 343);
+    const Planes planes(newWidth, newHeight, newFormat);
+    const bool masked = HasMask(newFormat);
+    const auto rows = static_cast<std::size_t>(newHeight);
+
+    std::vector<std::uint8_t*> newRowPtrs(rows), newAlphaRowPtrs(masked ? rows : 0);
+    ByteBuffer newPixels =
+        content == Content::zero ? ByteBuffer::Zeroed(planes.pixelBytes) : ByteBuffer::Uninitialized(planes.pixelBytes);
+    ByteBuffer newAlpha;
+    if (masked) newAlpha = ByteBuffer::Uninitialized(planes.alphaBytes);
+
+    width = newWidth;
+    height = newHeight;
+    colorFormat = newFormat;
+    stride = static_cast<std::uint32_t>(planes.stride);
+    alphaStride = static_cast<std::int32_t>(planes.alphaStride);
+    pixels = std::move(newPixels);
+    alpha = std::move(newAlpha);
+    rowPtrs.swap(newRowPtrs);
+    alphaRowPtrs.swap(newAlphaRowPtrs);
+    UpdateRowPtrs();
+    if (content == Content::zero) SetAlphaToMax();
+}
+
+void ZScanRect::Free() noexcept {
+    pixels.Free();
+    alpha.Free();
+}
+
+void ZScanRect::Copy(const ZScanRect& source) {
+    if (!IsShapedAs(source.width, source.height, source.colorFormat))
+        CreateWith(source.width, source.height, source.colorFormat, Content::overwritten);
+    std::memcpy(pixels.Data(), source.pixels.Data(), pixels.Size());
+    if (!alpha.IsEmpty()) std::memcpy(alpha.Data(), source.alpha.Data(), alpha.Size());
+}
+
+void ZScanRect::SetAlphaToMax() noexcept {
+    if (!alpha.IsEmpty()) std::memset(alpha.Data(), 0xFF, alpha.Size());
+}
+
+void ZScanRect::UpdateRowPtrs() {
+    const auto rows = static_cast<std::size_t>(height);
+    rowPtrs.resize(rows);
+    PointAtRows(rowPtrs, pixels.Data(), stride);
+    alphaRowPtrs.resize(alpha.IsEmpty() ? 0 : rows);
+    PointAtRows(alphaRowPtrs, alpha.Data(), static_cast<std::size_t>(alphaStride));
+}
+
+void ZScanRect::Write(shr::CBufferedFile& file) const {
+    file.Write(pixels.Data(), pixels.Size());
+    if (!alpha.IsEmpty()) file.Write(alpha.Data(), alpha.Size());
+}
+
+void ZScanRect::Read(shr::CBufferedFile& file) {
+    file.ReadExactly(pixels.Data(), pixels.Size());
+    if (!alpha.IsEmpty()) file.ReadExactly(alpha.Data(), alpha.Size());
+}
+
+}  // namespace zbm

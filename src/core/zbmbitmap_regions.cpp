@@ -1,0 +1,126 @@
+// Rectangles of pixels and masks in and out, tile by tile through the lock interface.
+#include "core/MaskRows.h"
+#include "core/Require.h"
+#include "zbm/ZBitmap.h"
+
+namespace zbm {
+
+namespace {
+
+constexpr Require require("zbmbitmap");
+
+/// Wraps around like the processor does, so that an absurd size meets the checks instead of undefined behaviour.
+RECT RectAt(int x, int y, int w, int h) {
+    const auto sum = [](int a, int b) {
+        return static_cast<LONG>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
+    };
+    return RECT{x, y, sum(x, w), sum(y, h)};
+}
+
+/// A rectangle's part in one tile.
+struct TilePart {
+    int row, col;
+    int tileX, tileY;           // its top-left corner in the tile
+    std::int64_t rectX, rectY;  // and in the rectangle
+    int width, height;
+};
+
+/// Calls `use` for the part of `rect` in each tile that it meets, in the order of the tiles. `line` is that of the
+/// check that a part is not empty.
+template <class Rows, class Use> void ForEachPart(const Rows& rows, const RECT& rect, int line, Use use) {
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const auto& boxes = rows[i].boxes;
+        if (boxes.empty() || boxes.front().top >= rect.bottom || boxes.front().bottom <= rect.top) continue;
+        for (std::size_t j = 0; j < boxes.size(); ++j) {
+            const RECT& box = boxes[j];
+            RECT part;
+            if (!IntersectRect(&part, &box, &rect)) continue;
+            const TilePart tilePart{static_cast<int>(i),
+                                    static_cast<int>(j),
+                                    static_cast<int>(part.left - box.left),
+                                    static_cast<int>(part.top - box.top),
+                                    std::int64_t{part.left} - rect.left,
+                                    std::int64_t{part.top} - rect.top,
+                                    static_cast<int>(part.right - part.left),
+                                    static_cast<int>(part.bottom - part.top)};
+            require(tilePart.width > 0 && tilePart.height > 0, line);
+            use(tilePart);
+        }
+    }
+}
+
+/// A pixel of the caller's rows: the byte at which a group of eight pixels starts, and the pixel's place in the group.
+/// Eight pixels take as many bytes as one takes bits, whatever the format.
+template <class Byte> struct PixelPlace {
+    Byte* group;
+    int x;
+    PixelPlace(Byte* row, std::int64_t pixel, shr::ColorFormat format)
+        : group(row + (pixel >> 3) * shr::ColorFmtToBPP[format]), x(static_cast<int>(pixel & 7)) {}
+};
+
+template <class Byte> Byte* RowOf(Byte* first, int stride, std::int64_t row) {
+    return first + static_cast<std::ptrdiff_t>(stride) * static_cast<std::ptrdiff_t>(row);
+}
+
+}  // namespace
+
+void ZBitmap::FetchRegion(unsigned char* dst, int dstStride, const RECT& rect) const {
+    require(rect.left >= 0 && rect.top >= 0 && rect.right >= 0 && rect.bottom >= 0, 519);
+    require(rect.right - rect.left >= 1, 521);
+    require(rect.bottom - rect.top >= 1, 522);
+    ForEachPart(scanRectRows, rect, 558, [&](const TilePart& part) {
+        const ZScanRect& tile = LockScanRect(part.row, part.col);
+        for (int k = 0; k < part.height; ++k) {
+            const PixelPlace to(RowOf(dst, dstStride, part.rectY + k), part.rectX, colorFormat);
+            shr::CopyPixels(to.group, to.x, tile.GetRowPtr(part.tileY + k), part.tileX, part.width, colorFormat);
+        }
+        UnlockScanRect(part.row, part.col);
+    });
+}
+
+void ZBitmap::FetchRegion(unsigned char* dst, int dstStride, int x, int y, int w, int h) const {
+    FetchRegion(dst, dstStride, RectAt(x, y, w, h));
+}
+
+void ZBitmap::StoreRegion(const unsigned char* src, int srcStride, const RECT& rect) {
+    ForEachPart(scanRectRows, rect, 644, [&](const TilePart& part) {
+        ZScanRect& tile = LockScanRect(part.row, part.col);
+        for (int k = 0; k < part.height; ++k) {
+            const PixelPlace from(RowOf(src, srcStride, part.rectY + k), part.rectX, colorFormat);
+            shr::CopyPixels(tile.GetRowPtr(part.tileY + k), part.tileX, from.group, from.x, part.width, colorFormat);
+        }
+        CommitScanRect(part.row, part.col);
+        UnlockScanRect(part.row, part.col);
+    });
+}
+
+void ZBitmap::StoreRegion(const unsigned char* src, int srcStride, int x, int y, int w, int h) {
+    StoreRegion(src, srcStride, RectAt(x, y, w, h));
+}
+
+void ZBitmap::GetAlphaFromMask(unsigned char* dst, int dstStride, const RECT& rect, unsigned pixelStep) const {
+    require(!shr::ColorFmtHasAlphaChannel[colorFormat], __LINE__);
+    ForEachPart(scanRectRows, rect, 723, [&](const TilePart& part) {
+        const ZScanRect& tile = LockScanRect(part.row, part.col);
+        for (int k = 0; k < part.height; ++k) {
+            unsigned char* first = RowOf(dst, dstStride, part.rectY + k) + part.rectX * pixelStep + (pixelStep - 1);
+            ExpandMaskRow(first, pixelStep, tile.GetAlphaRowPtr(part.tileY + k), static_cast<std::size_t>(part.tileX),
+                          static_cast<std::size_t>(part.width));
+        }
+        UnlockScanRect(part.row, part.col);
+    });
+}
+
+void ZBitmap::SetMaskFromAlpha(unsigned char* src, int srcStride, const RECT& rect) {
+    require(!shr::ColorFmtHasAlphaChannel[colorFormat], __LINE__);
+    ForEachPart(scanRectRows, rect, 814, [&](const TilePart& part) {
+        ZScanRect& tile = LockScanRect(part.row, part.col);
+        for (int k = 0; k < part.height; ++k)
+            PackMaskRow(tile.GetAlphaRowPtr(part.tileY + k), static_cast<std::size_t>(part.tileX),
+                        RowOf(src, srcStride, part.rectY + k) + 4 * part.rectX, static_cast<std::size_t>(part.width));
+        CommitScanRect(part.row, part.col);
+        UnlockScanRect(part.row, part.col);
+    });
+}
+
+}  // namespace zbm

@@ -1,0 +1,163 @@
+#include "zbm/ZMemBitmap.h"
+
+#include <algorithm>
+
+#include "core/Require.h"
+#include "persist/Values.h"
+#include "shr/ScopeExit.h"
+
+namespace zbm {
+
+namespace {
+constexpr Require require("ZBMMemBitmap");
+}
+
+const shr::CTypeInfo ZMemBitmap::ClassTypeId("ZMemBitmap", &ZMemBitmap::CreateInstance, &ZBasicMemBitmap::ClassTypeId);
+
+void* ZMemBitmap::CreateInstance() {
+    return static_cast<shr::CTypedObject*>(new ZMemBitmap(1, 1, shr::BGRA_32, 512, 512));
+}
+
+const shr::CTypeInfo* ZMemBitmap::GetTypeId() const { return &ClassTypeId; }
+
+ZMemBitmap::ZMemBitmap(int width, int height, shr::ColorFormat format, int tileWidth, int tileHeight)
+    : ZBasicMemBitmap(width, height, format, tileWidth, tileHeight) {}
+
+ZMemBitmap::ZMemBitmap(const ZMemBitmap& source) : ZBasicMemBitmap(source) { CopyPOTReductions(source); }
+
+ZMemBitmap& ZMemBitmap::operator=(const ZMemBitmap& source) {
+    if (this != &source) CopyAll(source);
+    return *this;
+}
+
+ZMemBitmap::~ZMemBitmap() { FreeAllPOTReductions(); }
+
+void ZMemBitmap::Create(int width, int height, shr::ColorFormat format, int tileWidth, int tileHeight) {
+    shr::ScopeExit markStale([this] { needsRebuild = true; });
+    ZBasicMemBitmap::Create(width, height, format, tileWidth, tileHeight);
+}
+
+void ZMemBitmap::Create(const BITMAPINFO& dib, int tileWidth, int tileHeight) {
+    ZBasicMemBitmap::Create(dib, tileWidth, tileHeight);
+    needsRebuild = true;
+}
+
+void ZMemBitmap::Create(const BITMAPINFOHEADER* header, const void* bits, const RGBQUAD* colors, int tileWidth,
+                        int tileHeight) {
+    ZBasicMemBitmap::Create(header, bits, colors, tileWidth, tileHeight);
+    needsRebuild = true;
+}
+
+void ZMemBitmap::Create(const ZBasicMemBitmap& source) {
+    shr::ScopeExit markStale([this] { needsRebuild = true; });
+    ZBasicMemBitmap::Create(source);
+}
+
+void ZMemBitmap::Create(const ZMemBitmap& source) {
+    if (this != &source) CopyAll(source);
+}
+
+void ZMemBitmap::CopyAll(const ZMemBitmap& source) {
+    shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
+    ZBasicMemBitmap::CopyAll(source);
+    CopyPOTReductions(source);
+    leaveEmpty.Release();
+}
+
+/// The copied list counts as current even when the source's was stale.
+void ZMemBitmap::CopyPOTReductions(const ZMemBitmap& source) {
+    FreeAllPOTReductions();
+    needsRebuild = false;
+    for (const auto& level : source.reductions) reductions.push_back(std::make_unique<ZBasicMemBitmap>(*level));
+}
+
+void ZMemBitmap::ChangeFrom(ZMemBitmap& source) {
+    if (this == &source) return;
+    ZBasicMemBitmap::ChangeFrom(source);
+    FreeAllPOTReductions();
+    reductions.swap(source.reductions);
+    needsRebuild = source.needsRebuild;
+    source.needsRebuild = false;
+}
+
+void ZMemBitmap::FreeAllPOTReductions() noexcept { reductions.clear(); }
+
+void ZMemBitmap::FillColorTable(const shr::Color4b* colors, unsigned count) {
+    ZBasicMemBitmap::FillColorTable(colors, count);
+    needsRebuild = true;
+}
+
+void ZMemBitmap::CommitScanRect(int, int) {
+    if (needsRebuild) return;
+    FreeAllPOTReductions();
+    needsRebuild = true;
+}
+
+bool ZMemBitmap::CommitAll(shr::IProgress* progress) { return CreatePOTReductions(progress); }
+
+bool ZMemBitmap::CommitAll(shr::IProgress* progress, bool rebuild) {
+    if (rebuild) needsRebuild = true;
+    return CreatePOTReductions(progress);
+}
+
+// Resampling is not part of this version: what is current stays, but stale reductions cannot be built again.
+bool ZMemBitmap::CreatePOTReductions(shr::IProgress*) {
+    require(!needsRebuild, __LINE__);
+    return true;
+}
+
+ZBitmap* ZMemBitmap::GetPtrToPOTReduction(unsigned level) {
+    constexpr int kMinSide = 16;
+    if (level == 0 || std::min(pixelWidth, pixelHeight) < kMinSide) return this;
+    if (reductions.size() < level) return nullptr;
+    return reductions[level - 1].get();
+}
+
+bool ZMemBitmap::Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) {
+    require(legacy == nullptr, 323);
+    return io.IsStoring() ? StoreWithReductions(io, progress) : LoadWithReductions(io, progress);
+}
+
+/// What is held is stored as it is: stale reductions are not built again first.
+bool ZMemBitmap::StoreWithReductions(SerializeIO& io, shr::IProgress* progress) {
+    io.WriteObjVersion(1);
+    if (!ZBasicMemBitmap::Serialize(io, progress, nullptr)) return false;
+    const bool withReductions = io.StoringPOTReductions();
+    WriteU32(io, withReductions ? 1 : 0);
+    if (!withReductions) return true;
+    WriteU32(io, static_cast<std::uint32_t>(reductions.size()));
+    for (const auto& level : reductions)
+        if (!level->Serialize(io, progress, nullptr)) return false;
+    return true;
+}
+
+bool ZMemBitmap::LoadWithReductions(SerializeIO& io, shr::IProgress* progress) {
+    if (io.ReadObjVersion() != 1) Throw_ERR_ZBM_READ_ARCHIVE(ModuleName(), "ZBMMemBitmap", 364);
+    FreeAllPOTReductions();
+    needsRebuild = true;
+    if (!ZBasicMemBitmap::Serialize(io, progress, nullptr)) return false;
+    shr::ScopeExit leaveEmpty([this] {
+        FreeAllPOTReductions();
+        CreateCleanup();
+    });
+    if (ReadU32(io) == 0) {
+        leaveEmpty.Release();
+        return true;
+    }
+    const std::uint32_t count = ReadU32(io);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        auto level = std::make_unique<ZBasicMemBitmap>(1, 1, shr::BGRA_32, 512, 512);
+        if (!level->Serialize(io, progress, nullptr)) {
+            FreeAllPOTReductions();
+            Create(1, 1, shr::BGRA_32, 512, 512);
+            leaveEmpty.Release();
+            return false;
+        }
+        reductions.push_back(std::move(level));
+    }
+    needsRebuild = false;
+    leaveEmpty.Release();
+    return true;
+}
+
+}  // namespace zbm

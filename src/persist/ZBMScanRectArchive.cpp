@@ -1,0 +1,75 @@
+// A tile's record in an archive: u16 version 1, i32 width, height and format, the pixels as one compressed block, and
+// for a format without alpha channel the mask as a second one.
+#include <limits>
+
+#include "core/Require.h"
+#include "persist/ScanRectRecord.h"
+#include "persist/Values.h"
+#include "zbm/ZScanRect.h"
+
+namespace zbm {
+
+namespace {
+
+constexpr Require require("ZBMScanRect");
+
+/// The longest block whose encoded form can surely be framed by a 32-bit length.
+bool CanBeFramed(std::uint64_t byteCount) {
+    return byteCount <= std::numeric_limits<std::uint32_t>::max() &&
+           zcdl::MaxEncodedSize(byteCount) <= std::numeric_limits<std::uint32_t>::max();
+}
+
+[[noreturn]] void RefuseRecord(int line) { Throw_ERR_ZBM_READ_ARCHIVE(ModuleName(), "ZBMScanRect", line); }
+
+}  // namespace
+
+TilePlanes::TilePlanes(int width, int height, shr::ColorFormat format) {
+    const auto w = static_cast<std::uint64_t>(width), h = static_cast<std::uint64_t>(height);
+    pixelBytes = shr::RowBytes(w, format) * h;
+    maskBytes = shr::ColorFmtHasAlphaChannel[format] ? 0 : shr::RowBytes(w, shr::GRAYSCALE_1) * h;
+}
+
+std::uint64_t TilePlanes::MinRecordBytes() const {
+    constexpr std::uint64_t kHead = 2 + 3 * 4, kLength = 4;
+    const std::uint64_t mask = maskBytes == 0 ? 0 : kLength + zcdl::MinEncodedSize(maskBytes);
+    return kHead + kLength + zcdl::MinEncodedSize(pixelBytes) + mask;
+}
+
+void ZScanRect::Serialize(SerializeIO& io) {
+    if (io.IsStoring()) return Store(io);
+    if (!Load(io, nullptr)) RefuseRecord(512);
+}
+
+void ZScanRect::Store(SerializeIO& io) const {
+    if (!CanBeFramed(pixels.Size()) || !CanBeFramed(alpha.Size()))
+        Throw_ERR_ZBM_WRITE_ARCHIVE(ModuleName(), "ZBMScanRect", __LINE__);
+    io.WriteObjVersion(1);
+    WriteI32(io, width);
+    WriteI32(io, height);
+    WriteI32(io, colorFormat);
+    io.WriteCompressed(pixels.Data(), static_cast<unsigned>(pixels.Size()));
+    if (!alpha.IsEmpty()) io.WriteCompressed(alpha.Data(), static_cast<unsigned>(alpha.Size()));
+}
+
+/// A tile that is already of the record's shape keeps its memory. A record that is not of `place`'s shape, or that the
+/// rest of the archive cannot back, is refused before it sizes anything.
+bool ZScanRect::Load(SerializeIO& io, const Place* place) {
+    if (io.ReadObjVersion() != 1) return false;
+    const int newWidth = ReadI32(io), newHeight = ReadI32(io);
+    const auto newFormat = static_cast<shr::ColorFormat>(ReadI32(io));
+    require(newHeight >= 1 && newWidth >= 1, 342);
+    require(shr::IsColorFormat(newFormat), 343);
+    if (place != nullptr && !(*place == Place{newWidth, newHeight, newFormat})) RefuseRecord(__LINE__);
+
+    const TilePlanes planes(newWidth, newHeight, newFormat);
+    if (!CanBeFramed(planes.pixelBytes) || !CanBeFramed(planes.maskBytes)) RefuseRecord(__LINE__);
+    const auto remaining = io.RemainingBytes();
+    if (remaining && zcdl::MinEncodedSize(planes.pixelBytes) > *remaining) RefuseRecord(__LINE__);
+
+    if (!IsShapedAs(newWidth, newHeight, newFormat)) Create(newWidth, newHeight, newFormat);
+    io.ReadCompressed(pixels.Data(), static_cast<unsigned>(pixels.Size()));
+    if (!alpha.IsEmpty()) io.ReadCompressed(alpha.Data(), static_cast<unsigned>(alpha.Size()));
+    return true;
+}
+
+}  // namespace zbm

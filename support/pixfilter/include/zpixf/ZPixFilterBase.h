@@ -1,0 +1,94 @@
+#pragma once
+#include "shr/ZString.h"
+#include "zpixf/Export.h"
+#include "zpixf/ZPixFormat.h"
+
+namespace zpixf {
+
+/// What a filter is, as those who chain filters see it.
+enum class ZPixfType : int {
+    Brightness = 1,
+    Contrast = 2,
+    Saturation = 3,
+    Desaturate = 4,
+    Convolution3 = 5,
+    Null = 6,
+    Resize = 7,  ///< nearest and bilinear
+    Convolution5 = 8,
+    Median = 9,
+    DitherOrdered = 10,
+    DitherDiffuse = 11,
+    QuantizePopularity = 12,
+    MakesAlpha = 13,  ///< for a host's own filters that make alpha
+    QuantizeMedian5 = 15,
+    ResizeBicubic = 16,
+    QuantizeMedian8 = 17,
+    KeepsAlpha = 22,  ///< for a host's own filters that leave alpha alone
+};
+
+/// Fetches line `line` of the input into `buffer`; false when it cannot.
+using ScanLineFunction = bool (*)(void* userData, unsigned line, void* buffer);
+
+/// A filter that works line by line and pulls its input: set the two formats and the scan-line function, Start it, ask
+/// for output lines, Stop it.
+///
+///     filter.SetInputFormat(format);
+///     filter.SetOutputFormat(format);
+///     filter.SetScanLineFunction(&ReadLine, &picture);
+///     if (filter.Start())
+///         for (unsigned y = 0; y < height; ++y) filter.FilterScanline(y, row);
+///     filter.Stop();
+///
+/// Lines are asked for in increasing order; line 0 may be asked for at any time and begins again. Failures are reported
+/// by a result of false and described by the four error getters until the next Start.
+class ZPIXF_API ZPixFilterBase {
+public:
+    ZPixFilterBase();
+    virtual ~ZPixFilterBase();
+    ZPixFilterBase(const ZPixFilterBase&) = delete;
+    ZPixFilterBase& operator=(const ZPixFilterBase&) = delete;
+
+    virtual ZPixfType FilterType() const = 0;
+
+    const ZPixFormat& GetInputFormat() const noexcept { return inputFormat; }
+    const ZPixFormat& GetOutputFormat() const noexcept { return outputFormat; }
+    void SetInputFormat(const ZPixFormat& format);
+    void SetOutputFormat(const ZPixFormat& format);
+    /// `function` and what `userData` points at must outlive the filtering.
+    void SetScanLineFunction(ScanLineFunction function, void* userData);
+
+    /// Makes the filter ready; it may pull input lines already. False, with nothing held, when formats or function do
+    /// not suit or memory is short.
+    bool Start();
+    /// Gives output line `line`, as long as the output format says, in `buffer`.
+    virtual bool FilterScanline(unsigned line, void* buffer) = 0;
+    /// Drops what Start made. Harmless at any time.
+    virtual void Stop();
+    bool IsStarted() const noexcept { return started; }
+
+    const shr::ZString& GetErrorModule() const noexcept { return errorModule; }
+    const shr::ZString& GetErrorFile() const noexcept { return errorFile; }
+    int GetErrorLine() const noexcept { return errorLine; }
+    const shr::ZString& GetErrorDescription() const noexcept { return errorDescription; }
+
+protected:
+    /// What a filter does to become ready. Called by Start once the formats are known to be set.
+    virtual bool OnStart() = 0;
+    /// Whether the filter is started and the output has such a line; false, described, if not. Filters ask first.
+    bool IsReadyFor(unsigned line);
+    /// Fetches an input line; false, described, when the source does not give it.
+    bool PullLine(unsigned line, void* buffer);
+    /// Describes a failure; returns false for the caller to hand on.
+    bool Fail(const char* file, int line, const wchar_t* description);
+
+    ZPixFormat inputFormat, outputFormat;
+
+private:
+    ScanLineFunction scanLineFunction = nullptr;
+    void* userData = nullptr;
+    bool started = false;
+    shr::ZString errorModule, errorFile, errorDescription;
+    int errorLine = 0;
+};
+
+}  // namespace zpixf

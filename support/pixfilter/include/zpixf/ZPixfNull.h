@@ -1,0 +1,18 @@
+#pragma once
+#include "zpixf/ZPixFilterBase.h"
+
+namespace zpixf {
+
+/// Hands every line through as it is. Input and output formats must agree.
+class ZPIXF_API ZPixfNull : public ZPixFilterBase {
+public:
+    ZPixfNull();
+    ~ZPixfNull() override;
+    ZPixfType FilterType() const override;
+    bool FilterScanline(unsigned line, void* buffer) override;
+
+protected:
+    bool OnStart() override;
+};
+
+}  // namespace zpixf

@@ -1,0 +1,60 @@
+#include "zpixf/ZPixFilterBase.h"
+
+#include <new>
+
+namespace zpixf {
+
+ZPixFilterBase::ZPixFilterBase() = default;
+ZPixFilterBase::~ZPixFilterBase() = default;
+
+void ZPixFilterBase::SetInputFormat(const ZPixFormat& format) { inputFormat = format; }
+void ZPixFilterBase::SetOutputFormat(const ZPixFormat& format) { outputFormat = format; }
+
+void ZPixFilterBase::SetScanLineFunction(ScanLineFunction function, void* data) {
+    scanLineFunction = function;
+    userData = data;
+}
+
+bool ZPixFilterBase::Start() {
+    Stop();
+    errorModule.Clear();
+    errorFile.Clear();
+    errorDescription.Clear();
+    errorLine = 0;
+    if (scanLineFunction == nullptr) return Fail("ZPixFilterBase", __LINE__, L"The filter has no source of lines.");
+    try {
+        started = OnStart();
+    } catch (const std::bad_alloc&) {
+        Stop();
+        return Fail("ZPixFilterBase", __LINE__, L"Not enough memory for the filter.");
+    }
+    if (!started) Stop();
+    return started;
+}
+
+void ZPixFilterBase::Stop() { started = false; }
+
+bool ZPixFilterBase::IsReadyFor(unsigned line) {
+    if (!started) {
+        // A failed Start has told why; a missing one has not.
+        if (errorDescription.IsEmpty()) Fail("ZPixFilterBase", __LINE__, L"The filter is not started.");
+        return false;
+    }
+    if (line >= outputFormat.GetHeight()) return Fail("ZPixFilterBase", __LINE__, L"The picture has no such line.");
+    return true;
+}
+
+bool ZPixFilterBase::PullLine(unsigned line, void* buffer) {
+    if (scanLineFunction(userData, line, buffer)) return true;
+    return Fail("ZPixFilterBase", __LINE__, L"The filter's source gave no line.");
+}
+
+bool ZPixFilterBase::Fail(const char* file, int line, const wchar_t* description) {
+    errorModule = L"ZPixFilteru";
+    errorFile = file;
+    errorLine = line;
+    errorDescription = description;
+    return false;
+}
+
+}  // namespace zpixf
