@@ -1,6 +1,7 @@
 // Rectangles of pixels and masks in and out, tile by tile through the lock interface.
 #include "core/MaskRows.h"
 #include "core/Require.h"
+#include "shr/CopyPixelRows.h"
 #include "zbm/ZBitmap.h"
 
 namespace zbm {
@@ -27,7 +28,8 @@ struct TilePart {
 
 /// Calls `use` for the part of `rect` in each tile that it meets, in the order of the tiles. `line` is that of the
 /// check that a part is not empty.
-template <class Rows, class Use> void ForEachPart(const Rows& rows, const RECT& rect, int line, Use use) {
+template <class Rows, class Use>
+void ForEachPart(const Rows& rows, const RECT& rect, int line, Use use) {
     for (std::size_t i = 0; i < rows.size(); ++i) {
         const auto& boxes = rows[i].boxes;
         if (boxes.empty() || boxes.front().top >= rect.bottom || boxes.front().bottom <= rect.top) continue;
@@ -49,16 +51,25 @@ template <class Rows, class Use> void ForEachPart(const Rows& rows, const RECT& 
     }
 }
 
-/// A pixel of the caller's rows: the byte at which a group of eight pixels starts, and the pixel's place in the group.
-/// Eight pixels take as many bytes as one takes bits, whatever the format.
-template <class Byte> struct PixelPlace {
-    Byte* group;
-    int x;
-    PixelPlace(Byte* row, std::int64_t pixel, shr::ColorFormat format)
-        : group(row + (pixel >> 3) * shr::ColorFmtToBPP[format]), x(static_cast<int>(pixel & 7)) {}
-};
+/// The caller's rows from pixel (x, y) of the rectangle on. A run starts at the byte at which a group of eight pixels
+/// starts: eight pixels take as many bytes as one takes bits, whatever the format.
+template <class Byte>
+shr::PixelRuns<Byte> RunsAt(Byte* first, int stride, std::int64_t x, std::int64_t y, shr::ColorFormat format) {
+    Byte* row = first + static_cast<std::ptrdiff_t>(stride) * static_cast<std::ptrdiff_t>(y);
+    return {row + static_cast<std::ptrdiff_t>((x >> 3) * shr::ColorFmtToBPP[format]), stride, static_cast<int>(x & 7)};
+}
 
-template <class Byte> Byte* RowOf(Byte* first, int stride, std::int64_t row) {
+/// A copy that no cache holds is written past the caches.
+shr::CopyWrites WritesFor(const RECT& rect, shr::ColorFormat format) {
+    constexpr double kCacheBytes = 32 << 20;
+    const double width = static_cast<double>(rect.right) - rect.left;
+    const double height = static_cast<double>(rect.bottom) - rect.top;
+    const double bytes = width * height * shr::ColorFmtToBPP[format] / 8;
+    return bytes > kCacheBytes ? shr::CopyWrites::streamed : shr::CopyWrites::cached;
+}
+
+template <class Byte>
+Byte* RowOf(Byte* first, int stride, std::int64_t row) {
     return first + static_cast<std::ptrdiff_t>(stride) * static_cast<std::ptrdiff_t>(row);
 }
 
@@ -68,12 +79,12 @@ void ZBitmap::FetchRegion(unsigned char* dst, int dstStride, const RECT& rect) c
     require(rect.left >= 0 && rect.top >= 0 && rect.right >= 0 && rect.bottom >= 0, 519);
     require(rect.right - rect.left >= 1, 521);
     require(rect.bottom - rect.top >= 1, 522);
+    const shr::CopyWrites writes = WritesFor(rect, colorFormat);
     ForEachPart(scanRectRows, rect, 558, [&](const TilePart& part) {
         const ZScanRect& tile = LockScanRect(part.row, part.col);
-        for (int k = 0; k < part.height; ++k) {
-            const PixelPlace to(RowOf(dst, dstStride, part.rectY + k), part.rectX, colorFormat);
-            shr::CopyPixels(to.group, to.x, tile.GetRowPtr(part.tileY + k), part.tileX, part.width, colorFormat);
-        }
+        shr::CopyPixelRows(RunsAt(dst, dstStride, part.rectX, part.rectY, colorFormat),
+                           {tile.GetRowPtr(part.tileY), tile.GetStride(), part.tileX}, part.width, part.height,
+                           colorFormat, writes);
         UnlockScanRect(part.row, part.col);
     });
 }
@@ -83,12 +94,12 @@ void ZBitmap::FetchRegion(unsigned char* dst, int dstStride, int x, int y, int w
 }
 
 void ZBitmap::StoreRegion(const unsigned char* src, int srcStride, const RECT& rect) {
+    const shr::CopyWrites writes = WritesFor(rect, colorFormat);
     ForEachPart(scanRectRows, rect, 644, [&](const TilePart& part) {
         ZScanRect& tile = LockScanRect(part.row, part.col);
-        for (int k = 0; k < part.height; ++k) {
-            const PixelPlace from(RowOf(src, srcStride, part.rectY + k), part.rectX, colorFormat);
-            shr::CopyPixels(tile.GetRowPtr(part.tileY + k), part.tileX, from.group, from.x, part.width, colorFormat);
-        }
+        shr::CopyPixelRows({tile.GetRowPtr(part.tileY), tile.GetStride(), part.tileX},
+                           RunsAt(src, srcStride, part.rectX, part.rectY, colorFormat), part.width, part.height,
+                           colorFormat, writes);
         CommitScanRect(part.row, part.col);
         UnlockScanRect(part.row, part.col);
     });
