@@ -1,6 +1,7 @@
 // The bitmap's layout, colour table and resolution.
 #include <algorithm>
 
+#include "core/RectAt.h"
 #include "core/Require.h"
 #include "shr/Units.h"
 #include "zbm/ZBitmap.h"
@@ -157,6 +158,6 @@ int ZBitmap::GetYDPIResolution() const noexcept { return Round(yResolution * shr
 // Device output is not part of this version; its two slots keep their places.
 void ZBitmap::FetchDib(shr::CDib&, const RECT&) const { require.Fail(__LINE__); }
 
-void ZBitmap::FetchDib(shr::CDib& dib, int x, int y, int w, int h) const { FetchDib(dib, RECT{x, y, x + w, y + h}); }
+void ZBitmap::FetchDib(shr::CDib& dib, int x, int y, int w, int h) const { FetchDib(dib, RectAt(x, y, w, h)); }
 
 }  // namespace zbm

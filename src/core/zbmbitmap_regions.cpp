@@ -1,5 +1,6 @@
 // Rectangles of pixels and masks in and out, tile by tile through the lock interface.
 #include "core/MaskRows.h"
+#include "core/RectAt.h"
 #include "core/Require.h"
 #include "shr/CopyPixelRows.h"
 #include "zbm/ZBitmap.h"
@@ -9,14 +10,6 @@ namespace zbm {
 namespace {
 
 constexpr Require require("zbmbitmap");
-
-/// Wraps around like the processor does, so that an absurd size meets the checks instead of undefined behaviour.
-RECT RectAt(int x, int y, int w, int h) {
-    const auto sum = [](int a, int b) {
-        return static_cast<LONG>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
-    };
-    return RECT{x, y, sum(x, w), sum(y, h)};
-}
 
 /// A rectangle's part in one tile.
 struct TilePart {

@@ -65,8 +65,8 @@ constexpr std::uint64_t PixelBytes(std::uint64_t width, ColorFormat format) noex
 /// Copies `count` pixels of `format` from pixel `sourceX` of one row to pixel `destinationX` of another.
 ///
 /// Of packed formats only the bits of these pixels change. Reads no byte that holds none of the source's pixels, writes
-/// none that holds none of the destination's. The rows must not overlap. A count of 0 or less, or a value that is no
-/// format, copies nothing.
+/// none that holds none of the destination's. The rows must not overlap. A count of 0 or less, a negative position or a
+/// value that is no format copies nothing.
 SHR_API void CopyPixels(void* destinationRow, int destinationX, const void* sourceRow, int sourceX, int count,
                         ColorFormat format) noexcept;
 

@@ -16,7 +16,7 @@ SHR_API bool RenameFile(const ZString& from, const ZString& to) noexcept;
 class SHR_API CPath {
 public:
     CPath();
-    explicit CPath(const ZString& path);
+    explicit CPath(const ZString& name);
     ~CPath();
 
     const ZString& GetPath() const noexcept { return path; }

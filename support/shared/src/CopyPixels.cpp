@@ -1,0 +1,102 @@
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+
+#include "CopyBits.h"
+#include "StreamCopy.h"
+#include "cpu/CpuLevel.h"
+#include "shr/ColorFormat.h"
+#include "shr/CopyPixelRows.h"
+
+namespace shr {
+namespace {
+
+CopyBitsFunction* KernelFor(cpu::Level level) {
+    switch (level) {
+        case cpu::Level::avx512: return &CopyBits_avx512;
+        case cpu::Level::avx2: return &CopyBits_avx2;
+        case cpu::Level::base: break;
+    }
+    return &CopyBits_base;
+}
+
+CopyBitsFunction ChooseAndCopy;
+
+// Set before any constructor runs, so that pixels can be copied by the constructors of any module.
+constinit std::atomic<CopyBitsFunction*> copyBits = &ChooseAndCopy;
+
+/// Takes the first call. Threads that come here at once all choose the same.
+void ChooseAndCopy(std::uint8_t* destination, unsigned destinationPhase, const std::uint8_t* source,
+                   unsigned sourcePhase, std::size_t bitCount) noexcept {
+    CopyBitsFunction* const kernel = KernelFor(cpu::Choose());
+    copyBits.store(kernel, std::memory_order_relaxed);
+    kernel(destination, destinationPhase, source, sourcePhase, bitCount);
+}
+
+/// Where a run of pixels lies in its row, in bits.
+struct BitRun {
+    std::size_t firstByte;
+    unsigned phase;
+    BitRun(int x, ColorFormat format) {
+        const std::uint64_t bit = static_cast<std::uint64_t>(ColorFmtToBPP[format]) * static_cast<unsigned>(x);
+        firstByte = static_cast<std::size_t>(bit / 8);
+        phase = bit % 8;
+    }
+};
+
+std::size_t BitCount(int count, ColorFormat format) {
+    return static_cast<std::size_t>(ColorFmtToBPP[format]) * static_cast<unsigned>(count);
+}
+
+bool HasPixels(int destinationX, int sourceX, int count, ColorFormat format) {
+    return count > 0 && destinationX >= 0 && sourceX >= 0 && IsColorFormat(format);
+}
+
+}  // namespace
+
+void CopyPixels(void* destinationRow, int destinationX, const void* sourceRow, int sourceX, int count,
+                ColorFormat format) noexcept {
+    // Not by way of CopyPixelRows: what that sets up for its rows would cost a short row three times its copying.
+    if (!HasPixels(destinationX, sourceX, count, format)) return;
+    const BitRun to(destinationX, format), from(sourceX, format);
+    const std::size_t bitCount = BitCount(count, format);
+    std::uint8_t* const target = static_cast<std::uint8_t*>(destinationRow) + to.firstByte;
+    const std::uint8_t* const origin = static_cast<const std::uint8_t*>(sourceRow) + from.firstByte;
+    if (((to.phase | from.phase | bitCount) & 7) == 0) {
+        std::memcpy(target, origin, bitCount / 8);
+    } else {
+        copyBits.load(std::memory_order_relaxed)(target, to.phase, origin, from.phase, bitCount);
+    }
+}
+
+void CopyPixelRows(PixelRuns<std::uint8_t> destination, PixelRuns<const std::uint8_t> source, int count, int rows,
+                   ColorFormat format, CopyWrites writes) noexcept {
+    if (!HasPixels(destination.x, source.x, count, format)) return;
+    const BitRun to(destination.x, format), from(source.x, format);
+    const std::size_t bitCount = BitCount(count, format);
+    std::uint8_t* target = destination.firstRow + to.firstByte;
+    const std::uint8_t* origin = source.firstRow + from.firstByte;
+    std::ptrdiff_t targetStep = destination.stride, originStep = source.stride;
+    // Memory is fastest upwards; the rows that lie closer together (a tile's) decide what is up.
+    const std::ptrdiff_t closer = std::abs(targetStep) < std::abs(originStep) ? targetStep : originStep;
+    if (closer < 0 && rows > 0) {
+        target += (rows - 1) * targetStep;
+        origin += (rows - 1) * originStep;
+        targetStep = -targetStep;
+        originStep = -originStep;
+    }
+    if ((to.phase | from.phase | (bitCount & 7)) != 0) {
+        CopyBitsFunction* const kernel = copyBits.load(std::memory_order_relaxed);
+        for (int row = 0; row < rows; ++row, target += targetStep, origin += originStep)
+            kernel(target, to.phase, origin, from.phase, bitCount);
+    } else if (writes == CopyWrites::streamed) {
+        for (int row = 0; row < rows; ++row, target += targetStep, origin += originStep)
+            StreamCopy(target, origin, bitCount / 8, row + 1 < rows ? origin + originStep : origin);
+        StreamFence();
+    } else {
+        for (int row = 0; row < rows; ++row, target += targetStep, origin += originStep)
+            std::memcpy(target, origin, bitCount / 8);
+    }
+}
+
+}  // namespace shr

@@ -1,0 +1,29 @@
+#pragma once
+#include <cstdint>
+#include <optional>
+
+#include "shr/ZString.h"
+
+namespace shr {
+
+/// Reads the entries of a folder one after another, as the system has them, "." and ".." included.
+class FolderReader {
+public:
+    /// `folder` is empty for the current one, or ends with a separator. One that cannot be read has no entries.
+    explicit FolderReader(const ZString& folder);
+    ~FolderReader();
+    FolderReader(const FolderReader&) = delete;
+    FolderReader& operator=(const FolderReader&) = delete;
+
+    /// Goes to the next entry; false after the last one.
+    bool Next();
+    /// Of the current entry. No attributes: the entry has gone meanwhile.
+    ZString GetName() const;
+    std::optional<std::uint32_t> GetAttributes() const;
+
+private:
+    struct Search;
+    Search* search;
+};
+
+}  // namespace shr

@@ -1,0 +1,97 @@
+#include "PathSystem.h"
+
+#include <windows.h>
+
+#include <new>
+
+#include "FaultSeam.h"
+#include "NativePath.h"
+#include "shr/Path.h"
+
+namespace shr {
+namespace {
+
+DWORD AttributesOf(const ZString& path) noexcept {
+    try {
+        return path.IsEmpty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(NativePath(path).c_str());
+    } catch (const std::bad_alloc&) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return INVALID_FILE_ATTRIBUTES;
+    }
+}
+
+std::size_t LengthThroughSeparator(const std::wstring& path, std::size_t from) noexcept {
+    while (from < path.size() && !IsDirSeparator(path[from])) ++from;
+    return from < path.size() ? from + 1 : from;
+}
+
+}  // namespace
+
+const wchar_t kDirSeparator = L'\\';
+
+bool IsDirSeparator(wchar_t unit) noexcept { return unit == L'\\' || unit == L'/'; }
+
+std::size_t RootLength(const std::wstring& path) noexcept {
+    const auto separatorAt = [&](std::size_t i) { return i < path.size() && IsDirSeparator(path[i]); };
+    if (separatorAt(0) && separatorAt(1)) {  // \\host\share\ and, with drives for shares, \\?\C:\ as well
+        return LengthThroughSeparator(path, LengthThroughSeparator(path, 2));
+    }
+    if (separatorAt(0)) return 1;
+    if (path.size() >= 2 && path[1] == L':') return separatorAt(2) ? 3 : 2;
+    return 0;
+}
+
+std::size_t FolderLength(const std::wstring& path) noexcept {
+    const std::size_t length = path.find_last_of(L"\\/") + 1;
+    return length == 0 && path.size() >= 2 && path[1] == L':' ? 2 : length;
+}
+
+ZString SystemTempFolder() {
+    wchar_t folder[MAX_PATH + 1] = {};
+    const DWORD length = ::GetTempPathW(MAX_PATH + 1, folder);
+    return length != 0 && length <= MAX_PATH ? ZString(folder) : ZString(L".\\");
+}
+
+FileMaking MakePrivateFile(const ZString& name) {
+    if (IsFaultInjected(FileCall::open)) return FileMaking::failed;
+    const HANDLE made = CreateFileW(NativePath(name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (made == INVALID_HANDLE_VALUE) {
+        return GetLastError() == ERROR_FILE_EXISTS ? FileMaking::existsAlready : FileMaking::failed;
+    }
+    CloseHandle(made);
+    return FileMaking::made;
+}
+
+bool PathExists(const ZString& path) noexcept {
+    const DWORD attributes = AttributesOf(path);
+    if (attributes == INVALID_FILE_ATTRIBUTES) return false;
+    return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 || !IsDirSeparator(path.Last());
+}
+
+bool IsFolder(const ZString& path) noexcept {
+    const DWORD attributes = AttributesOf(path);
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+bool RemoveFile(const ZString& name) noexcept {
+    try {
+        return !IsFaultInjected(FileCall::remove) && DeleteFileW(NativePath(name).c_str()) != FALSE;
+    } catch (const std::bad_alloc&) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return false;
+    }
+}
+
+bool RenameFile(const ZString& from, const ZString& to) noexcept {
+    try {
+        return !IsFaultInjected(FileCall::rename) &&
+               MoveFileExW(NativePath(from).c_str(), NativePath(to).c_str(),
+                           MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
+    } catch (const std::bad_alloc&) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return false;
+    }
+}
+
+}  // namespace shr
