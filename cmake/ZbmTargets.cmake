@@ -19,6 +19,15 @@ set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
 # An installed library or tool finds its siblings wherever the prefix is moved.
 set(CMAKE_INSTALL_RPATH "$ORIGIN" "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 
+# A cross-built program finds the compiler's own libraries beside itself.
+if(MINGW AND CMAKE_CROSSCOMPILING)
+    foreach(library libstdc++-6 libgcc_s_seh-1 libwinpthread-1)
+        execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${library}.dll
+            OUTPUT_VARIABLE file OUTPUT_STRIP_TRAILING_WHITESPACE)
+        file(COPY "${file}" DESTINATION "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
+    endforeach()
+endif()
+
 if(ZBM_SANITIZE)
     add_compile_options(-fsanitize=${ZBM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
     add_link_options(-fsanitize=${ZBM_SANITIZE})

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <new>
 
 #include "SystemFailure.h"
@@ -23,6 +24,8 @@ namespace {
 constexpr std::size_t kBufferBytes = std::size_t{64} << 10;
 // From here on the copy through the buffer costs more than the system call that it could save.
 constexpr std::size_t kDirectBytes = std::size_t{16} << 10;
+
+constexpr std::int64_t kLastPosition = std::numeric_limits<std::int64_t>::max();
 
 constexpr wchar_t kModule[] = L"Shared";
 constexpr wchar_t kSourceFile[] = L"BufferedFile";
@@ -206,9 +209,7 @@ bool CBufferedFile::OpenNoThrow(const ZString& name, FileAccess access, FileMode
         }
         const SystemErrorKeeper keeper;
         opened.reset();
-    } catch (const std::bad_alloc&) {
-        SetLastSystemError(SystemErrorCode(SystemFailure::outOfMemory));
-    }
+    } catch (const std::bad_alloc&) { SetLastSystemError(SystemErrorCode(SystemFailure::outOfMemory)); }
     return false;
 }
 
@@ -248,6 +249,8 @@ void CBufferedFile::Write(const void* src, std::size_t byteCount) {
     if (byteCount == 0) return;
     if (state->access == FileAccess::read) {
         SetLastSystemError(SystemErrorCode(SystemFailure::accessDenied));
+    } else if (byteCount > static_cast<std::uint64_t>(kLastPosition - state->position)) {
+        SetLastSystemError(SystemErrorCode(SystemFailure::fileTooLarge));
     } else if (state->TryWrite(static_cast<const std::uint8_t*>(src), byteCount)) {
         return;
     }
@@ -268,9 +271,7 @@ std::int64_t CBufferedFile::GetPosition() const noexcept { return IsOpen() ? sta
 std::int64_t CBufferedFile::GetLength() {
     if (!IsOpen()) ThrowInternalError(kModule, kSourceFile, __LINE__);
     const std::int64_t length = state->file.GetLength();
-    if (length < 0) {
-        Throw_ERR_SHR_FILE_SEEK(kModule, kSourceFile, __LINE__, state->name, FormatSystemErrorMsg());
-    }
+    if (length < 0) { Throw_ERR_SHR_FILE_SEEK(kModule, kSourceFile, __LINE__, state->name, FormatSystemErrorMsg()); }
     return state->IsDirty() ? std::max(length, state->End()) : length;
 }
 

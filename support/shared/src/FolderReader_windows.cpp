@@ -41,11 +41,10 @@ bool FolderReader::Next() {
 ZString FolderReader::GetName() const { return search->entry.cFileName; }
 
 std::optional<std::uint32_t> FolderReader::GetAttributes() const {
-    static_assert(FileAttribute::readOnly == FILE_ATTRIBUTE_READONLY &&
-                  FileAttribute::hidden == FILE_ATTRIBUTE_HIDDEN && FileAttribute::system == FILE_ATTRIBUTE_SYSTEM &&
-                  FileAttribute::folder == FILE_ATTRIBUTE_DIRECTORY &&
-                  FileAttribute::archive == FILE_ATTRIBUTE_ARCHIVE &&
-                  FileAttribute::compressed == FILE_ATTRIBUTE_COMPRESSED);
+    static_assert(
+        FileAttribute::readOnly == FILE_ATTRIBUTE_READONLY && FileAttribute::hidden == FILE_ATTRIBUTE_HIDDEN &&
+        FileAttribute::system == FILE_ATTRIBUTE_SYSTEM && FileAttribute::folder == FILE_ATTRIBUTE_DIRECTORY &&
+        FileAttribute::archive == FILE_ATTRIBUTE_ARCHIVE && FileAttribute::compressed == FILE_ATTRIBUTE_COMPRESSED);
     return search->entry.dwFileAttributes;
 }
 

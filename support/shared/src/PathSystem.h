@@ -9,7 +9,8 @@ namespace shr {
 
 extern const wchar_t kDirSeparator;
 bool IsDirSeparator(wchar_t unit) noexcept;
-/// The length of the part of `path` in front of its first name that is not to be shortened: "/", "C:\", "\\host\share\".
+/// The length of the part of `path` in front of its first name that is not to be shortened: "/", "C:\",
+/// "\\host\share\".
 std::size_t RootLength(const std::wstring& path) noexcept;
 /// The length of the part up to and including the last separator.
 std::size_t FolderLength(const std::wstring& path) noexcept;

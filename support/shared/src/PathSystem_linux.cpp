@@ -72,8 +72,7 @@ bool RemoveFile(const ZString& name) noexcept {
 
 bool RenameFile(const ZString& from, const ZString& to) noexcept {
     try {
-        return !IsFaultInjected(FileCall::rename) &&
-               std::rename(NativePath(from).c_str(), NativePath(to).c_str()) == 0;
+        return !IsFaultInjected(FileCall::rename) && std::rename(NativePath(from).c_str(), NativePath(to).c_str()) == 0;
     } catch (const std::bad_alloc&) {
         errno = ENOMEM;
         return false;

@@ -54,8 +54,8 @@ ZString SystemTempFolder() {
 
 FileMaking MakePrivateFile(const ZString& name) {
     if (IsFaultInjected(FileCall::open)) return FileMaking::failed;
-    const HANDLE made = CreateFileW(NativePath(name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE made =
+        CreateFileW(NativePath(name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (made == INVALID_HANDLE_VALUE) {
         return GetLastError() == ERROR_FILE_EXISTS ? FileMaking::existsAlready : FileMaking::failed;
     }

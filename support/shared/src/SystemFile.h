@@ -16,8 +16,8 @@ public:
     SystemFile(const SystemFile&) = delete;
     SystemFile& operator=(const SystemFile&) = delete;
 
-    /// Opens a regular file as CBufferedFile::Open says; this object must be closed. A failure leaves no file behind that
-    /// this call made.
+    /// Opens a regular file as CBufferedFile::Open says; this object must be closed. A failure leaves no file behind
+    /// that this call made.
     bool Open(const ZString& name, FileAccess access, FileMode mode, FileSharing sharing, bool writeThrough);
     bool IsOpen() const noexcept { return handle != kNoHandle; }
     /// Closes the file in any case; closing a closed one does nothing.

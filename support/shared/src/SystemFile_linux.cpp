@@ -19,9 +19,7 @@ constexpr mode_t kNewFileMode = 0666;  // less the process's mask
 int OpenDescriptor(const std::string& path, int flags) noexcept {
     if (IsFaultInjected(FileCall::open)) return -1;
     int descriptor;
-    do {
-        descriptor = open(path.c_str(), flags, kNewFileMode);
-    } while (descriptor < 0 && errno == EINTR);
+    do { descriptor = open(path.c_str(), flags, kNewFileMode); } while (descriptor < 0 && errno == EINTR);
     return descriptor;
 }
 
@@ -64,9 +62,7 @@ int CheckRegular(int descriptor) noexcept {
 int Truncate(int descriptor, std::int64_t length) noexcept {
     if (IsFaultInjected(FileCall::truncate)) return errno;
     int result;
-    do {
-        result = ftruncate(descriptor, length);
-    } while (result != 0 && errno == EINTR);
+    do { result = ftruncate(descriptor, length); } while (result != 0 && errno == EINTR);
     return result == 0 ? 0 : errno;
 }
 
@@ -130,9 +126,7 @@ bool SystemFile::SetLength(std::int64_t length) noexcept {
 bool SystemFile::Sync() noexcept {
     if (IsFaultInjected(FileCall::sync)) return false;
     int result;
-    do {
-        result = fsync(static_cast<int>(handle));
-    } while (result != 0 && errno == EINTR);
+    do { result = fsync(static_cast<int>(handle)); } while (result != 0 && errno == EINTR);
     return result == 0;
 }
 

@@ -94,9 +94,7 @@ TEST(FileSharing, HoldsBetweenProcesses) {
                                                static_cast<FileSharing>(sharing)),
                               getOn)
                         << firstAccess << firstSharing << " then " << access << sharing;
-                    if (!getOn) {
-                        EXPECT_EQ(LastSystemError(), EBUSY);
-                    }
+                    if (!getOn) { EXPECT_EQ(LastSystemError(), EBUSY); }
                 }
             }
         }

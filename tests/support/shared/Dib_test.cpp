@@ -60,9 +60,9 @@ TEST(Dib, PacksHeaderTableAndBits) {
         unsigned colors, colorsHeld;
         int stride;
     };
-    for (const Case& c : {Case{1, 0, 2, 8}, Case{1, 1, 1, 8}, Case{4, 0, 16, 20}, Case{4, 7, 7, 20}, Case{8, 0, 256, 36},
-                          Case{8, 255, 255, 36}, Case{16, 0, 0, 68}, Case{24, 0, 0, 100}, Case{24, 3, 3, 100},
-                          Case{32, 0, 0, 132}}) {
+    for (const Case& c :
+         {Case{1, 0, 2, 8}, Case{1, 1, 1, 8}, Case{4, 0, 16, 20}, Case{4, 7, 7, 20}, Case{8, 0, 256, 36},
+          Case{8, 255, 255, 36}, Case{16, 0, 0, 68}, Case{24, 0, 0, 100}, Case{24, 3, 3, 100}, Case{32, 0, 0, 132}}) {
         CDib dib;
         dib.Create(33, 5, c.bitCount, c.colors, nullptr, nullptr, 2835, 0);
         EXPECT_EQ(dib.GetWidth(), 33);
@@ -140,17 +140,35 @@ TEST(Dib, CountsRowsFromTheBottom) {
 TEST(Dib, RefusesWhatItCannotHoldAndKeepsWhatItHeld) {
     const DWORD masks[3] = {};
     CDib dib;
-    dib.Create(3, 2, 24, 0, nullptr, "abcdefghi..ABCDEFGHI..", 0, 0);
+    dib.Create(3, 2, 24, 0, nullptr, "abcdefghi...ABCDEFGHI...", 0, 0);
     const Bytes before = BitsOf(dib);
     const LONG least = std::numeric_limits<LONG>::min(), most = std::numeric_limits<LONG>::max();
-    for (const BITMAPINFOHEADER& header :
-         {Header(0, 1, 24), Header(1, 0, 24), Header(-1, 1, 24), Header(1, -1, 24), Header(least, 1, 8),
-          Header(1, least, 8), Header(most, most, 32), Header(most, 1, 32), Header(1, most, 8),
-          Header(1, (most - 40) / 4 + 1, 24), Header(1, 1, 0), Header(1, 1, 2), Header(1, 1, 15), Header(1, 1, 48),
-          Header(1, 1, 1, 3), Header(1, 1, 4, 17), Header(1, 1, 8, 257), Header(1, 1, 24, 0xFFFFFFFF),
-          Header(1, 1, 24, 0x1FFFFFF0), Header(1, 1, 8, 0, BI_RLE8), Header(1, 1, 4, 0, BI_RLE4),
-          Header(1, 1, 24, 0, BI_JPEG), Header(1, 1, 32, 0, BI_PNG), Header(1, 1, 24, 0, BI_BITFIELDS),
-          Header(1, 1, 8, 0, BI_BITFIELDS), Header(1, 1, 32, 0, 6)}) {
+    for (const BITMAPINFOHEADER& header : {Header(0, 1, 24),
+                                           Header(1, 0, 24),
+                                           Header(-1, 1, 24),
+                                           Header(1, -1, 24),
+                                           Header(least, 1, 8),
+                                           Header(1, least, 8),
+                                           Header(most, most, 32),
+                                           Header(most, 1, 32),
+                                           Header(1, most, 8),
+                                           Header(1, (most - 40) / 4 + 1, 24),
+                                           Header(1, 1, 0),
+                                           Header(1, 1, 2),
+                                           Header(1, 1, 15),
+                                           Header(1, 1, 48),
+                                           Header(1, 1, 1, 3),
+                                           Header(1, 1, 4, 17),
+                                           Header(1, 1, 8, 257),
+                                           Header(1, 1, 24, 0xFFFFFFFF),
+                                           Header(1, 1, 24, 0x1FFFFFF6),
+                                           Header(1, 1, 8, 0, BI_RLE8),
+                                           Header(1, 1, 4, 0, BI_RLE4),
+                                           Header(1, 1, 24, 0, BI_JPEG),
+                                           Header(1, 1, 32, 0, BI_PNG),
+                                           Header(1, 1, 24, 0, BI_BITFIELDS),
+                                           Header(1, 1, 8, 0, BI_BITFIELDS),
+                                           Header(1, 1, 32, 0, 6)}) {
         EXPECT_THROW(dib.Create(header, reinterpret_cast<const RGBQUAD*>(masks), nullptr), std::invalid_argument)
             << header.biWidth << " x " << header.biHeight << " x " << header.biBitCount;
     }
@@ -272,7 +290,11 @@ std::vector<BmpCase> BmpCases() {
          Hex("42 4D 46 00 00 00 00 00 00 00 36 00 00 00  28 00 00 00 03 00 00 00 02 00 00 00"
              "01 00 10 00 00 00 00 00 10 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00") +
              bits16,
-         16, 0, {}, bits16, true},
+         16,
+         0,
+         {},
+         bits16,
+         true},
         {"Depth16WithMasks",
          Hex("42 4D 52 00 00 00 00 00 00 00 42 00 00 00  28 00 00 00 03 00 00 00 02 00 00 00"
              "01 00 10 00 03 00 00 00 10 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00") +
@@ -282,17 +304,29 @@ std::vector<BmpCase> BmpCases() {
          Hex("42 4D 4E 00 00 00 00 00 00 00 36 00 00 00  28 00 00 00 03 00 00 00 02 00 00 00"
              "01 00 18 00 00 00 00 00 18 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00") +
              lower24 + upper24,
-         24, 0, {}, lower24 + upper24, true},
+         24,
+         0,
+         {},
+         lower24 + upper24,
+         true},
         {"Depth24TopDown",
          Hex("42 4D 4E 00 00 00 00 00 00 00 36 00 00 00  28 00 00 00 03 00 00 00 FE FF FF FF"
              "01 00 18 00 00 00 00 00 18 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00") +
              upper24 + lower24,
-         24, 0, {}, lower24 + upper24, false},
+         24,
+         0,
+         {},
+         lower24 + upper24,
+         false},
         {"Depth24Version4",
          Hex("42 4D 92 00 00 00 00 00 00 00 7A 00 00 00  6C 00 00 00 03 00 00 00 02 00 00 00"
              "01 00 18 00 00 00 00 00 18 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00") +
              Bytes(68, 0xCC) + lower24 + upper24,
-         24, 0, {}, lower24 + upper24, false},
+         24,
+         0,
+         {},
+         lower24 + upper24,
+         false},
         {"Depth8Version5",
          Hex("42 4D 9A 00 00 00 00 00 00 00 92 00 00 00  7C 00 00 00 03 00 00 00 02 00 00 00"
              "01 00 08 00 00 00 00 00 08 00 00 00  00 00 00 00 00 00 00 00  02 00 00 00 00 00 00 00") +
@@ -302,7 +336,11 @@ std::vector<BmpCase> BmpCases() {
          Hex("42 4D 4E 00 00 00 00 00 00 00 36 00 00 00  28 00 00 00 03 00 00 00 02 00 00 00"
              "01 00 20 00 00 00 00 00 18 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00") +
              bits32,
-         32, 0, {}, bits32, true},
+         32,
+         0,
+         {},
+         bits32,
+         true},
         {"Depth32WithMasksVersion5",
          Hex("42 4D A2 00 00 00 00 00 00 00 8A 00 00 00  7C 00 00 00 03 00 00 00 02 00 00 00"
              "01 00 20 00 03 00 00 00 18 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00") +
@@ -335,9 +373,7 @@ TEST_P(DibFile, IsWrittenByteForByte) {
     CDib dib;
     dib.Load(folder.File("f.bmp"));
     dib.Save(folder.File("g.bmp"));
-    if (GetParam().isAsWeWriteIt) {
-        EXPECT_EQ(ReadWhole(folder.File("g.bmp")), GetParam().file);
-    }
+    if (GetParam().isAsWeWriteIt) { EXPECT_EQ(ReadWhole(folder.File("g.bmp")), GetParam().file); }
     CDib again;
     again.Load(folder.File("g.bmp"));
     EXPECT_EQ(BitsOf(again), GetParam().bits);
@@ -385,14 +421,14 @@ TEST(DibFiles, IsRefusedInFormsThatWeDoNotHold) {
         Bytes bytes;
     };
     for (const Change& change :
-         {Change{0, Hex("42 41")}, Change{0, Hex("4D 42")}, Change{10, Hex("3D 00 00 00")},
+         {Change{0, Hex("42 41")},        Change{0, Hex("4D 42")},        Change{10, Hex("3D 00 00 00")},
           Change{10, Hex("FF FF FF FF")}, Change{14, Hex("0C 00 00 00")}, Change{14, Hex("40 00 00 00")},
           Change{14, Hex("FF FF FF FF")}, Change{18, Hex("00 00 00 00")}, Change{18, Hex("FD FF FF FF")},
           Change{18, Hex("FF FF FF 7F")}, Change{22, Hex("00 00 00 00")}, Change{22, Hex("00 00 00 80")},
-          Change{22, Hex("FF FF FF 7F")}, Change{26, Hex("00 00")}, Change{28, Hex("02 00")}, Change{28, Hex("00 00")},
-          Change{30, Hex("01 00 00 00")}, Change{30, Hex("02 00 00 00")}, Change{30, Hex("03 00 00 00")},
-          Change{30, Hex("06 00 00 00")}, Change{46, Hex("01 01 00 00")}, Change{46, Hex("FF FF FF FF")},
-          Change{46, Hex("00 00 00 00")}}) {
+          Change{22, Hex("FF FF FF 7F")}, Change{26, Hex("00 00")},       Change{28, Hex("02 00")},
+          Change{28, Hex("00 00")},       Change{30, Hex("01 00 00 00")}, Change{30, Hex("02 00 00 00")},
+          Change{30, Hex("03 00 00 00")}, Change{30, Hex("06 00 00 00")}, Change{46, Hex("01 01 00 00")},
+          Change{46, Hex("FF FF FF FF")}, Change{46, Hex("00 00 00 00")}}) {
         Bytes damaged = good;
         std::copy(change.bytes.begin(), change.bytes.end(),
                   damaged.begin() + static_cast<std::ptrdiff_t>(change.position));

@@ -29,9 +29,7 @@ TEST(FileFind, FindsEveryEntryOnceTheLastOneToo) {
         const std::string name = std::to_string(i);
         WriteWhole(folder.File(name.c_str()), {});
         all.insert(name);
-        if (i < 3) {
-            EXPECT_EQ(Matches(folder.File("*")), all);
-        }
+        if (i < 3) { EXPECT_EQ(Matches(folder.File("*")), all); }
     }
     EXPECT_EQ(Matches(folder.File("*")), all);
 }
@@ -45,17 +43,12 @@ TEST(FileFind, MatchesStarsAndQuestionMarks) {
         const char* pattern;
         Names names;
     };
-    for (const Case& c : {Case{"zv*.tmp", {"zv1.tmp", "zv.tmp", "zvzv.tmp.tmp"}},
-                          Case{"zv?.tmp", {"zv1.tmp"}},
-                          Case{"zv1.tmp", {"zv1.tmp"}},
-                          Case{"*zv1*", {"zv1.tmp", "zv1.tmpx", "azv1.tmp", "zv1"}},
-                          Case{"???", {"zv1"}},
-                          Case{"*.?.*", {"a.b.c"}},
-                          Case{"**z*v**p", {"zv1.tmp", "zv.tmp", "azv1.tmp", "zvzv.tmp.tmp"}},
-                          Case{"*.*", {"zv1.tmp", "zv.tmp", "zv1.tmpx", "azv1.tmp", "zvzv.tmp.tmp", "a.b.c"}},
-                          Case{"?", {}},
-                          Case{"", {}},
-                          Case{"none*", {}}}) {
+    for (const Case& c :
+         {Case{"zv*.tmp", {"zv1.tmp", "zv.tmp", "zvzv.tmp.tmp"}}, Case{"zv?.tmp", {"zv1.tmp"}},
+          Case{"zv1.tmp", {"zv1.tmp"}}, Case{"*zv1*", {"zv1.tmp", "zv1.tmpx", "azv1.tmp", "zv1"}}, Case{"???", {"zv1"}},
+          Case{"*.?.*", {"a.b.c"}}, Case{"**z*v**p", {"zv1.tmp", "zv.tmp", "azv1.tmp", "zvzv.tmp.tmp"}},
+          Case{"*.*", {"zv1.tmp", "zv.tmp", "zv1.tmpx", "azv1.tmp", "zvzv.tmp.tmp", "a.b.c"}}, Case{"?", {}},
+          Case{"", {}}, Case{"none*", {}}}) {
         EXPECT_EQ(Matches(folder.File("") + c.pattern), c.names) << c.pattern;
     }
 }

@@ -39,6 +39,8 @@ inline Bytes ReadWhole(const ZString& name) {
 }
 
 inline void WriteWhole(const ZString& name, const Bytes& bytes) {
+    // A new file: ext4 waits for the device when an old one that was emptied is closed.
+    std::filesystem::remove(SystemPath(name));
     std::ofstream file(SystemPath(name), std::ios::binary);
     file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     ASSERT_TRUE(file.good()) << name.ToUtf8();
@@ -58,9 +60,7 @@ template <class Act>
 std::optional<Exception> ErrorOf(Act act) {
     try {
         act();
-    } catch (const Exception& error) {
-        return error;
-    }
+    } catch (const Exception& error) { return error; }
     return std::nullopt;
 }
 

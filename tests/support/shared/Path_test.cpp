@@ -16,11 +16,11 @@ TEST(Path, TakesANameApart) {
     struct Case {
         const wchar_t *path, *folder, *name, *extension;
     };
-    for (const Case& c : {Case{L"/a/b.c/d.tar.gz", L"/a/b.c/", L"d.tar.gz", L".gz"}, Case{L"d.BMP", L"", L"d.BMP", L".BMP"},
-                          Case{L"/", L"/", L"", L""}, Case{L"", L"", L"", L""}, Case{L"a.b/c", L"a.b/", L"c", L""},
-                          Case{L"a/.hidden", L"a/", L".hidden", L""}, Case{L"a/..", L"a/", L"..", L""},
-                          Case{L"a/.", L"a/", L".", L""}, Case{L"a/b.", L"a/", L"b.", L"."},
-                          Case{L"a/.b.c", L"a/", L".b.c", L".c"}}) {
+    for (const Case& c :
+         {Case{L"/a/b.c/d.tar.gz", L"/a/b.c/", L"d.tar.gz", L".gz"}, Case{L"d.BMP", L"", L"d.BMP", L".BMP"},
+          Case{L"/", L"/", L"", L""}, Case{L"", L"", L"", L""}, Case{L"a.b/c", L"a.b/", L"c", L""},
+          Case{L"a/.hidden", L"a/", L".hidden", L""}, Case{L"a/..", L"a/", L"..", L""}, Case{L"a/.", L"a/", L".", L""},
+          Case{L"a/b.", L"a/", L"b.", L"."}, Case{L"a/.b.c", L"a/", L".b.c", L".c"}}) {
         const CPath path{ZString(c.path)};
         EXPECT_EQ(path.GetPath(), c.path);
         EXPECT_EQ(path.GetFolder(), c.folder) << path.GetPath().ToUtf8();

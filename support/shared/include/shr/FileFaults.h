@@ -3,8 +3,8 @@
 
 namespace shr {
 
-// For tests only: makes the system calls behind CBufferedFile, CPath, RemoveFile, RenameFile and CDib fail, so that what
-// follows a failure can be tried at every single call. Without a hook each call costs one load of a pointer.
+// For tests only: makes the system calls behind CBufferedFile, CPath, RemoveFile, RenameFile and CDib fail, so that
+// what follows a failure can be tried at every single call. Without a hook each call costs one load of a pointer.
 
 /// The kinds of calls. `query` asks for a file's length or kind; `lock` occurs on Linux only.
 enum class FileCall { open, lock, query, read, write, truncate, sync, close, rename, remove };

@@ -20,7 +20,7 @@ inline constexpr std::uint32_t readOnly = 1, hidden = 2, system = 4, folder = 16
 class SHR_API CFileFind {
 public:
     /// `pattern` is a folder (may be missing) followed by a name with the wildcards * and ?. Case counts where the
-    /// system's file names do. A folder that cannot be read has no entries.
+    /// system's file names do; "*.*" asks for a dot on every system. A folder that cannot be read has no entries.
     explicit CFileFind(const ZString& pattern);
     ~CFileFind();
     CFileFind(const CFileFind&) = delete;

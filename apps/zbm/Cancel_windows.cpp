@@ -1,0 +1,15 @@
+#include "Cancel.h"
+#include "gdi/gdi.h"
+
+namespace tool {
+
+void InstallCancelHandler() {
+    SetConsoleCtrlHandler(
+        [](DWORD) -> BOOL {
+            SetCancelRequested(true);
+            return TRUE;
+        },
+        TRUE);
+}
+
+}  // namespace tool

@@ -1,0 +1,35 @@
+#pragma once
+#include <ostream>
+
+#include "Console.h"
+#include "PictureWriter.h"
+#include "zcdl/Codec.h"
+
+namespace tool {
+
+struct PackOptions {
+    ZString picture, archive;
+    int tileWidth = 512, tileHeight = 512;
+    zcdl::CodecMethod method = zcdl::CodecMethod::balanced;
+};
+
+struct UnpackOptions {
+    ZString archive, picture;
+    int jpegQuality = kDefaultJpegQuality;
+};
+
+struct InfoOptions {
+    ZString archive;
+};
+
+// The commands raise ToolError for what goes wrong, and shr::AbortException when cancelled; then they leave nothing
+// behind.
+
+/// Picture file to archive file.
+void Pack(const PackOptions& options, Console& console);
+/// Archive file to picture file. The picture's name has one of the known extensions.
+void Unpack(const UnpackOptions& options, Console& console);
+/// Writes what is known of an archive file, a line "key: value" each.
+void Info(const InfoOptions& options, std::ostream& out, Console& console);
+
+}  // namespace tool

@@ -1,0 +1,34 @@
+#pragma once
+// What the tool asks of the operating system, beside what the shared library offers.
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "shr/ZString.h"
+
+namespace tool {
+
+using shr::ZString;
+
+/// The program's arguments without its name, in UTF-8 (as the bytes that they are, where the system has no encoding).
+std::vector<std::string> Arguments(int argc, char** argv);
+
+/// Makes the standard streams show UTF-8, and tells whether standard error is a terminal.
+bool PrepareConsole();
+
+/// The machine's memory in bytes.
+std::uint64_t PhysicalMemory();
+
+enum class FileKind { missing, regular, folder, other };
+/// Links are followed.
+FileKind KindOf(const ZString& name);
+
+/// The name with the links at its end followed, so that a new file can take the place of the file itself. A name that
+/// cannot be followed is returned as it is.
+ZString FollowLinks(const ZString& name);
+
+/// Gives `file`, which is ours alone, the permissions of the existing file `model`, or, when there is none, those that
+/// a newly made file gets.
+void TakePermissions(const ZString& file, const ZString& model);
+
+}  // namespace tool

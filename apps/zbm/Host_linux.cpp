@@ -1,0 +1,48 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <memory>
+
+#include "Host.h"
+
+namespace tool {
+
+std::vector<std::string> Arguments(int argc, char** argv) { return {argv + (argc > 0 ? 1 : 0), argv + argc}; }
+
+bool PrepareConsole() { return isatty(STDERR_FILENO) == 1; }
+
+std::uint64_t PhysicalMemory() {
+    return static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES)) * static_cast<std::uint64_t>(sysconf(_SC_PAGE_SIZE));
+}
+
+FileKind KindOf(const ZString& name) {
+    struct stat status {};
+    if (stat(name.ToUtf8().c_str(), &status) != 0) return FileKind::missing;
+    if (S_ISREG(status.st_mode)) return FileKind::regular;
+    return S_ISDIR(status.st_mode) ? FileKind::folder : FileKind::other;
+}
+
+ZString FollowLinks(const ZString& name) {
+    const std::string path = name.ToUtf8();
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return name;
+    const std::unique_ptr<char, void (*)(void*)> real(realpath(path.c_str(), nullptr), std::free);
+    return real == nullptr ? name : ZString::FromUtf8(real.get());
+}
+
+void TakePermissions(const ZString& file, const ZString& model) {
+    mode_t mode = 0;
+    struct stat status {};
+    if (stat(model.ToUtf8().c_str(), &status) == 0) {
+        mode = status.st_mode & 0777;
+    } else {
+        const mode_t mask = umask(0);  // there is no way to ask for it but to set it
+        umask(mask);
+        mode = 0666 & ~mask;
+    }
+    // Some file systems know no permissions; then there is nothing to take.
+    [[maybe_unused]] const int ignored = chmod(file.ToUtf8().c_str(), mode);
+}
+
+}  // namespace tool

@@ -1,0 +1,57 @@
+#include "Host.h"
+#include "gdi/gdi.h"
+
+// After windows.h, which it needs.
+#include <shellapi.h>
+
+namespace tool {
+
+std::vector<std::string> Arguments(int /*argc*/, char** /*argv*/) {
+    // The narrow arguments have lost every character that the system's code page lacks.
+    std::vector<std::string> arguments;
+    int count = 0;
+    wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), &count);
+    if (wide == nullptr) return arguments;
+    for (int i = 1; i < count; ++i) arguments.push_back(ZString(wide[i]).ToUtf8());
+    LocalFree(wide);
+    return arguments;
+}
+
+bool PrepareConsole() {
+    SetConsoleOutputCP(CP_UTF8);
+    DWORD mode = 0;
+    return GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
+}
+
+std::uint64_t PhysicalMemory() {
+    MEMORYSTATUSEX status{};
+    status.dwLength = sizeof status;
+    return GlobalMemoryStatusEx(&status) != 0 ? status.ullTotalPhys : UINT64_MAX;
+}
+
+FileKind KindOf(const ZString& name) {
+    const DWORD attributes = GetFileAttributesW(name.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) return FileKind::missing;
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return FileKind::folder;
+    return (attributes & FILE_ATTRIBUTE_DEVICE) != 0 ? FileKind::other : FileKind::regular;
+}
+
+ZString FollowLinks(const ZString& name) {
+    const DWORD attributes = GetFileAttributesW(name.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) return name;
+    const HANDLE file = CreateFileW(name.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return name;
+    std::wstring real(32768, L'\0');
+    const DWORD length = GetFinalPathNameByHandleW(file, real.data(), static_cast<DWORD>(real.size()), 0);
+    CloseHandle(file);
+    if (length == 0 || length >= real.size()) return name;
+    real.resize(length);
+    return real;
+}
+
+void TakePermissions(const ZString& /*file*/, const ZString& /*model*/) {
+    // A new file inherits its folder's access rights here; that is what its users expect.
+}
+
+}  // namespace tool

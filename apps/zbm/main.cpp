@@ -1,0 +1,12 @@
+// The command-line tool zbm: see CommandLine.h for what it does.
+#include <iostream>
+
+#include "Cancel.h"
+#include "CommandLine.h"
+#include "Host.h"
+
+int main(int argc, char** argv) {
+    const bool errorsOnTerminal = tool::PrepareConsole();
+    tool::InstallCancelHandler();
+    return tool::RunTool(tool::Arguments(argc, argv), std::cout, std::cerr, errorsOnTerminal);
+}

@@ -1,0 +1,72 @@
+#!/usr/bin/env bash
+# The library's main job on real pictures: a picture goes in, is held in tiles, is stored in an archive, comes back, and
+# every pixel is the same. Installs what is missing, builds Release, and leaves all files in build/demo.
+#
+#   scripts/demo.sh [PICTURE]       a PNG, JPEG, TIFF or BMP; without it, a photograph and a drawing from a Debian package
+source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+
+[ $# -le 1 ] || fail "takes one picture at most"
+picture=${1:+$(realpath -- "$1")}
+[ -z "$picture" ] || [ -f "$picture" ] || fail "no such file: $1"
+demo=$root/build/demo
+zbm=$root/build/release/bin/zbm
+
+# Only two files of the package are wanted, so it is unpacked and not installed.
+fetch_pictures() {
+    local package=mate-backgrounds
+    local folder=usr/share/backgrounds/mate
+    [ -f "$demo/photograph.jpg" ] && [ -f "$demo/drawing.png" ] && return
+    say "fetching two pictures from Debian's package $package"
+    (
+        cd "$demo"
+        # Without package lists, as on a fresh machine where nothing else was missing, they are fetched first.
+        "$root/scripts/dependencies.sh" --lists "$package"
+        apt-get -q download "$package"
+        dpkg-deb -x "$package"_*.deb package
+        cp "package/$folder/nature/Garden.jpg" photograph.jpg
+        cp "package/$folder/abstract/Flow.png" drawing.png
+        rm -rf package "$package"_*.deb
+    ) >"$demo/fetch.log" 2>&1 || fail "could not; see build/demo/fetch.log, or give a picture of your own"
+}
+
+# show ARGUMENTS...: runs the tool in the demo's folder, its output set in under the command.
+show() {
+    echo "  \$ zbm $*"
+    (cd "$demo" && "$zbm" "$@" 2>&1) | sed 's/^/    /'
+}
+
+# round_trip PICTURE: packs, shows, unpacks and compares. The unpacked picture is in a format that loses nothing.
+round_trip() {
+    local name stem extension verdict
+    name=$(basename "$1")
+    stem=${name%.*}
+    extension=${name##*.}
+    case ${extension,,} in
+        tif | tiff | bmp) ;;
+        *) extension=png ;;
+    esac
+    local archive=$stem.zbm unpacked=$stem-unpacked.$extension
+    echo
+    say "$name: $(stat -c %s "$1") bytes"
+    show pack "$(realpath --relative-to="$demo" "$1")" "$archive"
+    show info "$archive"
+    show unpack "$archive" "$unpacked"
+    verdict=$(/usr/bin/python3 "$root/scripts/compare.py" "$1" "$demo/$unpacked") ||
+        fail "$unpacked is not the same picture as $name"
+    say "$name and $unpacked: $verdict"
+}
+
+"$root/scripts/dependencies.sh" build demo
+configure release
+build release zbm
+mkdir -p "$demo"
+
+if [ -n "$picture" ]; then
+    round_trip "$picture"
+else
+    fetch_pictures
+    round_trip "$demo/photograph.jpg"
+    round_trip "$demo/drawing.png"
+fi
+echo
+say "every pixel came back; the archives and pictures are in build/demo"

@@ -1,0 +1,84 @@
+// jpeglib.h needs FILE, but does not include it.
+#include <cstdio>
+// Keep this order.
+#include <jpeglib.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+#include "apps/Image.h"
+
+namespace test {
+
+Bytes EncodeJpeg(const Image& image, const JpegOptions& options) {
+    jpeg_compress_struct encoder{};
+    jpeg_error_mgr errors{};  // the library's own: it prints and ends the program
+    encoder.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&encoder);
+    unsigned char* memory = nullptr;
+    unsigned long length = 0;
+    jpeg_mem_dest(&encoder, &memory, &length);
+    encoder.image_width = static_cast<JDIMENSION>(image.width);
+    encoder.image_height = static_cast<JDIMENSION>(image.height);
+    encoder.input_components = image.Channels();
+    encoder.in_color_space = options.cmyk ? JCS_CMYK : image.kind == Kind::grey ? JCS_GRAYSCALE : JCS_RGB;
+    jpeg_set_defaults(&encoder);
+    jpeg_set_quality(&encoder, options.quality, TRUE);
+    if (options.fullColor) encoder.comp_info[0].h_samp_factor = encoder.comp_info[0].v_samp_factor = 1;
+    if (options.progressive) jpeg_simple_progression(&encoder);
+    encoder.density_unit = static_cast<UINT8>(options.densityUnit);
+    encoder.X_density = encoder.Y_density = static_cast<UINT16>(options.density);
+    jpeg_start_compress(&encoder, TRUE);
+    if (!options.exif.empty()) {
+        Bytes marker{'E', 'x', 'i', 'f', 0, 0};
+        marker.insert(marker.end(), options.exif.begin(), options.exif.end());
+        jpeg_write_marker(&encoder, JPEG_APP0 + 1, marker.data(), static_cast<unsigned>(marker.size()));
+    }
+    if (options.profile) {
+        const Bytes marker{'I', 'C', 'C', '_', 'P', 'R', 'O', 'F', 'I', 'L', 'E', 0, 1, 1, 0};
+        jpeg_write_marker(&encoder, JPEG_APP0 + 2, marker.data(), static_cast<unsigned>(marker.size()));
+    }
+    for (int y = 0; y < image.height; ++y) {
+        Bytes row;
+        for (int i = 0; i < image.width * image.Channels(); ++i) {
+            row.push_back(static_cast<std::uint8_t>(image.At(0, y, i)));
+        }
+        JSAMPROW pointer = row.data();
+        jpeg_write_scanlines(&encoder, &pointer, 1);
+    }
+    jpeg_finish_compress(&encoder);
+    jpeg_destroy_compress(&encoder);
+    Bytes bytes(memory, memory + length);
+    std::free(memory);
+    return bytes;
+}
+
+Image DecodeJpeg(const Bytes& bytes) {
+    jpeg_decompress_struct decoder{};
+    jpeg_error_mgr errors{};
+    decoder.err = jpeg_std_error(&errors);
+    jpeg_create_decompress(&decoder);
+    jpeg_mem_src(&decoder, bytes.data(), static_cast<unsigned long>(bytes.size()));
+    jpeg_read_header(&decoder, TRUE);
+    decoder.out_color_space = decoder.num_components == 1 ? JCS_GRAYSCALE : JCS_RGB;
+    jpeg_start_decompress(&decoder);
+    Image image;
+    image.kind = decoder.num_components == 1 ? Kind::grey : Kind::rgb;
+    image.width = static_cast<int>(decoder.output_width);
+    image.height = static_cast<int>(decoder.output_height);
+    const double unit = decoder.density_unit == 1 ? 1 / 0.0254 : decoder.density_unit == 2 ? 100 : 0;
+    image.xPixelsPerMeter = static_cast<int>(std::lround(decoder.X_density * unit));
+    image.yPixelsPerMeter = static_cast<int>(std::lround(decoder.Y_density * unit));
+    Bytes row(static_cast<std::size_t>(image.width * image.Channels()));
+    for (int y = 0; y < image.height; ++y) {
+        JSAMPROW pointer = row.data();
+        jpeg_read_scanlines(&decoder, &pointer, 1);
+        image.samples.insert(image.samples.end(), row.begin(), row.end());
+    }
+    jpeg_finish_decompress(&decoder);
+    jpeg_destroy_decompress(&decoder);
+    return image;
+}
+
+}  // namespace test

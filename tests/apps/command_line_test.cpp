@@ -1,0 +1,152 @@
+// Arguments, exit codes and what is printed.
+#include <gtest/gtest.h>
+
+#include "apps/Image.h"
+#include "apps/Scratch.h"
+#include "apps/ToolRun.h"
+
+namespace test {
+namespace {
+
+TEST(CommandLine, ShowsHelpAndVersion) {
+    const ToolResult help = RunTool({"--help"});
+    EXPECT_EQ(help.code, 0);
+    EXPECT_EQ(help.errors, "");
+    for (const char* word : {"pack", "unpack", "info", "orientation", "130"}) {
+        EXPECT_NE(help.out.find(word), std::string::npos) << word;
+    }
+    EXPECT_NE(RunTool({"pack", "--help"}).out.find("--tile"), std::string::npos);
+    EXPECT_NE(RunTool({"unpack", "--help"}).out.find("--quality"), std::string::npos);
+    const ToolResult version = RunTool({"--version"});
+    EXPECT_EQ(version.code, 0);
+    EXPECT_EQ(version.out.find("zbm "), 0u);
+}
+
+class WrongUsage : public testing::TestWithParam<std::vector<std::string>> {};
+
+TEST_P(WrongUsage, IsOneLineAndExitCodeTwo) {
+    const ToolResult result = RunTool(GetParam());
+    EXPECT_EQ(result.code, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.ErrorLines().size(), 1u) << result.errors;
+    EXPECT_EQ(result.errors.find("zbm: "), 0u) << result.errors;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, WrongUsage,
+    testing::Values(std::vector<std::string>{}, std::vector<std::string>{"shrink"}, std::vector<std::string>{"pack"},
+                    std::vector<std::string>{"pack", "a"}, std::vector<std::string>{"pack", "a", "b", "c"},
+                    std::vector<std::string>{"pack", "a", "b", "--tile", "0x5"},
+                    std::vector<std::string>{"pack", "a", "b", "--tile", "5"},
+                    std::vector<std::string>{"pack", "a", "b", "--tile", "5x"},
+                    std::vector<std::string>{"pack", "a", "b", "--tile", "5x5x"},
+                    std::vector<std::string>{"pack", "a", "b", "--tile", "5x99999999999"},
+                    std::vector<std::string>{"pack", "a", "b", "--tile", "-5x5"},
+                    std::vector<std::string>{"pack", "a", "b", "--method", "best"},
+                    std::vector<std::string>{"pack", "a", "b", "--unknown"}, std::vector<std::string>{"pack", "-", "b"},
+                    std::vector<std::string>{"pack", "a", "-"}, std::vector<std::string>{"pack", "", "b"},
+                    std::vector<std::string>{"unpack", "a"}, std::vector<std::string>{"unpack", "a", "b"},
+                    std::vector<std::string>{"unpack", "a", "b.gif"}, std::vector<std::string>{"unpack", "a", "-"},
+                    std::vector<std::string>{"unpack", "a", "b.jpg", "--quality", "0"},
+                    std::vector<std::string>{"unpack", "a", "b.jpg", "--quality", "101"},
+                    std::vector<std::string>{"info"}, std::vector<std::string>{"info", "a", "b"}));
+
+TEST(CommandLine, TakesOptionsAnywhere) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::grey, 8, 10, 10, 1)));
+    EXPECT_EQ(RunTool({"pack", "--tile", "4X2", folder.File("p"), "--method=fast", folder.File("a")}).code, 0);
+    const BitmapPtr bitmap = LoadArchive(folder.File("a"));
+    EXPECT_EQ(bitmap->GetScanRectWidth(), 4);
+    EXPECT_EQ(bitmap->GetScanRectHeight(), 2);
+}
+
+TEST(CommandLine, UsesTilesOf512Pixels) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::grey, 1, 600, 10, 1)));
+    ASSERT_EQ(RunTool({"pack", folder.File("p"), folder.File("a")}).code, 0);
+    const BitmapPtr bitmap = LoadArchive(folder.File("a"));
+    EXPECT_EQ(bitmap->GetScanRectWidth(), 512);
+    EXPECT_EQ(bitmap->GetScanRectHeight(), 512);
+}
+
+TEST(Info, TellsWhatTheArchiveHolds) {
+    const ScratchFolder folder;
+    Image image = RandomImage(Kind::palette, 8, 600, 530, 1);
+    image.palette.resize(20);
+    for (std::uint32_t& sample : image.samples) sample %= 20;
+    image.xPixelsPerMeter = 11811;
+    image.yPixelsPerMeter = 2835;
+    WriteFile(folder.File("p"), EncodePng(image));
+    ASSERT_EQ(RunTool({"pack", folder.File("p"), folder.File("a"), "--method", "stored", "--tile", "256x512"}).code, 0);
+    const ToolResult result = RunTool({"info", folder.File("a")});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(result.errors, "");
+    const std::size_t bytes = ReadFile(folder.File("a")).size();
+    char ratio[32];
+    std::snprintf(ratio, sizeof ratio, "%.2f", 600.0 * 530 / static_cast<double>(bytes));
+    EXPECT_EQ(result.out,
+              "size: 600 x 530\n"
+              "format: INDEXED_8\n"
+              "tile size: 256 x 512\n"
+              "tiles: 3 x 2\n"
+              "resolution: 11811 x 2835 pixels per metre (300 x 72 dpi)\n"
+              "colour table entries: 20\n"
+              "transparent pixels: no\n"
+              "archive bytes: " +
+                  std::to_string(bytes) +
+                  "\n"
+                  "ratio: " +
+                  ratio + "\n");
+}
+
+TEST(Info, TellsWhetherPixelsAreTransparentInMaskOrAlpha) {
+    const ScratchFolder folder;
+    for (const shr::ColorFormat format : {shr::GRAYSCALE_1, shr::INDEXED_8, shr::BGR_24, shr::BGRA_32}) {
+        const bool alpha = format == shr::BGRA_32;
+        zbm::ZBasicMemBitmap bitmap(13, 3, format, 5, 2);
+        for (int y = 0; y < 3; ++y) {
+            for (int x = 0; x < 13; ++x) SetPixel(bitmap, x, y, {alpha ? 0xFF000000 : 0});
+        }
+        StoreArchive(bitmap, folder.File("a"));
+        EXPECT_NE(RunTool({"info", folder.File("a")}).out.find("transparent pixels: no"), std::string::npos);
+        SetPixel(bitmap, 12, 2, {alpha ? 0xFE000000 : 0, false});
+        StoreArchive(bitmap, folder.File("a"));
+        EXPECT_NE(RunTool({"info", folder.File("a")}).out.find("transparent pixels: yes"), std::string::npos);
+    }
+}
+
+TEST(Info, SaysWhenTheResolutionIsUnknown) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::grey, 8, 5, 5, 1)));
+    ASSERT_EQ(RunTool({"pack", folder.File("p"), folder.File("a")}).code, 0);
+    EXPECT_NE(RunTool({"info", folder.File("a")}).out.find("resolution: unknown\n"), std::string::npos);
+}
+
+TEST(ProgressBar, IsShownOnATerminalAndWipedOut) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 50, 50, 1)));
+    const ToolResult result = RunTool({"pack", folder.File("p"), folder.File("a"), "--tile", "8x8"}, true);
+    EXPECT_EQ(result.code, 0);
+    EXPECT_NE(result.errors.find("Reading picture... ["), std::string::npos);
+    EXPECT_NE(result.errors.find("Storing image... ["), std::string::npos);
+    EXPECT_NE(result.errors.find(" 50 %"), std::string::npos);
+    EXPECT_EQ(result.errors.find('\n'), std::string::npos);
+    const std::size_t wiped = result.errors.find_last_not_of(" \r");
+    EXPECT_GT(result.errors.size(), wiped + 20);
+}
+
+TEST(ProgressBar, IsNotShownElsewhere) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 50, 50, 1)));
+    EXPECT_EQ(RunTool({"pack", folder.File("p"), folder.File("a")}).errors, "");
+}
+
+TEST(Messages, KeepControlCharactersOfFileNamesFromTheTerminal) {
+    const ToolResult result = RunTool({"info", "no\nsuch\x1B[31mfile"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.ErrorLines().size(), 1u) << result.errors;
+    EXPECT_EQ(result.errors.find('\x1B'), std::string::npos);
+}
+
+}  // namespace
+}  // namespace test

@@ -1,0 +1,350 @@
+// What goes wrong ends in one clear line and exit code 1, and leaves no trace: no half-written file, and an old one as
+// it was.
+#include <gtest/gtest.h>
+
+#include "Cancel.h"
+#include "apps/Image.h"
+#include "apps/Scratch.h"
+#include "apps/ToolRun.h"
+#include "shr/FileFaults.h"
+
+namespace test {
+namespace {
+
+class Failing : public testing::Test {
+protected:
+    ~Failing() override {
+        shr::SetFileFaultHook(nullptr);
+        shr::SetFileTransferHook(nullptr);
+        tool::SetCancelRequested(false);
+    }
+    ToolResult Pack() { return RunTool({"pack", folder.File("in"), folder.File("out.png"), "--tile", "8x8"}); }
+    ToolResult Unpack() { return RunTool({"unpack", folder.File("in"), folder.File("out.png")}); }
+    /// Makes "in" an archive of that bitmap.
+    void MakeArchive(shr::ColorFormat format = shr::BGR_24, int width = 20, int height = 12) {
+        zbm::ZBasicMemBitmap bitmap(width, height, format, 8, 8);
+        for (int y = 0; y < height; ++y) {
+            for (int x = 0; x < width; ++x) SetPixel(bitmap, x, y, {static_cast<std::uint32_t>(7 * x + 31 * y) & 1});
+        }
+        StoreArchive(bitmap, folder.File("in"));
+    }
+
+    ScratchFolder folder;
+};
+
+TEST_F(Failing, NamesAMissingInput) {
+    ExpectOneErrorAbout(Pack(), folder.File("in"));
+    ExpectOneErrorAbout(Unpack(), folder.File("in"));
+    ExpectOneErrorAbout(RunTool({"info", folder.File("in")}), folder.File("in"));
+    EXPECT_TRUE(folder.Names().empty());
+}
+
+TEST_F(Failing, RefusesAFolderAsInputAndAsOutput) {
+    WriteFile(folder.File("in"), EncodePng(RandomImage(Kind::grey, 8, 5, 5, 1)));
+    std::filesystem::create_directory(ToPath(folder.File("out.png")));
+    ExpectOneErrorAbout(Pack(), folder.File("out.png"));
+    ExpectOneErrorAbout(RunTool({"pack", folder.File("out.png"), folder.File("x")}), folder.File("out.png"));
+    EXPECT_EQ(folder.Names(), (std::vector<std::string>{"in", "out.png"}));
+}
+
+TEST_F(Failing, NamesAnOutputInAFolderThatIsNotThere) {
+    WriteFile(folder.File("in"), EncodePng(RandomImage(Kind::grey, 8, 5, 5, 1)));
+    const std::string output = folder.File("none/out");
+    ExpectOneErrorAbout(RunTool({"pack", folder.File("in"), output}), output);
+}
+
+TEST_F(Failing, RefusesWhatIsNoArchive) {
+    for (const Bytes& bytes : {Bytes{}, Bytes{1}, Bytes{1, 0}, Bytes(1000, 0xFF), Bytes(1000, 0),
+                               EncodePng(RandomImage(Kind::grey, 8, 5, 5, 1))}) {
+        WriteFile(folder.File("in"), bytes);
+        ExpectOneErrorAbout(Unpack(), folder.File("in"));
+        ExpectOneErrorAbout(RunTool({"info", folder.File("in")}), folder.File("in"));
+    }
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"in"});
+}
+
+TEST_F(Failing, RefusesAnArchiveOfAnEmptyBitmap) {
+    zbm::ZBasicMemBitmap bitmap(1, 1, shr::BGR_24);
+    bitmap.Create(0, 5, shr::BGR_24);
+    StoreArchive(bitmap, folder.File("in"));
+    ExpectOneErrorAbout(Unpack(), folder.File("in"));
+}
+
+TEST_F(Failing, RefusesABitmapThatNoMachineHolds) {
+    MakeArchive();
+    Bytes bytes = ReadFile(folder.File("in"));
+    for (const std::size_t offset : {2u, 6u, 14u, 18u}) {  // height, width, tile height, tile width
+        bytes[offset + 2] = bytes[offset + 3] = 0x7F;
+    }
+    WriteFile(folder.File("in"), bytes);
+    const ToolResult result = Unpack();
+    ExpectOneErrorAbout(result, folder.File("in"));
+    EXPECT_NE(result.errors.find("memory"), std::string::npos) << result.errors;
+}
+
+/// Runs the tool on every prefix of the file, each of which has to fail.
+void TryEveryPrefix(const ScratchFolder& folder, const Bytes& whole, const std::vector<std::string>& arguments) {
+    WriteFile(folder.File("out.png"), {1, 2, 3});
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        WriteFile(folder.File("in"), Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)));
+        const ToolResult result = RunTool(arguments);
+        ASSERT_EQ(result.code, 1) << length << " of " << whole.size() << " bytes: " << result.errors;
+        const std::string last = result.ErrorLines().back();
+        ASSERT_EQ(last.find("zbm: " + folder.File("in") + ": "), 0u) << last;
+        ASSERT_EQ(last.find(": warning: "), std::string::npos) << last;
+        ASSERT_EQ(last.find(": note: "), std::string::npos) << last;
+        ASSERT_EQ(folder.Names(), (std::vector<std::string>{"in", "out.png"}));
+    }
+    EXPECT_EQ(ReadFile(folder.File("out.png")), (Bytes{1, 2, 3}));
+    // And the whole file is fine.
+    WriteFile(folder.File("in"), whole);
+    EXPECT_EQ(RunTool(arguments).code, 0);
+}
+
+/// Runs the tool on the file with every single bit turned, which must end well or with an error. Putting a result on
+/// the device takes longer than all else, so most of them go to a folder that is not there.
+void TryEveryBit(const ScratchFolder& folder, Bytes bytes, const std::string& command) {
+    constexpr std::size_t kStepOfWholeRuns = 13;
+    for (std::size_t bit = 0; bit < 8 * bytes.size(); ++bit) {
+        bytes[bit / 8] = static_cast<std::uint8_t>(bytes[bit / 8] ^ 1 << bit % 8);
+        WriteFile(folder.File("in"), bytes);
+        bytes[bit / 8] = static_cast<std::uint8_t>(bytes[bit / 8] ^ 1 << bit % 8);
+        const bool whole = bit % kStepOfWholeRuns == 0;
+        const ToolResult result =
+            RunTool({command, folder.File("in"), folder.File(whole ? "out.png" : "none/out.png")});
+        ASSERT_TRUE(result.code == 0 || result.code == 1) << "bit " << bit;
+        ASSERT_LE(result.ErrorLines().size(), 12u) << "bit " << bit << result.errors;
+        if (result.code == 0) {
+            ASSERT_EQ(folder.Names(), (std::vector<std::string>{"in", "out.png"})) << "bit " << bit;
+            std::filesystem::remove(ToPath(folder.File("out.png")));
+        }
+        ASSERT_EQ(folder.Names(), std::vector<std::string>{"in"}) << "bit " << bit;
+    }
+}
+
+struct FileCase {
+    const char* name;
+    Bytes (*make)();
+};
+Image Small(Kind kind, int bits) {
+    Image image = RandomImage(kind, bits, 9, 5, 2);
+    image.xPixelsPerMeter = image.yPixelsPerMeter = 2835;
+    return image;
+}
+class FailingOnDamaged : public Failing, public testing::WithParamInterface<FileCase> {
+protected:
+    std::vector<std::string> PackArguments() const {
+        return {"pack", folder.File("in"), folder.File("out.png"), "--tile", "8x8"};
+    }
+};
+
+TEST_P(FailingOnDamaged, EveryPrefixIsRefused) { TryEveryPrefix(folder, GetParam().make(), PackArguments()); }
+
+TEST_P(FailingOnDamaged, EveryTurnedBitEndsWellOrWithAnError) { TryEveryBit(folder, GetParam().make(), "pack"); }
+
+INSTANTIATE_TEST_SUITE_P(
+    Pictures, FailingOnDamaged,
+    testing::Values(
+        FileCase{"Png", [] { return EncodePng(Small(Kind::rgba, 8)); }},
+        FileCase{"PngInterlacedPalette", [] { return EncodePng(Small(Kind::palette, 2), {.interlaced = true}); }},
+        FileCase{"Tiff", [] { return EncodeTiff(Small(Kind::rgb, 8)); }},
+        FileCase{"TiffLzwPalette",
+                 [] {
+                     TiffOptions options;
+                     options.compression = 5;
+                     options.rowsPerStrip = 2;
+                     return EncodeTiff(Small(Kind::palette, 1), options);
+                 }},
+        FileCase{"TiffTiledPlanes",
+                 [] {
+                     TiffOptions options;
+                     options.tileSize = 16;
+                     options.planar = true;
+                     return EncodeTiff(Small(Kind::greyAlpha, 8), options);
+                 }},
+        FileCase{"Jpeg", [] { return EncodeJpeg(Small(Kind::grey, 8)); }},
+        FileCase{"JpegProgressive",
+                 [] { return EncodeJpeg(Small(Kind::grey, 8), {.fullColor = false, .progressive = true}); }},
+        FileCase{"Bmp", [] { return EncodeBmp(Small(Kind::rgb, 8)); }},
+        FileCase{"BmpPalette", [] { return EncodeBmp(Small(Kind::palette, 1)); }},
+        FileCase{"BmpAlpha", [] { return EncodeBmp(Small(Kind::rgba, 8)); }}),
+    [](const auto& instance) { return std::string(instance.param.name); });
+
+TEST_F(Failing, EveryPrefixOfAnArchiveIsRefused) {
+    for (const shr::ColorFormat format : {shr::GRAYSCALE_1, shr::INDEXED_4, shr::BGRA_32}) {
+        MakeArchive(format);
+        TryEveryPrefix(folder, ReadFile(folder.File("in")), {"unpack", folder.File("in"), folder.File("out.png")});
+        std::filesystem::remove(ToPath(folder.File("out.png")));
+    }
+}
+
+TEST_F(Failing, EveryTurnedBitOfAnArchiveEndsWellOrWithAnError) {
+    for (const shr::ColorFormat format : {shr::GRAYSCALE_1, shr::INDEXED_4, shr::BGRA_32}) {
+        MakeArchive(format);
+        TryEveryBit(folder, ReadFile(folder.File("in")), "unpack");
+    }
+}
+
+TEST_F(Failing, RefusesADamagedBlockInsteadOfShowingZeroes) {
+    zbm::ZBasicMemBitmap bitmap(3, 1, shr::BGRA_32);
+    StoreArchive(bitmap, folder.File("in"));
+    Bytes bytes = ReadFile(folder.File("in"));
+    // The block's length stands after the format information (34 bytes), a version, and the tile's version and shape.
+    const std::size_t block = 34 + 2 + 2 + 12 + 4;
+    for (std::size_t i = block; i < bytes.size(); ++i) bytes[i] = 0xEE;
+    WriteFile(folder.File("in"), bytes);
+    const ToolResult result = Unpack();
+    ExpectOneErrorAbout(result, folder.File("in"));
+    EXPECT_NE(result.errors.find("damaged"), std::string::npos) << result.errors;
+}
+
+TEST_F(Failing, NotesBytesAfterTheArchiveButUnpacksIt) {
+    MakeArchive();
+    Bytes bytes = ReadFile(folder.File("in"));
+    bytes.insert(bytes.end(), {1, 2, 3});
+    WriteFile(folder.File("in"), bytes);
+    for (const ToolResult& result : {Unpack(), RunTool({"info", folder.File("in")})}) {
+        EXPECT_EQ(result.code, 0);
+        EXPECT_EQ(result.errors,
+                  "zbm: " + folder.File("in") + ": note: 3 byte(s) after the end of the archive are ignored\n");
+    }
+}
+
+int callsLeft = 0;
+int callsSeen = 0;
+bool FailOneCall(shr::FileCall) {
+    ++callsSeen;
+    return --callsLeft == 0;
+}
+
+/// Lets the n-th file call fail, for every n. Returns how many calls there are.
+int FailEveryCall(const ScratchFolder& folder, const std::vector<std::string>& arguments) {
+    const Bytes old{1, 2, 3};
+    int failures = 0;
+    for (int n = 1;; ++n) {
+        WriteFile(folder.File("out.png"), old);
+        callsLeft = n;
+        callsSeen = 0;
+        shr::SetFileFaultHook(&FailOneCall);
+        const ToolResult result = RunTool(arguments);
+        shr::SetFileFaultHook(nullptr);
+        EXPECT_EQ(folder.Names(), (std::vector<std::string>{"in", "out.png"})) << "call " << n;
+        if (result.code != 0) {
+            EXPECT_EQ(result.code, 1) << "call " << n;
+            EXPECT_EQ(result.ErrorLines().size(), 1u) << result.errors;
+            EXPECT_EQ(result.errors.find("zv"), std::string::npos) << "names a temporary file: " << result.errors;
+            EXPECT_EQ(ReadFile(folder.File("out.png")), old) << "call " << n;
+            ++failures;
+        } else {
+            EXPECT_NE(ReadFile(folder.File("out.png")), old) << "call " << n;
+        }
+        if (callsSeen < n) break;  // there was no n-th call
+    }
+    return failures;
+}
+
+TEST_F(Failing, AtAnyFileCallKeepsTheOldFileAndNothingElse) {
+    WriteFile(folder.File("in"), EncodePng(RandomImage(Kind::rgb, 8, 50, 40, 3)));
+    EXPECT_GT(FailEveryCall(folder, {"pack", folder.File("in"), folder.File("out.png")}), 5);
+    WriteFile(folder.File("in"), EncodeTiff(RandomImage(Kind::rgb, 8, 50, 40, 3)));
+    EXPECT_GT(FailEveryCall(folder, {"pack", folder.File("in"), folder.File("out.png")}), 5);
+    WriteFile(folder.File("in"), EncodeJpeg(RandomImage(Kind::rgb, 8, 50, 40, 3)));
+    EXPECT_GT(FailEveryCall(folder, {"pack", folder.File("in"), folder.File("out.png")}), 5);
+    MakeArchive(shr::BGR_24, 50, 40);
+    EXPECT_GT(FailEveryCall(folder, {"unpack", folder.File("in"), folder.File("out.png")}), 5);
+}
+
+TEST_F(Failing, AtAnyFileCallNeverReportsAPictureThatIsNotWhole) {
+    MakeArchive(shr::BGR_24, 50, 40);
+    for (const char* name : {"out.tif", "out.jpg", "out.bmp"}) {
+        ASSERT_EQ(RunTool({"unpack", folder.File("in"), folder.File(name)}).code, 0);
+        const Bytes whole = ReadFile(folder.File(name));
+        for (int n = 1;; ++n) {
+            std::filesystem::remove(ToPath(folder.File(name)));
+            callsLeft = n;
+            callsSeen = 0;
+            shr::SetFileFaultHook(&FailOneCall);
+            const ToolResult result = RunTool({"unpack", folder.File("in"), folder.File(name)});
+            shr::SetFileFaultHook(nullptr);
+            if (result.code == 0) {
+                ASSERT_EQ(ReadFile(folder.File(name)), whole) << name << ", call " << n;
+            } else {
+                ASSERT_EQ(folder.Names(), std::vector<std::string>{"in"}) << name << ", call " << n;
+            }
+            if (callsSeen < n) break;
+        }
+        std::filesystem::remove(ToPath(folder.File(name)));
+    }
+}
+
+TEST_F(Failing, OnAFullDiskSaysSoOnceAndNamesTheTarget) {
+    const shr::FileTransferHook full = [](shr::FileCall call) {
+        return call == shr::FileCall::write ? shr::FileTransfer::diskFull : shr::FileTransfer::whole;
+    };
+    MakeArchive(shr::BGR_24, 50, 40);
+    for (const char* name : {"out.png", "out.tif", "out.jpg", "out.bmp"}) {
+        shr::SetFileTransferHook(full);
+        const ToolResult result = RunTool({"unpack", folder.File("in"), folder.File(name)});
+        shr::SetFileTransferHook(nullptr);
+        ExpectOneErrorAbout(result, folder.File(name));
+        EXPECT_EQ(folder.Names(), std::vector<std::string>{"in"});
+    }
+    WriteFile(folder.File("in"), EncodePng(RandomImage(Kind::rgb, 8, 50, 40, 3)));
+    shr::SetFileTransferHook(full);
+    const ToolResult result = Pack();
+    shr::SetFileTransferHook(nullptr);
+    ExpectOneErrorAbout(result, folder.File("out.png"));
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"in"});
+}
+
+TEST_F(Failing, ShortAndInterruptedTransfersChangeNothing) {
+    WriteFile(folder.File("in"), EncodePng(RandomImage(Kind::rgb, 8, 50, 40, 3)));
+    ASSERT_EQ(Pack().code, 0);
+    const Bytes expected = ReadFile(folder.File("out.png"));
+    static int count;
+    count = 0;
+    shr::SetFileTransferHook(
+        [](shr::FileCall) { return ++count % 3 == 0 ? shr::FileTransfer::interrupted : shr::FileTransfer::part; });
+    EXPECT_EQ(Pack().code, 0);
+    shr::SetFileTransferHook(nullptr);
+    EXPECT_GT(count, 10);
+    EXPECT_EQ(ReadFile(folder.File("out.png")), expected);
+}
+
+/// Requests cancelling at the n-th file call, for every n.
+void CancelAtEveryCall(const ScratchFolder& folder, const std::vector<std::string>& arguments, const Bytes& old) {
+    int cancelled = 0;
+    for (int n = 1;; ++n) {
+        WriteFile(folder.File("out.png"), old);
+        callsLeft = n;
+        callsSeen = 0;
+        shr::SetFileFaultHook([](shr::FileCall) {
+            ++callsSeen;
+            if (--callsLeft == 0) tool::SetCancelRequested(true);
+            return false;
+        });
+        const ToolResult result = RunTool(arguments);
+        shr::SetFileFaultHook(nullptr);
+        tool::SetCancelRequested(false);
+        ASSERT_EQ(folder.Names(), (std::vector<std::string>{"in", "out.png"})) << "call " << n;
+        ASSERT_EQ(result.errors, "");
+        // Once the result is whole, it is too late to cancel.
+        ASSERT_TRUE(result.code == 130 || result.code == 0) << "call " << n;
+        ASSERT_EQ(ReadFile(folder.File("out.png")) == old, result.code == 130) << "call " << n;
+        cancelled += result.code == 130;
+        if (callsSeen < n) break;
+    }
+    EXPECT_GT(cancelled, 3);
+}
+
+TEST_F(Failing, CancellingAtAnyTimeLeavesNothingBehind) {
+    WriteFile(folder.File("in"), EncodePng(RandomImage(Kind::rgb, 8, 300, 200, 3)));
+    CancelAtEveryCall(folder, {"pack", folder.File("in"), folder.File("out.png")}, {1, 2, 3});
+    WriteFile(folder.File("in"), EncodeTiff(RandomImage(Kind::rgb, 8, 300, 200, 3)));
+    CancelAtEveryCall(folder, {"pack", folder.File("in"), folder.File("out.png")}, {1, 2, 3});
+    MakeArchive(shr::BGR_24, 100, 60);
+    CancelAtEveryCall(folder, {"unpack", folder.File("in"), folder.File("out.png")}, {1, 2, 3});
+}
+
+}  // namespace
+}  // namespace test

@@ -1,0 +1,243 @@
+// The tool as a process of its own: signals, devices and file systems that are really full.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <functional>
+#include <thread>
+
+#include "apps/Image.h"
+#include "apps/Scratch.h"
+#include "apps/ToolRun.h"
+#include "shr/FileFaults.h"
+
+namespace test {
+namespace {
+
+/// The tool, running.
+class Process {
+public:
+    /// `prepare` runs in the new process, before the tool.
+    Process(
+        const ScratchFolder& folder, const std::vector<std::string>& arguments,
+        const std::function<void()>& prepare = [] {})
+        : outName(folder.File("stdout.txt")), errorsName(folder.File("stderr.txt")) {
+        std::vector<std::string> words{ZBM_TOOL};
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        std::vector<char*> pointers;
+        for (std::string& word : words) pointers.push_back(word.data());
+        pointers.push_back(nullptr);
+        id = fork();
+        if (id != 0) return;
+        dup2(open(outName.c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0600), STDOUT_FILENO);
+        dup2(open(errorsName.c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0600), STDERR_FILENO);
+        prepare();
+        execv(pointers[0], pointers.data());
+        _exit(127);
+    }
+    void Signal(int signal) const { kill(id, signal); }
+
+    /// Waits for its end. The files that took its output are gone afterwards.
+    ToolResult Result() {
+        int status = 0;
+        waitpid(id, &status, 0);
+        ToolResult result;
+        result.code = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+        const auto text = [](const std::string& name) {
+            const Bytes bytes = ReadFile(name);
+            std::filesystem::remove(ToPath(name));
+            return std::string(bytes.begin(), bytes.end());
+        };
+        result.out = text(outName);
+        result.errors = text(errorsName);
+        return result;
+    }
+
+private:
+    std::string outName, errorsName;
+    pid_t id;
+};
+
+/// A BMP picture of noise, which takes the slowest method a while.
+Bytes LargeNoise(int side) {
+    Bytes bytes = EncodeBmp(RandomImage(Kind::rgb, 8, 4, 4, 1));
+    const auto put = [&](std::size_t offset, std::uint32_t value) { std::memcpy(&bytes[offset], &value, 4); };
+    put(18, static_cast<std::uint32_t>(side));
+    put(22, static_cast<std::uint32_t>(side));
+    bytes.resize(54 + static_cast<std::size_t>(side) * static_cast<unsigned>(side) * 3);
+    std::uint32_t state = 1;
+    for (std::size_t i = 54; i < bytes.size(); ++i) {
+        state = state * 1664525 + 1013904223;
+        bytes[i] = static_cast<std::uint8_t>(state >> 24);
+    }
+    return bytes;
+}
+
+TEST(Process, GivesTheExitCodesToTheShell) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 20, 20, 1)));
+    EXPECT_EQ(Process(folder, {"pack", folder.File("p"), folder.File("a")}).Result().code, 0);
+    const ToolResult info = Process(folder, {"info", folder.File("a")}).Result();
+    EXPECT_EQ(info.code, 0);
+    EXPECT_EQ(info.out.find("size: 20 x 20\n"), 0u);
+    EXPECT_EQ(info.errors, "");
+    ExpectOneErrorAbout(Process(folder, {"info", folder.File("p")}).Result(), folder.File("p"));
+    EXPECT_EQ(Process(folder, {"pack"}).Result().code, 2);
+    EXPECT_EQ(Process(folder, {"--version"}).Result().code, 0);
+}
+
+class Interrupting : public testing::TestWithParam<int> {};
+
+TEST_P(Interrupting, EndsTheToolWithNothingLeftBehind) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p.bmp"), LargeNoise(3000));
+    WriteFile(folder.File("a"), {1, 2, 3});
+    Process process(folder, {"pack", folder.File("p.bmp"), folder.File("a"), "--method", "small", "--tile", "64x64"});
+    // As soon as it has begun to write.
+    const auto writing = [&] {
+        for (const std::string& name : folder.Names()) {
+            if (name.find(".tmp") != std::string::npos) return true;
+        }
+        return false;
+    };
+    while (!writing()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    process.Signal(GetParam());
+    const ToolResult result = process.Result();
+    EXPECT_EQ(result.code, 130);
+    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(folder.Names(), (std::vector<std::string>{"a", "p.bmp"}));
+    EXPECT_EQ(ReadFile(folder.File("a")), (Bytes{1, 2, 3}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, Interrupting, testing::Values(SIGINT, SIGTERM, SIGHUP),
+                         [](const auto& instance) { return std::string("Signal") + std::to_string(instance.param); });
+
+TEST(Process, RefusesDevicesAsFiles) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 20, 20, 1)));
+    ExpectOneErrorAbout(Process(folder, {"pack", folder.File("p"), "/dev/full"}).Result(), "/dev/full");
+    ExpectOneErrorAbout(Process(folder, {"pack", "/dev/full", folder.File("a")}).Result(), "/dev/full");
+    ExpectOneErrorAbout(Process(folder, {"info", "/dev/full"}).Result(), "/dev/full");
+    // A link to it is no way around, and the device is still one.
+    ASSERT_EQ(symlink("/dev/full", folder.File("full.png").c_str()), 0);
+    ASSERT_EQ(Process(folder, {"pack", folder.File("p"), folder.File("a")}).Result().code, 0);
+    ExpectOneErrorAbout(Process(folder, {"unpack", folder.File("a"), folder.File("full.png")}).Result(),
+                        folder.File("full.png"));
+    struct stat status {};
+    ASSERT_EQ(stat("/dev/full", &status), 0);
+    EXPECT_TRUE(S_ISCHR(status.st_mode));
+}
+
+TEST(Process, ReportsAStandardOutputThatIsFull) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 20, 20, 1)));
+    ASSERT_EQ(Process(folder, {"pack", folder.File("p"), folder.File("a")}).Result().code, 0);
+    const ToolResult result =
+        Process(folder, {"info", folder.File("a")}, [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); }).Result();
+    ExpectOneErrorAbout(result, "standard output");
+}
+
+TEST(Process, StopsAtAFileSizeLimitWithAnError) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p"), LargeNoise(800));
+    const ToolResult result = Process(folder, {"pack", folder.File("p"), folder.File("a")}, [] {
+                                  const rlimit limit{1 << 20, 1 << 20};
+                                  setrlimit(RLIMIT_FSIZE, &limit);
+                              }).Result();
+    ExpectOneErrorAbout(result, folder.File("a"));
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"p"});
+}
+
+/// A file system of 1 MiB on a folder, where we may mount one.
+class SmallDisk {
+public:
+    explicit SmallDisk(const std::string& name) : folder(name) {
+        mkdir(folder.c_str(), 0700);
+        mounted = mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=1m") == 0;
+    }
+    ~SmallDisk() {
+        if (mounted) umount2(folder.c_str(), MNT_DETACH);
+    }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+    bool IsMounted() const { return mounted; }
+
+private:
+    std::string folder;
+    bool mounted;
+};
+
+TEST(Process, OnADiskOfOneMebibyteSaysItIsFullAndLeavesNothing) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p"), LargeNoise(800));
+    ASSERT_EQ(Process(folder, {"pack", folder.File("p"), folder.File("a")}).Result().code, 0);
+    const SmallDisk disk(folder.File("disk"));
+    const std::vector<std::vector<std::string>> commands{{"pack", folder.File("p"), folder.File("disk/a")},
+                                                         {"unpack", folder.File("a"), folder.File("disk/b.png")},
+                                                         {"unpack", folder.File("a"), folder.File("disk/b.tif")},
+                                                         {"unpack", folder.File("a"), folder.File("disk/b.bmp")}};
+    for (const auto& command : commands) {
+        // Where nothing can be mounted, the first mebibyte of writes succeeds and the rest is told the same.
+        static int writesLeft;
+        writesLeft = 2;
+        if (!disk.IsMounted()) {
+            shr::SetFileTransferHook([](shr::FileCall call) {
+                const bool full = call == shr::FileCall::write && --writesLeft < 0;
+                return full ? shr::FileTransfer::diskFull : shr::FileTransfer::whole;
+            });
+        }
+        const ToolResult result = disk.IsMounted() ? Process(folder, command).Result() : RunTool(command);
+        shr::SetFileTransferHook(nullptr);
+        ExpectOneErrorAbout(result, command[2]);
+        EXPECT_NE(result.errors.find("No space left on device"), std::string::npos) << result.errors;
+        EXPECT_TRUE(std::filesystem::is_empty(ToPath(folder.File("disk"))));
+    }
+}
+
+mode_t ModeOf(const std::string& name) {
+    struct stat status {};
+    EXPECT_EQ(stat(name.c_str(), &status), 0);
+    return status.st_mode & 0777;
+}
+
+TEST(Process, GivesANewFileTheUsualPermissionsAndKeepsThoseOfAnOldOne) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 20, 20, 1)));
+    const auto pack = [&] {
+        return Process(folder, {"pack", folder.File("p"), folder.File("a")}, [] { umask(027); }).Result().code;
+    };
+    ASSERT_EQ(pack(), 0);
+    EXPECT_EQ(ModeOf(folder.File("a")), 0640u);
+    chmod(folder.File("a").c_str(), 0604);
+    ASSERT_EQ(pack(), 0);
+    EXPECT_EQ(ModeOf(folder.File("a")), 0604u);
+}
+
+TEST(Process, WritesTheFileBehindALink) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 20, 20, 1)));
+    WriteFile(folder.File("real"), {1});
+    ASSERT_EQ(symlink("real", folder.File("link").c_str()), 0);
+    ASSERT_EQ(Process(folder, {"pack", folder.File("p"), folder.File("link")}).Result().code, 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(ToPath(folder.File("link"))));
+    EXPECT_EQ(LoadArchive(folder.File("real"))->GetPixelWidth(), 20);
+}
+
+TEST(Process, TakesFileNamesThatAreNoText) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 20, 20, 1)));
+    const std::string name = folder.File("") + "a\xFF\x80";
+    ASSERT_EQ(Process(folder, {"pack", folder.File("p"), name}).Result().code, 0);
+    EXPECT_EQ(access(name.c_str(), R_OK), 0);
+    EXPECT_EQ(Process(folder, {"info", name}).Result().code, 0);
+}
+
+}  // namespace
+}  // namespace test

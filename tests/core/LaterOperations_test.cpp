@@ -1,0 +1,37 @@
+// Operations whose places in the interface are kept, and which do nothing yet: they say so by an internal error instead
+// of pretending.
+#include <gtest/gtest.h>
+
+#include "shr/Dib.h"
+#include "support_code/ExpectError.h"
+#include "support_code/FormulaPicture.h"
+#include "zbm/ZMemBitmap.h"
+#include "zpixf/ZPixfNull.h"
+
+namespace {
+
+using testkit::RaisesInternalError;
+
+TEST(LaterOperations, FetchDibIsRefused) {
+    const zbm::ZBasicMemBitmap bitmap = testkit::FormulaBitmap(37, 23, shr::INDEXED_4, 13, 9);
+    shr::CDib dib;
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FetchDib(dib, RECT{0, 0, 5, 5}); }, L"zbmbitmap"));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FetchDib(dib, 0, 0, 5, 5); }, L"zbmbitmap"));
+    EXPECT_TRUE(dib.IsEmpty());
+    EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
+}
+
+TEST(LaterOperations, FilteringIsRefused) {
+    zbm::ZBasicMemBitmap bitmap = testkit::FormulaBitmap(37, 23, shr::INDEXED_4, 13, 9);
+    zpixf::ZPixfNull filter;
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FilterScanLines(filter, nullptr); }, L"ZBMBasicMemBitmap"));
+    EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
+}
+
+TEST(LaterOperations, BuildingReductionsIsRefused) {
+    zbm::ZMemBitmap bitmap(100, 100, shr::BGRA_32);
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.CommitAll(nullptr); }, L"ZBMMemBitmap"));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.CommitAll(nullptr, true); }, L"ZBMMemBitmap"));
+}
+
+}  // namespace

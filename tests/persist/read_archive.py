@@ -1,0 +1,149 @@
+#!/usr/bin/env python3
+"""Takes bitmap archives apart that were stored without compression, and compares every pixel with the formula.
+
+    read_archive.py ARCHIVE...
+
+An independent reader of what docs/file-formats.md says: it stands on the standard library alone and shares nothing with
+the library that wrote the archives. Files named "with-reductions..." hold a memory bitmap with reductions, all others a
+bitmap in memory.
+"""
+import os
+import struct
+import sys
+
+BITS = [0, 1, 4, 8, 16, 32, 1, 4, 8, 24, 32, 32, 32, 32]
+COLORS = {6: 2, 7: 16, 8: 256}
+WITH_ALPHA_CHANNEL = (10, 11, 13)
+BGRX_32, PBGRA_32 = 12, 13
+
+
+class Archive:
+    def __init__(self, data):
+        self.data = data
+        self.position = 0
+
+    def raw(self, size):
+        piece = self.data[self.position:self.position + size]
+        assert len(piece) == size, "the archive is too short"
+        self.position += size
+        return piece
+
+    def value(self, code):
+        return struct.unpack("<" + code, self.raw(struct.calcsize(code)))[0]
+
+    def version(self):
+        version = self.value("H")
+        assert version == 1, f"version {version}"
+
+    def stored_block(self, size):
+        """A compressed block of the kind that is not compressed: kind 1, the bytes, a checksum of 4 bytes."""
+        block = self.raw(self.value("I"))
+        assert block[0] == 1, f"a block of kind {block[0]}"
+        assert len(block) == 1 + size + 4, "a block of another size"
+        return block[1:1 + size]
+
+
+def row_bytes(width, bits):
+    return (bits * width + 31) // 32 * 4
+
+
+def formula_byte(x, y, k):
+    return (7 * x + 13 * y + 61 * k + x * y) & 255
+
+
+def formula_pixel(pixel_format, x, y):
+    bits = BITS[pixel_format]
+    if bits < 8:
+        return formula_byte(x, y, 0) >> (8 - bits)
+    values = [formula_byte(x, y, k) for k in range(bits // 8)]
+    if pixel_format == BGRX_32:
+        values[3] = 0
+    if pixel_format == PBGRA_32:
+        values[:3] = [(value * values[3] + 127) // 255 for value in values[:3]]
+    return int.from_bytes(bytes(values), "little")
+
+
+def formula_mask(x, y):
+    return (5 * x + 3 * y + x * y) % 7 < 4
+
+
+def formula_color(i):
+    return bytes(value & 255 for value in (11 * i + 3, 7 * i + 5, 13 * i + 9, 255 - i))
+
+
+def pixel_at(row, x, bits):
+    if bits < 8:
+        per_byte = 8 // bits
+        shift = (per_byte - 1 - x % per_byte) * bits
+        return row[x // per_byte] >> shift & ((1 << bits) - 1)
+    size = bits // 8
+    return int.from_bytes(row[x * size:(x + 1) * size], "little")
+
+
+def bottom_up_rows(plane, height):
+    size = len(plane) // height
+    return [plane[(height - 1 - y) * size:(height - y) * size] for y in range(height)]
+
+
+def check_tile(archive, pixel_format, left, top, width, height):
+    archive.version()
+    head = [archive.value("i") for _ in range(3)]
+    assert head == [width, height, pixel_format], f"a tile of {head} at ({left}, {top})"
+    bits = BITS[pixel_format]
+    rows = bottom_up_rows(archive.stored_block(row_bytes(width, bits) * height), height)
+    masks = None
+    if pixel_format not in WITH_ALPHA_CHANNEL:
+        masks = bottom_up_rows(archive.stored_block(row_bytes(width, 1) * height), height)
+    for y in range(height):
+        for x in range(width):
+            place = (left + x, top + y)
+            assert pixel_at(rows[y], x, bits) == formula_pixel(pixel_format, *place), f"pixel {place}"
+            if masks is not None:
+                assert bool(pixel_at(masks[y], x, 1)) == formula_mask(*place), f"mask bit {place}"
+
+
+def check_bitmap(archive):
+    """Gives the number of pixels that were compared."""
+    archive.version()
+    height, width, pixel_format, tile_height, tile_width, x_resolution, y_resolution = (
+        archive.value("i") for _ in range(7))
+    assert (x_resolution, y_resolution) == (1000 + pixel_format, 2000 + pixel_format), "resolution"
+    colors = archive.value("I")
+    assert colors == COLORS.get(pixel_format, 0), f"{colors} colours"
+    for i in range(colors):
+        assert archive.raw(4) == formula_color(i), f"colour {i}"
+    archive.version()
+    for top in range(0, height, tile_height):
+        for left in range(0, width, tile_width):
+            check_tile(archive, pixel_format, left, top, min(tile_width, width - left),
+                       min(tile_height, height - top))
+    return width * height
+
+
+def check_bitmap_with_reductions(archive):
+    archive.version()
+    pixels = check_bitmap(archive)
+    assert archive.value("I") == 1, "no reductions are stored"
+    for _ in range(archive.value("I")):
+        pixels += check_bitmap(archive)
+    return pixels
+
+
+def main(names):
+    if not names:
+        sys.exit(__doc__)
+    for name in names:
+        with open(name, "rb") as file:
+            archive = Archive(file.read())
+        with_reductions = os.path.basename(name).startswith("with-reductions")
+        try:
+            pixels = check_bitmap_with_reductions(archive) if with_reductions else check_bitmap(archive)
+            assert archive.position == len(archive.data), "bytes are left over"
+            assert pixels > 0, "no pixels"
+        except AssertionError as error:
+            sys.exit(f"{name}: {error}, near byte {archive.position}")
+        print(f"{name}: {pixels} pixels")
+
+
+if __name__ == "__main__":
+    main(sys.argv[1:])
