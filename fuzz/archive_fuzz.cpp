@@ -13,10 +13,21 @@
 #include "zbm/SerializeIO.h"
 #include "zbm/ZMemBitmap.h"
 
-// An archive that does not tell its length may claim one tile of gigabytes before its end shows. Such a request fails
-// here, as it would on a small machine, so that the fuzzer's own limit is left for what must not be.
+// An archive that does not tell its length may claim a tile of gigabytes before its end shows. A request for more than
+// this fails here, as it would on a small machine, so that the fuzzer's own limit is left for what must not be.
+constexpr std::size_t kLargestRequest = std::size_t{256} << 20;
+
 extern "C" const char* __asan_default_options();
 extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1:max_allocation_size_mb=256"; }
+
+// The sanitizer's own operator new would end the program instead of throwing.
+void* operator new(std::size_t size) {
+    void* block = size > kLargestRequest ? nullptr : std::malloc(size == 0 ? 1 : size);
+    if (block == nullptr) throw std::bad_alloc();
+    return block;
+}
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 namespace {
 

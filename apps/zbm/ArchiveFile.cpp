@@ -4,7 +4,6 @@
 
 #include "ArchiveCheck.h"
 #include "ErrorContext.h"
-#include "OutputFile.h"
 #include "shr/Archive.h"
 #include "shr/BufferedFile.h"
 #include "zbm/SerializeIO.h"
@@ -27,10 +26,9 @@ void NoteTrailingBytes(Console& console, const ZString& name, std::uint64_t byte
 
 }  // namespace
 
-void StoreArchive(zbm::ZBitmap& bitmap, const ZString& name, zcdl::CodecMethod method, shr::IProgress& progress) {
-    OutputFile output(name);
+void StoreArchive(zbm::ZBitmap& bitmap, OutputFile& output, zcdl::CodecMethod method, shr::IProgress& progress) {
     InContextOf(
-        name,
+        output.Target(),
         [&] {
             shr::FileArchive archive(output.File(), shr::FileArchive::Direction::storing);
             Serialize(bitmap, archive, method, progress);

@@ -3,15 +3,16 @@
 #include <memory>
 
 #include "Console.h"
+#include "OutputFile.h"
 #include "shr/IProgress.h"
 #include "zbm/ZBasicMemBitmap.h"
 #include "zcdl/Codec.h"
 
 namespace tool {
 
-/// Stores the bitmap in a new file of that name: its archive and nothing else. An existing file is replaced only when
-/// the new one is whole. Raises ToolError, and shr::AbortException when cancelled.
-void StoreArchive(zbm::ZBitmap& bitmap, const ZString& name, zcdl::CodecMethod method, shr::IProgress& progress);
+/// Makes the file the bitmap's archive, with nothing else in it, and commits it. Raises ToolError, and
+/// shr::AbortException when cancelled.
+void StoreArchive(zbm::ZBitmap& bitmap, OutputFile& output, zcdl::CodecMethod method, shr::IProgress& progress);
 
 struct LoadedArchive {
     std::unique_ptr<zbm::ZBasicMemBitmap> bitmap;

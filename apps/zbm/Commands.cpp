@@ -44,14 +44,19 @@ BitmapPtr ReadPicture(const PackOptions& options, Console& console, ConsoleProgr
     });
 }
 
-void WritePicture(zbm::ZBitmap& bitmap, const UnpackOptions& options, Console& console, ConsoleProgress& progress) {
+BitmapFacts Examine(zbm::ZBitmap& bitmap, ConsoleProgress& progress) {
+    const shr::CScopedIProgressTask task(&progress, L"Examining pixels...");
+    return LookAt(bitmap, progress);
+}
+
+void WritePicture(zbm::ZBitmap& bitmap, OutputFile& output, const UnpackOptions& options, Console& console,
+                  ConsoleProgress& progress) {
     const PictureWriter write = WriterFor(options.picture);
-    OutputFile output(options.picture);
+    const BitmapFacts facts = Examine(bitmap, progress);
     InContextOf(
         options.picture,
         [&] {
             const shr::CScopedIProgressTask task(&progress, L"Writing picture...");
-            const BitmapFacts facts = LookAt(bitmap, progress);
             PictureJob job{bitmap, facts, output.File(), options.picture, console, progress, options.jpegQuality};
             write(job);
             output.Commit();
@@ -85,26 +90,27 @@ double CompressionRatio(const LoadedArchive& archive) {
 
 void Pack(const PackOptions& options, Console& console) {
     ConsoleProgress progress(console);
+    OutputFile output(options.archive);  // first, so that a name that cannot be written is told before the work
     const BitmapPtr bitmap = ReadPicture(options, console, progress);
-    StoreArchive(*bitmap, options.archive, options.method, progress);
+    StoreArchive(*bitmap, output, options.method, progress);
 }
 
 void Unpack(const UnpackOptions& options, Console& console) {
     ConsoleProgress progress(console);
+    OutputFile output(options.picture);
     const LoadedArchive archive = LoadArchive(options.archive, console, progress);
     if (archive.bitmap->GetPixelWidth() == 0 || archive.bitmap->GetPixelHeight() == 0) {
         throw ToolError(options.archive, "its bitmap is empty, and no picture can be");
     }
-    WritePicture(*archive.bitmap, options, console, progress);
+    WritePicture(*archive.bitmap, output, options, console, progress);
 }
 
 void Info(const InfoOptions& options, std::ostream& out, Console& console) {
     ConsoleProgress progress(console);
     const LoadedArchive archive = LoadArchive(options.archive, console, progress);
     zbm::ZBitmap& bitmap = *archive.bitmap;
-    const BitmapFacts facts = LookAt(bitmap, progress);
+    const BitmapFacts facts = Examine(bitmap, progress);
     const int tileRows = bitmap.GetNumScanRectRows();
-    console.ClearStatus();
     out << "size: " << bitmap.GetPixelWidth() << " x " << bitmap.GetPixelHeight() << '\n'
         << "format: " << kFormatNames[bitmap.GetColorFormat()] << '\n'
         << "tile size: " << bitmap.GetScanRectWidth() << " x " << bitmap.GetScanRectHeight() << '\n'

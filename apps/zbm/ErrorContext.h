@@ -13,7 +13,8 @@ std::string TextOf(const shr::Exception& error, const ZString& file, const ZStri
 
 /// Executes `action`, which is about `file`, and turns whatever it raises into a ToolError that says so. A ToolError
 /// and a cancelling pass as they are. `alias` is the name under which the file is open, if that is another.
-template <class Action> auto InContextOf(const ZString& file, const Action& action, const ZString& alias = {}) {
+template <class Action>
+auto InContextOf(const ZString& file, const Action& action, const ZString& alias = {}) {
     try {
         return action();
     } catch (const ToolError&) { throw; } catch (const shr::Exception& error) {

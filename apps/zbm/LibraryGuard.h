@@ -13,13 +13,15 @@ class LibraryGuard {
 public:
     /// Executes `call`, which calls the library and makes no objects. Raises what a callback caught, or
     /// std::runtime_error with the library's own message.
-    template <class Call> void Run(const Call& call) {
+    template <class Call>
+    void Run(const Call& call) {
         if (setjmp(jump) != 0) Raise();
         call();
     }
 
     /// For callbacks: executes `action`; false when it threw. What it threw is kept for Run.
-    template <class Action> bool Try(const Action& action) noexcept {
+    template <class Action>
+    bool Try(const Action& action) noexcept {
         try {
             action();
             return true;

@@ -17,6 +17,8 @@ public:
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
+    /// The name as it was given.
+    const ZString& Target() const noexcept { return target; }
     /// Open for reading and writing, empty at first.
     shr::CBufferedFile& File() noexcept { return file; }
     /// The temporary name, which the file's own errors tell.
@@ -26,7 +28,7 @@ public:
     void Commit();
 
 private:
-    ZString target;     // as the user gave it
+    ZString target;
     ZString place;      // the file itself, where the target is a link
     ZString temporary;  // empty once it is gone
     shr::CBufferedFile file;

@@ -46,7 +46,8 @@ public:
     void Check(bool succeeded);
 
 private:
-    template <class Action> bool Try(const Action& action) noexcept;
+    template <class Action>
+    bool Try(const Action& action) noexcept;
     static TiffStream& Of(thandle_t handle) { return *static_cast<TiffStream*>(handle); }
     static tmsize_t OnRead(thandle_t handle, void* destination, tmsize_t byteCount);
     static tmsize_t OnWrite(thandle_t handle, void* bytes, tmsize_t byteCount);

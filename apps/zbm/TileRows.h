@@ -35,7 +35,8 @@ public:
 private:
     void Enter(int y);
     void Leave();
-    template <class Copy> void ForEachPart(int x, int y, int count, const Copy& copy);
+    template <class Copy>
+    void ForEachPart(int x, int y, int count, const Copy& copy);
 
     zbm::ZBitmap& bitmap;
     std::vector<zbm::ZScanRect*> tiles;  // the locked ones

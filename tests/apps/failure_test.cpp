@@ -101,24 +101,24 @@ void TryEveryPrefix(const ScratchFolder& folder, const Bytes& whole, const std::
     EXPECT_EQ(RunTool(arguments).code, 0);
 }
 
-/// Runs the tool on the file with every single bit turned, which must end well or with an error. Putting a result on
-/// the device takes longer than all else, so most of them go to a folder that is not there.
-void TryEveryBit(const ScratchFolder& folder, Bytes bytes, const std::string& command) {
-    constexpr std::size_t kStepOfWholeRuns = 13;
-    for (std::size_t bit = 0; bit < 8 * bytes.size(); ++bit) {
-        bytes[bit / 8] = static_cast<std::uint8_t>(bytes[bit / 8] ^ 1 << bit % 8);
+/// Runs the tool on the file with single bits turned, one or two of every byte, which must end well or with an error.
+void TryTurnedBits(const ScratchFolder& folder, Bytes bytes, const std::string& command) {
+    constexpr std::size_t kStep = 5, kStepOfWholeRuns = 7;
+    for (std::size_t i = 0; kStep * i < 8 * bytes.size(); ++i) {
+        const std::size_t byte = kStep * i / 8, bit = kStep * i % 8;
+        bytes[byte] = static_cast<std::uint8_t>(bytes[byte] ^ 1 << bit);
         WriteFile(folder.File("in"), bytes);
-        bytes[bit / 8] = static_cast<std::uint8_t>(bytes[bit / 8] ^ 1 << bit % 8);
-        const bool whole = bit % kStepOfWholeRuns == 0;
-        const ToolResult result =
-            RunTool({command, folder.File("in"), folder.File(whole ? "out.png" : "none/out.png")});
-        ASSERT_TRUE(result.code == 0 || result.code == 1) << "bit " << bit;
-        ASSERT_LE(result.ErrorLines().size(), 12u) << "bit " << bit << result.errors;
-        if (result.code == 0) {
-            ASSERT_EQ(folder.Names(), (std::vector<std::string>{"in", "out.png"})) << "bit " << bit;
-            std::filesystem::remove(ToPath(folder.File("out.png")));
-        }
-        ASSERT_EQ(folder.Names(), std::vector<std::string>{"in"}) << "bit " << bit;
+        bytes[byte] = static_cast<std::uint8_t>(bytes[byte] ^ 1 << bit);
+        // Putting a result on the device takes longer than all else, so most runs fail when they come to that.
+        if (i % kStepOfWholeRuns != 0)
+            shr::SetFileFaultHook([](shr::FileCall call) { return call == shr::FileCall::sync; });
+        const ToolResult result = RunTool({command, folder.File("in"), folder.File("out.png")});
+        shr::SetFileFaultHook(nullptr);
+        ASSERT_TRUE(result.code == 0 || result.code == 1) << "byte " << byte << ", bit " << bit;
+        ASSERT_LE(result.ErrorLines().size(), 12u) << "byte " << byte << ", bit " << bit << ": " << result.errors;
+        const bool made = result.code == 0;
+        ASSERT_EQ(folder.Names().size(), made ? 2u : 1u) << "byte " << byte << ", bit " << bit;
+        if (made) std::filesystem::remove(ToPath(folder.File("out.png")));
     }
 }
 
@@ -140,7 +140,7 @@ protected:
 
 TEST_P(FailingOnDamaged, EveryPrefixIsRefused) { TryEveryPrefix(folder, GetParam().make(), PackArguments()); }
 
-TEST_P(FailingOnDamaged, EveryTurnedBitEndsWellOrWithAnError) { TryEveryBit(folder, GetParam().make(), "pack"); }
+TEST_P(FailingOnDamaged, TurnedBitsEndWellOrWithAnError) { TryTurnedBits(folder, GetParam().make(), "pack"); }
 
 INSTANTIATE_TEST_SUITE_P(
     Pictures, FailingOnDamaged,
@@ -178,10 +178,10 @@ TEST_F(Failing, EveryPrefixOfAnArchiveIsRefused) {
     }
 }
 
-TEST_F(Failing, EveryTurnedBitOfAnArchiveEndsWellOrWithAnError) {
+TEST_F(Failing, TurnedBitsOfAnArchiveEndWellOrWithAnError) {
     for (const shr::ColorFormat format : {shr::GRAYSCALE_1, shr::INDEXED_4, shr::BGRA_32}) {
         MakeArchive(format);
-        TryEveryBit(folder, ReadFile(folder.File("in")), "unpack");
+        TryTurnedBits(folder, ReadFile(folder.File("in")), "unpack");
     }
 }
 

@@ -103,7 +103,9 @@ TEST_P(Interrupting, EndsTheToolWithNothingLeftBehind) {
     // As soon as it has begun to write.
     const auto writing = [&] {
         for (const std::string& name : folder.Names()) {
-            if (name.find(".tmp") != std::string::npos) return true;
+            std::error_code ignored;
+            const auto size = std::filesystem::file_size(ToPath(folder.File(name)), ignored);
+            if (name.find(".tmp") != std::string::npos && !ignored && size > 0) return true;
         }
         return false;
     };

@@ -30,8 +30,8 @@ elseif(STEP STREQUAL "cmake")
     configure_file("${CMAKE_CURRENT_LIST_DIR}/consumer.cpp" "${project}/consumer.cpp" COPYONLY)
     run("${CMAKE_COMMAND}" -S "${project}" -B "${project}/build" -G "${GENERATOR}"
         "-DCMAKE_BUILD_TYPE=${BUILD_TYPE}" "-DCMAKE_CXX_COMPILER=${CXX}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
-        "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}" "-DZBMLib2_ROOT=${SCRATCH}/${PREFIX}"
-        -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH)
+        "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}" "-DCMAKE_PREFIX_PATH=${SCRATCH}/${PREFIX}"
+        "-DCMAKE_FIND_ROOT_PATH=${SCRATCH}/${PREFIX}")
     run("${CMAKE_COMMAND}" --build "${project}/build")
     run_consumer("${project}/build/consumer")
 elseif(STEP STREQUAL "pkg-config")

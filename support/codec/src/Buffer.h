@@ -1,4 +1,5 @@
 #pragma once
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -14,11 +15,12 @@ public:
         if (count <= capacity && bytes != nullptr) return bytes.get();
         bytes.reset();
         capacity = 0;
-        // An eighth more: blocks of a picture differ a little, and each should not cost an allocation.
-        const std::uint64_t wanted = count + count / 8 + 64;
+        // What grows once may grow again: blocks of a picture differ a little, and each should not cost an allocation.
+        const std::uint64_t wanted = used ? count + count / 8 : std::max<std::uint64_t>(count, 1);
         if (wanted > SIZE_MAX / 2) throw std::bad_alloc();
         bytes.reset(new std::uint8_t[static_cast<std::size_t>(wanted)]);
         capacity = wanted;
+        used = true;
         return bytes.get();
     }
     std::uint8_t* Data() const noexcept { return bytes.get(); }
@@ -26,6 +28,7 @@ public:
 private:
     std::unique_ptr<std::uint8_t[]> bytes;
     std::uint64_t capacity = 0;
+    bool used = false;
 };
 
 }  // namespace zcdl

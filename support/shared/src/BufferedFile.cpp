@@ -11,8 +11,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <exception>
 #include <limits>
-#include <new>
 
 #include "SystemFailure.h"
 #include "SystemFile.h"
@@ -209,7 +209,10 @@ bool CBufferedFile::OpenNoThrow(const ZString& name, FileAccess access, FileMode
         }
         const SystemErrorKeeper keeper;
         opened.reset();
-    } catch (const std::bad_alloc&) { SetLastSystemError(SystemErrorCode(SystemFailure::outOfMemory)); }
+    } catch (const std::exception&) {
+        // All that is thrown here is for want of memory.
+        SetLastSystemError(SystemErrorCode(SystemFailure::outOfMemory));
+    }
     return false;
 }
 

@@ -53,9 +53,9 @@ public:
     std::size_t Read(void* dst, std::size_t byteCount);
     /// The same, but raises ERR_SHR_FILE_READ also when the file ends too early; the position then stays.
     void ReadExactly(void* dst, std::size_t byteCount);
-    /// Writes at the position, extending the file, and advances it. Raises ERR_SHR_FILE_WRITE, and so does whichever call
-    /// (Read, SetLength, Flush and Close among them) finds out that an earlier write cannot leave the buffer. That is told
-    /// once: the buffer is then dropped, and the object goes on without it.
+    /// Writes at the position, extending the file, and advances it. Raises ERR_SHR_FILE_WRITE, and so does whichever
+    /// call (Read, SetLength, Flush and Close among them) finds out that what was written earlier cannot leave the
+    /// buffer. That is told once: the buffer is then dropped, and the object goes on without it.
     void Write(const void* src, std::size_t byteCount);
 
     /// Sets the position from the file's start; it may lie past the end. Raises ERR_SHR_FILE_SEEK if negative.
