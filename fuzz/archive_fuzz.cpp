@@ -18,9 +18,12 @@
 constexpr std::size_t kLargestRequest = std::size_t{256} << 20;
 
 extern "C" const char* __asan_default_options();
-extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1:max_allocation_size_mb=256"; }
+extern "C" const char* __asan_default_options() {
+    return "allocator_may_return_null=1:max_allocation_size_mb=256:alloc_dealloc_mismatch=0";
+}
 
-// The sanitizer's own operator new would end the program instead of throwing.
+// The sanitizer's own operator new would end the program instead of throwing. (libFuzzer mixes its forms with these, so
+// that the sanitizer must not compare them.)
 void* operator new(std::size_t size) {
     void* block = size > kLargestRequest ? nullptr : std::malloc(size == 0 ? 1 : size);
     if (block == nullptr) throw std::bad_alloc();

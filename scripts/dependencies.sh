@@ -9,6 +9,7 @@
 #   windows  scripts/windows.sh
 #
 #   scripts/dependencies.sh --lists PACKAGE      only makes sure that apt-get knows where to get PACKAGE
+# shellcheck disable=SC2034  # the lists are read through a reference
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 packages_build=(g++ cmake ninja-build pkg-config googletest libbenchmark-dev libcli11-dev

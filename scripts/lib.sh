@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the scripts beside it: where the project lies, and the steps that several of them take.
 set -euo pipefail
 

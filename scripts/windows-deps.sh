@@ -34,12 +34,14 @@ write_source_list() {
     mkdir -p "$deps/apt/sources" "$deps/apt/lists/partial" "$deps/apt/cache/archives/partial"
     local file
     for file in /etc/apt/sources.list.d/{debian,ubuntu}.sources; do
-        [ -f "$file" ] && sed 's/^Types:.*/Types: deb-src/' "$file" >"$deps/apt/sources/$(basename "$file")"
+        if [ -f "$file" ]; then
+            sed 's/^Types:.*/Types: deb-src/' "$file" >"$deps/apt/sources/$(basename "$file")"
+        fi
     done
-    for file in /etc/apt/sources.list; do
-        [ -f "$file" ] && sed -n 's/^deb[[:space:]]/deb-src /p' "$file" >"$deps/apt/sources/system.list"
-    done
-    return 0
+    file=/etc/apt/sources.list
+    if [ -f "$file" ]; then
+        sed -n 's/^deb[[:space:]]/deb-src /p' "$file" >"$deps/apt/sources/system.list"
+    fi
 }
 
 # our_apt get|cache ARGUMENTS...

@@ -144,6 +144,8 @@ protected:
     /// Takes over everything but the resolutions. Only on a bitmap without format (120).
     void Copy(const ZBitmap& source);
     void CopyColorTable(const ZBitmap& source);
+    /// Takes over everything, and leaves its old tiles to the source.
+    void TakeOver(ZBitmap& source) noexcept;
     void CreateScanRectLayout(int tileHeight, int tileWidth);
     void SetScanRectRowInfo(ZScanRectRow& row, int top, int rowHeight, int tileWidth) const;
     void SetPixelWidth(int value) noexcept { pixelWidth = value; }

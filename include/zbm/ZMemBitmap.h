@@ -52,6 +52,7 @@ protected:
 private:
     static void* CreateInstance();
     bool StoreWithReductions(SerializeIO& io, shr::IProgress* progress);
+    unsigned short ReadVersion(SerializeIO& io);
     bool LoadWithReductions(SerializeIO& io, shr::IProgress* progress);
 };
 

@@ -102,10 +102,14 @@ void ZBasicMemBitmap::ChangeFrom(ZBasicMemBitmap& source) {
     if (this == &source) return;
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
     Init(source.pixelHeight, source.pixelWidth, source.colorFormat, source.scanRectHeight, source.scanRectWidth);
+    TakeDetails(source);
+    // All that can fail comes before the first tile moves: then neither bitmap would hold the picture.
+    ZBasicMemBitmap onePixel(1, 1, shr::BGRA_32, 512, 512);
+    onePixel.scanRectRows[0].tiles[0].reset();
     for (std::size_t row = 0; row < scanRectRows.size(); ++row)
         scanRectRows[row].tiles.swap(source.scanRectRows[row].tiles);
-    TakeDetails(source);
-    source.Init(1, 1, shr::BGRA_32, 512, 512);
+    source.inputRowCopy.reset();
+    source.TakeOver(onePixel);
     leaveEmpty.Release();
 }
 

@@ -63,6 +63,19 @@ ZBitmap& ZBitmap::operator=(const ZBitmap& source) {
     return *this;
 }
 
+void ZBitmap::TakeOver(ZBitmap& source) noexcept {
+    pixelHeight = source.pixelHeight;
+    pixelWidth = source.pixelWidth;
+    scanRectHeight = source.scanRectHeight;
+    scanRectWidth = source.scanRectWidth;
+    xResolution = source.xResolution;
+    yResolution = source.yResolution;
+    colorFormat = source.colorFormat;
+    numColorTableItems = source.numColorTableItems;
+    std::copy_n(source.colorTable, 256, colorTable);
+    scanRectRows.swap(source.scanRectRows);
+}
+
 void ZBitmap::Init(int newPixelHeight, int newPixelWidth, ColorFormat newFormat, int newScanRectHeight,
                    int newScanRectWidth) {
     Free();

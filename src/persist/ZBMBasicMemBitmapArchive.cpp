@@ -18,7 +18,6 @@ bool ZBasicMemBitmap::Serialize(SerializeIO& io, shr::IProgress* progress, ISeri
     }
     inputRowCopy.reset();
     SerializeFormatInfo(io, nullptr);
-    if (io.ReadObjVersion() != 1) Throw_ERR_ZBM_READ_ARCHIVE(ModuleName(), "ZBMBasicMemBitmap", 818);
     return LoadTiles(io, progress);
 }
 
@@ -41,6 +40,10 @@ bool ZBasicMemBitmap::StoreTiles(SerializeIO& io, shr::IProgress* progress) {
 /// Each tile is made when its record's turn comes, so a short archive never makes us allocate the whole picture.
 bool ZBasicMemBitmap::LoadTiles(SerializeIO& io, shr::IProgress* progress) {
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
+    if (io.ReadObjVersion() != 1) {
+        leaveEmpty.Release();  // what was read before a record of an unknown version stays
+        Throw_ERR_ZBM_READ_ARCHIVE(ModuleName(), "ZBMBasicMemBitmap", 818);
+    }
     const shr::CScopedIProgressTask task(progress, L"Loading image...");
     const int rows = GetNumScanRectRows();
     for (int row = 0; row < rows; ++row) {

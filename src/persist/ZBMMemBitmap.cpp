@@ -58,7 +58,10 @@ void ZMemBitmap::Create(const ZMemBitmap& source) {
 }
 
 void ZMemBitmap::CopyAll(const ZMemBitmap& source) {
-    shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
+    shr::ScopeExit leaveEmpty([this] {
+        FreeAllPOTReductions();
+        CreateCleanup();
+    });
     ZBasicMemBitmap::CopyAll(source);
     CopyPOTReductions(source);
     leaveEmpty.Release();
@@ -73,8 +76,8 @@ void ZMemBitmap::CopyPOTReductions(const ZMemBitmap& source) {
 
 void ZMemBitmap::ChangeFrom(ZMemBitmap& source) {
     if (this == &source) return;
-    ZBasicMemBitmap::ChangeFrom(source);
     FreeAllPOTReductions();
+    ZBasicMemBitmap::ChangeFrom(source);
     reductions.swap(source.reductions);
     needsRebuild = source.needsRebuild;
     source.needsRebuild = false;
@@ -131,8 +134,19 @@ bool ZMemBitmap::StoreWithReductions(SerializeIO& io, shr::IProgress* progress) 
     return true;
 }
 
+/// An archive that fails even here leaves the bitmap empty.
+unsigned short ZMemBitmap::ReadVersion(SerializeIO& io) {
+    shr::ScopeExit leaveEmpty([this] {
+        FreeAllPOTReductions();
+        CreateCleanup();
+    });
+    const unsigned short version = io.ReadObjVersion();
+    leaveEmpty.Release();
+    return version;
+}
+
 bool ZMemBitmap::LoadWithReductions(SerializeIO& io, shr::IProgress* progress) {
-    if (io.ReadObjVersion() != 1) Throw_ERR_ZBM_READ_ARCHIVE(ModuleName(), "ZBMMemBitmap", 364);
+    if (ReadVersion(io) != 1) Throw_ERR_ZBM_READ_ARCHIVE(ModuleName(), "ZBMMemBitmap", 364);
     FreeAllPOTReductions();
     needsRebuild = true;
     if (!ZBasicMemBitmap::Serialize(io, progress, nullptr)) return false;

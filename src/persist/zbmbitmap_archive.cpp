@@ -3,6 +3,7 @@
 #include "core/Require.h"
 #include "persist/ScanRectRecord.h"
 #include "persist/Values.h"
+#include "shr/ScopeExit.h"
 #include "zbm/ISerializeLegacyGCS.h"
 #include "zbm/ZBitmap.h"
 
@@ -11,7 +12,6 @@ namespace zbm {
 namespace {
 
 constexpr Require require("zbmbitmap");
-constexpr unsigned kMaxColors = 256;
 
 [[noreturn]] void RefuseArchive(int line) { Throw_ERR_ZBM_READ_ARCHIVE(ModuleName(), "zbmbitmap", line); }
 
@@ -23,9 +23,9 @@ struct Side {
 };
 
 /// Whether the rest of the archive can hold the records of all tiles of such a picture. Where the archive does not tell
-/// how much is left, up to 2^24 tiles (a side of two million pixels) are believed.
+/// how much is left, up to 2^20 tiles (a picture of half a million pixels a side) are believed.
 bool CanHoldTiles(SerializeIO& io, int height, int width, shr::ColorFormat format, int tileHeight, int tileWidth) {
-    constexpr double kBelievedTiles = 1 << 24;
+    constexpr double kBelievedTiles = 1 << 20;
     const Side down(height, tileHeight), across(width, tileWidth);
     const auto remaining = io.RemainingBytes();
     if (!remaining) return down.Count() * across.Count() <= kBelievedTiles && down.Count() <= kBelievedTiles;
@@ -58,28 +58,27 @@ void ZBitmap::StoreFormatInfo(SerializeIO& io) const {
 }
 
 void ZBitmap::LoadFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy) {
-    if (io.ReadObjVersion() != 1) RefuseArchive(1496);
+    shr::ScopeExit leaveEmpty([this] { Free(); });
+    if (io.ReadObjVersion() != 1) {
+        leaveEmpty.Release();  // nothing of it was read, so the bitmap stays as it was
+        RefuseArchive(1496);
+    }
     const int height = ReadI32(io), width = ReadI32(io);
     const auto format = static_cast<shr::ColorFormat>(ReadI32(io));
     const int tileHeight = ReadI32(io), tileWidth = ReadI32(io);
     if (legacy != nullptr) legacy->SerializeGCS(io.GetInterface());
 
     const bool valid = height >= 0 && width >= 0 && tileHeight >= 1 && tileWidth >= 1 && shr::IsColorFormat(format);
-    if (valid && !CanHoldTiles(io, height, width, format, tileHeight, tileWidth)) {
-        Free();
-        RefuseArchive(__LINE__);
-    }
+    if (valid && !CanHoldTiles(io, height, width, format, tileHeight, tileWidth)) RefuseArchive(__LINE__);
     ZBitmap::Init(height, width, format, tileHeight, tileWidth);  // raises its own errors for values that are not valid
 
     xResolution = ReadI32(io);
     yResolution = ReadI32(io);
     const std::uint32_t count = ReadU32(io);
-    if (count > kMaxColors) {
-        Free();
-        RefuseArchive(__LINE__);
-    }
+    if (count > static_cast<std::uint32_t>(shr::ColorFmtToTblSize[colorFormat])) RefuseArchive(__LINE__);
     numColorTableItems = count;
     io.Read(reinterpret_cast<unsigned char*>(colorTable), count * sizeof(shr::Color4b));
+    leaveEmpty.Release();
 }
 
 }  // namespace zbm

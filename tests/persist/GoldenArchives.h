@@ -1,5 +1,6 @@
 #pragma once
 // The archives under tests/golden/archives: which there are, and the pictures that they hold.
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@ struct GoldenArchive {
     std::string fileName;
     shr::ColorFormat format;
     zcdl::CodecMethod method;
+    friend void PrintTo(const GoldenArchive& golden, std::ostream* out) { *out << golden.fileName; }
 };
 
 /// Each format stored as it is and compressed, and one format by the other methods. Each file holds one

@@ -99,7 +99,7 @@ TEST(CompressedBlock, IsReadAsALengthAndThatManyBytes) {
 }
 
 TEST(CompressedBlock, OfEveryMethodIsReadByEveryStream) {
-    for (const std::size_t size : {1, 2, 3, 4, 63, 64, 65, 1000, 70000})
+    for (const std::size_t size : {1u, 2u, 3u, 4u, 63u, 64u, 65u, 1000u, 70000u})
         for (const CodecMethod written : kMethods)
             for (const CodecMethod read : kMethods) {
                 const Bytes data = SomeBytes(size, 7);
@@ -162,7 +162,7 @@ TEST(CompressedBlock, ThatIsDamagedIsNotReportedAndTheNextOneIsRead) {
 TEST(CompressedBlock, OfAnotherSizeLeavesNothingOfTheBufferAndStaysInStep) {
     const Bytes data(400, 0x11);
     for (const CodecMethod method : kMethods)
-        for (const std::size_t size : {1, 399, 401, 5000}) {
+        for (const std::size_t size : {1u, 399u, 401u, 5000u}) {
             PlainArchive loading(ArchiveWriter().Block(data, method).U16(77).Take());
             SerializeIO in(loading, false);
             const Bytes read = Read(in, size);
@@ -202,7 +202,7 @@ TEST(SerializeIO, PassesOnTheArchivesErrors) {
     storing.failAtAccess = 1;
     SerializeIO out(storing, false);
     EXPECT_THROW(out.WriteObjVersion(1), ArchiveFailure);
-    for (const std::size_t access : {1, 2}) {
+    for (const std::size_t access : {1u, 2u}) {
         PlainArchive failing;
         failing.failAtAccess = access;
         SerializeIO io(failing, false);

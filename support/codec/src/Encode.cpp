@@ -23,6 +23,7 @@ std::size_t FindPeriod(const std::uint8_t* src, std::size_t byteCount) noexcept 
 struct CEncode::State {
     CodecMethod method;
     Buffer block;
+    Buffer kept;
     std::size_t blockBytes = 0;
     PlaneEncoder planes;
     FrameWriter frames;
@@ -30,7 +31,10 @@ struct CEncode::State {
     void Store(const std::uint8_t* src, std::size_t byteCount) noexcept;
     bool Repeat(const std::uint8_t* src, std::size_t byteCount) noexcept;
     bool Compress(const std::uint8_t* src, std::size_t byteCount);
+    bool CompressPlain(const std::uint8_t* src, std::size_t byteCount);
     bool CompressPlanes(const std::uint8_t* src, Survey& survey);
+    /// The smaller of these.
+    bool CompressDrawing(const std::uint8_t* src, Survey& survey);
     /// Appends a frame of `content` to the `headBytes` that the block has, and the checksum. False if storing
     /// `byteCount` bytes as they are would take no more, or if the block is so short that no reader would believe it.
     bool Finish(std::size_t headBytes, const std::uint8_t* content, std::size_t contentBytes, Effort effort,
@@ -100,12 +104,31 @@ bool CEncode::State::Repeat(const std::uint8_t* src, std::size_t byteCount) noex
 
 bool CEncode::State::Compress(const std::uint8_t* src, std::size_t byteCount) {
     Survey survey = LookAt(src, byteCount);
-    // What is drawn costs next to nothing either way; only `small` is to spend time on the rest of it.
-    const bool planesPay =
-        survey.content == Content::photographic || (survey.content == Content::drawn && method == CodecMethod::small);
-    if (planesPay && CompressPlanes(src, survey)) return true;
+    switch (survey.content) {
+        case Content::photographic: return CompressPlanes(src, survey) || CompressPlain(src, byteCount);
+        case Content::drawn:
+            // A drawing takes next to nothing either way; only `small` is to spend time on the rest of it.
+            if (method == CodecMethod::small) return CompressDrawing(src, survey);
+            break;
+        case Content::unpredictable: break;
+    }
+    return CompressPlain(src, byteCount);
+}
+
+bool CEncode::State::CompressPlain(const std::uint8_t* src, std::size_t byteCount) {
     block.Data()[0] = static_cast<std::uint8_t>(BlockKind::zstd);
     return Finish(kKindBytes, src, byteCount, {method, false}, byteCount);
+}
+
+bool CEncode::State::CompressDrawing(const std::uint8_t* src, Survey& survey) {
+    const auto byteCount = static_cast<std::size_t>(survey.layout.byteCount);
+    if (!CompressPlanes(src, survey)) return CompressPlain(src, byteCount);
+    const std::size_t planesBytes = blockBytes;
+    std::memcpy(kept.Reserve(planesBytes), block.Data(), planesBytes);
+    if (CompressPlain(src, byteCount) && blockBytes < planesBytes) return true;
+    std::memcpy(block.Data(), kept.Data(), planesBytes);
+    blockBytes = planesBytes;
+    return true;
 }
 
 bool CEncode::State::CompressPlanes(const std::uint8_t* src, Survey& survey) {

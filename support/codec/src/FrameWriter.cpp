@@ -69,14 +69,15 @@ std::size_t FrameWriter::Write(std::uint8_t* dst, std::size_t room, const std::u
                                Effort effort) {
     if (context == nullptr) context.reset(ZSTD_createCCtx());
     if (context == nullptr) throw std::bad_alloc();
-    if (effort.method != CodecMethod::small || !effort.frequenciesOnly)
+    if (effort.method != CodecMethod::small)
         return WriteWith(context.get(), ParametersOf(effort), dst, room, content, byteCount);
 
     // The balanced frame costs little beside the small one, and is at times the smaller of the two.
-    const std::size_t balanced = WriteWith(context.get(), kBalancedFrequencies, dst, room, content, byteCount);
+    const Parameters lighter = ParametersOf({CodecMethod::balanced, effort.frequenciesOnly});
+    const std::size_t balanced = WriteWith(context.get(), lighter, dst, room, content, byteCount);
     const std::size_t limit = balanced != 0 ? balanced : room;
     std::uint8_t* const other = trial.Reserve(limit);
-    const std::size_t smaller = WriteWith(context.get(), kSmallFrequencies, other, limit, content, byteCount);
+    const std::size_t smaller = WriteWith(context.get(), ParametersOf(effort), other, limit, content, byteCount);
     if (smaller == 0 || smaller >= limit) return balanced;
     std::memcpy(dst, other, smaller);
     return smaller;

@@ -3,6 +3,8 @@
 #include <cstring>
 
 #include "DibLayout.h"
+#include "NativePath.h"
+#include "PathSystem.h"
 #include "SystemFile.h"
 #include "TempName.h"
 #include "shr/BufferedFile.h"
@@ -84,12 +86,20 @@ void ReadBits(CBufferedFile& file, const BmpHeaders& headers, std::uint8_t* bits
     }
 }
 
+/// A file that is removed unless it takes another's place: its native name is made before the file, so that removing it
+/// needs no memory.
+struct TempFile {
+    ZString name;
+    std::filesystem::path::string_type nativeName;
+};
+
 /// Opens a new file in the folder of `fileName`, which is not to be touched before the new one is whole.
-ZString OpenNewFileBeside(const ZString& fileName, SystemFile& file) {
+TempFile OpenNewFileBeside(const ZString& fileName, SystemFile& file) {
     const ZString folder = CPath(fileName).GetFolder();
     for (int attempt = 1;; ++attempt) {
         const ZString name = folder + RandomTempName();
-        if (file.Open(name, FileAccess::write, FileMode::createNew, FileSharing::none, false)) return name;
+        TempFile temp{name, NativePath(name)};
+        if (file.Open(name, FileAccess::write, FileMode::createNew, FileSharing::none, false)) return temp;
         const ZString systemText = FormatSystemErrorMsg();
         if (attempt == kTempNameAttempts || !PathExists(name)) {
             Throw_ERR_SHR_FILE_CREATE(kModule, kSourceFile, __LINE__, fileName, systemText);
@@ -121,15 +131,15 @@ void CDib::Save(const ZString& fileName) const {
     header.bfSize = static_cast<DWORD>(sizeof(header) + block.Size());
 
     SystemFile file;
-    const ZString tempName = OpenNewFileBeside(fileName, file);
+    const TempFile temp = OpenNewFileBeside(fileName, file);
     ScopeExit removeTemp([&] {
         file.Close();
-        RemoveFile(tempName);
+        RemoveNativeFile(temp.nativeName);
     });
     // On the device before it takes the old file's place: after a crash there is the one or the other.
     const bool isReplaced = file.WriteAll(&header, sizeof(header), 0) &&
                             file.WriteAll(block.Data(), block.Size(), sizeof(header)) && file.Sync() && file.Close() &&
-                            RenameFile(tempName, fileName);
+                            RenameFile(temp.name, fileName);
     if (!isReplaced) Throw_ERR_SHR_FILE_WRITE(kModule, kSourceFile, __LINE__, fileName, FormatSystemErrorMsg());
     removeTemp.Release();
 }

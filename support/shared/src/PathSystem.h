@@ -1,5 +1,6 @@
 #pragma once
 #include <cstddef>
+#include <filesystem>
 #include <string>
 
 #include "shr/ZString.h"
@@ -17,6 +18,9 @@ std::size_t FolderLength(const std::wstring& path) noexcept;
 
 /// The folder for temporary files as the system names it, with or without a separator at its end.
 ZString SystemTempFolder();
+
+/// RemoveFile for who has the name ready, as NativePath makes it, and must not fail for want of memory.
+bool RemoveNativeFile(const std::filesystem::path::string_type& nativeName) noexcept;
 
 enum class FileMaking { made, existsAlready, failed };
 /// Makes a new empty file that only its owner may read and write.

@@ -61,9 +61,13 @@ bool IsFolder(const ZString& path) noexcept {
     return GetStatus(path, status) && S_ISDIR(status.st_mode);
 }
 
+bool RemoveNativeFile(const std::string& nativeName) noexcept {
+    return !IsFaultInjected(FileCall::remove) && unlink(nativeName.c_str()) == 0;
+}
+
 bool RemoveFile(const ZString& name) noexcept {
     try {
-        return !IsFaultInjected(FileCall::remove) && unlink(NativePath(name).c_str()) == 0;
+        return RemoveNativeFile(NativePath(name));
     } catch (const std::bad_alloc&) {
         errno = ENOMEM;
         return false;

@@ -74,9 +74,13 @@ bool IsFolder(const ZString& path) noexcept {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
+bool RemoveNativeFile(const std::wstring& nativeName) noexcept {
+    return !IsFaultInjected(FileCall::remove) && DeleteFileW(nativeName.c_str()) != FALSE;
+}
+
 bool RemoveFile(const ZString& name) noexcept {
     try {
-        return !IsFaultInjected(FileCall::remove) && DeleteFileW(NativePath(name).c_str()) != FALSE;
+        return RemoveNativeFile(NativePath(name));
     } catch (const std::bad_alloc&) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return false;

@@ -83,6 +83,13 @@ TEST(Codec, ShrinksPhotographsToLessThanThePixelsLookLikeToAByteCompressor) {
     EXPECT_LE(small, balanced);
 }
 
+TEST(Codec, SmallIsNeverLargerThanBalancedForPictures) {
+    for (const Picture& picture : LargePictures()) {
+        EXPECT_LE(Encode(picture.bytes, CodecMethod::small).size(), Encode(picture.bytes, CodecMethod::balanced).size())
+            << picture.name << " of " << picture.bytes.size();
+    }
+}
+
 TEST(Codec, StoresWhatDoesNotShrink) {
     const Picture noise = Noise(5000);
     for (const CodecMethod method : kMethods) {
