@@ -24,9 +24,9 @@ constexpr const char* kFooter =
     "EXIF data; its orientation is not applied. Of a file with several pictures the first is read. Colours of 16 bits "
     "a\n"
     "sample, and deep grey with alpha, are reduced to 8 bits. CMYK and floating-point pictures are refused.\n"
-    "Grey levels deeper than a picture file's are reduced to what it holds (PNG: 16 bits; JPEG, BMP: 8 bits); a "
+    "Grey levels deeper than a picture file's are reduced to what it holds (PNG: 16 bits; JPEG, BMP: 8 bits). A "
     "bitmap\n"
-    "with transparent pixels cannot become JPEG. Whatever is reduced or left out is noted on standard error.\n"
+    "with transparent pixels cannot become JPEG. What changes the picture's look is noted on standard error.\n"
     "\n"
     "Exit codes: 0 success, 1 failure, 2 wrong usage, 130 cancelled.";
 
@@ -70,7 +70,7 @@ std::string CheckPictureName(const std::string& name) {
 }
 
 std::string CheckTileSize(const std::string& text) {
-    return ParseTileSize(text) ? "" : "--tile: \"" + text + "\" is no size like 512x512";
+    return ParseTileSize(text) ? "" : "\"" + text + "\" is no size like 512x512";
 }
 
 CLI::Option* AddFile(CLI::App* command, const char* name, std::string& value, const char* description) {

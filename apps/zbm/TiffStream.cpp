@@ -63,13 +63,14 @@ tmsize_t TiffStream::OnRead(thandle_t handle, void* destination, tmsize_t byteCo
     TiffStream& self = Of(handle);
     std::size_t count = 0;
     const bool read = self.Try([&] { count = self.data.Read(destination, static_cast<std::size_t>(byteCount)); });
-    return read ? static_cast<tmsize_t>(count) : -1;
+    // Not -1: the library (4.5.0 does) takes that for a length and clears memory before its buffer.
+    return read ? static_cast<tmsize_t>(count) : 0;
 }
 
 tmsize_t TiffStream::OnWrite(thandle_t handle, void* bytes, tmsize_t byteCount) {
     TiffStream& self = Of(handle);
     const bool written = self.Try([&] { self.data.Write(bytes, static_cast<std::size_t>(byteCount)); });
-    return written ? byteCount : -1;
+    return written ? byteCount : 0;
 }
 
 toff_t TiffStream::OnSeek(thandle_t handle, toff_t offset, int whence) {

@@ -153,8 +153,8 @@ TEST_P(PackingTransparency, WidensAPaletteWithHalfTransparentEntriesToAlpha) {
         for (int y = 0; y < kHeight; ++y) {
             for (int x = 0; x < kWidth; ++x) {
                 const auto& color = image.palette[image.At(x, y, 0)];
-                const std::uint32_t value =
-                    color[2] | color[1] << 8u | color[0] << 16u | static_cast<std::uint32_t>(color[3]) << 24;
+                std::uint32_t value = 0;
+                for (const std::size_t c : {3u, 0u, 1u, 2u}) value = value << 8 | color[c];
                 ASSERT_EQ(PixelAt(*bitmap, x, y).value, value) << bits << " bits at " << x << ", " << y;
             }
         }

@@ -1,6 +1,7 @@
 // Taking rectangles of device-independent bitmaps into a tile.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <vector>
@@ -35,7 +36,8 @@ struct TestDib {
         header.biBitCount = static_cast<WORD>(bitCount);
         header.biCompression = compression;
         std::memcpy(headerBytes.data(), &header, sizeof header);
-        if (!masks.empty()) std::memcpy(headerBytes.data() + sizeof header, masks.data(), 4 * masks.size());
+        std::copy_n(reinterpret_cast<const std::uint8_t*>(masks.data()), 4 * masks.size(),
+                    headerBytes.begin() + sizeof header);
         if (height < 0) return;
         bits.resize(RowBytes() * static_cast<std::size_t>(height));
         for (std::size_t i = 0; i < bits.size(); ++i) bits[i] = static_cast<std::uint8_t>(i * 29 + i / 7 * 3 + 11);

@@ -11,11 +11,22 @@
 namespace zcdl {
 namespace {
 
+bool HasPeriod(const std::uint8_t* src, std::size_t byteCount, std::size_t period) noexcept {
+    if (byteCount <= period) return false;
+    // The middle and the end first: half a page may be blank, and would be read for nothing.
+    const std::size_t count = byteCount - period, probe = count < 64 ? count : 64;
+    for (const std::size_t at : {count - probe, (count - probe) / 2})
+        if (std::memcmp(src + at, src + at + period, probe) != 0) return false;
+    return std::memcmp(src, src + period, count) == 0;
+}
+
 /// The length of the shortest pattern, of up to 4 bytes, that the block repeats throughout; 0 if there is none.
 std::size_t FindPeriod(const std::uint8_t* src, std::size_t byteCount) noexcept {
-    for (std::size_t period = 1; period <= kMaxPeriod && period < byteCount; ++period)
-        if (std::memcmp(src, src + period, byteCount - period) == 0) return period;
-    return 0;
+    // A pattern of 1 or 2 bytes is one of 4 as well.
+    const std::size_t longest = HasPeriod(src, byteCount, 4) ? 4 : HasPeriod(src, byteCount, 3) ? 3 : 0;
+    for (std::size_t period = 1; period < longest; ++period)
+        if (HasPeriod(src, byteCount, period)) return period;
+    return longest;
 }
 
 }  // namespace

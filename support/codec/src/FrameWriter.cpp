@@ -32,7 +32,7 @@ constexpr Parameter kFastFrequencies[] = {{ZSTD_c_compressionLevel, 1},
                                           {ZSTD_c_literalCompressionMode, ZSTD_ps_enable}};
 constexpr Parameter kBalancedFrequencies[] = {
     {ZSTD_c_compressionLevel, 1}, {ZSTD_c_strategy, ZSTD_fast}, {ZSTD_c_windowLog, 15},
-    {ZSTD_c_hashLog, 10},         {ZSTD_c_targetLength, 64},    {ZSTD_c_literalCompressionMode, ZSTD_ps_enable}};
+    {ZSTD_c_hashLog, 10},         {ZSTD_c_targetLength, 256},   {ZSTD_c_literalCompressionMode, ZSTD_ps_enable}};
 // Weighs each repetition against the bytes it stands for; wrongly where all bytes are about as likely.
 constexpr Parameter kSmallFrequencies[] = {
     {ZSTD_c_compressionLevel, 13}, {ZSTD_c_strategy, ZSTD_btopt}, {ZSTD_c_windowLog, 17}, {ZSTD_c_hashLog, 15},

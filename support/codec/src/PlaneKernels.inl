@@ -85,10 +85,14 @@ template <typename V>
 V Greatest(const V& a, const V& b) {
     return a > b ? a : b;
 }
+// The median of left, up and left + up - upLeft is left + up less this.
+template <typename V>
+V Clamped(const V& left, const V& up, const V& upLeft) {
+    return Greatest<V>(Least<V>(upLeft, Greatest<V>(left, up)), Least<V>(left, up));
+}
 template <typename V>
 V VectorMedian(const V& left, const V& up, const V& upLeft) {
-    const V clamped = Greatest<V>(Least<V>(upLeft, Greatest<V>(left, up)), Least<V>(left, up));
-    return left + up - clamped;
+    return left + up - Clamped<V>(left, up, upLeft);
 }
 template <typename V>
 V RoundedUpMean(const V& a, const V& b) {
@@ -120,12 +124,14 @@ void RestoreMedianRows(T* above, size_t stride, size_t count) {
         V samples[kLanes];
         for (size_t r = 0; r < kLanes; ++r) samples[r] = Load<V>(above + (r + 1) * stride + turn - r);
         Transpose(samples);
-        V above0 = Load<V>(above + turn);
+        V firstUps = Load<V>(above + turn);
         constexpr V kFirstLane = {static_cast<T>(-1)};
         for (size_t k = 0; k < kLanes; ++k) {
-            const V up = TowardsLast(left) | (above0 & kFirstLane);
-            above0 = TowardsFirst(above0);
-            left = samples[k] + VectorMedian<V>(left, up, upLeft);
+            const V up = TowardsLast(left) | (firstUps & kFirstLane);
+            firstUps = TowardsFirst(firstUps);
+            // In this order all but the last subtraction is done by the time that the median is known.
+            const V sum = samples[k] + left + up;
+            left = sum - Clamped<V>(left, up, upLeft);
             upLeft = up;
             samples[k] = left;
         }
