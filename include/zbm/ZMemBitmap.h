@@ -53,6 +53,7 @@ private:
     static void* CreateInstance();
     bool StoreWithReductions(SerializeIO& io, shr::IProgress* progress);
     unsigned short ReadVersion(SerializeIO& io);
+    bool LoadReductions(SerializeIO& io, shr::IProgress* progress);
     bool LoadWithReductions(SerializeIO& io, shr::IProgress* progress);
 };
 

@@ -59,7 +59,8 @@ void ZScanRect::Create(int newWidth, int newHeight, ColorFormat newFormat) {
     CreateWith(newWidth, newHeight, newFormat, Content::zero);
 }
 
-/// Makes everything aside first; what commits cannot fail.
+/// Makes everything aside first, and the planes before the row tables, which are written at once; what commits cannot
+/// fail.
 void ZScanRect::CreateWith(int newWidth, int newHeight, ColorFormat newFormat, Content content) {
     require(newHeight >= 1 && newWidth >= 1, 342);
     require(shr::IsColorFormat(newFormat), 343);
@@ -67,11 +68,11 @@ void ZScanRect::CreateWith(int newWidth, int newHeight, ColorFormat newFormat, C
     const bool masked = HasMask(newFormat);
     const auto rows = static_cast<std::size_t>(newHeight);
 
-    std::vector<std::uint8_t*> newRowPtrs(rows), newAlphaRowPtrs(masked ? rows : 0);
     ByteBuffer newPixels =
         content == Content::zero ? ByteBuffer::Zeroed(planes.pixelBytes) : ByteBuffer::Uninitialized(planes.pixelBytes);
     ByteBuffer newAlpha;
     if (masked) newAlpha = ByteBuffer::Uninitialized(planes.alphaBytes);
+    std::vector<std::uint8_t*> newRowPtrs(rows), newAlphaRowPtrs(masked ? rows : 0);
 
     width = newWidth;
     height = newHeight;

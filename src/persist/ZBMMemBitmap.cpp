@@ -149,28 +149,30 @@ bool ZMemBitmap::LoadWithReductions(SerializeIO& io, shr::IProgress* progress) {
     if (ReadVersion(io) != 1) Throw_ERR_ZBM_READ_ARCHIVE(ModuleName(), "ZBMMemBitmap", 364);
     FreeAllPOTReductions();
     needsRebuild = true;
-    if (!ZBasicMemBitmap::Serialize(io, progress, nullptr)) return false;
-    shr::ScopeExit leaveEmpty([this] {
+    return ZBasicMemBitmap::Serialize(io, progress, nullptr) && LoadReductions(io, progress);
+}
+
+bool ZMemBitmap::LoadReductions(SerializeIO& io, shr::IProgress* progress) {
+    std::unique_ptr<ZBasicMemBitmap> level;
+    shr::ScopeExit undo([&] {
         FreeAllPOTReductions();
-        CreateCleanup();
+        // A level that holds something is one of an unknown version: then what was read stays. Others were emptied.
+        if (level == nullptr || level->GetColorFormat() == shr::FORMAT_NONE) CreateCleanup();
     });
-    if (ReadU32(io) == 0) {
-        leaveEmpty.Release();
-        return true;
-    }
-    const std::uint32_t count = ReadU32(io);
-    for (std::uint32_t i = 0; i < count; ++i) {
-        auto level = std::make_unique<ZBasicMemBitmap>(1, 1, shr::BGRA_32, 512, 512);
+    const bool stored = ReadU32(io) != 0;
+    for (std::uint32_t count = stored ? ReadU32(io) : 0; count > 0; --count) {
+        reductions.emplace_back();
+        level = std::make_unique<ZBasicMemBitmap>(1, 1, shr::BGRA_32, 512, 512);
         if (!level->Serialize(io, progress, nullptr)) {
             FreeAllPOTReductions();
             Create(1, 1, shr::BGRA_32, 512, 512);
-            leaveEmpty.Release();
+            undo.Release();
             return false;
         }
-        reductions.push_back(std::move(level));
+        reductions.back() = std::move(level);
     }
-    needsRebuild = false;
-    leaveEmpty.Release();
+    needsRebuild = !stored;
+    undo.Release();
     return true;
 }
 

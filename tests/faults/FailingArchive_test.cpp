@@ -115,7 +115,9 @@ TYPED_TEST(FailingArchiveTest, AskedForItsDirectionPassesItsErrorOnAndLeavesTheB
         FailingArchive archive = FailingArchive::Loading(whole).CountingQuestions().AtCall(call);
         if (Serialize(bitmap, archive) == Work::done) break;
         if (bitmap.GetColorFormat() != shr::FORMAT_NONE) {
-            EXPECT_TRUE(testkit::AreEqual(bitmap, MakeOtherPicture<TypeParam>())) << "failing call " << call;
+            // Before anything was read there is the old picture; before a reduction, the new one without reductions.
+            EXPECT_TRUE(testkit::AreEqual(bitmap, MakeOtherPicture<TypeParam>()) || testkit::AreEqual(bitmap, picture))
+                << "failing call " << call;
         } else {
             EXPECT_TRUE(IsEmpty(bitmap)) << "failing call " << call;
         }

@@ -64,12 +64,17 @@ void CDecode::SetEncodeBufferSize(std::uint32_t byteCount) {
 
 std::uint8_t* CDecode::GetEncodeBuffer() noexcept { return state->block.Data(); }
 
-bool CDecode::Decode(std::uint8_t* dst, std::size_t byteCount) noexcept {
+bool CDecode::Decode(std::uint8_t* dst, std::size_t byteCount) {
+    const auto clear = [&] {
+        if (byteCount != 0) std::memset(dst, 0, byteCount);
+        return false;
+    };
     try {
-        if (state->Decode(dst, byteCount)) return true;
-    } catch (const std::bad_alloc&) {}
-    if (byteCount != 0) std::memset(dst, 0, byteCount);
-    return false;
+        return state->Decode(dst, byteCount) || clear();
+    } catch (const std::bad_alloc&) {
+        clear();
+        throw;
+    }
 }
 
 bool CDecode::State::Decode(std::uint8_t* dst, std::size_t byteCount) {

@@ -22,9 +22,9 @@ constexpr std::size_t kSamplesPerPlane = kSampleRows * kSamplePixels;
 
 constexpr std::uint32_t kOneBit = 256;
 
-/// Log2 in 1/256, truncated.
+/// Log2 in 1/256, truncated; 0 for 0.
 std::uint32_t Log2(std::uint32_t value) noexcept {
-    const auto whole = static_cast<std::uint32_t>(std::bit_width(value) - 1);
+    const auto whole = static_cast<std::uint32_t>(std::bit_width(value | 1) - 1);
     std::uint64_t mantissa = (static_cast<std::uint64_t>(value) << 32) >> whole;  // 1 <= mantissa / 2^32 < 2
     std::uint32_t log = whole;
     for (int bit = 0; bit < 8; ++bit) {

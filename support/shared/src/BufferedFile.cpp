@@ -188,8 +188,9 @@ CBufferedFile& CBufferedFile::operator=(CBufferedFile&& other) noexcept {
 bool CBufferedFile::IsOpen() const noexcept { return state != nullptr; }
 
 const ZString& CBufferedFile::GetName() const noexcept {
+    if (IsOpen()) return state->name;
     static const ZString none;
-    return IsOpen() ? state->name : none;
+    return none;
 }
 
 bool CBufferedFile::OpenNoThrow(const ZString& name, FileAccess access, FileMode mode, FileSharing sharing,
@@ -218,6 +219,7 @@ bool CBufferedFile::OpenNoThrow(const ZString& name, FileAccess access, FileMode
 
 void CBufferedFile::Open(const ZString& name, FileAccess access, FileMode mode, FileSharing sharing,
                          bool writeThrough) {
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be our own name, which Close() takes away
     const ZString keptName = name;
     Close();
     if (OpenNoThrow(keptName, access, mode, sharing, writeThrough)) return;

@@ -58,7 +58,8 @@ public:
     std::uint8_t* GetEncodeBuffer() noexcept;
     /// Expands the block in the input buffer into exactly `byteCount` bytes. False if the block is damaged or holds
     /// another number of bytes; what could not be decoded of `dst` is then zero. Never reads or writes out of bounds.
-    bool Decode(std::uint8_t* dst, std::size_t byteCount) noexcept;
+    /// Raises std::bad_alloc, with `dst` zeroed: a block that there was no memory for is not a damaged one.
+    bool Decode(std::uint8_t* dst, std::size_t byteCount);
 
 private:
     struct State;
