@@ -28,7 +28,8 @@ double Gigabytes(double bytes) { return bytes / 1e9; }
 
 enum class Direction { fetch, store };
 
-/// A call for the whole picture but `margin` pixels on each side. An odd margin shifts packed pixels within their bytes.
+/// A call for the whole picture but `margin` pixels on each side. An odd margin shifts packed pixels within their
+/// bytes.
 void Whole(benchmark::State& state, Direction direction, shr::ColorFormat format, int margin) {
     ZBasicMemBitmap& bitmap = LargeBitmap(format);
     const int side = kSide - 2 * margin;

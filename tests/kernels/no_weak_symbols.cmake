@@ -1,12 +1,13 @@
-# Fails if an object file of a kernel above the base level defines a weak symbol.
+# Fails if an object file of a kernel above the base level defines a function with weak linkage. (Weak data is harmless:
+# sanitizers add descriptions of types.)
 foreach(object IN LISTS OBJECTS)
     if(NOT object MATCHES "_(avx2|avx512)\\.cpp\\.")
         continue()
     endif()
     execute_process(COMMAND ${NM} --defined-only ${object} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
-    string(REGEX MATCHALL "[^\n]* [WwVvu] [^\n]*" weak "${symbols}")
+    string(REGEX MATCHALL "[^\n]* [Ww] [^\n]*" weak "${symbols}")
     if(weak)
-        message(FATAL_ERROR "${object} defines weak symbols:\n${weak}")
+        message(FATAL_ERROR "${object} defines weak functions:\n${weak}")
     endif()
     message(STATUS "checked ${object}")
 endforeach()

@@ -82,27 +82,40 @@ void CopyWithinByte(std::uint8_t* destination, unsigned destinationPhase, const 
     Merge(destination, TopBits(source, sourcePhase, bitCount) >> destinationPhase, mask);
 }
 
-void CopyBitsKernel(std::uint8_t* destination, unsigned destinationPhase, const std::uint8_t* source,
-                    unsigned sourcePhase, std::size_t bitCount) {
-    if (destinationPhase + bitCount <= kByteBits)
-        return CopyWithinByte(destination, destinationPhase, source, sourcePhase, static_cast<unsigned>(bitCount));
-    if (destinationPhase != 0) {
-        const unsigned headBits = kByteBits - destinationPhase;
-        Merge(destination, TopBits(source, sourcePhase, headBits) >> destinationPhase, kFullByte >> destinationPhase);
-        ++destination;
-        sourcePhase += headBits;
-        source += sourcePhase / kByteBits;
-        sourcePhase %= kByteBits;
-        bitCount -= headBits;
-    }
-    const std::size_t byteCount = bitCount / kByteBits;
-    const auto tailBits = static_cast<unsigned>(bitCount % kByteBits);
-    if (tailBits != 0)
-        Merge(destination + byteCount, TopBits(source + byteCount, sourcePhase, tailBits), ~(kFullByte >> tailBits));
-    if (sourcePhase == 0) {
-        std::memcpy(destination, source, byteCount);
-    } else {
-        ByteShifter{sourcePhase}.MoveBytes(destination, source, byteCount);
+void CopyRunsWithinByte(const BitRuns& runs) {
+    std::uint8_t* destination = runs.destination;
+    const std::uint8_t* source = runs.source;
+    for (int row = 0; row < runs.rows; ++row, destination += runs.destinationStep, source += runs.sourceStep)
+        CopyWithinByte(destination, runs.destinationPhase, source, runs.sourcePhase,
+                       static_cast<unsigned>(runs.bitCount));
+}
+
+/// What head, body and tail are is the same for all rows, and so found out once.
+void CopyBitsKernel(const BitRuns& runs) {
+    if (runs.destinationPhase + runs.bitCount <= kByteBits) return CopyRunsWithinByte(runs);
+    const unsigned headBits = (kByteBits - runs.destinationPhase) % kByteBits;
+    const std::size_t headBytes = headBits != 0 ? 1 : 0;
+    const unsigned bodyBit = runs.sourcePhase + headBits;
+    const ByteShifter body{bodyBit % kByteBits};
+    const std::size_t byteCount = (runs.bitCount - headBits) / kByteBits;
+    const auto tailBits = static_cast<unsigned>((runs.bitCount - headBits) % kByteBits);
+
+    std::uint8_t* head = runs.destination;
+    const std::uint8_t* source = runs.source;
+    for (int row = 0; row < runs.rows; ++row, head += runs.destinationStep, source += runs.sourceStep) {
+        std::uint8_t* const destination = head + headBytes;
+        const std::uint8_t* const bodySource = source + bodyBit / kByteBits;
+        if (headBits != 0)
+            Merge(head, TopBits(source, runs.sourcePhase, headBits) >> runs.destinationPhase,
+                  kFullByte >> runs.destinationPhase);
+        if (tailBits != 0)
+            Merge(destination + byteCount, TopBits(bodySource + byteCount, body.phase, tailBits),
+                  ~(kFullByte >> tailBits));
+        if (body.phase == 0) {
+            std::memcpy(destination, bodySource, byteCount);
+        } else {
+            body.MoveBytes(destination, bodySource, byteCount);
+        }
     }
 }
 

@@ -1,6 +1,3 @@
 #include "CopyBits.inl"
 
-void shr::CopyBits_base(std::uint8_t* destination, unsigned destinationPhase, const std::uint8_t* source,
-                        unsigned sourcePhase, std::size_t bitCount) noexcept {
-    CopyBitsKernel(destination, destinationPhase, source, sourcePhase, bitCount);
-}
+void shr::CopyBits_base(const BitRuns& runs) noexcept { CopyBitsKernel(runs); }

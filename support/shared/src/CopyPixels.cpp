@@ -26,11 +26,10 @@ CopyBitsFunction ChooseAndCopy;
 constinit std::atomic<CopyBitsFunction*> copyBits = &ChooseAndCopy;
 
 /// Takes the first call. Threads that come here at once all choose the same.
-void ChooseAndCopy(std::uint8_t* destination, unsigned destinationPhase, const std::uint8_t* source,
-                   unsigned sourcePhase, std::size_t bitCount) noexcept {
+void ChooseAndCopy(const BitRuns& runs) noexcept {
     CopyBitsFunction* const kernel = KernelFor(cpu::Choose());
     copyBits.store(kernel, std::memory_order_relaxed);
-    kernel(destination, destinationPhase, source, sourcePhase, bitCount);
+    kernel(runs);
 }
 
 /// Where a run of pixels lies in its row, in bits.
@@ -65,7 +64,7 @@ void CopyPixels(void* destinationRow, int destinationX, const void* sourceRow, i
     if (((to.phase | from.phase | bitCount) & 7) == 0) {
         std::memcpy(target, origin, bitCount / 8);
     } else {
-        copyBits.load(std::memory_order_relaxed)(target, to.phase, origin, from.phase, bitCount);
+        copyBits.load(std::memory_order_relaxed)({target, 0, to.phase, origin, 0, from.phase, bitCount, 1});
     }
 }
 
@@ -86,9 +85,8 @@ void CopyPixelRows(PixelRuns<std::uint8_t> destination, PixelRuns<const std::uin
         originStep = -originStep;
     }
     if ((to.phase | from.phase | (bitCount & 7)) != 0) {
-        CopyBitsFunction* const kernel = copyBits.load(std::memory_order_relaxed);
-        for (int row = 0; row < rows; ++row, target += targetStep, origin += originStep)
-            kernel(target, to.phase, origin, from.phase, bitCount);
+        copyBits.load(std::memory_order_relaxed)(
+            {target, targetStep, to.phase, origin, originStep, from.phase, bitCount, rows});
     } else if (writes == CopyWrites::streamed) {
         for (int row = 0; row < rows; ++row, target += targetStep, origin += originStep)
             StreamCopy(target, origin, bitCount / 8, row + 1 < rows ? origin + originStep : origin);

@@ -31,7 +31,7 @@ TEST_P(CopyBitsLevels, CopyEveryPhaseAndLengthAsTheLoopOverSingleBits) {
         const unsigned destinationPhase = phases / 8, sourcePhase = phases % 8;
         for (std::size_t bitCount = 1; bitCount <= 700; bitCount += bitCount < 300 ? 1 : 7) {
             Bytes copied = ground, expected = ground;
-            GetParam().copy(copied.data() + 3, destinationPhase, source.data() + 5, sourcePhase, bitCount);
+            GetParam().copy({copied.data() + 3, 0, destinationPhase, source.data() + 5, 0, sourcePhase, bitCount, 1});
             CopyBitByBit(expected.data() + 3, destinationPhase, source.data() + 5, sourcePhase, bitCount);
             ASSERT_EQ(copied, expected) << destinationPhase << " <- " << sourcePhase << ", " << bitCount << " bits";
         }
@@ -45,8 +45,25 @@ TEST_P(CopyBitsLevels, CopyLongRunsAsTheLoopOverSingleBits) {
         const unsigned destinationPhase = random() % 8, sourcePhase = random() % 8;
         const std::size_t bitCount = 1 + random() % 70'000;
         Bytes copied = ground, expected = ground;
-        GetParam().copy(copied.data(), destinationPhase, source.data(), sourcePhase, bitCount);
+        GetParam().copy({copied.data(), 0, destinationPhase, source.data(), 0, sourcePhase, bitCount, 1});
         CopyBitByBit(expected.data(), destinationPhase, source.data(), sourcePhase, bitCount);
+        ASSERT_EQ(copied, expected) << destinationPhase << " <- " << sourcePhase << ", " << bitCount << " bits";
+    }
+}
+
+TEST_P(CopyBitsLevels, CopyRunsInRowsAsOneByOne) {
+    std::mt19937 random(3);
+    const Bytes source = RandomBytes(random, 1000), ground = RandomBytes(random, 1000);
+    for (int round = 0; round < 500; ++round) {
+        const unsigned destinationPhase = random() % 8, sourcePhase = random() % 8;
+        const std::size_t bitCount = 1 + random() % 700;
+        const int rows = static_cast<int>(random() % 9);
+        Bytes copied = ground, expected = ground;
+        // The source upwards, as a tile's rows lie; one byte more from row to row in the destination.
+        const std::uint8_t* const lastSource = source.data() + 900;
+        GetParam().copy({copied.data(), 101, destinationPhase, lastSource, -100, sourcePhase, bitCount, rows});
+        for (int row = 0; row < rows; ++row)
+            CopyBitByBit(expected.data() + row * 101, destinationPhase, lastSource - row * 100, sourcePhase, bitCount);
         ASSERT_EQ(copied, expected) << destinationPhase << " <- " << sourcePhase << ", " << bitCount << " bits";
     }
 }

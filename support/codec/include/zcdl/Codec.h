@@ -31,8 +31,8 @@ public:
     CEncode(const CEncode&) = delete;
     CEncode& operator=(const CEncode&) = delete;
 
-    /// Encodes `byteCount` bytes (0 is a block too) into the encoder's buffer. Raises std::bad_alloc, and std::length_error
-    /// if the block could be longer than 2^32 - 1 bytes; the buffer then holds an empty result.
+    /// Encodes `byteCount` bytes (0 is a block too) into the encoder's buffer. Raises std::bad_alloc, and
+    /// std::length_error if the block could be longer than 2^32 - 1 bytes; the buffer then holds an empty result.
     void Encode(const std::uint8_t* src, std::size_t byteCount);
     /// Of the last Encode.
     std::uint32_t GetNumEncodedBytes() const noexcept;

@@ -19,8 +19,8 @@ struct Color4b {
 
     /// The luminance in 0.0 .. 1.0 (weights of ITU-R BT.601): the only one that the libraries use.
     ///
-    /// One double division, so that truncating Intensity() * k equals the integer floor of (299 R + 587 G + 114 B) * k /
-    /// 255000 for k = 15, 255, 65535 and 4294967295, and a grey (v, v, v) gives exactly v at 8 bits.
+    /// One double division, so that truncating Intensity() * k equals the integer floor of (299 R + 587 G + 114 B) * k
+    /// / 255000 for k = 15, 255, 65535 and 4294967295, and a grey (v, v, v) gives exactly v at 8 bits.
     constexpr double Intensity() const noexcept { return (299 * red + 587 * green + 114 * blue) / 255000.0; }
 
     friend constexpr bool operator==(const Color4b&, const Color4b&) noexcept = default;

@@ -10,20 +10,20 @@ namespace shr {
 
 /// How the pixels of a row lie in memory. Packed formats have the leftmost pixel in the most significant bits.
 enum ColorFormat : std::int32_t {
-    FORMAT_NONE = 0,    ///< no format is set
-    GRAYSCALE_1 = 1,    ///< 1 bit: 0 black, 1 white
-    GRAYSCALE_4 = 2,    ///< 4 bits, grey 0 .. 15
-    GRAYSCALE_8 = 3,    ///< 8 bits
-    GRAYSCALE_16 = 4,   ///< 16 bits, little-endian
-    GRAYSCALE_32 = 5,   ///< 32 bits, little-endian
-    INDEXED_1 = 6,      ///< 1-bit index into a colour table
-    INDEXED_4 = 7,      ///< 4-bit index
-    INDEXED_8 = 8,      ///< 8-bit index
-    BGR_24 = 9,         ///< bytes B, G, R
-    BGRA_32 = 10,       ///< bytes B, G, R, A; straight alpha
-    RGBA_32 = 11,       ///< bytes R, G, B, A; straight alpha
-    BGRX_32 = 12,       ///< bytes B, G, R and one that is always written as 0
-    PBGRA_32 = 13,      ///< bytes B, G, R, A; premultiplied alpha
+    FORMAT_NONE = 0,   ///< no format is set
+    GRAYSCALE_1 = 1,   ///< 1 bit: 0 black, 1 white
+    GRAYSCALE_4 = 2,   ///< 4 bits, grey 0 .. 15
+    GRAYSCALE_8 = 3,   ///< 8 bits
+    GRAYSCALE_16 = 4,  ///< 16 bits, little-endian
+    GRAYSCALE_32 = 5,  ///< 32 bits, little-endian
+    INDEXED_1 = 6,     ///< 1-bit index into a colour table
+    INDEXED_4 = 7,     ///< 4-bit index
+    INDEXED_8 = 8,     ///< 8-bit index
+    BGR_24 = 9,        ///< bytes B, G, R
+    BGRA_32 = 10,      ///< bytes B, G, R, A; straight alpha
+    RGBA_32 = 11,      ///< bytes R, G, B, A; straight alpha
+    BGRX_32 = 12,      ///< bytes B, G, R and one that is always written as 0
+    PBGRA_32 = 13,     ///< bytes B, G, R, A; premultiplied alpha
 };
 inline constexpr int kColorFormats = 14;  ///< entries of the tables below, FORMAT_NONE included
 

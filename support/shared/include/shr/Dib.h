@@ -19,8 +19,8 @@ public:
     CDib& operator=(const CDib&);
     CDib& operator=(CDib&&) noexcept;
 
-    /// Makes the picture that `header` describes; biClrUsed colours are taken from `colors` (black if null) and the bits
-    /// from `bits` (rows as in a DIB; zero-filled if null). biClrUsed 0 means the full table of a depth up to 8.
+    /// Makes the picture that `header` describes; biClrUsed colours are taken from `colors` (black if null) and the
+    /// bits from `bits` (rows as in a DIB; zero-filled if null). biClrUsed 0 means the full table of a depth up to 8.
     /// Raises std::invalid_argument for a size below 1 or above 2^31 - 1 bytes, another depth or a compression (BI_RGB
     /// only; with 16 and 32 bits also BI_BITFIELDS, whose three masks `colors` then points at); std::bad_alloc. On an
     /// exception the object keeps what it held.

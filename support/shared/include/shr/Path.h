@@ -35,7 +35,8 @@ public:
     static ZString AppendDirSeparator(const ZString& path, bool append);
 
     /// Makes a new empty file "zv*.tmp" with a name that none had before, in `folder` (with or without a separator at
-    /// its end; empty means the current one), readable by its owner only. Returns its path, or an empty name on failure.
+    /// its end; empty means the current one), readable by its owner only. Returns its path, or an empty name on
+    /// failure.
     static ZString GetTempFilename(const ZString& folder);
 
 private:
