@@ -47,6 +47,39 @@ void Whole(benchmark::State& state, Direction direction, shr::ColorFormat format
                      [&] { copy(); });
 }
 
+/// The same for all of the picture, against one memcpy for each row of each tile: what the shape of the pieces costs.
+void WholeAgainstRows(benchmark::State& state, Direction direction) {
+    constexpr std::size_t kStride = std::size_t{4} * kSide;
+    ZBasicMemBitmap& bitmap = LargeBitmap(shr::BGRA_32);
+    std::vector<std::uint8_t> rows(kStride * kSide, 3);
+    const auto operation = [&] {
+        if (direction == Direction::fetch)
+            bitmap.FetchRegion(rows.data(), kStride, 0, 0, kSide, kSide);
+        else
+            bitmap.StoreRegion(rows.data(), kStride, 0, 0, kSide, kSide);
+    };
+    const auto copyTile = [&](int tileRow, int tileCol) {
+        zbm::ZScanRect& tile = bitmap.LockScanRect(tileRow, tileCol);
+        const std::size_t bytes = std::size_t{4} * static_cast<unsigned>(tile.GetWidth());
+        const RECT box = bitmap.GetScanRectBBox(tileRow, tileCol);
+        for (int y = 0; y < tile.GetHeight(); ++y) {
+            std::uint8_t* row = rows.data() + static_cast<unsigned>(box.top + y) * kStride;
+            std::uint8_t* piece = row + std::size_t{4} * static_cast<unsigned>(box.left);
+            if (direction == Direction::fetch)
+                std::memcpy(piece, tile.GetRowPtr(y), bytes);
+            else
+                std::memcpy(tile.GetRowPtr(y), piece, bytes);
+        }
+        bitmap.UnlockScanRect(tileRow, tileCol);
+    };
+    const auto rival = [&] {
+        for (int i = 0; i < bitmap.GetNumScanRectRows(); ++i)
+            for (int j = 0; j < bitmap.GetNumScanRects(i); ++j) copyTile(i, j);
+    };
+    bench::TakeTurns(state, {Gigabytes(static_cast<double>(rows.size())), "GB/s"}, operation, "ratio_to_row_memcpys",
+                     rival);
+}
+
 /// Calls for 256 x 256 regions at odd places all over the picture, the caller's buffer being used again and again; the
 /// rival copies as many bytes from as many places, as if each region lay in one piece.
 void Scattered(benchmark::State& state, Direction direction, shr::ColorFormat format) {
@@ -103,6 +136,8 @@ using shr::BGRA_32, shr::GRAYSCALE_1, shr::INDEXED_4;
 #define ZBM_BENCH(function, name, ...) BENCHMARK_CAPTURE(function, name, __VA_ARGS__)->UseManualTime()
 ZBM_BENCH(Whole, fetch_bgra32, Direction::fetch, BGRA_32, 0)->Iterations(9);
 ZBM_BENCH(Whole, store_bgra32, Direction::store, BGRA_32, 0)->Iterations(9);
+ZBM_BENCH(WholeAgainstRows, fetch_bgra32, Direction::fetch)->Iterations(9);
+ZBM_BENCH(WholeAgainstRows, store_bgra32, Direction::store)->Iterations(9);
 ZBM_BENCH(Scattered, fetch_bgra32, Direction::fetch, BGRA_32)->Iterations(9);
 ZBM_BENCH(Scattered, store_bgra32, Direction::store, BGRA_32)->Iterations(9);
 ZBM_BENCH(Whole, fetch_gray1_shifted, Direction::fetch, GRAYSCALE_1, 3)->Iterations(15);

@@ -165,6 +165,7 @@ protected:
     std::vector<ZScanRectRow> scanRectRows;
 
 private:
+    void CopyFields(const ZBitmap& source) noexcept;
     void StoreFormatInfo(SerializeIO& io) const;
     void LoadFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy);
 };

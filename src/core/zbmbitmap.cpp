@@ -50,20 +50,17 @@ ZBitmap::ZBitmap(const ZBitmap& source) = default;
 ZBitmap& ZBitmap::operator=(const ZBitmap& source) {
     if (this == &source) return *this;
     std::vector<ZScanRectRow> newRows = source.scanRectRows;  // all that can fail
-    pixelHeight = source.pixelHeight;
-    pixelWidth = source.pixelWidth;
-    scanRectHeight = source.scanRectHeight;
-    scanRectWidth = source.scanRectWidth;
-    xResolution = source.xResolution;
-    yResolution = source.yResolution;
-    colorFormat = source.colorFormat;
-    numColorTableItems = source.numColorTableItems;
-    std::copy_n(source.colorTable, 256, colorTable);
+    CopyFields(source);
     scanRectRows.swap(newRows);
     return *this;
 }
 
 void ZBitmap::TakeOver(ZBitmap& source) noexcept {
+    CopyFields(source);
+    scanRectRows.swap(source.scanRectRows);
+}
+
+void ZBitmap::CopyFields(const ZBitmap& source) noexcept {
     pixelHeight = source.pixelHeight;
     pixelWidth = source.pixelWidth;
     scanRectHeight = source.scanRectHeight;
@@ -73,7 +70,6 @@ void ZBitmap::TakeOver(ZBitmap& source) noexcept {
     colorFormat = source.colorFormat;
     numColorTableItems = source.numColorTableItems;
     std::copy_n(source.colorTable, 256, colorTable);
-    scanRectRows.swap(source.scanRectRows);
 }
 
 void ZBitmap::Init(int newPixelHeight, int newPixelWidth, ColorFormat newFormat, int newScanRectHeight,
