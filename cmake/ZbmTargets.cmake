@@ -94,3 +94,25 @@ function(zbm_add_kernels target stem)
         set_source_files_properties("${file}" TARGET_DIRECTORY ${target} PROPERTIES COMPILE_OPTIONS "${flags}")
     endforeach()
 endfunction()
+
+# zbm_add_all_kernels(<target> <folder>): zbm_add_kernels for every stem in the folder, a path from the current one.
+function(zbm_add_all_kernels target folder)
+    file(GLOB bases CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*_base.cpp")
+    foreach(base IN LISTS bases)
+        string(REGEX REPLACE "_base\\.cpp$" "" stem "${base}")
+        zbm_add_kernels(${target} ${stem})
+    endforeach()
+endfunction()
+
+# zbm_compile_in_converter(<target>): the converter's functions are no part of the library's interface; programs that
+# test and measure them compile them in.
+function(zbm_compile_in_converter target)
+    file(RELATIVE_PATH folder "${CMAKE_CURRENT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/src/convert")
+    file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/src/convert/*.cpp")
+    list(FILTER sources EXCLUDE REGEX "_(base|avx2|avx512)\\.cpp$")
+    list(FILTER sources EXCLUDE REGEX "/(ColorTableMatcher|ZBMPixelRect)\\.cpp$")  # exported, and linked as such
+    target_sources(${target} PRIVATE ${sources})
+    target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/src")
+    target_link_libraries(${target} PRIVATE ZBMLib2 cpu)
+    zbm_add_all_kernels(${target} "${folder}")
+endfunction()

@@ -11,13 +11,14 @@ ZPixFormat::ZPixFormat(unsigned newWidth, unsigned newHeight, unsigned newChanne
 }
 
 void ZPixFormat::SetNumColors(unsigned value) noexcept {
-    const unsigned count = std::min(value, kMaxColors);
-    if (count > numColors) std::fill(colors + numColors, colors + count, RGBQUAD{});
-    numColors = count;
+    numColors = std::min(value, kMaxColors);
+    hasPalette = hasPalette && numColors != 0;
+    std::fill(colors + numColors, colors + kMaxColors, RGBQUAD{});
 }
 
 void ZPixFormat::FillColorTable(unsigned count, const RGBQUAD* entries) noexcept {
-    numColors = std::min(count, kMaxColors);
+    SetNumColors(count);
+    hasPalette = numColors != 0;
     std::copy_n(entries, numColors, colors);
 }
 

@@ -35,6 +35,27 @@ TEST(ZPixFormat, NewEntriesAreBlackEvenWhereAnOldPaletteLay) {
     EXPECT_EQ(format.GetColors()[2].rgbBlue, 0);
 }
 
+TEST(ZPixFormat, ACountAloneIsNoPalette) {
+    const RGBQUAD entries[2] = {{1, 2, 3, 0}, {4, 5, 6, 0}};
+    ZPixFormat format(8, 8, 1, 8, 256);
+    EXPECT_EQ(format.GetNumColors(), 256u);
+    EXPECT_EQ(format.GetColors(), nullptr);
+    format.FillColorTable(2, entries);
+    EXPECT_NE(format.GetColors(), nullptr);
+    format.SetNumColors(0);
+    format.SetNumColors(2);
+    EXPECT_EQ(format.GetColors(), nullptr);
+}
+
+TEST(ZPixFormat, EntriesBeyondTheOnesInUseAreBlack) {
+    const RGBQUAD entries[3] = {{1, 2, 3, 0}, {4, 5, 6, 0}, {7, 8, 9, 0}};
+    ZPixFormat format;
+    format.FillColorTable(3, entries);
+    format.FillColorTable(1, entries);
+    EXPECT_EQ(format.GetColors()[0].rgbGreen, 2);
+    for (unsigned i = 1; i < ZPixFormat::kMaxColors; ++i) EXPECT_EQ(format.GetColors()[i].rgbRed, 0) << i;
+}
+
 TEST(ZPixFormat, NeverHoldsMoreThan256Colors) {
     ZPixFormat format(8, 8, 1, 8, 1000);
     EXPECT_EQ(format.GetNumColors(), 256u);
