@@ -56,6 +56,26 @@ round_trip() {
     say "$name and $unpacked: $verdict"
 }
 
+# format_sheet PICTURE: one picture in every pixel format, and by every way to find the colours of an indexed one.
+format_sheet() {
+    local format quantizer entries=()
+    /usr/bin/python3 "$root/scripts/contact_sheet.py" sample "$1" "$demo/sample.png"
+    echo
+    say "sample.png, a small copy of $(basename "$1") that fades at its border, in every pixel format"
+    for format in GRAYSCALE_{1,4,8,16,32} INDEXED_{1,4,8} BGR_24 BGRA_32 RGBA_32 BGRX_32 PBGRA_32; do
+        show convert sample.png "sample-$format.png" --format "$format"
+        entries+=("$format=$demo/sample-$format.png")
+    done
+    for format in INDEXED_{1,4,8}; do
+        for quantizer in popularity median5 median8 ordered diffuse; do
+            show convert sample.png "sample-$format-$quantizer.png" --format "$format" --quantizer "$quantizer"
+            entries+=("$format $quantizer=$demo/sample-$format-$quantizer.png")
+        done
+    done
+    /usr/bin/python3 "$root/scripts/contact_sheet.py" sheet "$demo/formats.png" "${entries[@]}"
+    say "all of them side by side: build/demo/formats.png"
+}
+
 "$root/scripts/dependencies.sh" build demo
 configure release
 build release zbm
@@ -63,10 +83,12 @@ mkdir -p "$demo"
 
 if [ -n "$picture" ]; then
     round_trip "$picture"
+    format_sheet "$picture"
 else
     fetch_pictures
     round_trip "$demo/photograph.jpg"
     round_trip "$demo/drawing.png"
+    format_sheet "$demo/photograph.jpg"
 fi
 echo
 say "every pixel came back; the archives and pictures are in build/demo"

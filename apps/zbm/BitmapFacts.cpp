@@ -45,6 +45,7 @@ int BitmapFacts::LargestIndex() const {
 }
 
 BitmapFacts LookAt(zbm::ZBitmap& bitmap, shr::IProgress& progress) {
+    const shr::CScopedIProgressTask task(&progress, L"Examining pixels...");
     BitmapFacts facts;
     TileRows rows(bitmap);
     const shr::ColorFormat format = rows.Format();

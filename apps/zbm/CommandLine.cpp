@@ -6,6 +6,9 @@
 #include <optional>
 
 #include "Commands.h"
+#include "FormatNames.h"
+#include "PictureWriter.h"
+#include "RowConversion.h"
 #include "shr/Exception.h"
 #include "shr/Logger.h"
 
@@ -14,7 +17,8 @@ namespace tool {
 namespace {
 
 constexpr const char* kDescription =
-    "zbm packs pictures into archives of tiled bitmaps and unpacks them again, every pixel the same.";
+    "zbm packs pictures into archives of tiled bitmaps, unpacks them again, every pixel the same, and converts them\n"
+    "between pixel formats.";
 
 constexpr const char* kFooter =
     "Pictures are PNG, JPEG, TIFF or BMP files: told by their content when read, by their extension (.png .jpg .jpeg\n"
@@ -33,6 +37,7 @@ constexpr const char* kFooter =
 /// What the parser fills in. File names arrive as UTF-8.
 struct Parsed {
     std::string picture, archive, tile, method = "balanced";
+    std::string input, output, format, quantizer;
     int jpegQuality = kDefaultJpegQuality;
 };
 
@@ -44,13 +49,18 @@ const std::map<std::string, zcdl::CodecMethod>& Methods() {
     return methods;
 }
 
-struct TileSize {
-    int width, height;
-};
+const std::map<std::string, Quantizer>& Quantizers() {
+    static const std::map<std::string, Quantizer> quantizers{{"median5", Quantizer::median5},
+                                                             {"median8", Quantizer::median8},
+                                                             {"popularity", Quantizer::popularity},
+                                                             {"ordered", Quantizer::ordered},
+                                                             {"diffuse", Quantizer::diffuse}};
+    return quantizers;
+}
 
 /// "WxH", both at least 1.
 std::optional<TileSize> ParseTileSize(const std::string& text) {
-    TileSize size{};
+    TileSize size;
     const char* end = text.data() + text.size();
     const auto width = std::from_chars(text.data(), end, size.width);
     if (width.ec != std::errc{} || width.ptr == end || (*width.ptr != 'x' && *width.ptr != 'X')) return std::nullopt;
@@ -71,6 +81,14 @@ std::string CheckPictureName(const std::string& name) {
 
 std::string CheckTileSize(const std::string& text) {
     return ParseTileSize(text) ? "" : "\"" + text + "\" is no size like 512x512";
+}
+
+std::string CheckFormat(const std::string& name) {
+    if (FormatNamed(name)) return "";
+    std::string text = "\"" + name + "\" is none of the formats";
+    for (int i = shr::GRAYSCALE_1; i < shr::kColorFormats; ++i)
+        text += std::string(" ") + FormatName(static_cast<shr::ColorFormat>(i));
+    return text;
 }
 
 CLI::Option* AddFile(CLI::App* command, const char* name, std::string& value, const char* description) {
@@ -100,6 +118,27 @@ CLI::App* AddUnpack(CLI::App& app, Parsed& parsed) {
     return unpack;
 }
 
+CLI::App* AddConvert(CLI::App& app, Parsed& parsed) {
+    CLI::App* convert = app.add_subcommand("convert", "Convert a picture or an archive to another pixel format");
+    AddFile(convert, "INPUT", parsed.input, "The picture or archive to read");
+    AddFile(convert, "OUTPUT", parsed.output, "What to write: a picture by its extension, else an archive");
+    convert->add_option("--format", parsed.format, "The pixel format, like BGRA_32 or INDEXED_8")
+        ->type_name("FORMAT")
+        ->required()
+        ->check(CheckFormat);
+    convert
+        ->add_option("--quantizer", parsed.quantizer,
+                     "How an indexed format's colours are found: median5, median8 (the default), popularity, ordered "
+                     "or diffuse")
+        ->type_name("QUANTIZER")
+        ->check(CLI::IsMember(Quantizers()));
+    convert->callback([&parsed] {
+        if (!parsed.quantizer.empty() && !IsIndexed(*FormatNamed(parsed.format)))
+            throw CLI::ValidationError("--quantizer", "only an INDEXED format has colours to find");
+    });
+    return convert;
+}
+
 CLI::App* AddInfo(CLI::App& app, Parsed& parsed) {
     CLI::App* info = app.add_subcommand("info", "Show what an archive holds");
     AddFile(info, "ARCHIVE", parsed.archive, "The archive to read");
@@ -110,16 +149,20 @@ void RunPack(const Parsed& parsed, Console& console) {
     PackOptions options;
     options.picture = ZString::FromUtf8(parsed.picture);
     options.archive = ZString::FromUtf8(parsed.archive);
-    if (const auto size = ParseTileSize(parsed.tile)) {
-        options.tileWidth = size->width;
-        options.tileHeight = size->height;
-    }
+    options.tiles = ParseTileSize(parsed.tile).value_or(TileSize{});
     options.method = Methods().at(parsed.method);
     Pack(options, console);
 }
 
 void RunUnpack(const Parsed& parsed, Console& console) {
     Unpack({ZString::FromUtf8(parsed.archive), ZString::FromUtf8(parsed.picture), parsed.jpegQuality}, console);
+}
+
+void RunConvert(const Parsed& parsed, Console& console) {
+    ConvertOptions options{ZString::FromUtf8(parsed.input), ZString::FromUtf8(parsed.output),
+                           FormatNamed(parsed.format).value(), std::nullopt};
+    if (!parsed.quantizer.empty()) options.quantizer = Quantizers().at(parsed.quantizer);
+    Convert(options, console);
 }
 
 /// The exit code if the arguments ask for help or the version, or are wrong; else nothing.
@@ -178,12 +221,14 @@ int RunTool(const std::vector<std::string>& arguments, std::ostream& out, std::o
     app.require_subcommand(1);
     CLI::App* pack = AddPack(app, parsed);
     CLI::App* unpack = AddUnpack(app, parsed);
+    CLI::App* convert = AddConvert(app, parsed);
     AddInfo(app, parsed);
     if (const auto code = Parse(app, arguments, out, console)) return *code;
     return Execute(
         [&] {
             if (pack->parsed()) return RunPack(parsed, console);
             if (unpack->parsed()) return RunUnpack(parsed, console);
+            if (convert->parsed()) return RunConvert(parsed, console);
             Info({ZString::FromUtf8(parsed.archive)}, out, console);
             if (!out.flush()) throw ToolError("standard output", "cannot be written");
         },

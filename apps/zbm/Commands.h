@@ -1,6 +1,9 @@
 #pragma once
+#include <optional>
 #include <ostream>
 
+#include "BitmapConversion.h"
+#include "BitmapFile.h"
 #include "Console.h"
 #include "PictureWriter.h"
 #include "zcdl/Codec.h"
@@ -9,13 +12,19 @@ namespace tool {
 
 struct PackOptions {
     ZString picture, archive;
-    int tileWidth = 512, tileHeight = 512;
+    TileSize tiles;
     zcdl::CodecMethod method = zcdl::CodecMethod::balanced;
 };
 
 struct UnpackOptions {
     ZString archive, picture;
     int jpegQuality = kDefaultJpegQuality;
+};
+
+struct ConvertOptions {
+    ZString input, output;
+    shr::ColorFormat format = shr::FORMAT_NONE;
+    std::optional<Quantizer> quantizer;
 };
 
 struct InfoOptions {
@@ -29,6 +38,9 @@ struct InfoOptions {
 void Pack(const PackOptions& options, Console& console);
 /// Archive file to picture file. The picture's name has one of the known extensions.
 void Unpack(const UnpackOptions& options, Console& console);
+/// Picture or archive file to one in another pixel format: a picture if the output's name has a known extension, else
+/// an archive.
+void Convert(const ConvertOptions& options, Console& console);
 /// Writes what is known of an archive file, a line "key: value" each.
 void Info(const InfoOptions& options, std::ostream& out, Console& console);
 

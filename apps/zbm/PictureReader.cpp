@@ -24,18 +24,25 @@ constexpr FileType kFileTypes[] = {
     {"BM", 2, &OpenBmp},
 };
 
-}  // namespace
-
-std::unique_ptr<PictureReader> OpenPicture(PictureSource& source, Console& console) {
+/// The type of the file by its first bytes; null if it is none.
+const FileType* TypeOf(PictureSource& source) {
     char start[8] = {};
     const std::size_t length = source.Read(start, sizeof start);
     source.Seek(0);
     for (const FileType& type : kFileTypes) {
-        if (length >= type.length && std::memcmp(start, type.signature, type.length) == 0) {
-            return type.open(source, console);
-        }
+        if (length >= type.length && std::memcmp(start, type.signature, type.length) == 0) return &type;
     }
-    throw std::runtime_error("is no PNG, JPEG, TIFF or BMP picture");
+    return nullptr;
+}
+
+}  // namespace
+
+bool BeginsLikePicture(PictureSource& source) { return TypeOf(source) != nullptr; }
+
+std::unique_ptr<PictureReader> OpenPicture(PictureSource& source, Console& console) {
+    const FileType* type = TypeOf(source);
+    if (type == nullptr) throw std::runtime_error("is no PNG, JPEG, TIFF or BMP picture");
+    return type->open(source, console);
 }
 
 void NoteReducedDepth(Console& console, const ZString& file) {

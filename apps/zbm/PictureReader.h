@@ -41,6 +41,8 @@ protected:
     PictureReader& operator=(const PictureReader&) = default;
 };
 
+/// Whether the file begins like a picture of a type that can be read.
+bool BeginsLikePicture(PictureSource& source);
 /// The reader for the file's content, told by its first bytes. `source` and `console` are borrowed.
 std::unique_ptr<PictureReader> OpenPicture(PictureSource& source, Console& console);
 
