@@ -27,6 +27,9 @@ bool ZPixFilterBase::Start() {
     } catch (const std::bad_alloc&) {
         Stop();
         return Fail("ZPixFilterBase", __LINE__, L"Not enough memory for the filter.");
+    } catch (...) {  // thrown by the source of lines
+        Stop();
+        throw;
     }
     if (!started) Stop();
     return started;
@@ -45,15 +48,17 @@ bool ZPixFilterBase::IsReadyFor(unsigned line) {
 }
 
 bool ZPixFilterBase::PullLine(unsigned line, void* buffer) {
-    if (scanLineFunction(userData, line, buffer)) return true;
+    if (scanLineFunction != nullptr && scanLineFunction(userData, line, buffer)) return true;
     return Fail("ZPixFilterBase", __LINE__, L"The filter's source gave no line.");
 }
 
 bool ZPixFilterBase::Fail(const char* file, int line, const wchar_t* description) {
-    errorModule = L"ZPixFilteru";
-    errorFile = file;
     errorLine = line;
-    errorDescription = description;
+    try {
+        errorModule = L"ZPixFilteru";
+        errorFile = file;
+        errorDescription = description;
+    } catch (const std::bad_alloc&) {}  // that it failed is told all the same
     return false;
 }
 

@@ -1,9 +1,12 @@
 #pragma once
 #include <memory>
+#include <vector>
 
 #include "zpixf/ZPixFilterBase.h"
 
 namespace zpixf {
+
+struct ColorPoint;
 
 /// Chooses a palette for a picture and maps its pixels to it.
 ///
@@ -13,13 +16,17 @@ namespace zpixf {
 /// FilterScanline pulls exactly the line that it gives. Bits of a packed line's last byte beyond its pixels stay as
 /// they were.
 ///
-/// A picture of at most as many colours as desired comes out exact. Transparent pixels (alpha 0) have no say in the
-/// palette unless all are transparent. The result is the same on every system and processor.
+/// Start fails, and leaves the output format as it is, if the input is of another form or the output is of none of
+/// these, if their sizes differ, or if more colours are desired than the output can tell apart: 2, 16 or 256 for
+/// indices of 1, 4 or 8 bits, 256 for 32-bit pixels. What is set after Start counts from the next Start on.
+///
+/// A picture without pixels gets one black entry. A picture of at most as many colours as desired comes out exact.
+/// Transparent pixels (alpha 0) have no say in the palette unless all are transparent. The result is the same on every
+/// system and processor.
 class ZPIXF_API ZPixfQuantize : public ZPixFilterBase {
 public:
     ~ZPixfQuantize() override;
-    /// 1 to 256; 256 if never set. Start fails for any other number, or for more than the output's index can tell
-    /// apart.
+    /// 1 to 256; 256 if never set. Start fails for any other number.
     void SetDesiredColors(unsigned count);
     bool FilterScanline(unsigned line, void* buffer) override;
     void Stop() override;
@@ -27,10 +34,15 @@ public:
 protected:
     ZPixfQuantize();
     bool OnStart() override;
+    /// Puts at most `desiredColors` colours in the place of the picture's, which are more.
+    virtual void ChooseColors(std::vector<ColorPoint>& colors) const = 0;
 
     struct State;
     std::unique_ptr<State> state;  ///< what a started filter holds
     unsigned desiredColors = 256;
+
+private:
+    bool SuitsFormats();
 };
 
 /// Median cut (P. Heckbert, Color Image Quantization for Frame Buffer Display, 1982) on 5 bits a channel: the quick
@@ -40,6 +52,9 @@ public:
     ZPixfQuantizeMedian5();
     ~ZPixfQuantizeMedian5() override;
     ZPixfType FilterType() const override;
+
+protected:
+    void ChooseColors(std::vector<ColorPoint>& colors) const override;
 };
 
 /// Splits by variance on full 8-bit colours, and refines: the good one.
@@ -48,14 +63,20 @@ public:
     ZPixfQuantizeMedian8();
     ~ZPixfQuantizeMedian8() override;
     ZPixfType FilterType() const override;
+
+protected:
+    void ChooseColors(std::vector<ColorPoint>& colors) const override;
 };
 
-/// The colours that occur most.
+/// The colours that occur most. What counts as one colour is a cell of as many bits a channel as suits the picture.
 class ZPIXF_API ZPixfQuantizePopularity : public ZPixfQuantize {
 public:
     ZPixfQuantizePopularity();
     ~ZPixfQuantizePopularity() override;
     ZPixfType FilterType() const override;
+
+protected:
+    void ChooseColors(std::vector<ColorPoint>& colors) const override;
 };
 
 }  // namespace zpixf

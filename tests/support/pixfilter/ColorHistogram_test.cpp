@@ -1,0 +1,171 @@
+#include "ColorHistogram.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <map>
+#include <random>
+#include <vector>
+
+namespace zpixf {
+namespace {
+
+using Pixel = std::array<std::uint8_t, 4>;
+using Picture = std::vector<Pixel>;
+
+void AddInRows(ColorHistogram& histogram, const Picture& picture, std::size_t width) {
+    for (std::size_t x = 0; x < picture.size(); x += width)
+        histogram.AddRow(picture[x].data(), std::min(width, picture.size() - x));
+}
+
+/// What the visible pixels' colours come to in cells of `bits` a channel, counted one by one.
+using Cells = std::map<std::array<unsigned, 3>, ColorPoint>;
+Cells CellsOf(const Picture& picture, unsigned bits) {
+    Cells cells;
+    for (const Pixel& pixel : picture) {
+        if (pixel[3] == 0) continue;
+        std::array<unsigned, 3> key;
+        for (unsigned c = 0; c < 3; ++c) key[c] = static_cast<unsigned>(pixel[c]) >> (8 - bits);
+        ColorPoint& point = cells[key];
+        ++point.weight;
+        for (unsigned c = 0; c < 3; ++c) point.sum[c] += pixel[c];
+    }
+    return cells;
+}
+
+void ExpectPoints(const std::vector<ColorPoint>& points, const Cells& expected, unsigned bits) {
+    ASSERT_EQ(points.size(), expected.size());
+    for (const ColorPoint& point : points) {
+        std::array<unsigned, 3> key;
+        for (unsigned c = 0; c < 3; ++c) key[c] = static_cast<unsigned>(point.mean[c]) >> (8 - bits);
+        const auto found = expected.find(key);
+        ASSERT_NE(found, expected.end());
+        EXPECT_EQ(point.weight, found->second.weight);
+        for (unsigned c = 0; c < 3; ++c) {
+            EXPECT_EQ(point.sum[c], found->second.sum[c]);
+            EXPECT_EQ(point.mean[c], (2 * point.sum[c] + point.weight) / (2 * point.weight));
+        }
+    }
+}
+
+Pixel Noise(std::mt19937& random) {
+    const auto bits = random();
+    return {static_cast<std::uint8_t>(bits), static_cast<std::uint8_t>(bits >> 8),
+            static_cast<std::uint8_t>(bits >> 16), 255};
+}
+
+Picture NoisePicture(std::size_t count) {
+    std::mt19937 random(11);
+    Picture picture;
+    for (std::size_t i = 0; i < count; ++i) picture.push_back(Noise(random));
+    return picture;
+}
+
+TEST(ColorHistogram, CountsEachOfFewColors) {
+    Picture picture = NoisePicture(9000);
+    for (std::size_t i = 0; i < 5000; ++i) picture.push_back(picture[i / 3]);
+    ColorHistogram histogram;
+    AddInRows(histogram, picture, 100);
+    EXPECT_TRUE(histogram.HasAllColors());
+    ExpectPoints(histogram.Points(), CellsOf(picture, 8), 8);
+}
+
+TEST(ColorHistogram, SumsTheFullColorsOfCellsWhenThereAreMany) {
+    const Picture picture = NoisePicture(60000);
+    ColorHistogram histogram;
+    AddInRows(histogram, picture, 777);
+    EXPECT_FALSE(histogram.HasAllColors());
+    ExpectPoints(histogram.Points(), CellsOf(picture, 6), 6);
+}
+
+TEST(ColorHistogram, KeepsCountingInACellThatIsFull) {
+    // Fifteen times as many as a packed cell holds, in one row, all with the largest low bits.
+    Picture picture = NoisePicture(20000);
+    picture.insert(picture.end(), 250000, Pixel{255, 3, 127, 255});
+    ColorHistogram histogram;
+    AddInRows(histogram, picture, picture.size());
+    EXPECT_FALSE(histogram.HasAllColors());
+    ExpectPoints(histogram.Points(), CellsOf(picture, 6), 6);
+}
+
+TEST(ColorHistogram, TurnsFromColorsToCellsWithoutLosingAPixel) {
+    // The change happens within a row, after colours of many pixels.
+    Picture picture(100000, Pixel{200, 201, 203, 255});
+    const Picture noise = NoisePicture(30000);
+    picture.insert(picture.end(), noise.begin(), noise.end());
+    ColorHistogram histogram;
+    AddInRows(histogram, picture, picture.size());
+    ExpectPoints(histogram.Points(), CellsOf(picture, 6), 6);
+}
+
+TEST(ColorHistogram, LeavesOutTransparentPixelsInBothForms) {
+    for (const std::size_t count : {5000u, 60000u}) {
+        Picture picture = NoisePicture(count);
+        for (std::size_t i = 0; i < count; i += 3) picture[i][3] = 0;
+        for (std::size_t i = 1; i < count; i += 3) picture[i][3] = 1;
+        ColorHistogram histogram;
+        AddInRows(histogram, picture, 500);
+        EXPECT_EQ(histogram.HasAllColors(), count == 5000u);
+        ExpectPoints(histogram.Points(), CellsOf(picture, count == 5000u ? 8 : 6), count == 5000u ? 8 : 6);
+    }
+}
+
+TEST(ColorHistogram, ForgetsTransparentPixelsAtTheFirstVisibleOne) {
+    for (const std::size_t count : {5000u, 60000u}) {
+        Picture picture = NoisePicture(count);
+        for (Pixel& pixel : picture) pixel[3] = 0;
+        picture.back() = {9, 8, 7, 200};
+        ColorHistogram histogram;
+        AddInRows(histogram, picture, 500);
+        const std::vector<ColorPoint> points = histogram.Points();
+        ASSERT_EQ(points.size(), 1u);
+        EXPECT_EQ(points[0].weight, 1u);
+        EXPECT_EQ(points[0].mean[0], 9);
+    }
+}
+
+TEST(ColorHistogram, CountsTransparentPixelsWhereThereAreNoOthers) {
+    for (const std::size_t count : {5000u, 60000u}) {
+        Picture picture = NoisePicture(count);
+        for (Pixel& pixel : picture) pixel[3] = 0;
+        ColorHistogram histogram;
+        AddInRows(histogram, picture, 500);
+        for (Pixel& pixel : picture) pixel[3] = 255;
+        const unsigned bits = count == 5000u ? 8 : 6;
+        ExpectPoints(histogram.Points(), CellsOf(picture, bits), bits);
+    }
+}
+
+TEST(ColorHistogram, HasNoPointsWithoutPixels) {
+    ColorHistogram histogram;
+    const Pixel none{};
+    histogram.AddRow(none.data(), 0);
+    EXPECT_TRUE(histogram.Points().empty());
+}
+
+TEST(ColorHistogram, HoldsMoreThan256PointsWhenItDoesNotHoldAllColors) {
+    // The colours lie as close together as they can.
+    ColorHistogram histogram;
+    Picture picture;
+    for (unsigned b = 0; b < 26; ++b)
+        for (unsigned g = 0; g < 26; ++g)
+            for (unsigned r = 0; r < 26; ++r)
+                picture.push_back(
+                    {static_cast<std::uint8_t>(b), static_cast<std::uint8_t>(g), static_cast<std::uint8_t>(r), 255});
+    AddInRows(histogram, picture, 26);
+    EXPECT_FALSE(histogram.HasAllColors());
+    EXPECT_GT(histogram.Points().size(), 256u);
+}
+
+TEST(Merge, PutsTogetherWhatLiesInACell) {
+    const Picture picture = NoisePicture(40000);
+    ColorHistogram histogram;
+    AddInRows(histogram, picture, 400);
+    for (unsigned bits = 1; bits <= 5; ++bits)
+        ExpectPoints(Merge(histogram.Points(), bits), CellsOf(picture, bits), bits);
+}
+
+}  // namespace
+}  // namespace zpixf
