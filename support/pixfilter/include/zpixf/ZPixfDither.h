@@ -1,48 +1,73 @@
 #pragma once
+#include <cstddef>
 #include <memory>
 
 #include "zpixf/ZPixFilterBase.h"
 
 namespace zpixf {
 
+class LineDitherer;
+
 /// Maps a picture to a palette so that the mean colour of an area is kept.
 ///
 /// Input: 4 channels of 8 bits (B, G, R, A). Output: as many pixels, either one channel of 1, 4 or 8 bits, the packed
-/// indices, or 4 channels of 8 bits, the palette's colours with the alpha of the input. The palette is that of the
-/// output format; if it has none, Start sets a fixed one: of 2, 16 or 256 entries for 1, 4 or 8 bits (256 for colours).
-/// FilterScanline pulls exactly the line that it gives; bits of a packed line's last byte beyond its pixels stay.
+/// indices, or 4 channels of 8 bits, the palette's colours with the alpha of the input. Start fails for other formats,
+/// for sizes that differ, and for a palette, or a count without one, of more entries than the index can tell apart.
+///
+/// The palette is that of the output format. If that has none, Start sets a fixed one: the largest of at most as many
+/// entries as the format's count, or as the index can tell apart if the count is 0 (256 for colours). It fails for a
+/// count of 1. The fixed palettes are black and white; the 16 colours of VGA displays; and a cube of 6 x 6 x 6 colours
+/// with 40 greys between its own. Of a palette of greys only, the luma of the pixels is shown.
+///
+/// A pixel of a colour that the palette has comes out as it is (in a diffusion, if no errors reach it). FilterScanline
+/// pulls exactly the line that it gives; bits of a packed line's last byte beyond its pixels stay. The result is the
+/// same on every system and processor.
 class ZPIXF_API ZPixfDither : public ZPixFilterBase {
 public:
     ~ZPixfDither() override;
+    bool FilterScanline(unsigned line, void* buffer) override;
     void Stop() override;
 
 protected:
+    using MakeDitherer = std::unique_ptr<LineDitherer> (*)(const RGBQUAD* entries, unsigned numEntries,
+                                                           std::size_t width);
     ZPixfDither();
+    bool StartWith(MakeDitherer makeDitherer);
 
     struct State;
     std::unique_ptr<State> state;  ///< what a started filter holds
 };
 
-/// Ordered dither (B. E. Bayer, An Optimum Method for Two-Level Rendition of Continuous-Tone Pictures, 1973).
+/// Ordered dither (B. E. Bayer, An Optimum Method for Two-Level Rendition of Continuous-Tone Pictures, 1973) with
+/// mixtures of up to four entries (after T. Knoll's pattern dithering, US patent 6606166, expired).
+///
+/// The mean of a flat area of 64 x 64 pixels keeps within half a level, for all colours with the fixed palettes of 16
+/// and 256 entries and all greys with that of 2. With any other palette this holds for colours that lie within its
+/// convex hull by more than 8 levels; others tend to the hull's nearest colour. A line depends on itself only, and
+/// lines may be asked for in any order.
 class ZPIXF_API ZPixfDitherOrdered : public ZPixfDither {
 public:
     ZPixfDitherOrdered();
     ~ZPixfDitherOrdered() override;
     ZPixfType FilterType() const override;
-    bool FilterScanline(unsigned line, void* buffer) override;
 
 protected:
     bool OnStart() override;
 };
 
-/// Error diffusion (R. W. Floyd, L. Steinberg, An Adaptive Algorithm for Spatial Greyscale, 1976), alternate lines
-/// running right to left. Line 0 begins without error.
+/// Error diffusion (R. W. Floyd, L. Steinberg, An Adaptive Algorithm for Spatial Greyscale, 1976), odd lines running
+/// right to left.
+///
+/// The mean of large areas of a colour within the palette's convex hull is kept, but for what falls below the last
+/// line. Errors move no pixel by more than about three times the gaps of the palette (32 to 256 levels), so that
+/// colours that no mixture reaches are not smeared over what follows; with few and unevenly spread entries this can
+/// cost some of the mean. Transparent pixels (alpha 0) take and pass on no error. A line that does not follow the one
+/// given before, as line 0, begins without errors.
 class ZPIXF_API ZPixfDitherDiffuse : public ZPixfDither {
 public:
     ZPixfDitherDiffuse();
     ~ZPixfDitherDiffuse() override;
     ZPixfType FilterType() const override;
-    bool FilterScanline(unsigned line, void* buffer) override;
 
 protected:
     bool OnStart() override;

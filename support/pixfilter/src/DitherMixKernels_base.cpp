@@ -1,0 +1,3 @@
+#include "DitherMixKernels.inl"
+
+const zpixf::DitherMixKernels zpixf::kBaseDitherMixKernels = zpixf::kKernels;

@@ -1,0 +1,22 @@
+#pragma once
+// What the two ditherers do to a line, once formats and palette are settled.
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "gdi/gdi.h"
+
+namespace zpixf {
+
+class LineDitherer {
+public:
+    virtual ~LineDitherer() = default;
+    /// Gives the palette index of each pixel (B, G, R, A) of the line.
+    virtual void Dither(unsigned line, const std::uint8_t* pixels, std::uint8_t* indices) = 0;
+};
+
+/// `numEntries` is 1 to 256. Lines of `width` pixels are given in any order. These may raise std::bad_alloc.
+std::unique_ptr<LineDitherer> MakeOrderedDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width);
+std::unique_ptr<LineDitherer> MakeDiffuseDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width);
+
+}  // namespace zpixf

@@ -1,0 +1,584 @@
+#include "zpixf/ZPixfDither.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <numeric>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "DitherKernelsLevel.h"
+
+namespace zpixf {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using Palette = std::vector<RGBQUAD>;
+using Rgb = std::array<int, 3>;
+
+enum class Method { ordered, diffuse };
+
+std::unique_ptr<ZPixFilterBase> Make(Method method) {
+    if (method == Method::ordered) return std::make_unique<ZPixfDitherOrdered>();
+    return std::make_unique<ZPixfDitherDiffuse>();
+}
+
+RGBQUAD Entry(int red, int green, int blue) {
+    return {static_cast<BYTE>(blue), static_cast<BYTE>(green), static_cast<BYTE>(red), 0};
+}
+
+struct Picture {
+    unsigned width, height;
+    Bytes pixels;  // B, G, R, A
+
+    Picture(unsigned newWidth, unsigned newHeight) : width(newWidth), height(newHeight) {
+        pixels.assign(std::size_t{4} * width * height, 255);
+    }
+    std::uint8_t* At(unsigned x, unsigned y) { return &pixels[4 * (std::size_t{y} * width + x)]; }
+    void Set(unsigned x, unsigned y, const Rgb& color, int alpha = 255) {
+        const int bytes[] = {color[2], color[1], color[0], alpha};
+        std::copy_n(bytes, 4, At(x, y));
+    }
+    static bool Read(void* userData, unsigned line, void* buffer) {
+        auto& picture = *static_cast<Picture*>(userData);
+        if (picture.width != 0) std::memcpy(buffer, picture.At(0, line), std::size_t{4} * picture.width);
+        return true;
+    }
+};
+
+Picture Flat(unsigned width, unsigned height, const Rgb& color) {
+    Picture picture(width, height);
+    for (unsigned y = 0; y < height; ++y)
+        for (unsigned x = 0; x < width; ++x) picture.Set(x, y, color);
+    return picture;
+}
+
+Picture Noise(unsigned width, unsigned height, unsigned seed) {
+    Picture picture(width, height);
+    std::mt19937 random(seed);
+    for (std::uint8_t& byte : picture.pixels) byte = static_cast<std::uint8_t>(random() >> 24);
+    return picture;
+}
+
+ZPixFormat Indexed(const Picture& picture, unsigned bits, unsigned count, const Palette& palette = {}) {
+    ZPixFormat format(picture.width, picture.height, 1, bits, count);
+    if (!palette.empty()) format.FillColorTable(static_cast<unsigned>(palette.size()), palette.data());
+    return format;
+}
+
+void Connect(ZPixFilterBase& filter, Picture& picture, const ZPixFormat& output) {
+    filter.SetInputFormat(ZPixFormat(picture.width, picture.height, 4, 8));
+    filter.SetOutputFormat(output);
+    filter.SetScanLineFunction(&Picture::Read, &picture);
+}
+
+Palette PaletteOf(const ZPixFilterBase& filter) {
+    const ZPixFormat& format = filter.GetOutputFormat();
+    return Palette(format.GetColors(), format.GetColors() + format.GetNumColors());
+}
+
+struct Result {
+    Bytes indices;
+    Palette palette;
+};
+
+/// The 8-bit indices of a picture.
+Result Dither(Method method, Picture& picture, unsigned count, const Palette& palette = {}) {
+    Result result;
+    const auto filter = Make(method);
+    Connect(*filter, picture, Indexed(picture, 8, count, palette));
+    EXPECT_TRUE(filter->Start());
+    result.palette = PaletteOf(*filter);
+    result.indices.resize(std::size_t{picture.width} * picture.height);
+    for (unsigned y = 0; y < picture.height; ++y)
+        EXPECT_TRUE(filter->FilterScanline(y, &result.indices[std::size_t{y} * picture.width]));
+    return result;
+}
+
+/// The largest difference of a channel's mean over `count` pixels to the colour that they show.
+double MeanError(const Palette& palette, const std::uint8_t* indices, std::size_t count, const Rgb& color) {
+    std::array<double, 3> sums{};
+    for (std::size_t i = 0; i < count; ++i) {
+        const RGBQUAD& entry = palette[indices[i]];
+        sums[0] += entry.rgbRed;
+        sums[1] += entry.rgbGreen;
+        sums[2] += entry.rgbBlue;
+    }
+    double worst = 0;
+    for (unsigned c = 0; c < 3; ++c) worst = std::max(worst, std::abs(sums[c] / static_cast<double>(count) - color[c]));
+    return worst;
+}
+
+constexpr unsigned kPatternSide = 64;
+
+/// Ordered dither of flat squares of the pattern's size, all in one column; each must keep its mean.
+void ExpectOrderedMeans(const std::vector<Rgb>& colors, unsigned count, const Palette& given, double bound) {
+    Picture picture(kPatternSide, kPatternSide * static_cast<unsigned>(colors.size()));
+    for (unsigned y = 0; y < picture.height; ++y)
+        for (unsigned x = 0; x < picture.width; ++x) picture.Set(x, y, colors[y / kPatternSide]);
+    const auto [indices, palette] = Dither(Method::ordered, picture, count, given);
+    constexpr std::size_t kArea = kPatternSide * kPatternSide;
+    for (std::size_t i = 0; i < colors.size(); ++i)
+        ASSERT_LE(MeanError(palette, &indices[i * kArea], kArea, colors[i]), bound)
+            << colors[i][0] << ' ' << colors[i][1] << ' ' << colors[i][2];
+}
+
+void ExpectDiffuseMeans(const std::vector<Rgb>& colors, unsigned count, const Palette& given, double bound) {
+    constexpr unsigned kSide = 256;  // below the last line up to half a gap of the palette a pixel is lost
+    for (const Rgb& color : colors) {
+        Picture picture = Flat(kSide, kSide, color);
+        const auto [indices, palette] = Dither(Method::diffuse, picture, count, given);
+        ASSERT_LE(MeanError(palette, indices.data(), indices.size(), color), bound)
+            << color[0] << ' ' << color[1] << ' ' << color[2];
+    }
+}
+
+std::vector<Rgb> Greys(int step) {
+    std::vector<Rgb> greys;
+    for (int grey = 0; grey <= 255; grey += step) greys.push_back({grey, grey, grey});
+    return greys;
+}
+
+std::vector<Rgb> RandomColors(unsigned count) {
+    std::mt19937 random(7);
+    std::vector<Rgb> colors(count);
+    for (Rgb& color : colors)
+        for (int& channel : color) channel = static_cast<int>(random() >> 24);
+    return colors;
+}
+
+/// As a quantiser makes of a picture: crowded around the greys; with the corners of a box around all, so that there is
+/// a known part of the hull.
+Palette PictureLikePalette() {
+    std::mt19937 random(3);
+    Palette palette;
+    for (int corner = 0; corner < 8; ++corner)
+        palette.push_back(
+            Entry((corner & 1) != 0 ? 230 : 10, (corner & 2) != 0 ? 220 : 12, (corner & 4) != 0 ? 210 : 20));
+    while (palette.size() < 200) {
+        const int grey = 30 + static_cast<int>(random() % 160);
+        const auto around = [&] { return grey + static_cast<int>(random() % 40) - 20; };
+        const int red = around(), green = around();
+        palette.push_back(Entry(red, green, around()));
+    }
+    return palette;
+}
+
+/// Well within the box of PictureLikePalette: more than a step of the ordered dither's lattice from its faces.
+std::vector<Rgb> ColorsWithin(unsigned count) {
+    std::vector<Rgb> colors = RandomColors(count);
+    for (Rgb& color : colors)
+        for (int& channel : color) channel = 32 + channel * 160 / 255;
+    return colors;
+}
+
+TEST(ZPixfDitherOrdered, KeepsTheMeanOfEveryGreyWithFixedPalettes) {
+    for (const unsigned count : {2u, 16u, 256u}) ExpectOrderedMeans(Greys(1), count, {}, 0.5);
+}
+
+TEST(ZPixfDitherOrdered, KeepsTheMeanOfColorsWithFixedPalettes) {
+    for (const unsigned count : {16u, 256u}) ExpectOrderedMeans(RandomColors(1000), count, {}, 0.5);
+}
+
+TEST(ZPixfDitherOrdered, KeepsTheMeanOfColorsWithinAPicturesPalette) {
+    ExpectOrderedMeans(ColorsWithin(1000), 0, PictureLikePalette(), 0.5);
+}
+
+TEST(ZPixfDitherDiffuse, KeepsTheMeanOfGreysWithFixedPalettes) {
+    for (const unsigned count : {2u, 16u, 256u}) ExpectDiffuseMeans(Greys(5), count, {}, 0.5);
+}
+
+TEST(ZPixfDitherDiffuse, KeepsTheMeanOfColorsWithFixedPalettes) {
+    for (const unsigned count : {16u, 256u}) ExpectDiffuseMeans(RandomColors(60), count, {}, 0.5);
+}
+
+TEST(ZPixfDitherDiffuse, KeepsTheMeanOfColorsWithinAPicturesPalette) {
+    ExpectDiffuseMeans(ColorsWithin(60), 0, PictureLikePalette(), 0.5);
+}
+
+TEST(ZPixfDitherDiffuse, DoesNotSmearWhatNoMixtureReachesOverWhatFollows) {
+    // White on top cannot be shown with these; below, the middle grey can.
+    const Palette palette = {Entry(0, 0, 0), Entry(40, 40, 40)};
+    Picture picture = Flat(64, 128, {20, 20, 20});
+    for (unsigned y = 0; y < 64; ++y)
+        for (unsigned x = 0; x < 64; ++x) picture.Set(x, y, {255, 255, 255});
+    const Bytes indices = Dither(Method::diffuse, picture, 0, palette).indices;
+    EXPECT_TRUE(std::all_of(indices.begin(), indices.begin() + 64 * 64, [](int index) { return index == 1; }));
+    const auto lightIn = [&](int line) {
+        return std::accumulate(indices.begin() + 64 * line, indices.begin() + 64 * (line + 1), 0);
+    };
+    EXPECT_LT(lightIn(64 + 12), 48);
+    EXPECT_GT(lightIn(64 + 12), 16);
+}
+
+TEST(ZPixfDitherOrdered, BlackAndWhiteFollowBayersMatrix) {
+    constexpr int kMatrix[8][8] = {{0, 32, 8, 40, 2, 34, 10, 42},  {48, 16, 56, 24, 50, 18, 58, 26},
+                                   {12, 44, 4, 36, 14, 46, 6, 38}, {60, 28, 52, 20, 62, 30, 54, 22},
+                                   {3, 35, 11, 43, 1, 33, 9, 41},  {51, 19, 59, 27, 49, 17, 57, 25},
+                                   {15, 47, 7, 39, 13, 45, 5, 37}, {63, 31, 55, 23, 61, 29, 53, 21}};
+    std::array<int, 64> whites{};  // at each place of the 8 x 8 tile, in all greys: the more the lower its threshold
+    for (int grey = 0; grey < 256; ++grey) {
+        Picture picture = Flat(kPatternSide, kPatternSide, {grey, grey, grey});
+        const Bytes indices = Dither(Method::ordered, picture, 2).indices;
+        for (unsigned y = 0; y < kPatternSide; ++y)
+            for (unsigned x = 0; x < kPatternSide; ++x) whites[y % 8 * 8 + x % 8] += indices[y * kPatternSide + x];
+    }
+    std::array<int, 64> places{};
+    for (int y = 0; y < 8; ++y)
+        for (int x = 0; x < 8; ++x) places[static_cast<unsigned>(kMatrix[y][x])] = y * 8 + x;
+    for (unsigned i = 1; i < 64; ++i)
+        EXPECT_GT(whites[static_cast<unsigned>(places[i - 1])], whites[static_cast<unsigned>(places[i])]) << i;
+}
+
+TEST(ZPixfDitherDiffuse, RunsInAlternateDirections) {
+    // In sixteenths white begins at 2048. Line 0, from the left: 1920 is black and passes 7/16, 840, ahead, which makes
+    // the next 2760: white; 360 and 600 of the first and -248, -413 and -659 of the second fall below. Line 1 is
+    // bright enough to be white. Line 3, after a black one that takes no errors on as it is transparent, runs from the
+    // right: there the first is black and the last white.
+    Picture picture(2, 4);
+    const auto set = [&](unsigned line, int grey, int alpha) {
+        for (unsigned x = 0; x < 2; ++x) picture.Set(x, line, {grey, grey, grey}, alpha);
+    };
+    set(0, 120, 255);
+    set(1, 255, 255);
+    set(2, 0, 0);
+    set(3, 120, 255);
+    EXPECT_EQ(Dither(Method::diffuse, picture, 2).indices, (Bytes{0, 1, 1, 1, 0, 0, 1, 0}));
+}
+
+/// Floyd and Steinberg's rule in plain words, for greys and black and white.
+Bytes DiffuseInPlainWords(Picture& picture) {
+    const int width = static_cast<int>(picture.width);
+    Bytes indices;
+    std::vector<int> errors(picture.width), next;
+    for (unsigned y = 0; y < picture.height; ++y) {
+        Bytes line(picture.width);
+        next.assign(picture.width, 0);
+        int ahead = 0;
+        const int step = y % 2 == 0 ? 1 : -1;
+        for (int x = step > 0 ? 0 : width - 1; x >= 0 && x < width; x += step) {
+            const auto inside = [&](int at) { return static_cast<std::size_t>(at < 0 || at >= width ? x : at); };
+            const auto here = static_cast<std::size_t>(x);
+            const std::uint8_t* pixel = picture.At(static_cast<unsigned>(x), y);
+            const bool isOpaque = pixel[3] != 0;
+            const int value = 16 * pixel[0] + (isOpaque ? errors[here] + ahead : 0);
+            line[here] = value >= 16 * 128 ? 1 : 0;
+            const int error = isOpaque ? value - 16 * 255 * line[here] : 0;
+            const auto part = [&](int sixteenths) { return static_cast<int>(std::floor(error * sixteenths / 16.0)); };
+            next[inside(x - step)] += part(3);
+            next[here] += part(5);
+            next[inside(x + step)] += error - part(7) - part(3) - part(5);
+            ahead = part(7);
+            if (inside(x + step) == here) next[here] += ahead;
+        }
+        errors = next;
+        indices.insert(indices.end(), line.begin(), line.end());
+    }
+    return indices;
+}
+
+TEST(ZPixfDitherDiffuse, SendsEveryErrorWhereFloydAndSteinbergDo) {
+    for (const unsigned width : {1u, 2u, 3u, 17u, 100u}) {
+        Picture picture = Noise(width, 40, width);
+        for (unsigned y = 0; y < picture.height; ++y)
+            for (unsigned x = 0; x < width; ++x) {
+                const int grey = picture.At(x, y)[0];
+                picture.Set(x, y, {grey, grey, grey}, x % 7 == 3 ? 0 : 200);
+            }
+        EXPECT_EQ(Dither(Method::diffuse, picture, 2).indices, DiffuseInPlainWords(picture)) << width;
+    }
+}
+
+TEST(ZPixfDitherDiffuse, TransparentPixelsNeitherTakeNorPassErrors) {
+    Picture picture = Flat(64, 64, {100, 100, 100});
+    for (unsigned y = 0; y < 64; ++y)
+        for (unsigned x = 0; x < 64; ++x)
+            if (x >= 32) picture.Set(x, y, {100, 100, 100}, 0);
+    const Bytes indices = Dither(Method::diffuse, picture, 2).indices;
+    int light = 0;
+    for (unsigned y = 0; y < 64; ++y)
+        for (unsigned x = 32; x < 64; ++x) light += indices[y * 64 + x];
+    EXPECT_EQ(light, 0);
+}
+
+class EitherDitherer : public testing::TestWithParam<Method> {
+protected:
+    Picture picture = Noise(21, 37, 5);
+};
+
+TEST_P(EitherDitherer, LeavesThePalettesOwnColorsAsTheyAre) {
+    std::mt19937 random(1);
+    for (const unsigned count : {1u, 2u, 16u, 255u, 256u}) {
+        Palette palette;
+        for (unsigned i = 0; i < count; ++i)
+            palette.push_back(Entry(static_cast<int>(random() >> 24), static_cast<int>(random() >> 24),
+                                    100 + static_cast<int>(i % 3)));  // many near one another
+        Picture drawing(100, 50);
+        for (unsigned y = 0; y < 50; ++y)
+            for (unsigned x = 0; x < 100; ++x) {
+                const RGBQUAD& color = palette[random() % count];
+                drawing.Set(x, y, {color.rgbRed, color.rgbGreen, color.rgbBlue});
+            }
+        const Bytes indices = Dither(GetParam(), drawing, 0, palette).indices;
+        for (std::size_t i = 0; i < indices.size(); ++i)
+            ASSERT_EQ(std::memcmp(&drawing.pixels[4 * i], &palette[indices[i]], 3), 0) << count << " at " << i;
+    }
+}
+
+TEST_P(EitherDitherer, RepeatedEntriesChangeNothing) {
+    const Palette plain = PictureLikePalette();
+    Palette repeated = plain;
+    repeated.insert(repeated.end(), plain.begin(), plain.begin() + 50);
+    EXPECT_EQ(Dither(GetParam(), picture, 0, plain).indices, Dither(GetParam(), picture, 0, repeated).indices);
+}
+
+TEST_P(EitherDitherer, OneColorIsAllThereIs) {
+    const Bytes indices = Dither(GetParam(), picture, 0, {Entry(9, 200, 30)}).indices;
+    EXPECT_EQ(indices, Bytes(indices.size(), 0));
+}
+
+TEST_P(EitherDitherer, OfGreysOnlyTheLumaCounts) {
+    const Palette palette = {Entry(0, 0, 0), Entry(255, 255, 255)};
+    Picture green = Flat(128, 128, {0, 255, 0});
+    const Bytes indices = Dither(GetParam(), green, 0, palette).indices;
+    const double share = std::accumulate(indices.begin(), indices.end(), 0.0) / static_cast<double>(indices.size());
+    EXPECT_NEAR(share * 255, 149.7, 1.0);  // 255 x 0.587, rounded to a level
+}
+
+TEST_P(EitherDitherer, PacksTheLeftmostPixelHighestAndKeepsWhatLiesBeyondTheLast) {
+    for (const unsigned bits : {1u, 4u})
+        for (unsigned width = 1; width <= 17; ++width) {
+            Picture small = Noise(width, 3, width);
+            const Bytes wanted = Dither(GetParam(), small, 1u << bits).indices;
+            const auto filter = Make(GetParam());
+            Connect(*filter, small, Indexed(small, bits, 0));
+            ASSERT_TRUE(filter->Start());
+            for (unsigned y = 0; y < 3; ++y) {
+                Bytes row(16, 0xA5);
+                ASSERT_TRUE(filter->FilterScanline(y, row.data()));
+                Bytes expected(16, 0xA5);
+                for (unsigned x = 0; x < width; ++x) {
+                    const unsigned shift = 8 - bits - x * bits % 8;
+                    std::uint8_t& byte = expected[x * bits / 8];
+                    byte = static_cast<std::uint8_t>((byte & ~(((1u << bits) - 1) << shift)) |
+                                                     static_cast<unsigned>(wanted[y * width + x]) << shift);
+                }
+                ASSERT_EQ(row, expected) << bits << " bits, width " << width;
+            }
+        }
+}
+
+TEST_P(EitherDitherer, ColorsAreThePalettesWithTheAlphaOfTheInput) {
+    const auto [indices, palette] = Dither(GetParam(), picture, 256);
+    const auto filter = Make(GetParam());
+    Connect(*filter, picture, ZPixFormat(picture.width, picture.height, 4, 8));
+    ASSERT_TRUE(filter->Start());
+    EXPECT_EQ(filter->GetOutputFormat().GetNumColors(), 256u);
+    Bytes row(4 * picture.width + 4, 0xA5);
+    for (unsigned y = 0; y < picture.height; ++y) {
+        ASSERT_TRUE(filter->FilterScanline(y, row.data()));
+        for (unsigned x = 0; x < picture.width; ++x) {
+            ASSERT_EQ(std::memcmp(&row[4 * x], &palette[indices[y * picture.width + x]], 3), 0);
+            ASSERT_EQ(row[4 * x + 3], picture.At(x, y)[3]);
+        }
+        ASSERT_EQ(row[4 * picture.width], 0xA5);
+    }
+}
+
+TEST_P(EitherDitherer, BeginsAgainAtLineZeroWithTheSameLines) {
+    const auto filter = Make(GetParam());
+    Connect(*filter, picture, Indexed(picture, 8, 16));
+    ASSERT_TRUE(filter->Start());
+    const std::size_t width = picture.width;
+    const auto run = [&](unsigned lines) {
+        Bytes indices(width * lines);
+        for (unsigned y = 0; y < lines; ++y) EXPECT_TRUE(filter->FilterScanline(y, &indices[y * width]));
+        return indices;
+    };
+    const Bytes first = run(20);
+    EXPECT_EQ(run(20), first);
+    filter->Stop();
+    ASSERT_TRUE(filter->Start());
+    EXPECT_EQ(run(20), first);
+}
+
+TEST_P(EitherDitherer, ALineThatFollowsNoneBeginsWithoutErrors) {
+    const auto filter = Make(GetParam());
+    Connect(*filter, picture, Indexed(picture, 8, 16));
+    ASSERT_TRUE(filter->Start());
+    Bytes fresh(picture.width), skipped(picture.width);
+    ASSERT_TRUE(filter->FilterScanline(8, fresh.data()));
+    for (unsigned y = 0; y < 3; ++y) ASSERT_TRUE(filter->FilterScanline(y, skipped.data()));
+    ASSERT_TRUE(filter->FilterScanline(8, skipped.data()));
+    EXPECT_EQ(skipped, fresh);
+}
+
+TEST_P(EitherDitherer, ALineThatTheSourceFailsToGiveCanBeAskedForAgain) {
+    struct Source {
+        Picture* picture;
+        unsigned failingLine;
+        bool throws;
+    } source{&picture, 0, false};
+    const Bytes wanted = Dither(GetParam(), picture, 16).indices;
+    const auto read = [](void* userData, unsigned line, void* buffer) {
+        auto& from = *static_cast<Source*>(userData);
+        if (line == from.failingLine && from.throws) throw std::runtime_error("no line");
+        return line != from.failingLine && Picture::Read(from.picture, line, buffer);
+    };
+    for (const bool throws : {false, true})
+        for (unsigned failing = 0; failing < picture.height; ++failing) {
+            const auto filter = Make(GetParam());
+            Connect(*filter, picture, Indexed(picture, 8, 16));
+            filter->SetScanLineFunction(read, &source);
+            ASSERT_TRUE(filter->Start());
+            Bytes indices(wanted.size());
+            for (unsigned y = 0; y < picture.height; ++y) {
+                std::uint8_t* row = &indices[y * picture.width];
+                source = {&picture, failing, throws};
+                if (y == failing && throws) {
+                    EXPECT_THROW(filter->FilterScanline(y, row), std::runtime_error);
+                } else if (y == failing) {
+                    EXPECT_FALSE(filter->FilterScanline(y, row));
+                    EXPECT_FALSE(filter->GetErrorDescription().IsEmpty());
+                }
+                source.failingLine = ~0u;
+                ASSERT_TRUE(filter->FilterScanline(y, row));
+            }
+            ASSERT_EQ(indices, wanted) << failing;
+        }
+}
+
+TEST_P(EitherDitherer, RefusesFormatsThatItDoesNotMake) {
+    struct Case {
+        const char* what;
+        ZPixFormat input, output;
+    };
+    const ZPixFormat input(21, 37, 4, 8);
+    ZPixFormat tooMany(21, 37, 1, 4), threeOfOneBit(21, 37, 1, 1);
+    const Palette palette = PictureLikePalette();
+    tooMany.FillColorTable(17, palette.data());
+    threeOfOneBit.FillColorTable(3, palette.data());
+    const Case cases[] = {
+        {"three channels in", ZPixFormat(21, 37, 3, 8), ZPixFormat(21, 37, 1, 8)},
+        {"16 bits in", ZPixFormat(21, 37, 4, 16), ZPixFormat(21, 37, 1, 8)},
+        {"other width", input, ZPixFormat(20, 37, 1, 8)},
+        {"other height", input, ZPixFormat(21, 36, 1, 8)},
+        {"2-bit indices", input, ZPixFormat(21, 37, 1, 2)},
+        {"16-bit indices", input, ZPixFormat(21, 37, 1, 16)},
+        {"three channels out", input, ZPixFormat(21, 37, 3, 8)},
+        {"17 colors in 4 bits", input, tooMany},
+        {"3 colors in a bit", input, threeOfOneBit},
+        {"a count of 256 in 4 bits", input, ZPixFormat(21, 37, 1, 4, 256)},
+        {"a count of 1 and no color", input, ZPixFormat(21, 37, 1, 8, 1)},
+    };
+    for (const Case& one : cases) {
+        const auto filter = Make(GetParam());
+        Connect(*filter, picture, one.output);
+        filter->SetInputFormat(one.input);
+        EXPECT_FALSE(filter->Start()) << one.what;
+        EXPECT_EQ(filter->GetErrorFile(), "ZPixfDither") << one.what;
+        EXPECT_FALSE(filter->GetErrorDescription().IsEmpty()) << one.what;
+        EXPECT_EQ(filter->GetOutputFormat().GetNumColors(), one.output.GetNumColors()) << one.what;
+        EXPECT_FALSE(filter->FilterScanline(0, nullptr)) << one.what;
+    }
+}
+
+TEST_P(EitherDitherer, WithoutAPaletteTakesTheFixedOneThatFits) {
+    struct Case {
+        unsigned bits, count, entries;
+    };
+    for (const Case& one : {Case{1, 0, 2}, Case{4, 0, 16}, Case{8, 0, 256}, Case{1, 2, 2}, Case{4, 2, 2},
+                            Case{8, 16, 16}, Case{8, 200, 16}, Case{8, 256, 256}, Case{4, 15, 2}}) {
+        const auto filter = Make(GetParam());
+        Connect(*filter, picture, Indexed(picture, one.bits, one.count));
+        ASSERT_TRUE(filter->Start());
+        EXPECT_EQ(filter->GetOutputFormat().GetNumColors(), one.entries) << one.bits << ' ' << one.count;
+    }
+}
+
+TEST_P(EitherDitherer, EmptyPicturesAreHarmless) {
+    for (const auto& [width, height] : {std::pair{0u, 0u}, {0u, 5u}, {5u, 0u}}) {
+        Picture empty(width, height);
+        const auto filter = Make(GetParam());
+        filter->Stop();
+        Connect(*filter, empty, Indexed(empty, 8, 0));
+        EXPECT_FALSE(filter->FilterScanline(0, nullptr));
+        ASSERT_TRUE(filter->Start());
+        std::uint8_t guard = 0xA5;
+        EXPECT_EQ(filter->FilterScanline(0, &guard), height != 0);
+        EXPECT_EQ(guard, 0xA5);
+        filter->Stop();
+        filter->Stop();
+    }
+}
+
+TEST_P(EitherDitherer, EveryLevelGivesTheSameBytes) {
+    Picture large = Noise(300, 100, 11);
+    for (unsigned y = 50; y < 100; ++y)  // half noise, half a smooth slope
+        for (unsigned x = 0; x < 300; ++x)
+            large.Set(x, y, {static_cast<int>(x % 256), static_cast<int>(2 * y), static_cast<int>(x / 2)});
+    const auto run = [&](cpu::Level level) {
+        std::vector<Bytes> all;
+        if (!UseDitherKernels(level)) return all;
+        for (const unsigned count : {2u, 16u, 256u}) all.push_back(Dither(GetParam(), large, count).indices);
+        all.push_back(Dither(GetParam(), large, 0, PictureLikePalette()).indices);
+        return all;
+    };
+    const auto wanted = run(cpu::Level::base);
+    for (const cpu::Level level : {cpu::Level::avx2, cpu::Level::avx512}) {
+        const auto found = run(level);
+        if (!found.empty()) { EXPECT_EQ(found, wanted); }
+    }
+    UseDitherKernels(cpu::Choose());
+}
+
+TEST_P(EitherDitherer, GivesTheSameForAPartOfThePicture) {
+    // Columns to the right have no say in an ordered dither; lines below have none in any.
+    const auto whole = Dither(GetParam(), picture, 256).indices;
+    Picture part(picture.width, 10);
+    part.pixels.assign(picture.pixels.begin(), picture.pixels.begin() + 4 * 10 * picture.width);
+    const auto top = Dither(GetParam(), part, 256).indices;
+    EXPECT_TRUE(std::equal(top.begin(), top.end(), whole.begin()));
+}
+
+INSTANTIATE_TEST_SUITE_P(ZPixfDither, EitherDitherer, testing::Values(Method::ordered, Method::diffuse),
+                         [](const auto& instance) {
+                             return std::string(instance.param == Method::ordered ? "Ordered" : "Diffuse");
+                         });
+
+TEST(ZPixfDither, NamesItsType) {
+    EXPECT_EQ(ZPixfDitherOrdered().FilterType(), ZPixfType::DitherOrdered);
+    EXPECT_EQ(ZPixfDitherDiffuse().FilterType(), ZPixfType::DitherDiffuse);
+}
+
+TEST(FixedPalettes, SpanTheCubeWithGreysInEqualSteps) {
+    Picture picture(1, 1);
+    for (const unsigned count : {2u, 16u, 256u}) {
+        const Palette palette = Dither(Method::ordered, picture, count).palette;
+        ASSERT_EQ(palette.size(), count);
+        const auto has = [&](int red, int green, int blue) {
+            return std::any_of(palette.begin(), palette.end(), [&](const RGBQUAD& color) {
+                return color.rgbRed == red && color.rgbGreen == green && color.rgbBlue == blue;
+            });
+        };
+        EXPECT_TRUE(has(0, 0, 0) && has(255, 255, 255));
+        for (int corner = 0; corner < 8 && count > 2; ++corner)
+            EXPECT_TRUE(has((corner & 1) * 255, (corner >> 1 & 1) * 255, (corner >> 2) * 255)) << corner;
+        for (int i = 0; i <= 45 && count == 256; ++i) {
+            const int grey = static_cast<int>(std::lround(i * 255 / 45.0));
+            EXPECT_TRUE(has(grey, grey, grey)) << grey;
+        }
+        for (std::size_t i = 0; i < palette.size(); ++i)  // none is there twice
+            for (std::size_t j = 0; j < i; ++j) EXPECT_NE(std::memcmp(&palette[i], &palette[j], 3), 0) << i;
+    }
+}
+
+}  // namespace
+}  // namespace zpixf
