@@ -19,29 +19,38 @@ class ZBitmap;
 ///     rect.GetRowPtr(3)[4 * 5 + 2] = 255;  // more red in pixel (5, 3)
 ///     rect.CommitPixels(nullptr);
 ///
-/// Nothing reaches the bitmap before CommitPixels. The bitmap must outlive the rect. Progress targets are accepted and
-/// not used. Broken preconditions raise internal errors of source file "ZBMPixelRect": a format that is none (line
-/// 270), a rectangle that reaches outside the bitmap (left 393, right 394, top 395, bottom 396) or is empty (398, 399).
+/// Nothing reaches the bitmap before CommitPixels, which changes it though the rect was made of a const reference. The
+/// bitmap must outlive the rect. Progress targets are accepted and not used.
+///
+/// Broken preconditions raise internal errors of source file "ZBMPixelRect": a format that is none (line 270), a
+/// rectangle that reaches outside the bitmap (left 393, right 394, top 395, bottom 396) or is empty in width (398) or
+/// height (399). A region whose pixels no memory holds raises std::bad_alloc.
 class ZBM_API ZPixelRect {
 public:
     ZPixelRect(const ZBitmap& source, int x, int y, int w, int h, shr::ColorFormat format, shr::IProgress* progress);
     ZPixelRect(const ZBitmap& source, const RECT& rect, shr::ColorFormat format, shr::IProgress* progress);
-    /// Fetches the same region anew: edits of the other rect that were not committed are not carried over.
+    /// Fetches the same region anew: edits of the other rect that were not committed are not carried over. Assignment
+    /// lets go of everything first, and after an error the rect holds no pixels. Of a rect without pixels comes one.
     ZPixelRect(const ZPixelRect& other);
     ZPixelRect& operator=(const ZPixelRect& other);
     ~ZPixelRect();
 
-    /// Another region of the same bitmap in the same format; the colour table stays. Raises an internal error (line
-    /// 161) once the table was edited.
+    /// Another region of the same bitmap in the same format; the colour table stays, unless the bitmap's pixels are
+    /// quantized anew. Raises an internal error once the table was edited (line 161), or if the rect holds no pixels
+    /// (160). After an error the rect is as it was.
     void Fetch(int x, int y, int w, int h, shr::IProgress* progress);
     void Fetch(const RECT& rect, shr::IProgress* progress);
-    /// Lets go of everything and starts anew. After an error the rect holds no pixels.
+    /// Lets go of everything and starts anew. After an error the rect holds no pixels, and sizes of 0; it can be
+    /// fetched into again.
     void Fetch(const ZBitmap& source, int x, int y, int w, int h, shr::ColorFormat format, shr::IProgress* progress);
     void Fetch(const ZBitmap& source, const RECT& rect, shr::ColorFormat format, shr::IProgress* progress);
 
     /// Writes the pixels into the bitmap's region, converting them back if need be. The colours of an indexed bitmap
-    /// stay as they are: each pixel gets the one that matches. Alpha goes into the mask of a bitmap without alpha
-    /// channel.
+    /// stay as they are: each pixel gets the one that ColorTableMatcher answers. Alpha goes into the mask of a bitmap
+    /// without alpha channel.
+    ///
+    /// The bitmap is written to only after all conversion has succeeded. Raises an internal error if the rect holds no
+    /// pixels (line 200), or if a bitmap whose format has no table has colours (221).
     void CommitPixels(shr::IProgress* progress);
 
     unsigned GetWidth() const noexcept { return width; }
@@ -54,7 +63,7 @@ public:
     unsigned char* GetRowPtr(int row) const noexcept;
     unsigned GetNumColorTableItems() const noexcept { return numColorTableItems; }
     shr::Color4b GetColorTableItem(unsigned index) const noexcept { return colorTable[index]; }
-    /// Raises an internal error for an index of 256 or more. From then on every commit converts.
+    /// Raises an internal error (line 310) for an index of 256 or more. From then on every commit converts.
     void SetColorTableItem(unsigned index, const shr::Color4b& color);
 
 protected:

@@ -1,0 +1,6 @@
+namespace {
+constexpr int kVectorBytes = 32;
+}
+#include "MatcherKernels.inl"
+
+const zbm::MatcherKernels zbm::kMatcherKernels_avx512 = zbm::kKernels;

@@ -1,0 +1,60 @@
+#include "convert/Quantize.h"
+
+#include "shr/Exception.h"
+#include "shr/ScopeExit.h"
+
+namespace zbm {
+namespace {
+
+/// Gives rows of the source as BGRA_32.
+struct RowReader {
+    const ConstPixelRows& src;
+    std::uint32_t width;
+
+    static bool Read(void* reader, unsigned line, void* buffer) {
+        const auto& [src, width] = *static_cast<const RowReader*>(reader);
+        const ConstPixelRows row{src.first + static_cast<std::ptrdiff_t>(line) * src.stride, src.format, src.stride,
+                                 src.colorTable};
+        ConvertPixels({static_cast<std::uint8_t*>(buffer), shr::BGRA_32, 0}, row, width, 1, QuantizeBy::median5);
+        return true;
+    }
+};
+
+void TakePalette(const zpixf::ZPixFilterBase& filter, const PixelRows& dst) {
+    const RGBQUAD* palette = filter.GetOutputFormat().GetColors();
+    if (palette == nullptr || dst.colorTable == nullptr) return;
+    const auto count = static_cast<unsigned>(shr::ColorFmtToTblSize[dst.format]);
+    shr::CopyRGBQUADToColor4b(dst.colorTable, palette, count, false);
+}
+
+/// The filters tell of failures by their results; callers of ConvertPixels must not take what was not written for
+/// pixels.
+[[noreturn]] void RaiseErrorOf(const zpixf::ZPixFilterBase& filter) {
+    throw shr::Exception(filter.GetErrorModule(), filter.GetErrorFile(), filter.GetErrorLine(),
+                         filter.GetErrorDescription(), false);
+}
+
+}  // namespace
+
+void QuantizeThrough(zpixf::ZPixFilterBase& filter, const PixelRows& dst, const ConstPixelRows& src,
+                     std::uint32_t width, std::uint32_t height) {
+    RowReader reader{src, width};
+    const shr::ScopeExit stop([&] { filter.Stop(); });
+    filter.SetInputFormat(zpixf::ZPixFormat(width, height, 4, 8, 0));
+    filter.SetOutputFormat(zpixf::ZPixFormat(width, height, 1, static_cast<unsigned>(shr::ColorFmtToBPP[dst.format]),
+                                             static_cast<unsigned>(shr::ColorFmtToTblSize[dst.format])));
+    filter.SetScanLineFunction(&RowReader::Read, &reader);
+    bool succeeds = filter.Start();
+    if (succeeds) TakePalette(filter, dst);
+    for (std::uint32_t y = 0; y < height; ++y)
+        succeeds &= filter.FilterScanline(y, dst.first + static_cast<std::ptrdiff_t>(y) * dst.stride);
+    if (!succeeds) RaiseErrorOf(filter);
+}
+
+void Quantize(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t width, std::uint32_t height, int method) {
+    if (width == 0 || height == 0) return;
+    const auto colors = static_cast<unsigned>(shr::ColorFmtToTblSize[dst.format]);
+    if (const auto filter = MakeQuantizer(method, colors)) QuantizeThrough(*filter, dst, src, width, height);
+}
+
+}  // namespace zbm

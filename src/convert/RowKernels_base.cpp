@@ -1,0 +1,3 @@
+#include "convert/RowKernels.inl"
+
+const zbm::RowKernels zbm::kBaseRowKernels = zbm::kKernels;
