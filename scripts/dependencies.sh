@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the project needs and that are missing, as root or with sudo.
 #
-#   scripts/dependencies.sh [build] [demo] [checks] [windows]      (build, if none is named)
+#   scripts/dependencies.sh [build] [demo] [checks] [windows] [rivals]      (build, if none is named)
 #
 #   build    the libraries, the tool, the tests and the benchmarks
 #   demo     scripts/demo.sh
 #   checks   scripts/sanitize.sh, fuzz.sh, format.sh and tidy.sh
 #   windows  scripts/windows.sh
+#   rivals   scripts/contest.sh: the libraries that ours are set beside; nothing is linked with them but the contest
 #
 #   scripts/dependencies.sh --lists PACKAGE      only makes sure that apt-get knows where to get PACKAGE
 # shellcheck disable=SC2034  # the lists are read through a reference
@@ -17,6 +18,7 @@ packages_build=(g++ cmake ninja-build pkg-config googletest libbenchmark-dev lib
 packages_demo=(python3-pil)
 packages_checks=(clang-14 libclang-rt-14-dev llvm-14 clang-format-14 clang-tidy-14 python3)
 packages_windows=(g++-mingw-w64-x86-64-posix wine wine64 gcc make dpkg-dev libjpeg62-turbo-dev)
+packages_rivals=(libyuv-dev libopencv-core-dev libopencv-imgproc-dev libbabl-dev libimagequant-dev python3-pil)
 
 missing() {
     local package
@@ -50,7 +52,7 @@ fi
 wanted=()
 for group in "${@:-build}"; do
     case $group in
-        build | demo | checks | windows) ;;
+        build | demo | checks | windows | rivals) ;;
         *) fail "no such group: $group" ;;
     esac
     declare -n packages="packages_$group"

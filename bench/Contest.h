@@ -1,0 +1,29 @@
+#pragma once
+// The contest sets conversion and quantisation beside libyuv, OpenCV, babl, Pillow and libimagequant. Contest.cpp is
+// the program; the other files are its two parts and what they share.
+#include <regex>
+#include <string>
+
+#include "ContestPictures.h"
+#include "ContestPillow.h"
+#include "ContestRecords.h"
+
+namespace contest {
+
+/// What all parts of a run have in common.
+struct Setting {
+    std::regex filter;  ///< of the names of contests
+    int rounds;
+    Picture picture;
+    Pillow pillow;
+    Records records;
+
+    bool Wants(const std::string& name) const { return std::regex_search(name, filter); }
+};
+
+/// Format conversions; false if one of ours does not give what the rules say.
+bool HoldConvertContest(Setting& setting);
+/// Quantisers, ditherers and the mapping to a fixed table. Their jobs take long: a fifth of the rounds.
+bool HoldQuantizeContest(Setting& setting);
+
+}  // namespace contest

@@ -1,0 +1,160 @@
+#!/usr/bin/python3
+"""Pillow's part in the contest: does jobs on request, so that the contest program can give it its turns.
+
+Reads requests from standard input, a line each, and answers on standard output:
+
+    source SIDE BYTES TABLEBYTES    followed by the pixels and a colour table (R, G, B, A); no answer
+    prepare JOB                     "ready": Pillow's own picture of the source is made, untimed
+    run JOB TIMES                   the seconds that so many runs took
+    result JOB                      the number of bytes, then the pixels of the last run in the form the contest compares
+"""
+import sys
+import time
+
+try:
+    from PIL import Image, __version__
+except ImportError as error:
+    print("failed:", error, flush=True)
+    sys.exit(1)
+
+# Memory of pictures is kept between runs, so that no run pays for fresh pages.
+Image.core.set_blocks_max(4096)
+Image.core.set_block_size(16 << 20)
+
+NO_DITHER = Image.Dither.NONE
+DIFFUSION = Image.Dither.FLOYDSTEINBERG
+
+
+class Source:
+    def __init__(self, side, pixels, table):
+        self.size, self.pixels, self.table = (side, side), pixels, table
+
+    def picture(self, mode, raw=None):
+        return Image.frombytes(mode, self.size, self.pixels, "raw", raw or mode)
+
+    def indexed(self):
+        picture = self.picture("P")
+        picture.putpalette(self.table, "RGBA")
+        return picture
+
+    def opaque(self):
+        return self.picture("RGBA", "BGRA").convert("RGB")
+
+    def palette(self):
+        """A picture that only carries the colour table, as Image.quantize wants it."""
+        carrier = Image.new("P", (1, 1))
+        carrier.putpalette(b"".join(self.table[i:i + 3] for i in range(0, len(self.table), 4)))
+        return carrier
+
+
+def raw_bytes(mode):
+    return lambda picture: picture.tobytes("raw", mode)
+
+
+def bgra(picture):
+    return picture.convert("RGBA").tobytes("raw", "BGRA")
+
+
+def grey(picture):
+    return picture.convert("L").tobytes()
+
+
+def quantize(colours, method):
+    def prepare(source):
+        # The octree needs the fourth channel, the median cut works without.
+        picture = source.opaque()
+        if method == Image.Quantize.FASTOCTREE:
+            picture = picture.convert("RGBA")
+        return lambda: picture.quantize(colours, method)
+    return prepare
+
+
+def quantize_and_diffuse(colours, method):
+    def prepare(source):
+        choose, picture = quantize(colours, method)(source), source.opaque()
+        return lambda: picture.quantize(colours, dither=DIFFUSION, palette=choose())
+    return prepare
+
+
+def to_palette(dither):
+    def prepare(source):
+        picture, palette = source.opaque(), source.palette()
+        return lambda: picture.quantize(256, dither=dither, palette=palette)
+    return prepare
+
+
+def prepared(make, run):
+    """A job that runs on a picture which is made beforehand."""
+    def prepare(source):
+        picture = make(source)
+        return lambda: run(picture)
+    return prepare
+
+
+def itself(result):
+    return result
+
+
+MEDIANCUT, FASTOCTREE = Image.Quantize.MEDIANCUT, Image.Quantize.FASTOCTREE
+
+# Job: how to prepare it, giving what a run does; what the contest compares of a run's result.
+JOBS = {
+    "bgra_rgba": (lambda s: lambda: s.picture("RGBA", "BGRA"), raw_bytes("RGBA")),
+    "bgr_bgra": (lambda s: lambda: s.picture("RGB", "BGR"), bgra),
+    "bgra_bgr": (prepared(Source.opaque, lambda p: p.tobytes("raw", "BGR")), itself),
+    "premultiply": (prepared(lambda s: s.picture("RGBA", "BGRA"), lambda p: p.convert("RGBa")), raw_bytes("BGRa")),
+    "unpremultiply": (prepared(lambda s: s.picture("RGBa", "BGRa"), lambda p: p.convert("RGBA")), raw_bytes("BGRA")),
+    "bgra_grey8": (prepared(lambda s: s.picture("RGBA", "BGRA"), lambda p: p.convert("L")), grey),
+    "grey8_bgra": (prepared(lambda s: s.picture("L"), lambda p: p.convert("RGBA")), bgra),
+    "grey16_grey8": (lambda s: lambda: s.picture("L", "L;16"), grey),
+    "grey1_grey8": (lambda s: lambda: s.picture("1"), grey),
+    "palette8_bgra": (prepared(Source.indexed, lambda p: p.convert("RGBA")), bgra),
+    "bgra_grey1": (prepared(lambda s: s.picture("RGBA", "BGRA"),
+                            lambda p: p.convert("1", dither=NO_DITHER).tobytes()), itself),
+    "mediancut_256": (quantize(256, MEDIANCUT), bgra),
+    "mediancut_16": (quantize(16, MEDIANCUT), bgra),
+    "fastoctree_256": (quantize(256, FASTOCTREE), bgra),
+    "fastoctree_16": (quantize(16, FASTOCTREE), bgra),
+    "mediancut_diffuse_256": (quantize_and_diffuse(256, MEDIANCUT), bgra),
+    "fastoctree_diffuse_256": (quantize_and_diffuse(256, FASTOCTREE), bgra),
+    "palette": (to_palette(NO_DITHER), bgra),
+    "palette_diffuse": (to_palette(DIFFUSION), bgra),
+    "web_diffuse": (prepared(Source.opaque, lambda p: p.convert("P", dither=DIFFUSION)), bgra),
+}
+
+
+def timed(run, times):
+    start = time.perf_counter()
+    for _ in range(times):
+        result = run()
+    return time.perf_counter() - start, result
+
+
+def serve(requests, answers):
+    source, runs, results = None, {}, {}
+
+    def answer(text):
+        answers.write(text.encode() + b"\n")
+
+    for line in requests:
+        verb, *words = line.decode().split()
+        if verb == "source":
+            side, count, table_count = map(int, words)
+            source, runs, results = Source(side, requests.read(count), requests.read(table_count)), {}, {}
+        elif verb == "prepare":
+            runs[words[0]] = JOBS[words[0]][0](source)
+            answer("ready")
+        elif verb == "run":
+            results.pop(words[0], None)
+            seconds, results[words[0]] = timed(runs[words[0]], int(words[1]))
+            answer(repr(seconds))
+        elif verb == "result":
+            pixels = JOBS[words[0]][1](results[words[0]])
+            answer(str(len(pixels)))
+            answers.write(pixels)
+        answers.flush()
+
+
+if __name__ == "__main__":
+    print("Pillow", __version__, flush=True)
+    serve(sys.stdin.buffer, sys.stdout.buffer)
