@@ -1,0 +1,3 @@
+#include "MedianKernels.inl"
+
+const zpixf::MedianKernels zpixf::kBaseMedianKernels = zpixf::kKernels;
