@@ -1,0 +1,23 @@
+#pragma once
+#include <functional>
+#include <ostream>
+#include <vector>
+
+#include "Console.h"
+
+namespace CLI {
+class App;
+}
+
+namespace tool {
+
+/// A command that the user may name.
+struct Command {
+    CLI::App* arguments;                                           ///< owned by the application's parser
+    std::function<void(std::ostream& out, Console& console)> run;  ///< for when its arguments were parsed
+};
+
+/// Adds every command, with its arguments, to the parser.
+std::vector<Command> AddCommands(CLI::App& app);
+
+}  // namespace tool
