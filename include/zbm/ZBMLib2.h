@@ -10,6 +10,22 @@ namespace zbm {
 
 using shr::ZString;
 
+/// How a picture is resampled. ZPixfResize.h says what each does.
+enum ResizeMethod {
+    ResizePlain = 1,     ///< nearest pixel
+    ResizeBilinear = 2,  ///< triangle
+    ResizeBicubic0 = 3,  ///< Catmull-Rom
+    ResizeBicubic1 = 4,  ///< Mitchell
+    ResizeBicubic2 = 5,  ///< B-spline
+};
+
+/// How a picture's colours are chosen. ZPixfQuantize.h says what each does.
+enum QuantMethod {
+    QuantMedian5 = 1,
+    QuantMedian8 = 2,
+    QuantPopularity = 3,
+};
+
 /// The module that every error of this library names: L"ZBMLib2".
 ZBM_API const ZString& ModuleName();
 

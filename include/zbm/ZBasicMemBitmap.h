@@ -5,7 +5,14 @@
 
 #include "zbm/ZBitmap.h"
 
+namespace zpixf {
+class ZPixfQuantize;
+}
+
 namespace zbm {
+
+class CPixFilterContext;
+class CPixFilterPipeline;
 
 /// A bitmap with every tile in memory. Locking costs nothing and commits do nothing.
 ///
@@ -27,6 +34,21 @@ public:
     void Create(const BITMAPINFO& dib, int tileWidth, int tileHeight);
     void Create(const BITMAPINFOHEADER* header, const void* bits, const RGBQUAD* colors, int tileWidth, int tileHeight);
     void Create(const ZBasicMemBitmap& source);
+
+    // From a bitmap of any class. False, with an empty bitmap, when cancelled. Cancelling while filters run arrives as
+    // shr::AbortException instead, as every exception leaves the bitmap empty.
+
+    /// An exact copy, tiles and resolution included. Of itself: true, and nothing changes.
+    bool Create(ZBitmap& source, shr::IProgress* progress);
+    /// A copy in another format, with tiles of 512 x 512 and the source's resolution; transparency goes over between
+    /// alpha and mask, and an indexed format gets colours of its own (median cut). In the source's format it is an
+    /// exact copy. Raises internal errors for itself (line 401) and for a format that is none (402).
+    bool Create(shr::ColorFormat format, ZBitmap& source, shr::IProgress* progress);
+    /// A rectangle of the source at another size, in the source's format, with tiles of 512 x 512 and the source's
+    /// resolution as it is. Raises internal errors for itself (line 477), for a rectangle that reaches outside the
+    /// source (left 479, right 480, top 481, bottom 482) or is empty (484, 485), all before anything changes, and for a
+    /// method that is none (633).
+    bool Create(int width, int height, ZBitmap& source, RECT rect, ResizeMethod method, shr::IProgress* progress);
     /// Takes over the source's tiles without copying them. The source is then 1 x 1 without its tile, and must be
     /// created anew before its pixels are used.
     void ChangeFrom(ZBasicMemBitmap& source);
@@ -40,6 +62,8 @@ public:
     /// A load that is cancelled leaves a bitmap of 1 x 1, and one that fails an empty one; only after a record of an
     /// unknown version is there what was read before it, with tiles missing. `legacy` must be null (line 770).
     bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) override;
+    /// Raises an internal error for a bitmap without rows (line 949). What a filter or the progress throws passes on;
+    /// the lines written until then stay.
     bool FilterScanLines(zpixf::ZPixFilterBase& filter, shr::IProgress* progress) override;
 
     static const shr::CTypeInfo* GetClassTypeId() noexcept { return &ClassTypeId; }
@@ -52,6 +76,14 @@ protected:
     void AllocateScanRects();
     void CreateCleanup() noexcept;
 
+    // Filtering into this bitmap: the lines of `inputRect` of `input` go through the stage.
+    bool FilterScanLines(const CPixFilterContext* context, ZBitmap* input, shr::IProgress* progress);
+    void GetInputBitmapScanLine(CPixFilterContext* context, unsigned char* line, int y);
+    void SetBitmapScanLine(const std::vector<unsigned char>& alpha, const unsigned char* line, int y);
+    void CreateInputScanRectRow(int row);
+    void ReadInputScanRectRow(int row);
+    void FreeInputBitmap() noexcept;
+
     // The state of a filtering that runs: one tile row of its input, and one line of each kind.
     std::unique_ptr<ZBasicMemBitmap> inputRowCopy;
     std::int32_t currentInputRow = -1;
@@ -60,9 +92,16 @@ protected:
     std::vector<std::uint8_t> outputLine;
     std::vector<std::uint8_t> outputLine32;
     std::vector<std::uint8_t> inputLine32;
+    ZBitmap* inputBitmap = nullptr;
 
 private:
     static void* CreateInstance();
+    static bool ReadScanLine(void* context, unsigned line, void* buffer);
+    bool AddQuantizer(CPixFilterPipeline& pipeline, zpixf::ZPixfQuantize& quantizer,
+                      const zpixf::ZPixFilterBase& former);
+    void WriteFilteredLines(CPixFilterPipeline& pipeline, bool indexed, shr::IProgress* progress);
+    bool CopyTiles(ZBitmap& source, shr::IProgress* progress);
+    bool FilterFrom(ZBitmap& source, const RECT& rect, zpixf::ZPixFilterBase& filter, shr::IProgress* progress);
     void TakeDetails(const ZBasicMemBitmap& source);
     bool StoreTiles(SerializeIO& io, shr::IProgress* progress);
     bool LoadTiles(SerializeIO& io, shr::IProgress* progress);

@@ -9,6 +9,7 @@
 #include "shr/IProgress.h"
 #include "shr/TypeInfo.h"
 #include "zbm/Export.h"
+#include "zbm/ZBMLib2.h"
 #include "zbm/ZScanRect.h"
 
 namespace shr {
@@ -16,7 +17,9 @@ class CDib;
 }
 namespace zpixf {
 class ZPixFilterBase;
-}
+enum class ZPixf3x3Mode : int;
+enum class ZPixf5x5Mode : int;
+}  // namespace zpixf
 
 namespace zbm {
 
@@ -111,6 +114,33 @@ public:
     int GetXDPIResolution() const noexcept;
     int GetYDPIResolution() const noexcept;
 
+    // Adjustments of the whole picture, in place. Alpha and masks stay; an indexed picture gets a new choice of
+    // colours, as many as its table had. False when a filter could not be started; cancelling arrives as
+    // shr::AbortException, and the lines written until then stay. `progress` may be null.
+
+    /// -1 (black) .. 1 (white); 0 does nothing. Any other number raises an internal error (line 1111).
+    bool ChangeBrightness(double amount, shr::IProgress* progress);
+    /// -1 (mid-grey) .. 1 (a threshold); 0 does nothing. Any other number raises an internal error (line 1140).
+    bool ChangeContrast(double amount, shr::IProgress* progress);
+    /// -1 (complementary) .. 0 (grey) .. 1, which does nothing. Any other number raises an internal error (line 1169).
+    bool ChangeSaturation(double amount, shr::IProgress* progress);
+    bool ConvertToGrayScale(shr::IProgress* progress);
+    /// 9 coefficients, row by row; each result is the weighted sum over `divisor` (0: the coefficients' sum) plus
+    /// `bias`.
+    bool Convolute3x3(double* const kernel, double divisor, double bias, shr::IProgress* progress);
+    bool Convolute3x3(zpixf::ZPixf3x3Mode mode, shr::IProgress* progress);
+    /// The same with 25 coefficients.
+    bool Convolute5x5(double* const kernel, double divisor, double bias, shr::IProgress* progress);
+    bool Convolute5x5(zpixf::ZPixf5x5Mode mode, shr::IProgress* progress);
+    /// `span` is the window's side; an even one stands for the next odd one.
+    bool MedianFilter(unsigned span, shr::IProgress* progress);
+    /// -1 (blur) .. 1 (sharp). Any other number raises an internal error (line 1337).
+    bool Sharpen(double amount, shr::IProgress* progress);
+    /// Reduces the picture to at most `numColors` colours (1 .. 256), which are given in `palette` (blue, green, red,
+    /// 0). The format stays what it is. `palette` is empty unless the result is true. Raises an internal error for a
+    /// method that is none (line 1430).
+    bool QuantizeColors(QuantMethod method, int numColors, std::vector<RGBQUAD>& palette, shr::IProgress* progress);
+
     static const shr::CTypeInfo* GetClassTypeId() noexcept { return &ClassTypeId; }
     static const shr::CTypeInfo ClassTypeId;
 
@@ -165,6 +195,7 @@ protected:
     std::vector<ZScanRectRow> scanRectRows;
 
 private:
+    bool FilterAsTask(zpixf::ZPixFilterBase& filter, const wchar_t* taskText, shr::IProgress* progress);
     void CopyFields(const ZBitmap& source) noexcept;
     void StoreFormatInfo(SerializeIO& io) const;
     void LoadFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy);

@@ -23,6 +23,10 @@ public:
     void Create(const BITMAPINFOHEADER* header, const void* bits, const RGBQUAD* colors, int tileWidth, int tileHeight);
     void Create(const ZBasicMemBitmap& source);
     void Create(const ZMemBitmap& source);
+    // As the base's. The source may be one of this bitmap's own reductions.
+    bool Create(ZBitmap& source, shr::IProgress* progress);
+    bool Create(shr::ColorFormat format, ZBitmap& source, shr::IProgress* progress);
+    bool Create(int width, int height, ZBitmap& source, RECT rect, ResizeMethod method, shr::IProgress* progress);
     /// Takes over the source's tiles and its reductions, current or not.
     void ChangeFrom(ZMemBitmap& source);
 
@@ -51,6 +55,9 @@ protected:
 
 private:
     static void* CreateInstance();
+    template <class CreateBase>
+    bool CreateFrom(const ZBitmap& source, const CreateBase& create);
+    bool BuildLevels(shr::IProgress* progress);
     bool StoreWithReductions(SerializeIO& io, shr::IProgress* progress);
     unsigned short ReadVersion(SerializeIO& io);
     bool LoadReductions(SerializeIO& io, shr::IProgress* progress);

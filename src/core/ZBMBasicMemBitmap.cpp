@@ -125,7 +125,4 @@ void ZBasicMemBitmap::CommitScanRect(int, int) {}
 bool ZBasicMemBitmap::CommitAll(shr::IProgress*) { return true; }
 ZBitmap* ZBasicMemBitmap::GetPtrToPOTReduction(unsigned) { return nullptr; }
 
-// Filtering is not part of this version; its slot keeps its place.
-bool ZBasicMemBitmap::FilterScanLines(zpixf::ZPixFilterBase&, shr::IProgress*) { require.Fail(__LINE__); }
-
 }  // namespace zbm

@@ -57,6 +57,32 @@ void ZMemBitmap::Create(const ZMemBitmap& source) {
     if (this != &source) CopyAll(source);
 }
 
+/// Whatever `create` makes of the bitmap, the source lives until it is done, even where it is one of the reductions,
+/// which the first changed tile drops.
+template <class CreateBase>
+bool ZMemBitmap::CreateFrom(const ZBitmap& source, const CreateBase& create) {
+    const auto isSource = [&](const auto& level) { return level.get() == &source; };
+    std::vector<std::unique_ptr<ZBasicMemBitmap>> kept;
+    if (std::any_of(reductions.begin(), reductions.end(), isSource)) kept.swap(reductions);
+    shr::ScopeExit markStale([this] { needsRebuild = true; });
+    const bool created = create();
+    if (!created && kept.empty()) markStale.Release();
+    return created;
+}
+
+bool ZMemBitmap::Create(ZBitmap& source, shr::IProgress* progress) {
+    return CreateFrom(source, [&] { return ZBasicMemBitmap::Create(source, progress); });
+}
+
+bool ZMemBitmap::Create(shr::ColorFormat format, ZBitmap& source, shr::IProgress* progress) {
+    return CreateFrom(source, [&] { return ZBasicMemBitmap::Create(format, source, progress); });
+}
+
+bool ZMemBitmap::Create(int width, int height, ZBitmap& source, RECT rect, ResizeMethod method,
+                        shr::IProgress* progress) {
+    return CreateFrom(source, [&] { return ZBasicMemBitmap::Create(width, height, source, rect, method, progress); });
+}
+
 void ZMemBitmap::CopyAll(const ZMemBitmap& source) {
     shr::ScopeExit leaveEmpty([this] {
         FreeAllPOTReductions();
@@ -103,10 +129,35 @@ bool ZMemBitmap::CommitAll(shr::IProgress* progress, bool rebuild) {
     return CreatePOTReductions(progress);
 }
 
-// Resampling is not part of this version: what is current stays, but stale reductions cannot be built again.
-bool ZMemBitmap::CreatePOTReductions(shr::IProgress*) {
-    require(!needsRebuild, __LINE__);
-    return true;
+bool ZMemBitmap::CreatePOTReductions(shr::IProgress* progress) {
+    if (!needsRebuild) return true;
+    FreeAllPOTReductions();
+    shr::ScopeExit dropLevels([this] { FreeAllPOTReductions(); });
+    const bool done = BuildLevels(progress);
+    dropLevels.Release();  // a build that was cancelled keeps the levels that it has
+    if (done) needsRebuild = false;
+    return done;
+}
+
+/// Each level is made from the one before. Those of an indexed image are in true colours, and so is what the first one
+/// is made from.
+bool ZMemBitmap::BuildLevels(shr::IProgress* progress) {
+    ZBitmap* source = this;
+    ZBasicMemBitmap trueColor(1, 1, shr::BGRA_32);
+    if (shr::ColorFmtToTblSize[colorFormat] > 0) {
+        if (!trueColor.Create(shr::BGRA_32, *this, progress)) return true;  // cancelled: there is nothing to reduce
+        source = &trueColor;
+    }
+    constexpr int kLargestWithout = 16;
+    for (;;) {
+        const int width = source->GetPixelWidth(), height = source->GetPixelHeight();
+        if (width / 2 <= kLargestWithout || height / 2 <= kLargestWithout) return true;
+        auto level = std::make_unique<ZBasicMemBitmap>(1, 1, shr::BGRA_32, 512, 512);
+        if (!level->Create(width / 2, height / 2, *source, {0, 0, width, height}, ResizeBilinear, progress))
+            return false;
+        reductions.push_back(std::move(level));
+        source = reductions.back().get();
+    }
 }
 
 ZBitmap* ZMemBitmap::GetPtrToPOTReduction(unsigned level) {

@@ -5,8 +5,7 @@
 #include "shr/Dib.h"
 #include "support_code/ExpectError.h"
 #include "support_code/FormulaPicture.h"
-#include "zbm/ZMemBitmap.h"
-#include "zpixf/ZPixfNull.h"
+#include "zbm/ZBasicMemBitmap.h"
 
 namespace {
 
@@ -19,19 +18,6 @@ TEST(LaterOperations, FetchDibIsRefused) {
     EXPECT_TRUE(RaisesInternalError([&] { bitmap.FetchDib(dib, 0, 0, 5, 5); }, L"zbmbitmap"));
     EXPECT_TRUE(dib.IsEmpty());
     EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
-}
-
-TEST(LaterOperations, FilteringIsRefused) {
-    zbm::ZBasicMemBitmap bitmap = testkit::FormulaBitmap(37, 23, shr::INDEXED_4, 13, 9);
-    zpixf::ZPixfNull filter;
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FilterScanLines(filter, nullptr); }, L"ZBMBasicMemBitmap"));
-    EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
-}
-
-TEST(LaterOperations, BuildingReductionsIsRefused) {
-    zbm::ZMemBitmap bitmap(100, 100, shr::BGRA_32);
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.CommitAll(nullptr); }, L"ZBMMemBitmap"));
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.CommitAll(nullptr, true); }, L"ZBMMemBitmap"));
 }
 
 }  // namespace

@@ -128,9 +128,13 @@ public:
     using ZBasicMemBitmap::AllocateScanRects;
     using ZBasicMemBitmap::CopyAll;
     using ZBasicMemBitmap::CreateCleanup;
+    using ZBasicMemBitmap::FilterScanLines;
+    using ZBasicMemBitmap::GetInputBitmapScanLine;
     using ZBasicMemBitmap::Init;
+    using ZBasicMemBitmap::SetBitmapScanLine;
 
     using ZBasicMemBitmap::currentInputRow;
+    using ZBasicMemBitmap::inputBitmap;
     using ZBasicMemBitmap::inputLine;
     using ZBasicMemBitmap::inputLine32;
     using ZBasicMemBitmap::inputRect;

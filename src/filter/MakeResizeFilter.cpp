@@ -1,0 +1,7 @@
+#include "filter/MakeResizeFilter.h"
+
+namespace zbm {
+
+std::unique_ptr<zpixf::ZPixFilterBase> MakeResizeFilter(ResizeMethod) { return nullptr; }
+
+}  // namespace zbm

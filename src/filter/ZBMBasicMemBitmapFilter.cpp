@@ -1,0 +1,181 @@
+// Filters run over a bitmap in memory, in place or from another bitmap.
+//
+// The input is read one row of tiles at a time into a copy, from which the filters pull their lines; so what is written
+// into the same bitmap meanwhile is not read again. Each line that comes out goes into the tiles at once.
+#include "convert/ZBMColorFormat.h"
+#include "core/LockedTile.h"
+#include "core/Require.h"
+#include "filter/TileRowSearch.h"
+#include "shr/ScopeExit.h"
+#include "zbm/CPixFilterPipeline.h"
+#include "zbm/ZBasicMemBitmap.h"
+#include "zpixf/ZPixfQuantize.h"
+
+namespace zbm {
+
+namespace {
+
+constexpr Require require("ZBMBasicMemBitmap");
+
+std::uint32_t WidthOf(const RECT& rect) { return static_cast<std::uint32_t>(rect.right - rect.left); }
+
+void GrowToLine(std::vector<std::uint8_t>& line, std::uint32_t width, shr::ColorFormat format) {
+    const auto bytes = static_cast<std::size_t>(shr::RowBytes(width, format));
+    if (line.size() < bytes) line.resize(bytes);
+}
+
+bool HasColorTable(const ZBitmap& bitmap) {
+    return bitmap.GetNumColorTableItems() != 0 && shr::ColorFmtToTblSize[bitmap.GetColorFormat()] != 0;
+}
+
+void TakePalette(ZBitmap& bitmap, const zpixf::ZPixFormat& format) {
+    if (format.GetColors() == nullptr) return;
+    std::vector<shr::Color4b> colors(format.GetNumColors());
+    shr::CopyRGBQUADToColor4b(colors.data(), format.GetColors(), format.GetNumColors(), false);
+    bitmap.FillColorTable(colors.data(), format.GetNumColors());
+}
+
+}  // namespace
+
+bool ZBasicMemBitmap::FilterScanLines(zpixf::ZPixFilterBase& filter, shr::IProgress* progress) {
+    inputRect = {0, 0, pixelWidth, pixelHeight};
+    const zpixf::ZPixFormat format(static_cast<unsigned>(pixelWidth), static_cast<unsigned>(pixelHeight), 4, 8, 0);
+    filter.SetInputFormat(format);
+    filter.SetOutputFormat(format);
+    const CPixFilterContext stage(&filter, &ZBasicMemBitmap::ReadScanLine, this);
+    return FilterScanLines(&stage, this, progress);
+}
+
+bool ZBasicMemBitmap::FilterScanLines(const CPixFilterContext* context, ZBitmap* input, shr::IProgress* progress) {
+    const shr::ScopeExit dropCopy([this] { FreeInputBitmap(); });
+    FreeInputBitmap();
+    const bool hasNoPixels = pixelWidth == 0 || pixelHeight == 0 || WidthOf(inputRect) == 0;
+    if (hasNoPixels && input->GetNumScanRectRows() > 0) return true;
+    const int row = FindTileRow(*input, inputRect.top);
+    require(row >= 0, 949);
+    inputBitmap = input;
+    CreateInputScanRectRow(row);
+    ReadInputScanRectRow(row);
+    currentInputRow = row;
+
+    GrowToLine(inputLine, WidthOf(inputRect), input->GetColorFormat());
+    GrowToLine(outputLine, static_cast<std::uint32_t>(pixelWidth), colorFormat);
+    GrowToLine(outputLine32, static_cast<std::uint32_t>(pixelWidth), shr::BGRA_32);
+
+    zpixf::ZPixfQuantizeMedian5 quantizer;  // outlives the pipeline
+    CPixFilterPipeline pipeline;
+    pipeline.progress = progress;
+    pipeline.progressLastLine = static_cast<std::uint32_t>(pixelHeight) - 1;
+    pipeline.CollectAlphaChanges(!shr::ColorFmtHasAlphaChannel[colorFormat]);
+    if (!pipeline.AddPixFilter(*context)) return false;
+    const bool quantizes = HasColorTable(*this);
+    if (quantizes && !AddQuantizer(pipeline, quantizer, *context->filter)) return false;
+
+    WriteFilteredLines(pipeline, quantizes, progress);
+    FreeInputBitmap();
+    if (quantizes) TakePalette(*this, quantizer.GetOutputFormat());
+    return true;
+}
+
+/// The filters give true colours; for an indexed bitmap one more chooses the colours of its table.
+bool ZBasicMemBitmap::AddQuantizer(CPixFilterPipeline& pipeline, zpixf::ZPixfQuantize& quantizer,
+                                   const zpixf::ZPixFilterBase& former) {
+    zpixf::ZPixFormat format;
+    InitPixFormat(format, pixelWidth, pixelHeight, colorFormat, colorTable, numColorTableItems);
+    quantizer.SetInputFormat(former.GetOutputFormat());
+    quantizer.SetOutputFormat(format);
+    quantizer.SetDesiredColors(numColorTableItems);
+    return pipeline.AddPixFilter(CPixFilterContext(&quantizer, &ZBasicMemBitmap::ReadScanLine, this));
+}
+
+void ZBasicMemBitmap::WriteFilteredLines(CPixFilterPipeline& pipeline, bool indexed, shr::IProgress* progress) {
+    const auto width = static_cast<std::uint32_t>(pixelWidth);
+    const bool converts = !indexed && colorFormat != shr::BGRA_32;
+    for (int y = 0; y < pixelHeight; ++y) {
+        pipeline.FilterScanline(converts ? outputLine32.data() : outputLine.data(), y);
+        if (converts)
+            ConvertPixels({outputLine.data(), colorFormat, 0}, {outputLine32.data(), shr::BGRA_32, 0}, width, 1);
+        SetBitmapScanLine(pipeline.changedAlpha, outputLine.data(), y);
+        if (progress != nullptr && y % 100 == 0) progress->SetProgress(static_cast<double>(y) / pixelHeight);
+    }
+    if (progress != nullptr) progress->SetProgress(1.0);
+}
+
+/// What the first stage calls: the context is the stage, whose bitmap holds the state of the filtering.
+bool ZBasicMemBitmap::ReadScanLine(void* context, unsigned line, void* buffer) {
+    auto* stage = static_cast<CPixFilterContext*>(context);
+    auto& self = *static_cast<ZBasicMemBitmap*>(stage->bitmap);
+    self.GetInputBitmapScanLine(stage, self.inputLine.data(), static_cast<int>(line));
+    const ZBitmap& input = *self.inputBitmap;
+    ConvertPixels({static_cast<std::uint8_t*>(buffer), shr::BGRA_32, 0},
+                  {self.inputLine.data(), input.GetColorFormat(), 0, input.GetConstColorTablePtr()},
+                  WidthOf(self.inputRect), 1);
+    return true;
+}
+
+void ZBasicMemBitmap::GetInputBitmapScanLine(CPixFilterContext* context, unsigned char* line, int y) {
+    const std::int64_t sourceY = std::int64_t{inputRect.top} + y;
+    const int row = FindTileRow(*inputBitmap, sourceY, currentInputRow);
+    require(row >= 0, 1237);
+    if (row != currentInputRow) {
+        const RECT box = inputBitmap->GetScanRectBBox(row, 0);
+        if (box.bottom - box.top != inputRowCopy->GetPixelHeight()) CreateInputScanRectRow(row);
+        ReadInputScanRectRow(row);
+        currentInputRow = row;
+    }
+    const shr::ColorFormat format = inputBitmap->GetColorFormat();
+    const bool hasMask = !shr::ColorFmtHasAlphaChannel[format];
+    int x = 0;
+    for (int col = 0; col < inputBitmap->GetNumScanRects(row); ++col) {
+        const RECT box = inputBitmap->GetScanRectBBox(row, col);
+        RECT part;
+        if (!IntersectRect(&part, &box, &inputRect)) continue;
+        const int width = static_cast<int>(part.right - part.left), tileX = static_cast<int>(part.left - box.left);
+        const int tileY = static_cast<int>(sourceY - box.top);
+        const LockedTile tile(*inputRowCopy, 0, col);
+        shr::CopyPixels(line, x, tile->GetRowPtr(tileY), tileX, width, format);
+        context->maskSupplied = context->usesInputAlpha && hasMask;
+        if (context->maskSupplied)
+            shr::CopyPixels(context->maskRow.data(), x, tile->GetAlphaRowPtr(tileY), tileX, width, shr::GRAYSCALE_1);
+        x += width;
+    }
+}
+
+void ZBasicMemBitmap::SetBitmapScanLine(const std::vector<unsigned char>& alpha, const unsigned char* line, int y) {
+    const int row = FindTileRow(*this, y, y / scanRectHeight);
+    require(row >= 0, 1299);
+    int x = 0;
+    for (int col = 0; col < GetNumScanRects(row); ++col) {
+        const LockedTile tile(*this, row, col);
+        const int tileY = y - static_cast<int>(GetScanRectBBox(row, col).top), width = tile->GetWidth();
+        shr::CopyPixels(tile->GetRowPtr(tileY), 0, line, x, width, tile->GetColorFormat());
+        if (!alpha.empty() && tile->GetAlphaRowPtr(tileY) != nullptr)
+            shr::CopyPixels(tile->GetAlphaRowPtr(tileY), 0, alpha.data(), x, width, shr::GRAYSCALE_1);
+        x += width;
+        CommitScanRect(row, col);
+    }
+}
+
+void ZBasicMemBitmap::CreateInputScanRectRow(int row) {
+    const RECT box = inputBitmap->GetScanRectBBox(row, 0);
+    FreeInputBitmap();
+    inputRowCopy = std::make_unique<ZBasicMemBitmap>(
+        inputBitmap->GetPixelWidth(), static_cast<int>(box.bottom - box.top), inputBitmap->GetColorFormat(),
+        inputBitmap->GetScanRectWidth(), inputBitmap->GetScanRectHeight());
+}
+
+void ZBasicMemBitmap::ReadInputScanRectRow(int row) {
+    for (int col = 0; col < inputBitmap->GetNumScanRects(row); ++col) {
+        const LockedTile from(*inputBitmap, row, col);
+        const LockedTile to(*inputRowCopy, 0, col);
+        *to = *from;
+        inputRowCopy->CommitScanRect(0, col);
+    }
+}
+
+void ZBasicMemBitmap::FreeInputBitmap() noexcept {
+    inputRowCopy.reset();
+    currentInputRow = -1;
+}
+
+}  // namespace zbm
