@@ -1,0 +1,252 @@
+// The loops of ResampleKernels.inl on vectors of 32 bytes: eight pixels of a line, or the four channels of one sum.
+#include <immintrin.h>
+
+namespace zpixf {
+namespace {
+
+__m256i LoadBytes(const uint8_t* bytes) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes)); }
+
+bool IsOpaque(const uint8_t* pixels, size_t count) {
+    __m256i all = _mm256_set1_epi32(-1);
+    size_t x = 0;
+    for (; x + 16 <= count; x += 16)
+        all = _mm256_and_si256(all, _mm256_and_si256(LoadBytes(pixels + 4 * x), LoadBytes(pixels + 4 * x + 32)));
+    const __m256i isOpaque = _mm256_cmpeq_epi8(all, _mm256_set1_epi32(-1));
+    const auto mask = static_cast<uint32_t>(_mm256_movemask_epi8(isOpaque));
+    return (mask & 0x88888888) == 0x88888888 && IsOpaqueFrom(x, pixels, count);
+}
+
+/// Sums of neighbours, side by side: those of pixels 0 + 1 and 2 + 3 in the low half, 4 + 5 and 6 + 7 in the high.
+__m256i PairSums(const uint8_t* pixels) {
+    const __m256i neighbours = _mm256_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15,  //
+                                                0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15);
+    return _mm256_maddubs_epi16(_mm256_shuffle_epi8(LoadBytes(pixels), neighbours), _mm256_set1_epi8(1));
+}
+
+/// `rounding` is 1 or 2 in each pixel.
+__m256i MeansOfFour(const uint8_t* upper, const uint8_t* lower, __m256i rounding) {
+    return _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(PairSums(upper), PairSums(lower)), rounding), 2);
+}
+
+void Halve(const uint8_t* upper, const uint8_t* lower, size_t count, bool roundsUp, uint8_t* out) {
+    const std::int64_t ones = 0x0001000100010001;
+    const __m256i rounding = roundsUp ? _mm256_setr_epi64x(2 * ones, ones, 2 * ones, ones)
+                                      : _mm256_setr_epi64x(ones, 2 * ones, ones, 2 * ones);
+    size_t x = 0;
+    for (; x + 8 <= count; x += 8) {
+        const __m256i left = MeansOfFour(upper + 8 * x, lower + 8 * x, rounding);
+        const __m256i right = MeansOfFour(upper + 8 * x + 32, lower + 8 * x + 32, rounding);
+        const __m256i pixels = _mm256_permute4x64_epi64(_mm256_packus_epi16(left, right), 0xD8);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * x), pixels);
+    }
+    HalveFrom(x, upper, lower, count, roundsUp, out);
+}
+
+/// The weights of two lines in each 32 bits, as _mm256_madd_epi16 wants them.
+__m256i PairOfWeights(const ResampleTap* taps) {
+    return _mm256_set1_epi32(static_cast<int32_t>(static_cast<uint32_t>(taps[1].weight) << 16 |
+                                                  (static_cast<uint32_t>(taps[0].weight) & 0xFFFF)));
+}
+
+// Unpacking bytes leaves pixel n in the low half of a vector and pixel n + 4 in the high.
+void StorePixels(double* sums, const __m256d* low, const __m256d* high) {
+    for (size_t i = 0; i < 4; ++i) {
+        _mm256_storeu_pd(sums + 4 * i, low[i]);
+        _mm256_storeu_pd(sums + 4 * i + 16, high[i]);
+    }
+}
+
+__m256d LowPixel(__m256i sums) { return _mm256_cvtepi32_pd(_mm256_castsi256_si128(sums)); }
+__m256d HighPixel(__m256i sums) { return _mm256_cvtepi32_pd(_mm256_extracti128_si256(sums, 1)); }
+
+void SumPlain(const ResampleTap* taps, size_t tapCount, size_t first, size_t count, double* sums) {
+    const __m256i zero = _mm256_setzero_si256();
+    for (size_t x = first; x < first + count; x += 8, sums += 32) {
+        __m256i sum0 = zero, sum1 = zero, sum2 = zero, sum3 = zero;
+        for (size_t tap = 0; tap < tapCount; tap += 2) {
+            const __m256i weights = PairOfWeights(taps + tap);
+            const __m256i a = LoadBytes(taps[tap].line + 4 * x), b = LoadBytes(taps[tap + 1].line + 4 * x);
+            const __m256i low = _mm256_unpacklo_epi8(a, b), high = _mm256_unpackhi_epi8(a, b);
+            const auto add = [&](__m256i sum, __m256i pairs) {
+                return _mm256_add_epi32(sum, _mm256_madd_epi16(pairs, weights));
+            };
+            sum0 = add(sum0, _mm256_unpacklo_epi8(low, zero));
+            sum1 = add(sum1, _mm256_unpackhi_epi8(low, zero));
+            sum2 = add(sum2, _mm256_unpacklo_epi8(high, zero));
+            sum3 = add(sum3, _mm256_unpackhi_epi8(high, zero));
+        }
+        const __m256d low[] = {LowPixel(sum0), LowPixel(sum1), LowPixel(sum2), LowPixel(sum3)};
+        const __m256d high[] = {HighPixel(sum0), HighPixel(sum1), HighPixel(sum2), HighPixel(sum3)};
+        StorePixels(sums, low, high);
+    }
+}
+
+/// Colours times alpha, and alpha, of four pixels that have been unpacked to 16 bits.
+__m256i TimesAlpha(__m256i pixels) {
+    const __m256i alphas = _mm256_setr_epi8(6, 7, 6, 7, 6, 7, -1, -1, 14, 15, 14, 15, 14, 15, -1, -1,  //
+                                            6, 7, 6, 7, 6, 7, -1, -1, 14, 15, 14, 15, 14, 15, -1, -1);
+    const __m256i one = _mm256_set1_epi64x(std::int64_t{1} << 48);
+    return _mm256_mullo_epi16(pixels, _mm256_or_si256(_mm256_shuffle_epi8(pixels, alphas), one));
+}
+
+// A product's bytes are summed apart, as madd takes 16 bits with a sign and a product has 16 without. Of each half of
+// the eight pixels there are four sums: high bytes and low of pixels n | n + 4, and of the next.
+struct SplitSums {
+    __m256i high0, low0, high1, low1;
+
+    void Add(__m256i a, __m256i b, __m256i weights) {
+        const __m256i byte = _mm256_set1_epi16(255);
+        const __m256i pairs0 = _mm256_unpacklo_epi16(a, b), pairs1 = _mm256_unpackhi_epi16(a, b);
+        high0 = _mm256_add_epi32(high0, _mm256_madd_epi16(_mm256_srli_epi16(pairs0, 8), weights));
+        low0 = _mm256_add_epi32(low0, _mm256_madd_epi16(_mm256_and_si256(pairs0, byte), weights));
+        high1 = _mm256_add_epi32(high1, _mm256_madd_epi16(_mm256_srli_epi16(pairs1, 8), weights));
+        low1 = _mm256_add_epi32(low1, _mm256_madd_epi16(_mm256_and_si256(pairs1, byte), weights));
+    }
+    static void StoreJoined(double* sums, __m256d high, __m256d low) {
+        _mm256_storeu_pd(sums, _mm256_add_pd(_mm256_mul_pd(high, _mm256_set1_pd(256)), low));
+    }
+    void Store(double* sums) const {
+        StoreJoined(sums, LowPixel(high0), LowPixel(low0));
+        StoreJoined(sums + 4, LowPixel(high1), LowPixel(low1));
+        StoreJoined(sums + 16, HighPixel(high0), HighPixel(low0));
+        StoreJoined(sums + 20, HighPixel(high1), HighPixel(low1));
+    }
+};
+
+void SumWeighted(const ResampleTap* taps, size_t tapCount, size_t first, size_t count, double* sums) {
+    const __m256i zero = _mm256_setzero_si256();
+    for (size_t x = first; x < first + count; x += 8, sums += 32) {
+        SplitSums left = {zero, zero, zero, zero}, right = left;
+        for (size_t tap = 0; tap < tapCount; tap += 2) {
+            const __m256i weights = PairOfWeights(taps + tap);
+            const __m256i a = LoadBytes(taps[tap].line + 4 * x), b = LoadBytes(taps[tap + 1].line + 4 * x);
+            left.Add(TimesAlpha(_mm256_unpacklo_epi8(a, zero)), TimesAlpha(_mm256_unpacklo_epi8(b, zero)), weights);
+            right.Add(TimesAlpha(_mm256_unpackhi_epi8(a, zero)), TimesAlpha(_mm256_unpackhi_epi8(b, zero)), weights);
+        }
+        left.Store(sums);
+        right.Store(sums + 8);
+    }
+}
+
+/// The sums of one output pixel's four channels, upon `mixed`.
+__m256d Mix(const ResampleColumns& columns, size_t x, const double* sums, size_t origin, __m256d mixed) {
+    const double* pixel = sums + 4 * (columns.columns[x].first - origin);
+    const double* weights = columns.weights + columns.columns[x].weights;
+    for (size_t tap = 0; tap < columns.taps; ++tap)
+        mixed = _mm256_fmadd_pd(_mm256_loadu_pd(pixel + 4 * tap), _mm256_broadcast_sd(weights + tap), mixed);
+    return mixed;
+}
+
+// (Converting rounds to nearest; packing clamps.)
+void StoreFour(uint8_t* out, __m256d a, __m256d b, __m256d c, __m256d d) {
+    const __m128i ab = _mm_packs_epi32(_mm256_cvtpd_epi32(a), _mm256_cvtpd_epi32(b));
+    const __m128i cd = _mm_packs_epi32(_mm256_cvtpd_epi32(c), _mm256_cvtpd_epi32(d));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(ab, cd));
+}
+
+void StoreOne(uint8_t* out, __m256d pixel) {
+    const __m128i words = _mm_packs_epi32(_mm256_cvtpd_epi32(pixel), _mm_setzero_si128());
+    StorePixel(out, static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(words, words))));
+}
+
+struct FourPixels {
+    __m256d pixel0, pixel1, pixel2, pixel3;
+};
+
+/// Adds the sums of pixels x .. x + 3 to `mixed`: four at a time, as a sum waits for its last addition. `kTaps` is a
+/// constant where it is often met; 0 for any number. (Inline, as a call would take the sums through memory.)
+template <size_t kTaps>
+inline void MixFour(const ResampleColumns& columns, size_t x, const double* sums, size_t origin, FourPixels& mixed) {
+    const size_t taps = kTaps != 0 ? kTaps : columns.taps;
+    const ResampleColumn* column = columns.columns + x;
+    const auto pixel = [&](size_t i) { return sums + 4 * (column[i].first - origin); };
+    const auto weight = [&](size_t i) { return columns.weights + column[i].weights; };
+    const auto add = [](__m256d& to, const double* from, const double* by) {
+        to = _mm256_fmadd_pd(_mm256_loadu_pd(from), _mm256_broadcast_sd(by), to);
+    };
+    const double *pixel0 = pixel(0), *pixel1 = pixel(1), *pixel2 = pixel(2), *pixel3 = pixel(3);
+    const double *weight0 = weight(0), *weight1 = weight(1), *weight2 = weight(2), *weight3 = weight(3);
+    for (size_t tap = 0; tap < taps; ++tap) {
+        add(mixed.pixel0, pixel0 + 4 * tap, weight0 + tap);
+        add(mixed.pixel1, pixel1 + 4 * tap, weight1 + tap);
+        add(mixed.pixel2, pixel2 + 4 * tap, weight2 + tap);
+        add(mixed.pixel3, pixel3 + 4 * tap, weight3 + tap);
+    }
+}
+
+template <size_t kTaps>
+void MixPlainOf(const ResampleColumns& columns, const double* sums, size_t origin, uint8_t* out) {
+    const __m256d even = _mm256_set1_pd(TieBreaker(columns, 0)), odd = _mm256_set1_pd(TieBreaker(columns, 1));
+    size_t x = 0;
+    for (; x + 4 <= columns.count; x += 4) {
+        FourPixels four = {even, odd, even, odd};
+        MixFour<kTaps>(columns, x, sums, origin, four);
+        StoreFour(out + 4 * x, four.pixel0, four.pixel1, four.pixel2, four.pixel3);
+    }
+    for (; x < columns.count; ++x) StoreOne(out + 4 * x, Mix(columns, x, sums, origin, x % 2 == 0 ? even : odd));
+}
+
+void MixPlain(const ResampleColumns& columns, const double* sums, size_t origin, uint8_t* out) {
+    switch (columns.taps) {
+        case 2: return MixPlainOf<2>(columns, sums, origin, out);
+        case 4: return MixPlainOf<4>(columns, sums, origin, out);
+        default: return MixPlainOf<0>(columns, sums, origin, out);
+    }
+}
+
+/// Where alpha is above 0: as a mask.
+__m256d IsSeen(__m256d alphas) { return _mm256_cmp_pd(alphas, _mm256_setzero_pd(), _CMP_GT_OQ); }
+
+/// By what the colours are multiplied; 0 where nothing is seen of them.
+__m256d Reciprocals(__m256d alphas) {
+    const __m256d isSeen = IsSeen(alphas), one = _mm256_set1_pd(1);
+    return _mm256_and_pd(_mm256_div_pd(one, _mm256_blendv_pd(one, alphas, isSeen)), isSeen);
+}
+
+/// `reciprocal` is in all places; that of alpha itself stays out of it.
+__m256d Unweighted(__m256d mixed, __m256d reciprocal, __m256d tieBreaker) {
+    const __m256d factors = _mm256_blend_pd(reciprocal, _mm256_set1_pd(1), 8);
+    const __m256d pixel = _mm256_add_pd(_mm256_mul_pd(mixed, factors), tieBreaker);
+    return _mm256_min_pd(_mm256_max_pd(pixel, _mm256_setzero_pd()), _mm256_set1_pd(255));
+}
+
+template <size_t kTaps>
+bool MixWeightedOf(const ResampleColumns& columns, const double* sums, size_t origin, uint8_t* out, bool* isClear) {
+    const __m256d zero = _mm256_setzero_pd();
+    const __m256d even = _mm256_set1_pd(TieBreaker(columns, 0)), odd = _mm256_set1_pd(TieBreaker(columns, 1));
+    bool isAnyClear = false;
+    size_t x = 0;
+    for (; x + 4 <= columns.count; x += 4) {
+        FourPixels four = {zero, zero, zero, zero};
+        MixFour<kTaps>(columns, x, sums, origin, four);
+        const __m256d alphas = _mm256_permute2f128_pd(_mm256_unpackhi_pd(four.pixel0, four.pixel1),
+                                                      _mm256_unpackhi_pd(four.pixel2, four.pixel3), 0x31);
+        const __m256d reciprocals = Reciprocals(alphas);
+        StoreFour(out + 4 * x, Unweighted(four.pixel0, _mm256_permute4x64_pd(reciprocals, 0x00), even),
+                  Unweighted(four.pixel1, _mm256_permute4x64_pd(reciprocals, 0x55), odd),
+                  Unweighted(four.pixel2, _mm256_permute4x64_pd(reciprocals, 0xAA), even),
+                  Unweighted(four.pixel3, _mm256_permute4x64_pd(reciprocals, 0xFF), odd));
+        const int seen = _mm256_movemask_pd(IsSeen(alphas));
+        for (int i = 0; i < 4; ++i) isClear[x + static_cast<size_t>(i)] = (seen >> i & 1) == 0;
+        isAnyClear |= seen != 15;
+    }
+    for (; x < columns.count; ++x) {
+        const __m256d mixed = Mix(columns, x, sums, origin, zero);
+        const __m256d alpha = _mm256_permute4x64_pd(mixed, 0xFF);
+        StoreOne(out + 4 * x, Unweighted(mixed, Reciprocals(alpha), x % 2 == 0 ? even : odd));
+        isClear[x] = _mm256_movemask_pd(IsSeen(alpha)) == 0;
+        isAnyClear |= isClear[x];
+    }
+    return isAnyClear;
+}
+
+bool MixWeighted(const ResampleColumns& columns, const double* sums, size_t origin, uint8_t* out, bool* isClear) {
+    switch (columns.taps) {
+        case 2: return MixWeightedOf<2>(columns, sums, origin, out, isClear);
+        case 4: return MixWeightedOf<4>(columns, sums, origin, out, isClear);
+        default: return MixWeightedOf<0>(columns, sums, origin, out, isClear);
+    }
+}
+
+}  // namespace
+}  // namespace zpixf

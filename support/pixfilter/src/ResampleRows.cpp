@@ -1,0 +1,81 @@
+#include "ResampleRows.h"
+
+#include <cstdint>
+#include <vector>
+
+#include "LineWindow.h"
+#include "ResampleRunningSums.h"
+#include "ResampleTaps.h"
+
+namespace zpixf {
+namespace {
+
+constexpr unsigned kMostLines = 48;  // more are not kept
+
+/// The first place in a buffer at a multiple of 32 bytes: vectors at other places straddle cache lines.
+constexpr std::size_t kAlignment = 32 / sizeof(double);
+double* Aligned(std::vector<double>& buffer) {
+    const std::size_t misalignment = reinterpret_cast<std::uintptr_t>(buffer.data()) / sizeof(double) % kAlignment;
+    return buffer.data() + (misalignment == 0 ? 0 : kAlignment - misalignment);
+}
+
+class LinesInWindow final : public ResampleRows {
+public:
+    LinesInWindow(const ResampleWeights& newDown, unsigned newWidth, std::uint32_t blockPixels)
+        : down(newDown),
+          width(newWidth),
+          isOpaque(newDown.MaxCount()),
+          sums(std::size_t{4} * blockPixels + kAlignment) {
+        window.Prepare(down.MaxCount(), width, 0);
+    }
+
+    bool MoveTo(unsigned line, const Pull& pull) override {
+        if (line == 0) window.Forget();
+        const ResampleWeights::Span span = down.SpanOf(line);
+        const auto pullAndLook = [&](unsigned inputLine, std::uint8_t* pixels) {
+            if (!pull(inputLine, pixels)) return false;
+            isOpaque[inputLine % isOpaque.size()] = kernels.isOpaque(pixels, width);
+            return true;
+        };
+        if (!window.MoveTo(span.first, span.last, pullAndLook)) return false;
+        taps.Clear();
+        areOpaque = true;
+        ResampleWeights::Walk walk(down, span);
+        for (unsigned i = span.first; i <= span.last; ++i) {
+            taps.Add(window.Line(i), walk.Next());
+            areOpaque &= isOpaque[i % isOpaque.size()] != 0;
+        }
+        taps.Finish();
+        return true;
+    }
+
+    bool AreOpaque() const override { return areOpaque; }
+
+    const double* Get(Sums which, std::uint32_t first, std::uint32_t count) override {
+        const auto sum = which == Sums::plain ? kernels.sumPlain : kernels.sumWeighted;
+        double* const aligned = Aligned(sums);
+        sum(taps.Data(), taps.Count(), first, count, aligned);
+        return aligned;
+    }
+
+    const std::uint8_t* Line(unsigned inputLine) const override { return window.Line(inputLine); }
+
+private:
+    const ResampleKernels& kernels = ActiveResampleKernels();
+    const ResampleWeights down;
+    const unsigned width;
+    LineWindow window;
+    std::vector<std::uint8_t> isOpaque;
+    bool areOpaque = true;
+    ResampleTaps<kMostLines> taps;
+    std::vector<double> sums;
+};
+
+}  // namespace
+
+std::unique_ptr<ResampleRows> MakeResampleRows(const ResampleWeights& down, unsigned width, std::uint32_t blockPixels) {
+    if (down.MaxCount() > kMostLines) return std::make_unique<ResampleRunningSums>(down, width);
+    return std::make_unique<LinesInWindow>(down, width, blockPixels);
+}
+
+}  // namespace zpixf

@@ -1,0 +1,103 @@
+// What becomes of transparency when a picture is resampled.
+#include <algorithm>
+#include <array>
+
+#include "ResizePictures.h"
+
+namespace zpixf::resampling {
+namespace {
+
+using Pixel = std::array<std::uint8_t, 4>;
+constexpr Pixel kClearRed = {0, 0, 255, 0}, kBlue = {255, 0, 0, 255};
+
+ResizePicture HalfAndHalf(unsigned side, Pixel left, Pixel right) {
+    ResizePicture picture(side, side);
+    for (unsigned y = 0; y < side; ++y)
+        for (unsigned x = 0; x < side; ++x) std::memcpy(picture.At(x, y), (x < side / 2 ? left : right).data(), 4);
+    return picture;
+}
+
+TEST(ResizeAlpha, LetsNothingOfATransparentPixelShowInItsNeighbours) {
+    for (const Method method : kWeighted)
+        for (const unsigned side : {7u, 13u, 20u, 61u}) {
+            const ResizePicture to = Resized(method, HalfAndHalf(26, kClearRed, kBlue), side, side);
+            for (unsigned y = 0; y < side; ++y)
+                for (unsigned x = 0; x < side; ++x)
+                    if (to.At(x, y)[3] != 0) {
+                        EXPECT_EQ(to.At(x, y)[0], 255) << x;
+                        EXPECT_EQ(to.At(x, y)[2], 0) << x;
+                    }
+        }
+}
+
+TEST(ResizeAlpha, KeepsTheColoursThatATransparentAreaHides) {
+    for (const Method method : kWeighted)
+        for (const unsigned side : {8u, 13u, 61u}) {
+            const ResizePicture to = Resized(method, HalfAndHalf(26, kClearRed, kBlue), side, side);
+            EXPECT_EQ(std::memcmp(to.At(0, side / 2), kClearRed.data(), 4), 0);
+        }
+}
+
+TEST(ResizeAlpha, ResizesTheHiddenColoursOfAnEntirelyTransparentPictureLikeOpaqueOnes) {
+    for (const Method method : kWeighted)
+        for (const unsigned side : {5u, 13u, 18u, 41u}) {
+            const ResizePicture opaque = NoisePicture(26, 26, Alpha::opaque);
+            ResizePicture clear = opaque, expected = Resized(method, opaque, side, side);
+            for (std::size_t i = 3; i < clear.bytes.size(); i += 4) clear.bytes[i] = 0;
+            for (std::size_t i = 3; i < expected.bytes.size(); i += 4) expected.bytes[i] = 0;
+            EXPECT_EQ(Resized(method, clear, side, side).bytes, expected.bytes);
+        }
+}
+
+TEST(ResizeAlpha, WeighsEachColourByItsAlpha) {
+    // Blue 200 at alpha 64 beside blue 40 at 192: (200 * 64 + 40 * 192) / 256 = 80 at the mean alpha, 128.
+    ResizePicture pair(2, 2);
+    for (unsigned y = 0; y < 2; ++y) {
+        std::memcpy(pair.At(0, y), Pixel{200, 0, 10, 64}.data(), 4);
+        std::memcpy(pair.At(1, y), Pixel{40, 0, 10, 192}.data(), 4);
+    }
+    const ResizePicture to = Resized(Method::bilinear, pair, 1, 1);
+    EXPECT_EQ(to.bytes, (std::vector<std::uint8_t>{80, 0, 10, 128}));
+}
+
+TEST(ResizeAlpha, IsResizedAsAColourIs) {
+    for (const Method method : kWeighted)
+        for (const unsigned side : {5u, 10u, 14u, 33u}) {
+            ResizePicture from = NoisePicture(20, 20, Alpha::varied), grey(20, 20);
+            for (std::size_t i = 0; i < from.bytes.size(); ++i)
+                grey.bytes[i] = i % 4 == 3 ? std::uint8_t{255} : from.bytes[i / 4 * 4 + 3];
+            const ResizePicture to = Resized(method, from, side, side), greyTo = Resized(method, grey, side, side);
+            for (std::size_t i = 3; i < to.bytes.size(); i += 4) ASSERT_EQ(to.bytes[i], greyTo.bytes[i - 3]);
+        }
+}
+
+TEST(ResizeAlpha, KeepsASlopeOfAlphaSmoothAndItsColourWhole) {
+    ResizePicture slope(64, 4);
+    for (unsigned y = 0; y < 4; ++y)
+        for (unsigned x = 0; x < 64; ++x)
+            std::memcpy(slope.At(x, y), Pixel{30, 140, 250, static_cast<std::uint8_t>(4 * x)}.data(), 4);
+    for (const Method method : kWeighted)
+        for (const unsigned width : {21u, 32u, 64u, 201u}) {
+            const ResizePicture to = Resized(method, slope, width, 4);
+            for (unsigned x = 0; x < width; ++x) {
+                ASSERT_EQ(std::memcmp(to.At(x, 1), Pixel{30, 140, 250}.data(), 3), 0) << "only alpha differs";
+                ASSERT_GE(to.At(x, 1)[3], to.At(x == 0 ? 0 : x - 1, 1)[3]);
+            }
+        }
+}
+
+// The dips of a cubic beside an edge would have alpha below 0 and above 255.
+TEST(ResizeAlpha, IsCutOffWhereACubicShootsOverAnEdge) {
+    const ResizePicture to = Resized(Method::catmullRom, HalfAndHalf(8, kClearRed, kBlue), 32, 32);
+    unsigned before = 0;
+    for (unsigned x = 0; x < 32; ++x) {
+        const unsigned alpha = to.At(x, 16)[3];
+        EXPECT_GE(alpha, before) << x;
+        before = alpha;
+    }
+    EXPECT_EQ(to.At(12, 16)[3], 0);
+    EXPECT_EQ(to.At(19, 16)[3], 255);
+}
+
+}  // namespace
+}  // namespace zpixf::resampling
