@@ -65,7 +65,7 @@ public:
     ZPixfSaturation();
     ~ZPixfSaturation() override;
     /// Each channel c becomes luma + amount * (c - luma): 1 (the default) changes nothing, 0 gives grey, -1 the
-    /// complementary colours. Limits as for brightness.
+    /// complementary colours. Exact, with the amount rounded to a multiple of 1/16384. Limits as for brightness.
     void SetSaturation(double amount);
     ZPixfType FilterType() const override;
     bool FilterScanline(unsigned line, void* buffer) override;

@@ -5,7 +5,8 @@
 
 namespace zpixf {
 
-/// What a convolution of 3 x 3 does. `user` takes the kernel that the caller sets; the others have theirs.
+/// What a convolution does. `user` takes the kernel that the caller sets; the others have theirs, which docs/filters.md
+/// gives. Those of Sobel (which find horizontal and vertical edges) and the relief stand on mid-grey.
 enum class ZPixf3x3Mode : int {
     user = 1,
     blur = 2,
@@ -54,11 +55,13 @@ public:
     ~ZPixfConvolution3() override;
     /// `user` if never set, with a kernel that changes nothing. Start fails for a mode that is none.
     void SetConvolution(ZPixf3x3Mode newMode);
-    /// 9 coefficients, row by row from the top. A divisor of 0 stands for the sum of the kernel, or 1 if that is 0.
-    /// Copied.
+    /// 9 coefficients, row by row from the top, each for the pixel of its place. A divisor of 0 stands for the sum of
+    /// the kernel, or 1 if that is 0. Copied. Start fails if any number is not finite, or 255 times the sum of the
+    /// coefficients' magnitudes is not.
     void SetUserConvolution(const double* coefficients, double newDivisor, double newBias);
-    /// Sharpens for an amount above 0 (at 1: 5 in the centre of a cross of -1), blurs for one below; 0 changes nothing.
-    /// Sets mode, kernel, divisor and bias.
+    /// Sharpens for an amount above 0 (at 1: 5 in the centre of a cross of -1), blurs for one below (at -1: the mean of
+    /// 3 x 3); 0 changes nothing. What is beyond -1 .. 1 counts as -1 or 1, no number as 0. Sets mode, kernel, divisor
+    /// and bias.
     void SetSharpeningConvolution(double amount);
     ZPixfType FilterType() const override;
 

@@ -1,0 +1,3 @@
+#include "AdjustKernels.inl"
+
+const zpixf::AdjustKernels zpixf::kBaseAdjustKernels = zpixf::kKernels;

@@ -1,0 +1,92 @@
+#pragma once
+// The work per pixel of the convolutions, compiled once per instruction-set level. What a convolution gives is defined
+// by `plain`; the other kernels give the same bytes for the forms that they are made for, on every level.
+#include <cstddef>
+#include <cstdint>
+
+#include "zpixf/Export.h"
+
+namespace zpixf {
+
+constexpr unsigned kMaxConvolutionSide = 5;
+constexpr unsigned kMaxTaps = kMaxConvolutionSide * kMaxConvolutionSide;
+/// Kernels take two taps at a time; a single last one has a partner of factor 0.
+constexpr unsigned kMaxPairedTaps = kMaxTaps + 1;
+/// Pixels beyond both ends of a line that can be read: those that a tap reaches and, behind, what fills a vector.
+constexpr unsigned kConvolutionMargin = 12;
+
+/// What is added before rounding down: a half, and so much more that a half which rounding has made a little less of
+/// goes up as well.
+constexpr double kConvolutionHalf = 0.5 + 0x1p-32;
+
+struct Tap {
+    std::uint8_t row;    ///< from the top of the kernel
+    std::int8_t column;  ///< in pixels from the centre
+};
+
+/// Whole numbers: (sum of factor * level + start) / divisor, rounded down.
+struct WholeForm {
+    std::int16_t factors[kMaxPairedTaps];
+    /// In 16 bits: the sum begins with `start`, which holds `lift` to keep it from going below 0. Then saturating
+    /// arithmetic adds `toTop` and subtracts `fromTop`.
+    std::uint16_t start16, toTop, fromTop;
+    std::int32_t start32;
+    /// quotient = n * reciprocal >> (16 or 32, and shift), or with reciprocal 0 just n >> shift.
+    std::uint32_t reciprocal;
+    unsigned shift;
+};
+
+/// The kernel as the product of a column and a row, for two passes in 16 bits.
+struct SeparableForm {
+    std::uint8_t rows[kMaxConvolutionSide + 1];  ///< which lines
+    std::int16_t rowFactors[kMaxConvolutionSide + 1];
+    unsigned numRows;
+    std::int8_t columns[kMaxConvolutionSide];
+    std::int16_t columnFactors[kMaxConvolutionSide];
+    unsigned numColumns;
+};
+
+/// Factors in units of 2^-(bits + kLowBits), each high * 2^kLowBits + low.
+struct FractionForm {
+    static constexpr unsigned kLowBits = 15;
+    std::int16_t high[kMaxPairedTaps], low[kMaxPairedTaps];
+    std::int32_t highStart, lowStart;
+    unsigned bits;
+};
+
+/// All that the kernels of one convolution are given. Taps of factor 0 are left out.
+struct ConvolutionForm {
+    unsigned side, numTaps;
+    Tap taps[kMaxPairedTaps];
+    double factors[kMaxTaps];
+    double divisor, bias;
+    WholeForm whole;
+    SeparableForm separable;
+    FractionForm fraction;
+};
+
+struct ConvolutionLines {
+    const std::uint8_t* rows[kMaxConvolutionSide];  ///< the first pixel of each line, from the top
+    std::uint8_t* result;
+    std::size_t count;
+};
+
+using Convolve = void (*)(const ConvolutionForm& form, const ConvolutionLines& lines);
+
+struct ConvolutionKernels {
+    /// floor((sum of factor * level) / divisor + bias + kConvolutionHalf) in double, taps in the order of the form;
+    /// clamped.
+    Convolve plain;
+    Convolve narrow;     ///< `whole` in 16 bits
+    Convolve separable;  ///< `whole` in 16 bits, by `separable`
+    Convolve wide;       ///< `whole` in 32 bits
+    Convolve fraction;   ///< `fraction`, and `plain` where that is too near to a step to tell
+};
+
+extern const ConvolutionKernels kBaseConvolutionKernels;
+extern const ConvolutionKernels kAvx2ConvolutionKernels;
+
+/// The kernels in use, chosen once per process.
+ZPIXF_API const ConvolutionKernels& ActiveConvolutionKernels() noexcept;
+
+}  // namespace zpixf

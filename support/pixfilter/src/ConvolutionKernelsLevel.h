@@ -1,0 +1,12 @@
+#pragma once
+// For tests and benchmarks, which walk the levels that a program otherwise chooses from once. Not installed.
+#include "cpu/CpuLevel.h"
+#include "zpixf/Export.h"
+
+namespace zpixf {
+
+/// Has every convolution from now on use the kernels of `level`; false, changing nothing, if this processor does not
+/// run them. Not to be called while another thread filters.
+ZPIXF_API bool UseConvolutionKernels(cpu::Level level) noexcept;
+
+}  // namespace zpixf
