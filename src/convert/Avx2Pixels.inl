@@ -150,16 +150,48 @@ ZBM_INLINE Colors Swapped(Colors colors) {
 ZBM_INLINE Vector Weigh(Vector pairs, int first, int second) {
     return _mm256_maddubs_epi16(pairs, _mm256_set1_epi16(static_cast<short>(first | second << 8)));
 }
-/// (S + roundUp) / 8 of 16 pixels: those of `a` in the even numbers, those of `b` in the odd.
-ZBM_INLINE Vector LuminanceEighths(Vector a, Vector b, int roundUp) {
-    const Vector blueGreen = _mm256_blend_epi16(a, _mm256_slli_epi32(b, 16), 0xAA);
-    const Vector redAlpha = _mm256_blend_epi16(_mm256_srli_epi32(a, 16), b, 0xAA);
-    const Vector high = _mm256_add_epi16(Weigh(blueGreen, 14, 73), Weigh(redAlpha, 37, 0));
-    Vector low = _mm256_add_epi16(Weigh(blueGreen, 2, 3), Weigh(redAlpha, 3, 0));
+/// 16 pixels as pairs of channels: the first 8 pixels in the even words, the last 8 in the odd.
+struct ChannelPairs {
+    Vector blueGreen, redAlpha;
+};
+/// Of 4 bytes a pixel. Loads 2 bytes off take the place of shifts.
+ZBM_INLINE ChannelPairs LoadPairs(const uint8_t* src) {
+    return {_mm256_blend_epi16(Load(src), Load(src + 30), 0xAA),
+            _mm256_blend_epi16(Load(src + 2), Load(src + 32), 0xAA)};
+}
+ZBM_INLINE ChannelPairs PairsOf(Vector first, Vector last) {
+    return {_mm256_blend_epi16(first, _mm256_slli_epi32(last, 16), 0xAA),
+            _mm256_blend_epi16(_mm256_srli_epi32(first, 16), last, 0xAA)};
+}
+/// From pairs of red with green, and of blue with alpha. What takes alpha's place has no weight.
+ZBM_INLINE ChannelPairs Swapped(ChannelPairs rgba) {
+    const Vector isGreen = _mm256_set1_epi16(static_cast<short>(0xFF00));
+    return {_mm256_blendv_epi8(rgba.redAlpha, rgba.blueGreen, isGreen), rgba.blueGreen};
+}
+
+struct BlockPairs {
+    ChannelPairs first, last;
+};
+template <ColorFormat Src>
+ZBM_INLINE BlockPairs LoadBlockPairs(const uint8_t* src) {
+    if constexpr (Src == shr::BGRA_32) {
+        return {LoadPairs(src), LoadPairs(src + 64)};
+    } else if constexpr (Src == shr::RGBA_32) {
+        return {Swapped(LoadPairs(src)), Swapped(LoadPairs(src + 64))};
+    } else {
+        const Colors colors = Pixels<Src>::Load(src);
+        return {PairsOf(colors.v[0], colors.v[1]), PairsOf(colors.v[2], colors.v[3])};
+    }
+}
+
+/// (S + roundUp) / 8 of 16 pixels.
+ZBM_INLINE Vector LuminanceEighths(const ChannelPairs& pairs, int roundUp) {
+    const Vector high = _mm256_add_epi16(Weigh(pairs.blueGreen, 14, 73), Weigh(pairs.redAlpha, 37, 0));
+    Vector low = _mm256_add_epi16(Weigh(pairs.blueGreen, 2, 3), Weigh(pairs.redAlpha, 3, 0));
     if (roundUp != 0) low = _mm256_add_epi16(low, _mm256_set1_epi16(static_cast<short>(roundUp)));
     return _mm256_add_epi16(high, _mm256_srli_epi16(low, 3));
 }
-/// Bytes of what LuminanceEighths gave for two pairs of vectors, in the order of their pixels.
+/// Bytes of what LuminanceEighths gave for the first and the last 16 pixels, in their order.
 ZBM_INLINE Vector BytesInOrder(Vector first, Vector last) {
     const Vector fours = _mm256_shuffle_epi8(
         _mm256_packus_epi16(first, last), _mm256_setr_epi8(0, 2, 4, 6, 1, 3, 5, 7, 8, 10, 12, 14, 9, 11, 13, 15, 0, 2,
@@ -170,9 +202,9 @@ ZBM_INLINE Vector BytesInOrder(Vector first, Vector last) {
 ZBM_INLINE Vector MultiplyShift(Vector x, int factor, int shift) {
     return _mm256_srli_epi16(_mm256_mulhi_epu16(x, _mm256_set1_epi16(static_cast<short>(factor))), shift);
 }
-ZBM_INLINE Vector LuminanceQuotients(const Colors& colors, int factor, int shift) {
-    return BytesInOrder(MultiplyShift(LuminanceEighths(colors.v[0], colors.v[1], 0), factor, shift),
-                        MultiplyShift(LuminanceEighths(colors.v[2], colors.v[3], 0), factor, shift));
+ZBM_INLINE Vector LuminanceQuotients(const BlockPairs& pairs, int factor, int shift) {
+    return BytesInOrder(MultiplyShift(LuminanceEighths(pairs.first, 0), factor, shift),
+                        MultiplyShift(LuminanceEighths(pairs.last, 0), factor, shift));
 }
 
 /// S of 8 pixels, in 32 bits.
@@ -325,11 +357,12 @@ struct Pixels<shr::GRAYSCALE_1> {
         StoreUpperBits(dst, levels.v);
     }
     /// S >= 127500 is (S + 4) / 8 > 15937.
-    template <class Out>
-    ZBM_INLINE static void StoreLuminance(Out, uint8_t* dst, const Colors& colors) {
+    template <ColorFormat Src, class Out>
+    ZBM_INLINE static void StoreLuminance(Out, uint8_t* dst, const uint8_t* src) {
+        const BlockPairs pairs = LoadBlockPairs<Src>(src);
         const Vector limit = _mm256_set1_epi16(kHalfWhite / 8);
-        const Vector first = _mm256_cmpgt_epi16(LuminanceEighths(colors.v[0], colors.v[1], 4), limit);
-        const Vector last = _mm256_cmpgt_epi16(LuminanceEighths(colors.v[2], colors.v[3], 4), limit);
+        const Vector first = _mm256_cmpgt_epi16(LuminanceEighths(pairs.first, 4), limit);
+        const Vector last = _mm256_cmpgt_epi16(LuminanceEighths(pairs.last, 4), limit);
         StoreUpperBits(dst, BytesInOrder(_mm256_srli_epi16(first, 8), _mm256_srli_epi16(last, 8)));
     }
 };
@@ -345,9 +378,9 @@ struct Pixels<shr::GRAYSCALE_4> {
         StoreNibbles(out, dst, _mm256_and_si256(_mm256_srli_epi16(levels.v, 4), Bytes(0x0F0F0F0F)));
     }
     /// S / 17000: (S / 8) / 2125.
-    template <class Out>
-    ZBM_INLINE static void StoreLuminance(Out out, uint8_t* dst, const Colors& colors) {
-        StoreNibbles(out, dst, LuminanceQuotients(colors, 63162, 11));
+    template <ColorFormat Src, class Out>
+    ZBM_INLINE static void StoreLuminance(Out out, uint8_t* dst, const uint8_t* src) {
+        StoreNibbles(out, dst, LuminanceQuotients(LoadBlockPairs<Src>(src), 63162, 11));
     }
 };
 template <>
@@ -361,9 +394,9 @@ struct Pixels<shr::GRAYSCALE_8> {
         out(dst, levels.v);
     }
     /// S / 1000: (S / 8) / 125.
-    template <class Out>
-    ZBM_INLINE static void StoreLuminance(Out out, uint8_t* dst, const Colors& colors) {
-        out(dst, LuminanceQuotients(colors, 33555, 6));
+    template <ColorFormat Src, class Out>
+    ZBM_INLINE static void StoreLuminance(Out out, uint8_t* dst, const uint8_t* src) {
+        out(dst, LuminanceQuotients(LoadBlockPairs<Src>(src), 33555, 6));
     }
 };
 template <>
@@ -383,8 +416,9 @@ struct Pixels<shr::GRAYSCALE_16> {
         StoreWords(out, dst, Twofold(levels));
     }
     /// S * 65535 / 255000: S * 257 / 1000.
-    template <class Out>
-    ZBM_INLINE static void StoreLuminance(Out out, uint8_t* dst, Colors colors) {
+    template <ColorFormat Src, class Out>
+    ZBM_INLINE static void StoreLuminance(Out out, uint8_t* dst, const uint8_t* src) {
+        Colors colors = Pixels<Src>::Load(src);
         for (Vector& v : colors.v) v = UpperProduct(Luminance(v), Fraction(257, 1000));
         StoreWords(out, dst, WordsOfLow(colors));
     }
@@ -414,8 +448,9 @@ struct Pixels<shr::GRAYSCALE_32> {
         StoreColors(out, dst, Fourfold(levels));
     }
     /// S * 4294967295 / 255000: S * 16843009 / 1000, which is S * 16843 + S * 9 / 1000.
-    template <class Out>
-    ZBM_INLINE static void StoreLuminance(Out out, uint8_t* dst, Colors colors) {
+    template <ColorFormat Src, class Out>
+    ZBM_INLINE static void StoreLuminance(Out out, uint8_t* dst, const uint8_t* src) {
+        Colors colors = Pixels<Src>::Load(src);
         for (Vector& v : colors.v) {
             const Vector luminance = Luminance(v);
             v = _mm256_add_epi32(_mm256_mullo_epi32(luminance, _mm256_set1_epi32(16843)),
@@ -481,8 +516,7 @@ struct Pixels<shr::BGRX_32> {
     }
 };
 
-// Channels are reckoned on in 16 bits: blue and red in one vector, green and alpha in another. Per pixel, `both` holds
-// for both of them what `others` holds for green alone, alpha having what leaves it as it is.
+// Channels are reckoned on in 16 bits: blue and red in one vector, green and alpha in another.
 template <>
 struct Pixels<shr::PBGRA_32> {
     ZBM_INLINE static Colors Load(const uint8_t* src) {
@@ -522,25 +556,32 @@ private:
         return _mm256_mulhi_epu16(t, _mm256_set1_epi16(257));
     }
 
-    /// c * 255 / A is c * M >> 16 for any M from 255 * 65536 / A to less than 256 / A more; the division gives one such
-    /// for every A (a test tries them all). Of M = 65536 W + F the product's lower byte is that of c W + (c F >> 16).
-    /// With W = 1 and F = 0 alpha stays as it is, and so do the colours where alpha is 0.
+    /// c * 255 / A is c * M >> 16 for any M from 255 * 65536 / A to 256 / A more; the division gives one such for every
+    /// A (a test tries them all). Of M = 65536 W + F the product's lower byte is that of c W + (c F >> 16). By W = 1
+    /// and F = 0 a channel stays as it is: alpha does, and by an M of 257 * 65536, which is larger than any other and
+    /// takes the place of infinity, so do the colours where alpha is 0.
     ZBM_INLINE static Vector Unpremultiplied(Vector colors) {
-        const Vector alphas = _mm256_srli_epi32(colors, 24);
-        const __m256 quotients = _mm256_div_ps(_mm256_set1_ps(255 * 65536 + 128), _mm256_cvtepi32_ps(alphas));
-        const Vector isZero = _mm256_cmpeq_epi32(alphas, _mm256_setzero_si256());
-        const Vector factors = _mm256_blendv_epi8(_mm256_cvtps_epi32(quotients), Bytes(1 << 16), isZero);
-        const Vector fractions = _mm256_blend_epi16(factors, _mm256_slli_epi32(factors, 16), 0xAA);
-        const Vector wholes = _mm256_blend_epi16(_mm256_srli_epi32(factors, 16), factors, 0xAA);
-        const Vector blueRed = _mm256_and_si256(colors, Bytes(0x00FF00FF));
-        const Vector greenAlpha = _mm256_srli_epi16(colors, 8);
-        const Vector blueRedProduct = Product(blueRed, wholes, fractions);
-        const Vector greenAlphaProduct = Product(greenAlpha, _mm256_blend_epi16(wholes, Bytes(0x00010001), 0xAA),
-                                                 _mm256_blend_epi16(fractions, _mm256_setzero_si256(), 0xAA));
-        return Joined(_mm256_and_si256(blueRedProduct, Bytes(0x00FF00FF)), greenAlphaProduct);
+        const __m256 alphas = _mm256_cvtepi32_ps(_mm256_srli_epi32(colors, 24));
+        const __m256 quotients = _mm256_div_ps(_mm256_set1_ps(255 * 65536 + 128), alphas);
+        const Vector factors = _mm256_cvtps_epi32(_mm256_min_ps(quotients, _mm256_set1_ps(257 * 65536)));
+        const Vector fractions = _mm256_shuffle_epi8(factors, TwiceAWord(0));
+        const Vector wholes = _mm256_shuffle_epi8(factors, TwiceAWord(2));
+        const Vector blueRed = Product(_mm256_and_si256(colors, Bytes(0x00FF00FF)), wholes, fractions);
+        // Green and alpha stay in the upper bytes of words, where what lies below them does no harm.
+        const Vector greenAlpha =
+            Product(_mm256_and_si256(colors, Bytes(0xFF00FF00)), _mm256_blend_epi16(wholes, Bytes(0x00010001), 0xAA),
+                    _mm256_blend_epi16(fractions, _mm256_setzero_si256(), 0xAA));
+        return _mm256_blendv_epi8(blueRed, greenAlpha, Bytes(0xFF00FF00));
     }
     ZBM_INLINE static Vector Product(Vector channels, Vector wholes, Vector fractions) {
         return _mm256_add_epi16(_mm256_mullo_epi16(channels, wholes), _mm256_mulhi_epu16(channels, fractions));
+    }
+    /// The order of bytes that repeats the word at byte `first` of each pixel.
+    ZBM_INLINE static Vector TwiceAWord(int first) {
+        const int word = first | (first + 1) << 8;
+        const Vector inPixel = _mm256_set1_epi32(word | word << 16);
+        return _mm256_add_epi8(
+            inPixel, _mm256_setr_epi32(0, 0x04040404, 0x08080808, 0x0C0C0C0C, 0, 0x04040404, 0x08080808, 0x0C0C0C0C));
     }
 };
 

@@ -145,8 +145,9 @@ struct Pixels<shr::GRAYSCALE_1> {
         for (uint8_t& level : levels.at) level >>= 7;
         StoreBits(out, dst, levels);
     }
-    template <class Out>
-    static void StoreLuminance(Out out, uint8_t* dst, const Colors& colors) {
+    template <ColorFormat Src, class Out>
+    static void StoreLuminance(Out out, uint8_t* dst, const uint8_t* src) {
+        const Colors colors = Pixels<Src>::Load(src);
         Levels bits;
         for (size_t i = 0; i < kCount; ++i) bits.at[i] = Luminance(colors.at[i]) >= kHalfWhite ? 1 : 0;
         StoreBits(out, dst, bits);
@@ -165,8 +166,9 @@ struct Pixels<shr::GRAYSCALE_4> {
         for (uint8_t& level : levels.at) level >>= 4;
         StoreNibbles(out, dst, levels);
     }
-    template <class Out>
-    static void StoreLuminance(Out out, uint8_t* dst, const Colors& colors) {
+    template <ColorFormat Src, class Out>
+    static void StoreLuminance(Out out, uint8_t* dst, const uint8_t* src) {
+        const Colors colors = Pixels<Src>::Load(src);
         Levels nibbles;
         for (size_t i = 0; i < kCount; ++i) nibbles.at[i] = Byte(Luminance(colors.at[i]) / (kWhite / 15));
         StoreNibbles(out, dst, nibbles);
@@ -180,8 +182,9 @@ struct Pixels<shr::GRAYSCALE_8> {
     static void StoreLevels(Out out, uint8_t* dst, const Levels& levels) {
         out(dst, levels);
     }
-    template <class Out>
-    static void StoreLuminance(Out out, uint8_t* dst, const Colors& colors) {
+    template <ColorFormat Src, class Out>
+    static void StoreLuminance(Out out, uint8_t* dst, const uint8_t* src) {
+        const Colors colors = Pixels<Src>::Load(src);
         Levels levels;
         for (size_t i = 0; i < kCount; ++i) levels.at[i] = Byte(Luminance(colors.at[i]) / (kWhite / 255));
         out(dst, levels);
@@ -208,8 +211,9 @@ struct Pixels<shr::GRAYSCALE_16> {
         out(dst, words);
     }
     /// 65535 / 255000 is 257 / 1000.
-    template <class Out>
-    static void StoreLuminance(Out out, uint8_t* dst, const Colors& colors) {
+    template <ColorFormat Src, class Out>
+    static void StoreLuminance(Out out, uint8_t* dst, const uint8_t* src) {
+        const Colors colors = Pixels<Src>::Load(src);
         Words words;
         for (size_t i = 0; i < kCount; ++i) words.at[i] = static_cast<uint16_t>(Luminance(colors.at[i]) * 257 / 1000);
         out(dst, words);
@@ -236,8 +240,9 @@ struct Pixels<shr::GRAYSCALE_32> {
         out(dst, numbers);
     }
     /// 4294967295 / 255000 is 16843009 / 1000, which is 16843 + 9 / 1000.
-    template <class Out>
-    static void StoreLuminance(Out out, uint8_t* dst, const Colors& colors) {
+    template <ColorFormat Src, class Out>
+    static void StoreLuminance(Out out, uint8_t* dst, const uint8_t* src) {
+        const Colors colors = Pixels<Src>::Load(src);
         Colors numbers;
         for (size_t i = 0; i < kCount; ++i) {
             const uint32_t luminance = Luminance(colors.at[i]);

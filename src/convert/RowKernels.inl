@@ -101,26 +101,24 @@ constexpr bool IsConverted(Pair pair) {
 }
 
 template <ColorFormat Dst, ColorFormat Src, class Out>
-ZBM_INLINE void ConvertBlock(Out out, uint8_t* __restrict dst, const uint8_t* __restrict src, const IndexMap& map) {
+ZBM_INLINE void ConvertBlock(Out out, uint8_t* __restrict dst, const uint8_t* __restrict src, const IndexMap* map) {
     using shr::GRAYSCALE_16, shr::GRAYSCALE_32;
     using To = Pixels<Dst>;
     using From = Pixels<Src>;
     if constexpr (IsIndexed(Dst)) {
         To::StoreIndices(out, dst, From::LoadIndices(src));
     } else if constexpr (IsIndexed(Src) && Dst == GRAYSCALE_16) {
-        To::Store(out, dst, From::MapToWords(src, map));
+        To::Store(out, dst, From::MapToWords(src, *map));
     } else if constexpr (IsIndexed(Src) && (Dst == GRAYSCALE_32 || IsColor(Dst))) {
-        To::Store(out, dst, From::MapToColors(src, map));
+        To::Store(out, dst, From::MapToColors(src, *map));
     } else if constexpr (IsIndexed(Src)) {
-        To::StoreLevels(out, dst, From::MapToLevels(src, map));
-    } else if constexpr (Dst == GRAYSCALE_32 && Src == GRAYSCALE_16) {
-        To::Store(out, dst, HighWords(From::Load(src)));
-    } else if constexpr (Dst == GRAYSCALE_16 && Src == GRAYSCALE_32) {
+        To::StoreLevels(out, dst, From::MapToLevels(src, *map));
+    } else if constexpr ((Dst == GRAYSCALE_32 && Src == GRAYSCALE_16) || (Dst == GRAYSCALE_16 && Src == GRAYSCALE_32)) {
         To::Store(out, dst, HighWords(From::Load(src)));
     } else if constexpr (IsGrey(Dst) && IsGrey(Src)) {
         To::StoreLevels(out, dst, From::LoadLevels(src));
     } else if constexpr (IsGrey(Dst)) {
-        To::StoreLuminance(out, dst, From::Load(src));
+        To::template StoreLuminance<Src>(out, dst, src);
     } else if constexpr (IsGrey(Src)) {
         To::Store(out, dst, From::LoadGreys(src));
     } else {
@@ -136,7 +134,7 @@ void ConvertBlocks(uint8_t* __restrict dst, const uint8_t* __restrict src, size_
     } else {
         for (size_t i = 0; i < blocks; ++i)
             ConvertBlock<Dst, Src>(Out(), dst + i * BlockBytes(BitsPerPixel(Dst)),
-                                   src + i * BlockBytes(BitsPerPixel(Src)), *map);
+                                   src + i * BlockBytes(BitsPerPixel(Src)), map);
     }
 }
 

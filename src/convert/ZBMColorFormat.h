@@ -32,9 +32,9 @@ inline constexpr int ditherOrdered = 1, ditherDiffuse = 2, popularity = 3, media
 /// Converts `height` rows of `width` pixels, and builds the destination's colour table where it has one.
 ///
 /// Writes the pixels addressed and the destination's table, nothing else: of packed formats only the bits of these
-/// pixels. Source and destination must not overlap. Equal formats copy pixels and table. A format that is none writes
-/// no pixels, and neither does the pair RGBA_32 to BGRX_32: see ConvertEveryPair.h. Raises an internal error of source
-/// file "ZBMColorFormat" (line 43) for an indexed destination without a table, and what a
+/// pixels. Source and destination must not overlap. Equal formats copy the whole bytes that hold pixels, and the table.
+/// A format that is none writes no pixels, and neither does the pair RGBA_32 to BGRX_32: see ConvertEveryPair.h. Raises
+/// an internal error of source file "ZBMColorFormat" (line 43) for an indexed destination without a table, and what a
 /// quantizer fails with, as a shr::Exception, once every row was asked for.
 void ConvertPixels(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t width, std::uint32_t height,
                    int method = QuantizeBy::median5);

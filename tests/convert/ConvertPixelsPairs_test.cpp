@@ -158,7 +158,7 @@ TEST_P(ConvertPixelsPairs, GiveTheSameForPicturesThatAreLargerThanCaches) {
                                    {shr::BGR_24, shr::BGRA_32},
                                    {shr::BGRA_32, shr::INDEXED_4},
                                    {shr::BGRA_32, shr::GRAYSCALE_1}})
-        for (const std::size_t gap : {0u, 1u}) {
+        for (const std::size_t gap : {std::size_t{0}, std::size_t{1}}) {
             const TestRows from(src, kWidth, kHeight, {RowOrder::down, 0, 0, 0}, 3);
             TestRows to(dst, kWidth, kHeight, {RowOrder::down, gap, 3 * gap, 7}, 4), plain = to;
             ConvertPixels(to.Rows(), from.ConstRows(), kWidth, kHeight);
