@@ -11,7 +11,7 @@ namespace zbm {
 using shr::ZString;
 
 /// How a picture is resampled. ZPixfResize.h says what each does.
-enum ResizeMethod {
+enum ResizeMethod : int {
     ResizePlain = 1,     ///< nearest pixel
     ResizeBilinear = 2,  ///< triangle
     ResizeBicubic0 = 3,  ///< Catmull-Rom
@@ -20,7 +20,7 @@ enum ResizeMethod {
 };
 
 /// How a picture's colours are chosen. ZPixfQuantize.h says what each does.
-enum QuantMethod {
+enum QuantMethod : int {
     QuantMedian5 = 1,
     QuantMedian8 = 2,
     QuantPopularity = 3,

@@ -142,7 +142,7 @@ TEST_F(Converting, AMaskBecomesAlphaThatColorsAreMultipliedBy) {
 TEST_F(Converting, FewColorsComeOutExactWithEachQuantizer) {
     constexpr std::uint32_t kColors[] = {0x102030, 0xFFFFFF, 0x000000, 0x80FF01, 0x112030, 0x0000FF, 0xFF8000};
     const BitmapPtr source = MakeBitmap(shr::BGR_24, [&](int x, int y) {
-        return Pixel{kColors[(3 * x + y * y) % std::size(kColors)], x != y};
+        return Pixel{kColors[static_cast<std::size_t>(3 * x + y * y) % std::size(kColors)], x != y};
     });
     for (const char* quantizer : {"", "median5", "median8", "popularity"}) {
         const BitmapPtr result = Convert(*source, "INDEXED_4", quantizer);

@@ -230,8 +230,9 @@ TEST(CreateResized, ChecksItsArgumentsInOrderBeforeAnythingChanges) {
         {{5, -1, 5, 24}, 481},   {{5, 24, 5, 24}, 481},   {{5, 6, 5, 24}, 482},   {{5, 6, 5, -1}, 482},
         {{5, 6, 5, 6}, 484},     {{6, 6, 5, 6}, 484},     {{5, 6, 37, 6}, 485},   {{5, 7, 37, 6}, 485},
     };
-    for (const auto& [rect, line] : kBad)
-        EXPECT_TRUE(RaisesInternalError([&] { Resize(bitmap, 5, 5, source, rect, 99); }, kSourceFile, line)) << line;
+    for (const Bad& bad : kBad)
+        EXPECT_TRUE(RaisesInternalError([&] { Resize(bitmap, 5, 5, source, bad.rect, 99); }, kSourceFile, bad.line))
+            << bad.line;
     EXPECT_TRUE(RaisesInternalError([&] { Resize(bitmap, 5, 5, bitmap, {-1, 0, 0, 0}); }, kSourceFile, 477));
     EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
 }

@@ -314,38 +314,44 @@ private:
 };
 
 /// Sums of factors in two parts, for half of a vector's bytes at once: there are no registers for all.
-class FractionSums {
-public:
+struct FractionSums {
+    struct Pair {
+        Vec high, low;
+        const std::uint8_t *first, *second;
+    };
+    const TapSources sources;
+    Pair pairs[kMaxPairedTaps / 2];
+    Vec highStart, lowStart;
+    const Pair* end;
+
     FractionSums(const ConvolutionForm& form, const ConvolutionLines& lines)
         : sources(form, lines),
-          high(form.fraction.high, form.numTaps),
-          low(form.fraction.low, form.numTaps),
           highStart(Splat32(static_cast<std::uint32_t>(form.fraction.highStart))),
           lowStart(Splat32(static_cast<std::uint32_t>(form.fraction.lowStart))),
-          numPairs(NumPairs(form.numTaps)) {}
+          end(pairs + NumPairs(form.numTaps)) {
+        const WideFactors high(form.fraction.high, form.numTaps), low(form.fraction.low, form.numTaps);
+        for (unsigned i = 0; pairs + i < end; ++i)
+            pairs[i] = {high.pairs[i], low.pairs[i], sources.at[2 * i], sources.at[2 * i + 1]};
+    }
+    FractionSums(const FractionSums&) = delete;
+    FractionSums& operator=(const FractionSums&) = delete;
 
     /// `interleave` chooses the half.
     template <class Interleave>
     void Sum(std::size_t place, const Interleave& interleave, Vec& first, Vec& second) const {
         Vec firstHigh = highStart, secondHigh = highStart, firstLow = lowStart, secondLow = lowStart;
-        for (unsigned pair = 0; pair < numPairs; ++pair) {
-            const Vec bytes = interleave(Load(sources.at[2 * pair] + place), Load(sources.at[2 * pair + 1] + place));
+        for (const Pair* pair = pairs; pair < end; ++pair) {
+            const Vec bytes = interleave(Load(pair->first + place), Load(pair->second + place));
             const Vec firstPairs = InterleaveLow8(bytes, Zero()), secondPairs = InterleaveHigh8(bytes, Zero());
-            firstHigh = Add32(firstHigh, MultiplyAdd16(firstPairs, high.pairs[pair]));
-            firstLow = Add32(firstLow, MultiplyAdd16(firstPairs, low.pairs[pair]));
-            secondHigh = Add32(secondHigh, MultiplyAdd16(secondPairs, high.pairs[pair]));
-            secondLow = Add32(secondLow, MultiplyAdd16(secondPairs, low.pairs[pair]));
+            const Vec high = pair->high, low = pair->low;
+            firstHigh = Add32(firstHigh, MultiplyAdd16(firstPairs, high));
+            firstLow = Add32(firstLow, MultiplyAdd16(firstPairs, low));
+            secondHigh = Add32(secondHigh, MultiplyAdd16(secondPairs, high));
+            secondLow = Add32(secondLow, MultiplyAdd16(secondPairs, low));
         }
         first = Add32(firstHigh, ShiftRightSigned32(firstLow, FractionForm::kLowBits));
         second = Add32(secondHigh, ShiftRightSigned32(secondLow, FractionForm::kLowBits));
     }
-
-    const TapSources sources;
-
-private:
-    WideFactors high, low;
-    Vec highStart, lowStart;
-    unsigned numPairs;
 };
 
 void Fraction(const ConvolutionForm& form, const ConvolutionLines& lines) {
