@@ -1,0 +1,34 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "convert/ZBMColorFormat.h"
+#include "faults/HeapMeter.h"
+
+namespace faults {
+namespace {
+
+/// Bytes asked for while a picture of 40 colours is quantized into an indexed one.
+std::uint64_t BytesToQuantize(std::uint32_t height, int method) {
+    constexpr std::uint32_t kWidth = 40;
+    std::vector<std::uint8_t> pixels;
+    for (std::uint32_t i = 0; i < kWidth * height; ++i)
+        for (const unsigned byte : {i % kWidth * 5, i % kWidth * 3, 7u, 255u})
+            pixels.push_back(static_cast<std::uint8_t>(byte));
+    std::vector<std::uint8_t> indices(kWidth / 2 * height);
+    std::vector<shr::Color4b> table(16);
+    ResetRequests();
+    zbm::ConvertPixels({indices.data(), shr::INDEXED_4, kWidth / 2, table.data()},
+                       {pixels.data(), shr::BGRA_32, 4 * kWidth}, kWidth, height, method);
+    return RequestsSinceReset().total;
+}
+
+TEST(ConvertPixelsMemory, AskedForDoesNotGrowWithThePictureThatIsQuantized) {
+    for (int method = zbm::QuantizeBy::ditherOrdered; method <= zbm::QuantizeBy::median8; ++method) {
+        BytesToQuantize(8, method);  // what is made once and kept
+        EXPECT_EQ(BytesToQuantize(20000, method), BytesToQuantize(8, method)) << "method " << method;
+    }
+}
+
+}  // namespace
+}  // namespace faults
