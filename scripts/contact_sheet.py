@@ -49,6 +49,11 @@ def sheet(target, entries):
         name, path = entry.split("=", 1)
         x, y = MARGIN + i % COLUMNS * step_x, MARGIN + i // COLUMNS * step_y
         picture = as_8_bits(Image.open(path)).convert("RGBA")
+        # Small pictures are shown pixel by pixel, of large ones the middle.
+        times = max(1, SIDE // max(picture.size))
+        picture = picture.resize((picture.width * times, picture.height * times), Image.Resampling.NEAREST)
+        left, top = max(0, picture.width - SIDE) // 2, max(0, picture.height - SIDE) // 2
+        picture = picture.crop((left, top, min(left + SIDE, picture.width), min(top + SIDE, picture.height)))
         ground = chequered(picture.size)
         ground.alpha_composite(picture)
         page.paste(ground, (x, y + CAPTION))

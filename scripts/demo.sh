@@ -76,6 +76,46 @@ format_sheet() {
     say "all of them side by side: build/demo/formats.png"
 }
 
+# edit_sheet: sample.png adjusted, resized and with fewer colours, side by side.
+edit_sheet() {
+    local entries=("original=$demo/sample.png")
+    # edit NAME COMMAND ARGUMENTS...
+    edit() {
+        local name=$1 command=$2
+        shift 2
+        local file=sample-${name// /-}.png
+        show "$command" sample.png "$file" "$@"
+        entries+=("$name=$demo/$file")
+    }
+    echo
+    say "sample.png, edited"
+    printf -- '-2 -1 0\n-1 1 1\n0 1 2\n1 0\n' >"$demo/emboss.txt"
+    edit "brighter" adjust --brightness 0.4
+    edit "darker" adjust --brightness -0.4
+    edit "more contrast" adjust --contrast 0.4
+    edit "less contrast" adjust --contrast -0.4
+    edit "half saturated" adjust --saturation 0.5
+    edit "complementary" adjust --saturation -1
+    edit "gray" adjust --gray
+    edit "sharpened" adjust --sharpen 1
+    edit "blurred" adjust --blur 1
+    edit "median 9" adjust --median 9
+    edit "embossed" adjust --convolve emboss.txt
+    edit "gray and sharpened" adjust --gray --sharpen 1
+    local method
+    for method in nearest bilinear catmull-rom mitchell b-spline; do
+        edit "40 x 40 $method" resize --size 40x40 --method "$method"
+        edit "480 x 480 $method" resize --size 480x480 --method "$method"
+    done
+    for method in median5 median8 popularity; do
+        edit "12 colours $method" quantize --colors 12 --quantizer "$method"
+    done
+    /usr/bin/python3 "$root/scripts/contact_sheet.py" sheet "$demo/edits.png" "${entries[@]}"
+    say "all of them side by side: build/demo/edits.png"
+    show reduce sample.png sample.zbm
+    show info sample.zbm
+}
+
 "$root/scripts/dependencies.sh" build demo
 configure release
 build release zbm
@@ -84,11 +124,13 @@ mkdir -p "$demo"
 if [ -n "$picture" ]; then
     round_trip "$picture"
     format_sheet "$picture"
+    edit_sheet
 else
     fetch_pictures
     round_trip "$demo/photograph.jpg"
     round_trip "$demo/drawing.png"
     format_sheet "$demo/photograph.jpg"
+    edit_sheet
 fi
 echo
 say "every pixel came back; the archives and pictures are in build/demo"

@@ -1,5 +1,6 @@
-// The archive, as it is laid out: format information, u16 version 1, then the tiles' records row by row. All numbers
-// are little-endian.
+// The archive of a bitmap, as it is laid out: format information, u16 version 1, then the tiles' records row by row.
+// That of a bitmap with reductions: u16 version 1, the archive of the image, u32 whether reductions follow, and if so
+// u32 how many, and the archive of each. All numbers are little-endian.
 #include "ArchiveCheck.h"
 
 #include <algorithm>
@@ -23,11 +24,34 @@ public:
     ArchiveWalk(shr::CBufferedFile& archiveFile, shr::IProgress& target)
         : file(archiveFile), length(archiveFile.GetLength()), progress(target) {}
 
-    void Walk() {
+    ArchiveKind Walk() {
+        const shr::CScopedIProgressTask task(&progress, L"Checking archive...");
+        const ArchiveKind kind = FindKind();
+        WalkBitmap();
+        if (kind == ArchiveKind::plain || Number32() == 0) return kind;
+        for (std::uint32_t levels = Number32(); levels > 0; --levels) WalkBitmap();
+        return kind;
+    }
+
+private:
+    /// Leaves the file at the image's archive. What begins like one kind cannot begin like the other: the format of a
+    /// bitmap would be one of the other's sizes, times 65536.
+    ArchiveKind FindKind() {
+        if (IsBitmapAt(0)) return ArchiveKind::plain;
+        if (!IsBitmapAt(sizeof(std::uint16_t))) RefuseForeign();
+        return ArchiveKind::withReductions;
+    }
+    bool IsBitmapAt(std::int64_t position) {
+        file.Seek(position);
+        const bool isBitmap = ReadShape();
+        file.Seek(position);
+        return isBitmap;
+    }
+
+    void WalkBitmap() {
         ReadFormat();
         RefuseBeyondMemory(shape, 0);
         if (Number16() != 1) RefuseDamaged();
-        const shr::CScopedIProgressTask task(&progress, L"Checking archive...");
         for (int top = 0; top < shape.height; top += std::min(shape.tileHeight, shape.height - top)) {
             for (int left = 0; left < shape.width; left += std::min(shape.tileWidth, shape.width - left)) {
                 CheckTile(std::min(shape.tileWidth, shape.width - left),
@@ -37,7 +61,7 @@ public:
         }
     }
 
-private:
+    bool ReadShape();
     void ReadFormat();
     void CheckTile(int width, int height);
     void CheckBlock(std::uint64_t byteCount);
@@ -66,17 +90,20 @@ private:
     std::vector<std::uint8_t> decoded;
 };
 
-void ArchiveWalk::ReadFormat() {
-    if (Number16() != 1) RefuseForeign();
+/// The version and the numbers before the resolutions; false if they are none of a bitmap.
+bool ArchiveWalk::ReadShape() {
+    if (Number16() != 1) return false;
     shape.height = Int32();
     shape.width = Int32();
     shape.format = static_cast<shr::ColorFormat>(Int32());
     shape.tileHeight = Int32();
     shape.tileWidth = Int32();
-    if (shape.height < 0 || shape.width < 0 || !shr::IsColorFormat(shape.format) || shape.tileHeight < 1 ||
-        shape.tileWidth < 1) {
-        RefuseForeign();
-    }
+    return shape.height >= 0 && shape.width >= 0 && shr::IsColorFormat(shape.format) && shape.tileHeight >= 1 &&
+           shape.tileWidth >= 1;
+}
+
+void ArchiveWalk::ReadFormat() {
+    if (!ReadShape()) RefuseDamaged();
     Int32();  // the resolutions may be anything
     Int32();
     const std::uint32_t colors = Number32();
@@ -110,6 +137,8 @@ void ArchiveWalk::CheckBlock(std::uint64_t byteCount) {
 
 }  // namespace
 
-void CheckArchive(shr::CBufferedFile& file, shr::IProgress& progress) { ArchiveWalk(file, progress).Walk(); }
+ArchiveKind CheckArchive(shr::CBufferedFile& file, shr::IProgress& progress) {
+    return ArchiveWalk(file, progress).Walk();
+}
 
 }  // namespace tool

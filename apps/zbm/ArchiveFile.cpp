@@ -7,15 +7,16 @@
 #include "shr/Archive.h"
 #include "shr/BufferedFile.h"
 #include "zbm/SerializeIO.h"
+#include "zbm/ZMemBitmap.h"
 
 namespace tool {
 
 namespace {
 
-constexpr bool kWithoutReductions = false;
+constexpr bool kWithReductions = true;  // where the bitmap has such
 
 void Serialize(zbm::ZBitmap& bitmap, shr::FileArchive& archive, zcdl::CodecMethod method, shr::IProgress& progress) {
-    zbm::SerializeIO io(archive, kWithoutReductions, method);
+    zbm::SerializeIO io(archive, kWithReductions, method);
     if (!bitmap.Serialize(io, &progress, nullptr)) throw shr::AbortException();
 }
 
@@ -43,11 +44,14 @@ LoadedArchive LoadArchive(const ZString& name, Console& console, shr::IProgress&
         throw ToolError(name, shr::FormatSystemErrorMsg().ToUtf8());
     }
     return InContextOf(name, [&] {
-        CheckArchive(file, progress);
+        const ArchiveKind kind = CheckArchive(file, progress);
         file.Seek(0);
         LoadedArchive loaded;
         loaded.fileBytes = static_cast<std::uint64_t>(file.GetLength());
-        loaded.bitmap = std::make_unique<zbm::ZBasicMemBitmap>(1, 1, shr::BGRA_32);
+        if (kind == ArchiveKind::withReductions)
+            loaded.bitmap = std::make_unique<zbm::ZMemBitmap>(1, 1, shr::BGRA_32);
+        else
+            loaded.bitmap = std::make_unique<zbm::ZBasicMemBitmap>(1, 1, shr::BGRA_32);
         shr::FileArchive archive(file, shr::FileArchive::Direction::loading);
         Serialize(*loaded.bitmap, archive, zcdl::CodecMethod::balanced, progress);
         NoteTrailingBytes(console, name, archive.RemainingBytes());

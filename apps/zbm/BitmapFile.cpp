@@ -69,4 +69,11 @@ void WritePicture(zbm::ZBitmap& bitmap, OutputFile& output, int jpegQuality, Con
         output.TemporaryName());
 }
 
+void WriteBitmap(zbm::ZBitmap& bitmap, OutputFile& output, Console& console, ConsoleProgress& progress) {
+    if (WriterFor(output.Target()) != nullptr)
+        WritePicture(bitmap, output, kDefaultJpegQuality, console, progress);
+    else
+        StoreArchive(bitmap, output, zcdl::CodecMethod::balanced, progress);
+}
+
 }  // namespace tool

@@ -24,5 +24,7 @@ BitmapPtr ReadPictureOrArchive(const ZString& name, Console& console, ConsolePro
 /// Examines the bitmap and writes it as a picture of the type that the output's name tells.
 void WritePicture(zbm::ZBitmap& bitmap, OutputFile& output, int jpegQuality, Console& console,
                   ConsoleProgress& progress);
+/// Writes it as a picture if the output's name has a known extension, else as an archive.
+void WriteBitmap(zbm::ZBitmap& bitmap, OutputFile& output, Console& console, ConsoleProgress& progress);
 
 }  // namespace tool

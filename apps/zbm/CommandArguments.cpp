@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "Commands.h"
+#include "EditCommands.h"
 #include "FormatNames.h"
 #include "PictureWriter.h"
 #include "RowConversion.h"
@@ -33,6 +34,22 @@ const std::map<std::string, Quantizer>& Quantizers() {
     return quantizers;
 }
 
+const std::map<std::string, zbm::ResizeMethod>& ResizeMethods() {
+    static const std::map<std::string, zbm::ResizeMethod> methods{{"nearest", zbm::ResizePlain},
+                                                                  {"bilinear", zbm::ResizeBilinear},
+                                                                  {"catmull-rom", zbm::ResizeBicubic0},
+                                                                  {"mitchell", zbm::ResizeBicubic1},
+                                                                  {"b-spline", zbm::ResizeBicubic2}};
+    return methods;
+}
+
+const std::map<std::string, zbm::QuantMethod>& QuantMethods() {
+    static const std::map<std::string, zbm::QuantMethod> methods{
+        {"median5", zbm::QuantMedian5}, {"median8", zbm::QuantMedian8}, {"popularity", zbm::QuantPopularity}};
+    return methods;
+}
+
+constexpr const char* kInputHelp = "The picture or archive to read";
 constexpr const char* kOutputHelp = "What to write: a picture by its extension, else an archive";
 
 /// "WxH", both at least 1.
@@ -113,7 +130,7 @@ Command AddUnpack(CLI::App& app) {
 Command AddConvert(CLI::App& app) {
     const auto options = std::make_shared<ConvertOptions>();
     CLI::App* convert = app.add_subcommand("convert", "Convert a picture or an archive to another pixel format");
-    AddFile(convert, "INPUT", options->input, "The picture or archive to read");
+    AddFile(convert, "INPUT", options->input, kInputHelp);
     AddFile(convert, "OUTPUT", options->output, kOutputHelp);
     const auto takeFormat = [options](const std::string& name) { options->format = FormatNamed(name).value(); };
     convert->add_option_function<std::string>("--format", takeFormat, "The pixel format, like BGRA_32 or INDEXED_8")
@@ -130,6 +147,114 @@ Command AddConvert(CLI::App& app) {
     return {convert, [options](std::ostream&, Console& console) { Convert(*options, console); }};
 }
 
+/// An adjustment by an amount between `least` and `most`. Each time it is named it is appended to the adjustments.
+template <class Apply>
+void AddAmount(CLI::App* command, const char* name, std::vector<Adjustment>& adjustments, double least, double most,
+               const char* description, const Apply& apply) {
+    const auto append = [&adjustments, apply](double amount) {
+        adjustments.push_back([apply, amount](zbm::ZBitmap& bitmap, shr::IProgress& progress) {
+            return apply(bitmap, amount, progress);
+        });
+    };
+    command->add_option_function<double>(name, append, description)
+        ->type_name("AMOUNT")
+        ->check(CLI::Range(least, most))
+        ->trigger_on_parse();
+}
+
+void AddAmounts(CLI::App* adjust, std::vector<Adjustment>& adjustments) {
+    AddAmount(adjust, "--brightness", adjustments, -1, 1, "-1 black .. 0 .. 1 white",
+              [](zbm::ZBitmap& bitmap, double amount, shr::IProgress& progress) {
+                  return bitmap.ChangeBrightness(amount, &progress);
+              });
+    AddAmount(adjust, "--contrast", adjustments, -1, 1, "-1 grey .. 0 .. 1 only black and full channels",
+              [](zbm::ZBitmap& bitmap, double amount, shr::IProgress& progress) {
+                  return bitmap.ChangeContrast(amount, &progress);
+              });
+    AddAmount(adjust, "--saturation", adjustments, -1, 1, "-1 complementary colours .. 0 grey .. 1 as it is",
+              [](zbm::ZBitmap& bitmap, double amount, shr::IProgress& progress) {
+                  return bitmap.ChangeSaturation(amount, &progress);
+              });
+    AddAmount(adjust, "--sharpen", adjustments, 0, 1, "0 as it is .. 1",
+              [](zbm::ZBitmap& bitmap, double amount, shr::IProgress& progress) {
+                  return bitmap.Sharpen(amount, &progress);
+              });
+    AddAmount(adjust, "--blur", adjustments, 0, 1, "0 as it is .. 1",
+              [](zbm::ZBitmap& bitmap, double amount, shr::IProgress& progress) {
+                  return bitmap.Sharpen(-amount, &progress);
+              });
+}
+
+Command AddAdjust(CLI::App& app) {
+    const auto options = std::make_shared<AdjustOptions>();
+    CLI::App* adjust = app.add_subcommand("adjust", "Adjust a picture or an archive, in the order of the options");
+    AddFile(adjust, "INPUT", options->input, kInputHelp);
+    AddFile(adjust, "OUTPUT", options->output, kOutputHelp);
+    std::vector<Adjustment>& adjustments = options->adjustments;
+    AddAmounts(adjust, adjustments);
+    const auto gray = [&adjustments](std::int64_t) {
+        adjustments.push_back(
+            [](zbm::ZBitmap& bitmap, shr::IProgress& progress) { return bitmap.ConvertToGrayScale(&progress); });
+    };
+    adjust->add_flag_function("--gray", gray, "Only the luminance")->trigger_on_parse();
+    const auto median = [&adjustments](unsigned span) {
+        adjustments.push_back(
+            [span](zbm::ZBitmap& bitmap, shr::IProgress& progress) { return bitmap.MedianFilter(span, &progress); });
+    };
+    adjust->add_option_function<unsigned>("--median", median, "The median of a window of that many pixels a side")
+        ->type_name("SPAN")
+        ->check(CLI::Range(1u, 255u))
+        ->trigger_on_parse();
+    const auto convolve = [&adjustments](const std::string& file) {
+        // Read when the command runs: that a file is missing is no wrong usage.
+        adjustments.push_back([file](zbm::ZBitmap& bitmap, shr::IProgress& progress) {
+            return ConvolutionFrom(ZString::FromUtf8(file))(bitmap, progress);
+        });
+    };
+    adjust
+        ->add_option_function<std::string>("--convolve", convolve,
+                                           "A convolution; FILE holds 9 or 25 numbers, then a divisor and a bias")
+        ->type_name("FILE")
+        ->check(CheckFileName)
+        ->trigger_on_parse();
+    adjust->callback([options] {
+        if (options->adjustments.empty()) throw CLI::RequiredError("an adjustment, such as --brightness,");
+    });
+    return {adjust, [options](std::ostream&, Console& console) { Adjust(*options, console); }};
+}
+
+Command AddResize(CLI::App& app) {
+    const auto options = std::make_shared<ResizeOptions>();
+    CLI::App* resize = app.add_subcommand("resize", "Resample a picture or an archive to another size");
+    AddFile(resize, "INPUT", options->input, kInputHelp);
+    AddFile(resize, "OUTPUT", options->output, kOutputHelp);
+    AddSize(resize, "--size", options->size, "The size in pixels, like 800x600")->required();
+    AddChoice(resize, "--method", options->method, ResizeMethods(), "METHOD",
+              "nearest, bilinear (the default), catmull-rom, mitchell or b-spline");
+    return {resize, [options](std::ostream&, Console& console) { Resize(*options, console); }};
+}
+
+Command AddQuantize(CLI::App& app) {
+    const auto options = std::make_shared<QuantizeOptions>();
+    CLI::App* quantize = app.add_subcommand("quantize", "Reduce the colours of a picture or an archive");
+    AddFile(quantize, "INPUT", options->input, kInputHelp);
+    AddFile(quantize, "OUTPUT", options->output, kOutputHelp);
+    quantize->add_option("--colors", options->colors, "How many colours, 1 to 256; 256 if not given")
+        ->type_name("N")
+        ->check(CLI::Range(1, 256));
+    AddChoice(quantize, "--quantizer", options->method, QuantMethods(), "QUANTIZER",
+              "median5, median8 (the default) or popularity");
+    return {quantize, [options](std::ostream&, Console& console) { QuantizeColors(*options, console); }};
+}
+
+Command AddReduce(CLI::App& app) {
+    const auto options = std::make_shared<ReduceOptions>();
+    CLI::App* reduce = app.add_subcommand("reduce", "Store an archive with reductions for quick display");
+    AddFile(reduce, "INPUT", options->input, kInputHelp);
+    AddFile(reduce, "ARCHIVE", options->archive, "The archive to write");
+    return {reduce, [options](std::ostream&, Console& console) { Reduce(*options, console); }};
+}
+
 Command AddInfo(CLI::App& app) {
     const auto options = std::make_shared<InfoOptions>();
     CLI::App* info = app.add_subcommand("info", "Show what an archive holds");
@@ -140,7 +265,8 @@ Command AddInfo(CLI::App& app) {
 }  // namespace
 
 std::vector<Command> AddCommands(CLI::App& app) {
-    return {AddPack(app), AddUnpack(app), AddConvert(app), AddInfo(app)};
+    return {AddPack(app),   AddUnpack(app),   AddConvert(app), AddAdjust(app),
+            AddResize(app), AddQuantize(app), AddReduce(app),  AddInfo(app)};
 }
 
 }  // namespace tool

@@ -12,8 +12,8 @@ namespace tool {
 namespace {
 
 constexpr const char* kDescription =
-    "zbm packs pictures into archives of tiled bitmaps, unpacks them again, every pixel the same, and converts them\n"
-    "between pixel formats.";
+    "zbm packs pictures into archives of tiled bitmaps, unpacks them again, every pixel the same, converts them\n"
+    "between pixel formats, and edits them.";
 
 constexpr const char* kFooter =
     "Pictures are PNG, JPEG, TIFF or BMP files: told by their content when read, by their extension (.png .jpg .jpeg\n"

@@ -58,10 +58,7 @@ void Convert(const ConvertOptions& options, Console& console) {
     const BitmapPtr source = ReadPictureOrArchive(options.input, console, progress);
     const BitmapPtr result =
         InContextOf(options.input, [&] { return ConvertBitmap(*source, options.format, options.quantizer, progress); });
-    if (WriterFor(options.output) != nullptr)
-        WritePicture(*result, output, kDefaultJpegQuality, console, progress);
-    else
-        StoreArchive(*result, output, zcdl::CodecMethod::balanced, progress);
+    WriteBitmap(*result, output, console, progress);
 }
 
 void Info(const InfoOptions& options, std::ostream& out, Console& console) {
@@ -79,6 +76,10 @@ void Info(const InfoOptions& options, std::ostream& out, Console& console) {
         << "transparent pixels: " << (facts.hasTransparentPixels ? "yes" : "no") << '\n'
         << "archive bytes: " << archive.fileBytes << '\n'
         << "ratio: " << std::fixed << std::setprecision(2) << CompressionRatio(archive) << '\n';
+    for (unsigned level = 1; const zbm::ZBitmap* reduction = bitmap.GetPtrToPOTReduction(level); ++level) {
+        if (reduction == &bitmap) break;  // too small to have any
+        out << "reduction: " << reduction->GetPixelWidth() << " x " << reduction->GetPixelHeight() << '\n';
+    }
 }
 
 }  // namespace tool

@@ -344,6 +344,10 @@ TEST_F(Failing, CancellingAtAnyTimeLeavesNothingBehind) {
     CancelAtEveryCall(folder, {"pack", folder.File("in"), folder.File("out.png")}, {1, 2, 3});
     MakeArchive(shr::BGR_24, 100, 60);
     CancelAtEveryCall(folder, {"unpack", folder.File("in"), folder.File("out.png")}, {1, 2, 3});
+    CancelAtEveryCall(folder, {"adjust", folder.File("in"), folder.File("out.png"), "--gray", "--median", "3"},
+                      {1, 2, 3});
+    CancelAtEveryCall(folder, {"resize", folder.File("in"), folder.File("out.png"), "--size", "9x9"}, {1, 2, 3});
+    CancelAtEveryCall(folder, {"reduce", folder.File("in"), folder.File("out.png")}, {1, 2, 3});
     for (const char* format : {"BGRA_32", "INDEXED_4"})
         CancelAtEveryCall(folder, {"convert", folder.File("in"), folder.File("out.png"), "--format", format},
                           {1, 2, 3});
