@@ -143,7 +143,7 @@ void CPixFilterPipeline::FilterScanline(unsigned char* buffer, int line) {
         const shr::Exception error(last.GetErrorModule(), last.GetErrorFile(), last.GetErrorLine(),
                                    last.GetErrorDescription(), false);
         Destroy();
-        throw error;
+        throw shr::Exception(error);
     }
     // With more stages alpha is taken where one pulls it from the next; so what a last stage after others makes of it
     // is deliberately not taken.
