@@ -115,7 +115,8 @@ NearEntries::NearEntries(const RGBQUAD* entries, unsigned numEntries) {
     margin = MostError(palette);
     side = (256 + 2 * margin) / kCellLevels + 1;
     origin = Channels{margin * kOne, margin * kOne, margin * kOne};
-    cells = std::make_unique<std::uint16_t[]>(static_cast<std::size_t>(side * side * side));
+    const auto cellsASide = static_cast<std::size_t>(side);
+    cells = std::make_unique<std::uint16_t[]>(cellsASide * cellsASide * cellsASide);
 }
 
 class DiffuseDitherer : public LineDitherer {
