@@ -1,0 +1,58 @@
+// Whole operations on a large bitmap in memory, against copying the pixels that they must read and write once.
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "Harness.h"
+#include "shr/ColorFormat.h"
+#include "zbm/ZMemBitmap.h"
+
+namespace {
+
+using zbm::ZMemBitmap;
+
+constexpr int kSide = 8192;
+constexpr double kMegapixels = kSide / 1000.0 * kSide / 1000.0;
+
+std::unique_ptr<ZMemBitmap> LargeBitmap(shr::ColorFormat format) {
+    auto bitmap = std::make_unique<ZMemBitmap>(kSide, kSide, format);
+    const auto row = bench::Noise(shr::RowBytes(kSide, format));
+    for (int y = 0; y < kSide; ++y) bitmap->StoreRegion(row.data(), 0, 0, y, kSide, 1);
+    return bitmap;
+}
+
+std::size_t BytesOf(shr::ColorFormat format) { return static_cast<std::size_t>(shr::RowBytes(kSide, format)) * kSide; }
+
+/// `readAndWritten` is what must be read and what must be written, together; a copy handles each of its bytes twice.
+void AgainstCopying(benchmark::State& state, std::size_t readAndWritten, const std::function<void()>& operation) {
+    const bench::Copy copy(readAndWritten / 2);
+    bench::TakeTurns(state, {kMegapixels, "MP/s"}, operation, "ratio_to_copying", [&] { copy(); });
+}
+
+void ChangeBrightness(benchmark::State& state) {
+    const auto bitmap = LargeBitmap(shr::BGRA_32);
+    double amount = 0.1;
+    AgainstCopying(state, 2 * BytesOf(shr::BGRA_32), [&] {
+        bitmap->ChangeBrightness(amount, nullptr);
+        amount = -amount;
+    });
+}
+
+/// Each level is read once but the last, and written once: 1 + 1/4 + ... read, 1/4 + 1/16 + ... written.
+void CommitAll(benchmark::State& state) {
+    const auto bitmap = LargeBitmap(shr::BGRA_32);
+    AgainstCopying(state, BytesOf(shr::BGRA_32) * 5 / 3, [&] { bitmap->CommitAll(nullptr, true); });
+}
+
+void Convert(benchmark::State& state, shr::ColorFormat from, shr::ColorFormat to) {
+    const auto bitmap = LargeBitmap(from);
+    zbm::ZBasicMemBitmap result(1, 1, shr::BGRA_32);
+    AgainstCopying(state, BytesOf(from) + BytesOf(to), [&] { result.Create(to, *bitmap, nullptr); });
+}
+
+BENCHMARK(ChangeBrightness)->UseManualTime()->Iterations(5);
+BENCHMARK(CommitAll)->UseManualTime()->Iterations(5);
+BENCHMARK_CAPTURE(Convert, bgr_to_bgra, shr::BGR_24, shr::BGRA_32)->UseManualTime()->Iterations(5);
+BENCHMARK_CAPTURE(Convert, bgra_to_gray8, shr::BGRA_32, shr::GRAYSCALE_8)->UseManualTime()->Iterations(5);
+
+}  // namespace
