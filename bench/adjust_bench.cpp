@@ -1,11 +1,6 @@
 // The filters of colour and the convolutions alone, line by line: the source copies lines of a picture, the results go
 // into one line's buffer. The rival copies the same lines.
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
-#include <string>
-
-#include "Harness.h"
+#include "Photograph.h"
 #include "zpixf/ZPixfAdjust.h"
 #include "zpixf/ZPixfConvolution.h"
 
@@ -13,85 +8,45 @@ namespace {
 
 using namespace zpixf;
 
-constexpr unsigned kSide = 4096;
-constexpr std::size_t kLineBytes = std::size_t{4} * kSide;
-
-/// A photograph from the folder that the environment names, or else noise.
-const std::vector<std::uint8_t>& Picture() {
-    static const std::vector<std::uint8_t> picture = [] {
-        std::vector<std::uint8_t> pixels = bench::Noise(kLineBytes * kSide);
-        if (const char* folder = std::getenv("ZBM_PICTURES")) {
-            std::ifstream file(std::string(folder) + "/photo.bgra", std::ios::binary);
-            file.read(reinterpret_cast<char*>(pixels.data()), static_cast<std::streamsize>(pixels.size()));
-        }
-        return pixels;
-    }();
-    return picture;
-}
-
-bool CopyLine(void*, unsigned line, void* buffer) {
-    std::memcpy(buffer, Picture().data() + line * kLineBytes, kLineBytes);
-    return true;
-}
-
-void Run(benchmark::State& state, ZPixFilterBase& filter) {
-    filter.SetInputFormat(ZPixFormat(kSide, kSide));
-    filter.SetOutputFormat(ZPixFormat(kSide, kSide));
-    filter.SetScanLineFunction(&CopyLine, nullptr);
-    if (!filter.Start()) return state.SkipWithError("the filter does not start");
-    std::vector<std::uint8_t> line(kLineBytes);
-    const auto operation = [&] {
-        for (unsigned y = 0; y < kSide; ++y) filter.FilterScanline(y, line.data());
-        benchmark::ClobberMemory();
-    };
-    const auto rival = [&] {
-        for (unsigned y = 0; y < kSide; ++y) {
-            CopyLine(nullptr, y, line.data());
-            benchmark::ClobberMemory();
-        }
-    };
-    bench::TakeTurns(state, {1e-6 * kSide * kSide, "MP/s"}, operation, "ratio_to_memcpy", rival);
-}
-
 void Brightness(benchmark::State& state, double amount) {
     ZPixfBrightness filter;
     filter.SetBrightness(amount);
-    Run(state, filter);
+    bench::FilterPhotograph(state, filter);
 }
 
 void Contrast(benchmark::State& state, double amount) {
     ZPixfContrast filter;
     filter.SetContrast(amount);
-    Run(state, filter);
+    bench::FilterPhotograph(state, filter);
 }
 
 void Saturation(benchmark::State& state, double amount) {
     ZPixfSaturation filter;
     filter.SetSaturation(amount);
-    Run(state, filter);
+    bench::FilterPhotograph(state, filter);
 }
 
 void Desaturate(benchmark::State& state) {
     ZPixfDesaturate filter;
-    Run(state, filter);
+    bench::FilterPhotograph(state, filter);
 }
 
 void Sharpen(benchmark::State& state, double amount) {
     ZPixfConvolution3 filter;
     filter.SetSharpeningConvolution(amount);
-    Run(state, filter);
+    bench::FilterPhotograph(state, filter);
 }
 
 void Convolution3(benchmark::State& state, ZPixf3x3Mode mode) {
     ZPixfConvolution3 filter;
     filter.SetConvolution(mode);
-    Run(state, filter);
+    bench::FilterPhotograph(state, filter);
 }
 
 void Convolution5(benchmark::State& state, ZPixf5x5Mode mode) {
     ZPixfConvolution5 filter;
     filter.SetConvolution(mode);
-    Run(state, filter);
+    bench::FilterPhotograph(state, filter);
 }
 
 /// Numbers that are no fractions.
@@ -101,7 +56,7 @@ void DoubleKernel(benchmark::State& state) {
     for (unsigned i = 0; i < kCount; ++i) kernel[i] = 1 / (1.3 + (i * 7 + 3) % 11);
     Filter filter;
     filter.SetUserConvolution(kernel, 0, 0.3);
-    Run(state, filter);
+    bench::FilterPhotograph(state, filter);
 }
 
 /// Whole numbers that 16 bits do not hold.
@@ -111,7 +66,7 @@ void LargeKernel(benchmark::State& state) {
     for (unsigned i = 0; i < kCount; ++i) kernel[i] = 100.0 + 7 * i;
     Filter filter;
     filter.SetUserConvolution(kernel, 0, 0);
-    Run(state, filter);
+    bench::FilterPhotograph(state, filter);
 }
 
 #define ZBM_BENCH(function, name, ...) BENCHMARK_CAPTURE(function, name, __VA_ARGS__)->UseManualTime()->Iterations(9)

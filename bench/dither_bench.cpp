@@ -2,12 +2,9 @@
 // picture. With ZBM_PICTURES naming a folder, its photo.bgra (4096 x 4096 pixels of B, G, R, A) is taken; else a
 // picture is made up.
 #include <cmath>
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
 #include <string>
 
-#include "Harness.h"
+#include "Photograph.h"
 #include "zpixf/ZPixfDither.h"
 #include "zpixf/ZPixfQuantize.h"
 
@@ -16,49 +13,15 @@ namespace {
 using zpixf::ZPixFilterBase;
 using zpixf::ZPixFormat;
 
-constexpr unsigned kSide = 4096;
+constexpr unsigned kSide = bench::kPhotographSide;
 constexpr std::size_t kPixels = std::size_t{kSide} * kSide;
-constexpr std::size_t kRowBytes = 4 * kSide;
 
 using Bytes = std::vector<std::uint8_t>;
-
-/// Slow waves of each channel under a little noise.
-Bytes MadeUpPicture() {
-    Bytes pixels = bench::Noise(4 * kPixels);
-    for (std::size_t i = 0; i < kPixels; ++i)
-        for (unsigned c = 0; c < 4; ++c) {
-            const double x = static_cast<double>(i % kSide) * (0.0013 + 0.0008 * c);
-            const double y = static_cast<double>(i / kSide) * (0.0042 - 0.0009 * c);
-            std::uint8_t& value = pixels[4 * i + c];
-            value = c == 3 ? 255 : static_cast<std::uint8_t>(120 + 60 * std::sin(x) + 50 * std::sin(y) + value % 16);
-        }
-    return pixels;
-}
-
-Bytes LoadPicture() {
-    if (const char* folder = std::getenv("ZBM_PICTURES")) {
-        Bytes pixels(4 * kPixels);
-        std::ifstream file(std::string(folder) + "/photo.bgra", std::ios::binary);
-        if (file.read(reinterpret_cast<char*>(pixels.data()), static_cast<std::streamsize>(pixels.size())))
-            return pixels;
-    }
-    return MadeUpPicture();
-}
-
-const Bytes& Picture() {
-    static const Bytes picture = LoadPicture();
-    return picture;
-}
-
-bool ReadLine(void*, unsigned line, void* buffer) {
-    std::memcpy(buffer, &Picture()[kRowBytes * line], kRowBytes);
-    return true;
-}
 
 void Connect(ZPixFilterBase& filter, const ZPixFormat& output) {
     filter.SetInputFormat(ZPixFormat(kSide, kSide, 4, 8));
     filter.SetOutputFormat(output);
-    filter.SetScanLineFunction(&ReadLine, nullptr);
+    filter.SetScanLineFunction(&bench::ReadPhotograph, nullptr);
 }
 
 /// The format of 256 colours chosen for the picture.

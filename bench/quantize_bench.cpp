@@ -2,13 +2,10 @@
 // With ZBM_PICTURES naming a folder, its photo.bgra (4096 x 4096 pixels of B, G, R, A) is taken; else a picture is made
 // up.
 #include <cmath>
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
 #include <memory>
 #include <string>
 
-#include "Harness.h"
+#include "Photograph.h"
 #include "zpixf/ZPixfQuantize.h"
 
 namespace {
@@ -16,49 +13,13 @@ namespace {
 using zpixf::ZPixFormat;
 using zpixf::ZPixfQuantize;
 
-constexpr unsigned kSide = 4096;
+constexpr unsigned kSide = bench::kPhotographSide;
 constexpr std::size_t kPixels = std::size_t{kSide} * kSide;
-constexpr std::size_t kRowBytes = 4 * kSide;
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// Slow waves of each channel under a little noise.
-Bytes MadeUpPicture() {
-    Bytes pixels = bench::Noise(4 * kPixels);
-    const double periods[] = {0.0021, 0.0034, 0.0013};
-    for (std::size_t i = 0; i < kPixels; ++i)
-        for (unsigned c = 0; c < 4; ++c) {
-            const auto x = static_cast<double>(i % kSide), y = static_cast<double>(i / kSide);
-            std::uint8_t& value = pixels[4 * i + c];
-            value = c == 3 ? 255
-                           : static_cast<std::uint8_t>(120 + 60 * std::sin(x * periods[c]) +
-                                                       50 * std::sin(y * periods[2 - c] * 1.7) + value % 16);
-        }
-    return pixels;
-}
-
-Bytes LoadPicture() {
-    if (const char* folder = std::getenv("ZBM_PICTURES")) {
-        Bytes pixels(4 * kPixels);
-        std::ifstream file(std::string(folder) + "/photo.bgra", std::ios::binary);
-        if (file.read(reinterpret_cast<char*>(pixels.data()), static_cast<std::streamsize>(pixels.size())))
-            return pixels;
-    }
-    return MadeUpPicture();
-}
-
-Bytes& Picture() {
-    static Bytes picture = LoadPicture();
-    return picture;
-}
-
-bool ReadLine(void*, unsigned line, void* buffer) {
-    std::memcpy(buffer, &Picture()[kRowBytes * line], kRowBytes);
-    return true;
-}
-
 double Psnr(const Bytes& indices, const RGBQUAD* palette) {
-    const Bytes& pixels = Picture();
+    const Bytes& pixels = bench::Photograph();
     std::uint64_t sum = 0;
     for (std::size_t i = 0; i < kPixels; ++i) {
         const RGBQUAD& entry = palette[indices[i]];
@@ -75,7 +36,7 @@ void Quantize(benchmark::State& state) {
     Filter filter;
     filter.SetInputFormat(ZPixFormat(kSide, kSide, 4, 8));
     filter.SetOutputFormat(ZPixFormat(kSide, kSide, 1, 8));
-    filter.SetScanLineFunction(&ReadLine, nullptr);
+    filter.SetScanLineFunction(&bench::ReadPhotograph, nullptr);
     filter.SetDesiredColors(static_cast<unsigned>(state.range(0)));
     const bench::Copy copy(4 * kPixels);
     const auto operation = [&] {

@@ -2,33 +2,18 @@
 // copied from a picture in memory, the results to one line that is used again. Against memcpy of the input's bytes, or
 // of the output's where the picture grows: those are also the pixels that are counted.
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <memory>
 #include <string>
 
-#include "Harness.h"
+#include "Photograph.h"
 #include "zpixf/ZPixfResize.h"
 
 namespace {
 
 using zpixf::ZPixFilterBase;
 
-constexpr unsigned kSide = 4096;
-
-/// The folder in ZBM_PICTURES has photo.bgra, 4096 x 4096; without it, noise will do.
-const std::vector<std::uint8_t>& Picture() {
-    static const std::vector<std::uint8_t> picture = [] {
-        std::vector<std::uint8_t> pixels = bench::Noise(std::size_t{4} * kSide * kSide);
-        if (const char* folder = std::getenv("ZBM_PICTURES")) {
-            std::ifstream file(std::string(folder) + "/photo.bgra", std::ios::binary);
-            file.read(reinterpret_cast<char*>(pixels.data()), static_cast<std::streamsize>(pixels.size()));
-        }
-        return pixels;
-    }();
-    return picture;
-}
+constexpr unsigned kSide = bench::kPhotographSide;
 
 enum class Alpha { opaque, varied };
 
@@ -40,7 +25,7 @@ struct Source {
     Source(unsigned newWidth, unsigned newLines, Alpha alpha) : width(newWidth), lines(newLines) {
         pixels.resize(std::size_t{4} * width * lines);
         for (unsigned y = 0; y < lines; ++y)
-            std::memcpy(&pixels[std::size_t{4} * width * y], &Picture()[std::size_t{4} * kSide * y],
+            std::memcpy(&pixels[std::size_t{4} * width * y], &bench::Photograph()[std::size_t{4} * kSide * y],
                         std::size_t{4} * width);
         for (std::size_t i = 3; i < pixels.size(); i += 4)
             pixels[i] = alpha == Alpha::opaque ? 255 : static_cast<std::uint8_t>(i / 64);
