@@ -68,6 +68,25 @@ void CopyPixels(void* destinationRow, int destinationX, const void* sourceRow, i
     }
 }
 
+void CopyPixelLine(const PixelRuns<std::uint8_t>& destination, const PixelRuns<const std::uint8_t>& source, int count,
+                   ColorFormat format, CopyWrites writes) noexcept {
+    if (!HasPixels(destination.x, source.x, count, format)) return;
+    const BitRun to(destination.x, format), from(source.x, format);
+    const std::size_t bitCount = BitCount(count, format);
+    if (((to.phase | from.phase | bitCount) & 7) != 0)
+        return CopyPixels(destination.firstRow, destination.x, source.firstRow, source.x, count, format);
+    std::uint8_t* const target = destination.firstRow + to.firstByte;
+    const std::uint8_t* const origin = source.firstRow + from.firstByte;
+    if (writes == CopyWrites::streamed)
+        StreamCopy(target, origin, bitCount / 8, origin + source.stride);
+    else if (source.stride != 0)
+        FetchingCopy(target, origin, bitCount / 8, origin + source.stride);
+    else
+        std::memcpy(target, origin, bitCount / 8);
+}
+
+void FinishCopyWrites() noexcept { StreamFence(); }
+
 void CopyPixelRows(PixelRuns<std::uint8_t> destination, PixelRuns<const std::uint8_t> source, int count, int rows,
                    ColorFormat format, CopyWrites writes) noexcept {
     if (!HasPixels(destination.x, source.x, count, format)) return;

@@ -11,19 +11,50 @@ namespace shr {
 
 #if defined(__SSE2__) || defined(_M_X64)
 
+namespace {
+
+using Vector = __m128i;
+constexpr std::size_t kLineVectors = 4, kLine = kLineVectors * sizeof(Vector);
+
+/// A line of the caches.
+struct CacheLine {
+    Vector vectors[kLineVectors];
+
+    explicit CacheLine(const std::uint8_t* from) {
+        for (std::size_t k = 0; k < kLineVectors; ++k)
+            vectors[k] = _mm_loadu_si128(reinterpret_cast<const Vector*>(from) + k);
+    }
+    void Store(std::uint8_t* to) const {
+        for (std::size_t k = 0; k < kLineVectors; ++k) _mm_storeu_si128(reinterpret_cast<Vector*>(to) + k, vectors[k]);
+    }
+    void Stream(std::uint8_t* to) const {
+        for (std::size_t k = 0; k < kLineVectors; ++k) _mm_stream_si128(reinterpret_cast<Vector*>(to) + k, vectors[k]);
+    }
+};
+
+void Fetch(const std::uint8_t* address) { _mm_prefetch(reinterpret_cast<const char*>(address), _MM_HINT_T0); }
+
+}  // namespace
+
+void FetchingCopy(std::uint8_t* destination, const std::uint8_t* source, std::size_t byteCount,
+                  const std::uint8_t* nextSource) noexcept {
+    std::size_t i = 0;
+    for (; i + kLine <= byteCount; i += kLine) {
+        Fetch(nextSource + i);
+        CacheLine(source + i).Store(destination + i);
+    }
+    std::memcpy(destination + i, source + i, byteCount - i);
+}
+
 void StreamCopy(std::uint8_t* destination, const std::uint8_t* source, std::size_t byteCount,
                 const std::uint8_t* nextSource) noexcept {
-    constexpr std::size_t kVector = 16, kLine = 64;
-    const std::size_t head = std::min((0 - reinterpret_cast<std::uintptr_t>(destination)) % kVector, byteCount);
+    const std::size_t misaligned = (0 - reinterpret_cast<std::uintptr_t>(destination)) % sizeof(Vector);
+    const std::size_t head = std::min(misaligned, byteCount);
     std::memcpy(destination, source, head);
     std::size_t i = head;
     for (; i + kLine <= byteCount; i += kLine) {
-        _mm_prefetch(reinterpret_cast<const char*>(nextSource + i), _MM_HINT_T0);
-        __m128i line[4];
-        for (std::size_t k = 0; k < 4; ++k)
-            line[k] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source + i + k * kVector));
-        for (std::size_t k = 0; k < 4; ++k)
-            _mm_stream_si128(reinterpret_cast<__m128i*>(destination + i + k * kVector), line[k]);
+        Fetch(nextSource + i);
+        CacheLine(source + i).Stream(destination + i);
     }
     std::memcpy(destination + i, source + i, byteCount - i);
 }
@@ -31,6 +62,11 @@ void StreamCopy(std::uint8_t* destination, const std::uint8_t* source, std::size
 void StreamFence() noexcept { _mm_sfence(); }
 
 #else
+
+void FetchingCopy(std::uint8_t* destination, const std::uint8_t* source, std::size_t byteCount,
+                  const std::uint8_t*) noexcept {
+    std::memcpy(destination, source, byteCount);
+}
 
 void StreamCopy(std::uint8_t* destination, const std::uint8_t* source, std::size_t byteCount,
                 const std::uint8_t*) noexcept {

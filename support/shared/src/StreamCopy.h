@@ -4,8 +4,12 @@
 
 namespace shr {
 
-/// memcpy whose stores bypass the caches, and which fetches the row that will be read next. StreamFence must be called
-/// before others may read what was written.
+/// memcpy that fetches the row that will be read next into the nearest cache meanwhile. A tile's rows are too short,
+/// and its picture's lines too far apart, for processors to see what comes next.
+void FetchingCopy(std::uint8_t* destination, const std::uint8_t* source, std::size_t byteCount,
+                  const std::uint8_t* nextSource) noexcept;
+
+/// The same with stores that bypass the caches. StreamFence must be called before others may read what was written.
 void StreamCopy(std::uint8_t* destination, const std::uint8_t* source, std::size_t byteCount,
                 const std::uint8_t* nextSource) noexcept;
 void StreamFence() noexcept;

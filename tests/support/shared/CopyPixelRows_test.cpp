@@ -60,6 +60,22 @@ TEST_P(CopyPixelRowsOf, CopiesNothingWithoutPixelsOrWithoutRows) {
     EXPECT_EQ(target, ground);
 }
 
+TEST_P(CopyPixelRowsOf, CopiesALineAsAnyOtherWhereverTheNextOneLies) {
+    std::mt19937 random(11);
+    for (int round = 0; round < 400; ++round) {
+        const int count = static_cast<int>(random() % 150) - 1;
+        const int targetX = static_cast<int>(random() % 20), sourceX = static_cast<int>(random() % 20);
+        const auto rowBytes = static_cast<std::ptrdiff_t>(RowBytes(200, format));
+        const Bytes source = RandomBytes(random, static_cast<std::size_t>(3 * rowBytes));
+        Bytes copied = RandomBytes(random, static_cast<std::size_t>(rowBytes) + random() % 8), expected = copied;
+        const std::ptrdiff_t step = (static_cast<std::ptrdiff_t>(random() % 3) - 1) * rowBytes;
+        CopyPixelLine({copied.data(), 0, targetX}, {source.data() + rowBytes, step, sourceX}, count, format, writes);
+        FinishCopyWrites();
+        CopyPixels(expected.data(), targetX, source.data() + rowBytes, sourceX, count, format);
+        ASSERT_EQ(copied, expected) << "round " << round;
+    }
+}
+
 TEST(CopyPixelRows, StreamsFromAndToExactBlocks) {
     std::mt19937 random(3);
     for (const int count : {1, 3, 4, 15, 16, 17, 40, 64, 333}) {

@@ -23,4 +23,11 @@ enum class CopyWrites { cached, streamed };
 SHR_API void CopyPixelRows(PixelRuns<std::uint8_t> destination, PixelRuns<const std::uint8_t> source, int count,
                            int rows, ColorFormat format, CopyWrites writes) noexcept;
 
+/// CopyPixels for one of many lines that are copied one by one. `source.stride` leads to the line that comes next,
+/// which must exist and is fetched into the caches meanwhile; 0 if none does. The other stride is of no matter. What
+/// was streamed is certain to be seen by other threads after FinishCopyWrites.
+SHR_API void CopyPixelLine(const PixelRuns<std::uint8_t>& destination, const PixelRuns<const std::uint8_t>& source,
+                           int count, ColorFormat format, CopyWrites writes) noexcept;
+SHR_API void FinishCopyWrites() noexcept;
+
 }  // namespace shr
