@@ -15,6 +15,7 @@ class ZPIXF_API ZPixfLevels : public ZPixFilterBase {
 public:
     ~ZPixfLevels() override;
     bool FilterScanline(unsigned line, void* buffer) override;
+    bool PullsForward() const override { return true; }
     void Stop() override;
 
 protected:
@@ -69,6 +70,7 @@ public:
     void SetSaturation(double amount);
     ZPixfType FilterType() const override;
     bool FilterScanline(unsigned line, void* buffer) override;
+    bool PullsForward() const override { return true; }
 
 protected:
     bool OnStart() override;
@@ -85,6 +87,7 @@ public:
     ~ZPixfDesaturate() override;
     ZPixfType FilterType() const override;
     bool FilterScanline(unsigned line, void* buffer) override;
+    bool PullsForward() const override { return true; }
 
 protected:
     bool OnStart() override;

@@ -38,6 +38,7 @@ class ZPIXF_API ZPixfConvolution : public ZPixFilterBase {
 public:
     ~ZPixfConvolution() override;
     bool FilterScanline(unsigned line, void* buffer) override;
+    bool PullsForward() const override { return true; }
     void Stop() override;
 
 protected:

@@ -26,6 +26,7 @@ class ZPIXF_API ZPixfDither : public ZPixFilterBase {
 public:
     ~ZPixfDither() override;
     bool FilterScanline(unsigned line, void* buffer) override;
+    bool PullsForward() const override { return true; }
     void Stop() override;
 
 protected:

@@ -25,6 +25,7 @@ public:
     void SetSpan(unsigned newSpan);
     ZPixfType FilterType() const override;
     bool FilterScanline(unsigned line, void* buffer) override;
+    bool PullsForward() const override { return true; }
     void Stop() override;
 
 protected:

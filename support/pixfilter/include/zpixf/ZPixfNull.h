@@ -10,6 +10,7 @@ public:
     ~ZPixfNull() override;
     ZPixfType FilterType() const override;
     bool FilterScanline(unsigned line, void* buffer) override;
+    bool PullsForward() const override { return true; }
 
 protected:
     bool OnStart() override;

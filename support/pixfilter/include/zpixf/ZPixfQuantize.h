@@ -29,6 +29,7 @@ public:
     /// 1 to 256; 256 if never set. Start fails for any other number.
     void SetDesiredColors(unsigned count);
     bool FilterScanline(unsigned line, void* buffer) override;
+    bool PullsForward() const override { return true; }
     void Stop() override;
 
 protected:

@@ -18,6 +18,7 @@ public:
     ~ZPixfResize() override;
     ZPixfType FilterType() const override;
     bool FilterScanline(unsigned line, void* buffer) override;
+    bool PullsForward() const override { return true; }
     void Stop() override;
 
 protected:
@@ -36,6 +37,7 @@ class ZPIXF_API ZPixfResample : public ZPixFilterBase {
 public:
     ~ZPixfResample() override;
     bool FilterScanline(unsigned line, void* buffer) override;
+    bool PullsForward() const override { return true; }
     void Stop() override;
 
 protected:
