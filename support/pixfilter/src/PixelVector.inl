@@ -32,6 +32,8 @@ inline Vec And(Vec a, Vec b) { return _mm256_and_si256(a, b); }
 inline Vec AndNot(Vec without, Vec a) { return _mm256_andnot_si256(without, a); }
 inline Vec Or(Vec a, Vec b) { return _mm256_or_si256(a, b); }
 inline Vec Min8(Vec a, Vec b) { return _mm256_min_epu8(a, b); }
+/// Of `b` where `fromB` is all ones, of `a` where it is 0; byte by byte.
+inline Vec Blend(Vec a, Vec b, Vec fromB) { return _mm256_blendv_epi8(a, b, fromB); }
 
 inline Vec Add16(Vec a, Vec b) { return _mm256_add_epi16(a, b); }
 inline Vec AddSaturated16(Vec a, Vec b) { return _mm256_adds_epu16(a, b); }
@@ -53,6 +55,28 @@ inline Vec MultiplyEven32(Vec a, Vec b) { return _mm256_mul_epu32(a, b); }
 inline Vec Add64(Vec a, Vec b) { return _mm256_add_epi64(a, b); }
 inline Vec ShiftRight64(Vec a, unsigned by) { return _mm256_srl_epi64(a, _mm_cvtsi32_si128(static_cast<int>(by))); }
 inline Vec ShiftLeft64(Vec a, unsigned by) { return _mm256_sll_epi64(a, _mm_cvtsi32_si128(static_cast<int>(by))); }
+
+// By a constant, which saves half of the work.
+template <int kBy>
+inline Vec ShiftLeft16(Vec a) {
+    return _mm256_slli_epi16(a, kBy);
+}
+template <int kBy>
+inline Vec ShiftRight16(Vec a) {
+    return _mm256_srli_epi16(a, kBy);
+}
+template <int kBy>
+inline Vec ShiftRight32(Vec a) {
+    return _mm256_srli_epi32(a, kBy);
+}
+template <int kBy>
+inline Vec ShiftRightSigned32(Vec a) {
+    return _mm256_srai_epi32(a, kBy);
+}
+template <int kBy>
+inline Vec ShiftRight64(Vec a) {
+    return _mm256_srli_epi64(a, kBy);
+}
 
 inline Vec InterleaveLow8(Vec a, Vec b) { return _mm256_unpacklo_epi8(a, b); }
 inline Vec InterleaveHigh8(Vec a, Vec b) { return _mm256_unpackhi_epi8(a, b); }
@@ -79,6 +103,23 @@ struct PairFactors {
     Vec SumOfProducts(Vec pairs) const { return _mm256_maddubs_epi16(pairs, both); }
 };
 
+/// The sums of products of pairs: bytes of `a` times signed ones of `b`. They must lie within 16 bits, signed.
+inline Vec MultiplyAdd8(Vec a, Vec b) { return _mm256_maddubs_epi16(a, b); }
+
+/// The bytes of each 16 that have these numbers, the lowest first; 0 for 0x80.
+inline Vec Shuffle8(Vec a, std::uint64_t first, std::uint64_t second) {
+    const __m128i numbers = _mm_set_epi64x(static_cast<long long>(second), static_cast<long long>(first));
+    return _mm256_shuffle_epi8(a, _mm256_broadcastsi128_si256(numbers));
+}
+/// In each half the odd 32-bit lanes of `a`, then those of `b`.
+inline Vec OddLanes32(Vec a, Vec b) {
+    return _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castsi256_ps(a), _mm256_castsi256_ps(b), 0xDD));
+}
+/// In each half the even 32-bit lanes, then the odd ones.
+inline Vec EvenThenOdd32(Vec a) { return _mm256_shuffle_epi32(a, 0xD8); }
+/// Even 16-bit lanes of `a` and odd ones of `b`.
+inline Vec Alternate16(Vec a, Vec b) { return _mm256_blend_epi16(a, b, 0xAA); }
+
 /// Each 32-bit lane's low byte in its three lower bytes; what the others hold must be 0.
 inline Vec SpreadLowByte(Vec a) {
     return _mm256_shuffle_epi8(a, _mm256_setr_epi8(0, 0, 0, -1, 4, 4, 4, -1, 8, 8, 8, -1, 12, 12, 12, -1,  //
@@ -101,6 +142,7 @@ inline Vec And(Vec a, Vec b) { return _mm_and_si128(a, b); }
 inline Vec AndNot(Vec without, Vec a) { return _mm_andnot_si128(without, a); }
 inline Vec Or(Vec a, Vec b) { return _mm_or_si128(a, b); }
 inline Vec Min8(Vec a, Vec b) { return _mm_min_epu8(a, b); }
+inline Vec Blend(Vec a, Vec b, Vec fromB) { return Or(AndNot(fromB, a), And(fromB, b)); }
 
 inline Vec Add16(Vec a, Vec b) { return _mm_add_epi16(a, b); }
 inline Vec AddSaturated16(Vec a, Vec b) { return _mm_adds_epu16(a, b); }
@@ -119,6 +161,27 @@ inline Vec MultiplyEven32(Vec a, Vec b) { return _mm_mul_epu32(a, b); }
 inline Vec Add64(Vec a, Vec b) { return _mm_add_epi64(a, b); }
 inline Vec ShiftRight64(Vec a, unsigned by) { return _mm_srl_epi64(a, _mm_cvtsi32_si128(static_cast<int>(by))); }
 inline Vec ShiftLeft64(Vec a, unsigned by) { return _mm_sll_epi64(a, _mm_cvtsi32_si128(static_cast<int>(by))); }
+
+template <int kBy>
+inline Vec ShiftLeft16(Vec a) {
+    return _mm_slli_epi16(a, kBy);
+}
+template <int kBy>
+inline Vec ShiftRight16(Vec a) {
+    return _mm_srli_epi16(a, kBy);
+}
+template <int kBy>
+inline Vec ShiftRight32(Vec a) {
+    return _mm_srli_epi32(a, kBy);
+}
+template <int kBy>
+inline Vec ShiftRightSigned32(Vec a) {
+    return _mm_srai_epi32(a, kBy);
+}
+template <int kBy>
+inline Vec ShiftRight64(Vec a) {
+    return _mm_srli_epi64(a, kBy);
+}
 
 inline Vec InterleaveLow8(Vec a, Vec b) { return _mm_unpacklo_epi8(a, b); }
 inline Vec InterleaveHigh8(Vec a, Vec b) { return _mm_unpackhi_epi8(a, b); }

@@ -5,8 +5,8 @@ namespace {
 
 bool IsOpaque(const uint8_t* pixels, size_t count) { return IsOpaqueFrom(0, pixels, count); }
 
-void Halve(const uint8_t* upper, const uint8_t* lower, size_t count, bool roundsUp, uint8_t* out) {
-    HalveFrom(0, upper, lower, count, roundsUp, out);
+bool Halve(const uint8_t* upper, const uint8_t* lower, size_t count, bool roundsUp, uint8_t* out) {
+    return HalveFrom(0, upper, lower, count, roundsUp, out);
 }
 
 void SumPlain(const ResampleTap* taps, size_t tapCount, size_t first, size_t count, double* sums) {

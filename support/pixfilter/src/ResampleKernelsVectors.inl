@@ -6,14 +6,17 @@ namespace {
 
 __m256i LoadBytes(const uint8_t* bytes) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes)); }
 
+bool IsEveryAlphaFull(__m256i pixels) {
+    const __m256i isFull = _mm256_cmpeq_epi8(pixels, _mm256_set1_epi32(-1));
+    return (static_cast<uint32_t>(_mm256_movemask_epi8(isFull)) & 0x88888888) == 0x88888888;
+}
+
 bool IsOpaque(const uint8_t* pixels, size_t count) {
     __m256i all = _mm256_set1_epi32(-1);
     size_t x = 0;
     for (; x + 16 <= count; x += 16)
         all = _mm256_and_si256(all, _mm256_and_si256(LoadBytes(pixels + 4 * x), LoadBytes(pixels + 4 * x + 32)));
-    const __m256i isOpaque = _mm256_cmpeq_epi8(all, _mm256_set1_epi32(-1));
-    const auto mask = static_cast<uint32_t>(_mm256_movemask_epi8(isOpaque));
-    return (mask & 0x88888888) == 0x88888888 && IsOpaqueFrom(x, pixels, count);
+    return IsEveryAlphaFull(all) && IsOpaqueFrom(x, pixels, count);
 }
 
 /// Sums of neighbours, side by side: those of pixels 0 + 1 and 2 + 3 in the low half, 4 + 5 and 6 + 7 in the high.
@@ -23,23 +26,30 @@ __m256i PairSums(const uint8_t* pixels) {
     return _mm256_maddubs_epi16(_mm256_shuffle_epi8(LoadBytes(pixels), neighbours), _mm256_set1_epi8(1));
 }
 
-/// `rounding` is 1 or 2 in each pixel.
-__m256i MeansOfFour(const uint8_t* upper, const uint8_t* lower, __m256i rounding) {
-    return _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(PairSums(upper), PairSums(lower)), rounding), 2);
+/// `factors` as HalvingFactors gives them.
+__m256i MeansOfFour(const uint8_t* upper, const uint8_t* lower, __m256i factors) {
+    return _mm256_mulhrs_epi16(_mm256_add_epi16(PairSums(upper), PairSums(lower)), factors);
 }
 
-void Halve(const uint8_t* upper, const uint8_t* lower, size_t count, bool roundsUp, uint8_t* out) {
-    const std::int64_t ones = 0x0001000100010001;
-    const __m256i rounding = roundsUp ? _mm256_setr_epi64x(2 * ones, ones, 2 * ones, ones)
-                                      : _mm256_setr_epi64x(ones, 2 * ones, ones, 2 * ones);
+/// Factors of the sums of four bytes: sum * factor / 2^15 goes to the nearest, and halves up if the factor is 2^13. A
+/// little less makes them go down, and of alpha, with less still, only the largest sum becomes 255.
+__m256i HalvingFactors(bool roundsUp) {
+    const std::int64_t up = 0x1FF4'2000'2000'2000, down = 0x1FF4'1FFC'1FFC'1FFC;
+    return roundsUp ? _mm256_setr_epi64x(up, down, up, down) : _mm256_setr_epi64x(down, up, down, up);
+}
+
+bool Halve(const uint8_t* upper, const uint8_t* lower, size_t count, bool roundsUp, uint8_t* out) {
+    const __m256i factors = HalvingFactors(roundsUp);
+    __m256i all = _mm256_set1_epi32(-1);
     size_t x = 0;
     for (; x + 8 <= count; x += 8) {
-        const __m256i left = MeansOfFour(upper + 8 * x, lower + 8 * x, rounding);
-        const __m256i right = MeansOfFour(upper + 8 * x + 32, lower + 8 * x + 32, rounding);
-        const __m256i pixels = _mm256_permute4x64_epi64(_mm256_packus_epi16(left, right), 0xD8);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * x), pixels);
+        const __m256i left = MeansOfFour(upper + 8 * x, lower + 8 * x, factors);
+        const __m256i right = MeansOfFour(upper + 8 * x + 32, lower + 8 * x + 32, factors);
+        const __m256i packed = _mm256_packus_epi16(left, right);
+        all = _mm256_and_si256(all, packed);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * x), _mm256_permute4x64_epi64(packed, 0xD8));
     }
-    HalveFrom(x, upper, lower, count, roundsUp, out);
+    return IsEveryAlphaFull(all) && HalveFrom(x, upper, lower, count, roundsUp, out);
 }
 
 /// The weights of two lines in each 32 bits, as _mm256_madd_epi16 wants them.

@@ -1,6 +1,7 @@
 #include "ResampleRows.h"
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "LineWindow.h"
@@ -22,34 +23,33 @@ double* Aligned(std::vector<double>& buffer) {
 class LinesInWindow final : public ResampleRows {
 public:
     LinesInWindow(const ResampleWeights& newDown, unsigned newWidth, std::uint32_t blockPixels)
-        : down(newDown),
-          width(newWidth),
-          isOpaque(newDown.MaxCount()),
-          sums(std::size_t{4} * blockPixels + kAlignment) {
+        : down(newDown), width(newWidth), opacity(newDown.MaxCount()), sums(std::size_t{4} * blockPixels + kAlignment) {
         window.Prepare(down.MaxCount(), width, 0);
     }
 
     bool MoveTo(unsigned line, const Pull& pull) override {
         if (line == 0) window.Forget();
-        const ResampleWeights::Span span = down.SpanOf(line);
-        const auto pullAndLook = [&](unsigned inputLine, std::uint8_t* pixels) {
-            if (!pull(inputLine, pixels)) return false;
-            isOpaque[inputLine % isOpaque.size()] = kernels.isOpaque(pixels, width);
-            return true;
+        span = down.SpanOf(line);
+        const auto pullAndForget = [&](unsigned inputLine, std::uint8_t* pixels) {
+            opacity[inputLine % opacity.size()] = Opacity::unknown;
+            return pull(inputLine, pixels);
         };
-        if (!window.MoveTo(span.first, span.last, pullAndLook)) return false;
+        areOpaque.reset();
+        if (!window.MoveTo(span.first, span.last, pullAndForget)) return false;
         taps.Clear();
-        areOpaque = true;
         ResampleWeights::Walk walk(down, span);
-        for (unsigned i = span.first; i <= span.last; ++i) {
-            taps.Add(window.Line(i), walk.Next());
-            areOpaque &= isOpaque[i % isOpaque.size()] != 0;
-        }
+        for (unsigned i = span.first; i <= span.last; ++i) taps.Add(window.Line(i), walk.Next());
         taps.Finish();
         return true;
     }
 
-    bool AreOpaque() const override { return areOpaque; }
+    bool AreOpaque() override {
+        if (!areOpaque) {
+            areOpaque = true;
+            for (unsigned i = span.first; i <= span.last && *areOpaque; ++i) areOpaque = IsOpaque(i);
+        }
+        return *areOpaque;
+    }
 
     const double* Get(Sums which, std::uint32_t first, std::uint32_t count) override {
         const auto sum = which == Sums::plain ? kernels.sumPlain : kernels.sumWeighted;
@@ -61,12 +61,22 @@ public:
     const std::uint8_t* Line(unsigned inputLine) const override { return window.Line(inputLine); }
 
 private:
+    enum class Opacity : std::uint8_t { unknown, partial, full };
+
+    bool IsOpaque(unsigned inputLine) {
+        Opacity& known = opacity[inputLine % opacity.size()];
+        if (known == Opacity::unknown)
+            known = kernels.isOpaque(window.Line(inputLine), width) ? Opacity::full : Opacity::partial;
+        return known == Opacity::full;
+    }
+
     const ResampleKernels& kernels = ActiveResampleKernels();
     const ResampleWeights down;
     const unsigned width;
     LineWindow window;
-    std::vector<std::uint8_t> isOpaque;
-    bool areOpaque = true;
+    std::vector<Opacity> opacity;  // of the lines in the window
+    ResampleWeights::Span span{};
+    std::optional<bool> areOpaque;  // of the span
     ResampleTaps<kMostLines> taps;
     std::vector<double> sums;
 };

@@ -18,8 +18,8 @@ public:
     /// Pulls what output line `line` needs; lines come in increasing order, and 0 begins anew. False if a line cannot
     /// be pulled; then, and after an exception, nothing is there.
     virtual bool MoveTo(unsigned line, const Pull& pull) = 0;
-    /// Whether all alpha is 255 in what the line needs.
-    virtual bool AreOpaque() const = 0;
+    /// Whether all alpha is 255 in what the line needs. Found out when it is asked for.
+    virtual bool AreOpaque() = 0;
     /// The sums for pixels `first` .. `first + count`, both multiples of the kernels' group, and no more of them than
     /// a block has. Valid until the next call.
     virtual const double* Get(Sums sums, std::uint32_t first, std::uint32_t count) = 0;

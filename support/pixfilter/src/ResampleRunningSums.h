@@ -15,7 +15,7 @@ public:
     ResampleRunningSums(const ResampleWeights& newDown, unsigned newWidth);
 
     bool MoveTo(unsigned outputLine, const Pull& pull) override;
-    bool AreOpaque() const override { return Current().isOpaque; }
+    bool AreOpaque() override { return Current().isOpaque; }
     const double* Get(Sums which, std::uint32_t first, std::uint32_t count) override;
     const std::uint8_t* Line(unsigned) const override { return nullptr; }
 

@@ -92,6 +92,14 @@ bool GivesLevels(const LevelForm& form, const LevelTable& levels) {
     return true;
 }
 
+/// The form with the highest ceiling, if that gives the levels too: then it need not be looked at.
+LevelForm WithoutCeiling(LevelForm form, const LevelTable& levels) {
+    const std::uint8_t ceiling = form.ceiling;
+    form.ceiling = 255;
+    if (!GivesLevels(form, levels)) form.ceiling = ceiling;
+    return form;
+}
+
 /// Tries every factor that the slopes allow, from the middle outwards.
 bool FindFactor(const SearchedTable& table, Slopes slopes, LevelForm& form) {
     constexpr double kLargest = 65535, kWidest = 200;
@@ -149,9 +157,10 @@ std::optional<LevelForm> FindLevelForm(const LevelTable& levels) {
     LevelForm form = {};
     form.ceiling = static_cast<std::uint8_t>(table.ceiling);
     constexpr unsigned kFewLows = 4, kLows = 256;
-    if (FindWithLows(table, slopes, 0, kFewLows, form)) return form;
+    if (FindWithLows(table, slopes, 0, kFewLows, form)) return WithoutCeiling(form, levels);
     const Slopes exact = table.FindSlopes(255);
-    if (exact.least < exact.greatest && FindWithLows(table, exact, kFewLows, kLows, form)) return form;
+    if (exact.least < exact.greatest && FindWithLows(table, exact, kFewLows, kLows, form))
+        return WithoutCeiling(form, levels);
     return std::nullopt;
 }
 

@@ -3,7 +3,6 @@
 // Lines are summed down the picture first, then the sums across it; nothing is rounded between. So it is no matter in
 // which order that happens, and what is turned or mirrored before resizing comes out as if it were after.
 #include <cstring>
-#include <utility>
 
 #include "ResampleRows.h"
 #include "ResampleTable.h"
@@ -27,7 +26,8 @@ struct ZPixfResample::State {
     std::unique_ptr<ResampleRows> rows;
 
 private:
-    void Halve(unsigned line, std::uint8_t* out);
+    /// False if not all that the line needs is opaque: then it is still to be given.
+    bool Halve(unsigned line, std::uint8_t* out);
     void MixBlock(const ResampleTable::Block& block, std::uint8_t* out);
     void FillClear(const ResampleTable::Block& block, const bool* isClear, std::uint8_t* out);
 
@@ -54,15 +54,17 @@ ZPixfResample::State::State(ResampleKernel kernel, const ZPixFormat& input, cons
 
 void ZPixfResample::State::GiveLine(unsigned line, std::uint8_t* out) {
     isLineEven = ResampleTable::IsEven(line, height);
-    if (isHalf && rows->AreOpaque()) return Halve(line, out);
+    if (isHalf && Halve(line, out)) return;
     for (const ResampleTable::Block& block : table.Blocks()) MixBlock(block, out + std::size_t{4} * block.column);
 }
 
-void ZPixfResample::State::Halve(unsigned line, std::uint8_t* out) {
+bool ZPixfResample::State::Halve(unsigned line, std::uint8_t* out) {
     const std::uint8_t *upper = rows->Line(2 * line), *lower = rows->Line(2 * line + 1);
-    for (const auto& [begin, end] : {std::pair(0u, width / 2), {width / 2, width}})
-        kernels.halve(upper + std::size_t{8} * begin, lower + std::size_t{8} * begin, end - begin,
-                      ResampleTable::IsEven(begin, width) == isLineEven, out + std::size_t{4} * begin);
+    const auto halve = [&](unsigned begin, unsigned end) {
+        return kernels.halve(upper + std::size_t{8} * begin, lower + std::size_t{8} * begin, end - begin,
+                             ResampleTable::IsEven(begin, width) == isLineEven, out + std::size_t{4} * begin);
+    };
+    return halve(0, width / 2) && halve(width / 2, width);
 }
 
 void ZPixfResample::State::MixBlock(const ResampleTable::Block& block, std::uint8_t* out) {

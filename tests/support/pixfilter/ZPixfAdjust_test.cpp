@@ -1,6 +1,7 @@
 #include "zpixf/ZPixfAdjust.h"
 
 #include <cmath>
+#include <cstring>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -308,10 +309,40 @@ PointPicture ManyColors() {
 TEST(ZPixfSaturation, MovesEachChannelFromTheExactLuma) {
     const PointPicture picture = ManyColors();
     OnEveryLevel([&] {
-        for (const int n :
-             {-16384, -16383, -12000, -8192, -5461, -1, 0, 1, 2, 4096, 8191, 8192, 11111, 16000, 16383, 16384})
+        for (const int n : {-16384, -16383, -15617, -15616, -15615, -12000, -8192, -5461, -1,    0,     1,
+                            2,      383,    384,    385,    4096,   8191,   8192,  11111, 16000, 16383, 16384})
             ASSERT_EQ(Saturated(n / 16384.0, picture), ExactSaturation(picture.pixels, n)) << n;
     });
+}
+
+/// Some colours with this blue whose results in blue lie next to where rounding changes.
+std::vector<std::uint32_t> ColorsNextToAStep(int n, int blue) {
+    constexpr int kStep = 16384 * 1000, kNear = 400;
+    std::vector<std::uint32_t> colors;
+    for (int red = 0; red < 256; ++red)
+        for (int green = 0; green < 256; ++green) {
+            const std::int64_t luma = 114 * blue + 587 * green + 299 * red;
+            const std::int64_t thousandths = (16384 - n) * luma + std::int64_t{1000} * n * blue + kStep / 2;
+            const auto beyond = static_cast<int>((thousandths % kStep + kStep) % kStep);
+            if (beyond < kNear || beyond >= kStep - kNear)
+                colors.push_back(static_cast<std::uint32_t>(blue | green << 8 | red << 16));
+        }
+    return colors;
+}
+
+TEST(ZPixfSaturation, RoundsExactlyNextToEveryStep) {
+    std::mt19937 random(11);
+    std::size_t numColors = 0;
+    for (int round = 0; round < 60; ++round) {
+        const int n = round < 4 ? -16383 + round : static_cast<int>(random() % 32768) - 16384;
+        const std::vector<std::uint32_t> colors = ColorsNextToAStep(n, static_cast<int>(random() % 256));
+        if (colors.empty()) continue;
+        numColors += colors.size();
+        PointPicture picture{static_cast<unsigned>(colors.size()), 1};
+        std::memcpy(picture.pixels.data(), colors.data(), 4 * colors.size());
+        OnEveryLevel([&] { ASSERT_EQ(Saturated(n / 16384.0, picture), ExactSaturation(picture.pixels, n)) << n; });
+    }
+    EXPECT_GT(numColors, 100u);
 }
 
 TEST(ZPixfSaturation, IsNeutralAtOneAndIfNotSetGreyAtZeroAndComplementaryAtMinusOne) {
@@ -369,9 +400,14 @@ TEST(AdjustKernels, GiveTheSameWithoutVectors) {
         expectSame([&](const AdjustKernels& kernels, std::uint8_t* pixels) { kernels.saturate(factor, pixels, 1001); });
     }
     expectSame([&](const AdjustKernels& kernels, std::uint8_t* pixels) { kernels.desaturate(pixels, 1001); });
-    LevelForm form = {250, 85, 40000, 77, 0, 7};
-    for (form.shift = 1; form.shift <= 8; ++form.shift)
-        expectSame([&](const AdjustKernels& kernels, std::uint8_t* pixels) { kernels.mapLevels(form, pixels, 1001); });
+    for (LevelForm form : {LevelForm{250, 85, 40000, 77, 0, 1},
+                           {255, 85, 32767, 0, 3000, 0},
+                           {255, 0, 32767, 0, 0, 0},
+                           {255, 0, 30000, 2000, 0, 0},
+                           {200, 0, 32767, 0, 500, 0}})
+        for (; form.shift <= 8; ++form.shift)
+            expectSame(
+                [&](const AdjustKernels& kernels, std::uint8_t* pixels) { kernels.mapLevels(form, pixels, 1001); });
 }
 
 // What all of them have in common.

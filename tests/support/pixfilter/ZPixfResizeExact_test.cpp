@@ -123,6 +123,38 @@ TEST_P(EveryLevel, GivesOpaquePixelsTheSameWithAndWithoutTheArithmeticOfAlpha) {
         }
 }
 
+// The colours are such that a pixel that is almost opaque changes the mean of its four, whichever way halves go there.
+TEST_P(EveryLevel, OverlooksNoPixelThatIsNotOpaqueWhenItHalves) {
+    if (!levelRuns) return;
+    constexpr std::uint8_t kOpaque[] = {1, 254, 100, 255}, kPierced[] = {255, 0, 100, 254};
+    for (unsigned width = 2; width <= 70; width += width < 40 ? 2 : 10)
+        for (unsigned y = 0; y < 2; ++y)
+            for (unsigned x = 0; x < width; ++x) {
+                ResizePicture picture(width, 2);
+                for (unsigned i = 0; i < 2 * width; ++i) std::memcpy(picture.At(i % width, i / width), kOpaque, 4);
+                std::memcpy(picture.At(x, y), kPierced, 4);
+                ASSERT_EQ(Resized(Method::bilinear, picture, width / 2, 1).bytes,
+                          Reference(Method::bilinear, picture, width / 2, 1).bytes)
+                    << x << ", " << y << " of " << width;
+                picture.At(x, y)[3] = 255;
+                ASSERT_EQ(Resized(Method::bilinear, picture, width / 2, 1).bytes,
+                          Reference(Method::bilinear, picture, width / 2, 1).bytes);
+            }
+}
+
+// All sums of four, in each channel, and halves both ways.
+TEST_P(EveryLevel, HalvesEverySumOfFour) {
+    if (!levelRuns) return;
+    ResizePicture from(2 * 1021, 4);
+    for (unsigned x = 0; x < 1021; ++x)
+        for (unsigned i = 0; i < 8; ++i) {
+            std::uint8_t* pixel = from.At(2 * x + i % 2, i / 2);
+            for (unsigned c = 0; c < 3; ++c) pixel[c] = static_cast<std::uint8_t>(((x + 340 * c) % 1021 + i % 4) / 4);
+            pixel[3] = 255;
+        }
+    EXPECT_EQ(Resized(Method::bilinear, from, 1021, 2).bytes, Reference(Method::bilinear, from, 1021, 2).bytes);
+}
+
 INSTANTIATE_TEST_SUITE_P(Resample, EveryLevel, testing::Values(cpu::Level::base, cpu::Level::avx2, cpu::Level::avx512),
                          [](const auto& level) { return cpu::kLevelNames[static_cast<int>(level.param)]; });
 
