@@ -1,7 +1,7 @@
 // Kernels of the convolutions; the including file defines the table of its level. Nothing here calls the standard
 // library or is inline with external linkage, so no copy compiled for a wide level can stand in for another.
 #include "ConvolutionKernels.h"
-#include "PixelVector.inl"
+#include "ConvolutionVectors.inl"
 
 namespace zpixf {
 namespace {
@@ -49,16 +49,6 @@ void Plain(const ConvolutionForm& form, const ConvolutionLines& lines) {
 }
 
 #if defined(ZPIXF_HAS_VECTORS)
-
-/// Calls `step` (x) for every vector of a line, the last one as far back as it must; or has a line that is too short
-/// for one done plainly.
-template <class Step>
-void ForEachVector(const ConvolutionForm& form, const ConvolutionLines& lines, const Step& step) {
-    if (lines.count < kVecPixels) return Plain(form, lines);
-    std::size_t x = 0;
-    for (; x + kVecPixels <= lines.count; x += kVecPixels) step(x);
-    if (x < lines.count) step(lines.count - kVecPixels);
-}
 
 /// Where results go: colours beside the alpha of the line in the middle.
 struct Results {
@@ -144,7 +134,7 @@ void Narrow(const ConvolutionForm& form, const ConvolutionLines& lines) {
     const NarrowPairs pairs(form, lines);
     const NarrowEnd end(form.whole);
     const Results results(form, lines);
-    const Vec start = Splat16(form.whole.start16);
+    const Vec start = Splat16(form.whole.start);
     constexpr unsigned kAtOnce = 2;
     std::size_t x = 0;
     for (; x + kAtOnce * kVecPixels <= lines.count; x += kAtOnce * kVecPixels)
@@ -193,7 +183,7 @@ void SeparableColumns(const ConvolutionForm& form, const ConvolutionLines& lines
         columns[i] = 4 * (separable.columns[i] + std::ptrdiff_t{ColumnSums::kReach});
     }
     const NarrowEnd end(form.whole);
-    const Vec start = Splat16(form.whole.start16);
+    const Vec start = Splat16(form.whole.start);
     const Results results(form, lines);
     ColumnSums stretch;
     const auto level = [&](std::size_t place) {
@@ -230,155 +220,23 @@ void Separable(const ConvolutionForm& form, const ConvolutionLines& lines) {
     }
 }
 
-/// Sums in 32 bits of as many bytes as a vector has, a quarter of them in each.
-struct WideSums {
-    Vec quarters[4];
+#endif
 
-    explicit WideSums(Vec start) : quarters{start, start, start, start} {}
+}  // namespace
+}  // namespace zpixf
 
-    void AddProducts(unsigned quarter, Vec pairs, Vec factors) {
-        quarters[quarter] = Add32(quarters[quarter], MultiplyAdd16(pairs, factors));
-    }
-    Vec Levels() const {
-        return PackToBytes(PackSigned32(quarters[0], quarters[1]), PackSigned32(quarters[2], quarters[3]));
-    }
-};
+#include "ConvolutionKernelsFloats.inl"
 
-/// Calls `add` (quarter, pairs of 16-bit numbers) for the bytes of two taps. One quarter after the other, for want of
-/// registers.
-template <class Add>
-void ForEachQuarter(Vec a, Vec b, const Add& add) {
-    const Vec low = InterleaveLow8(a, b), high = InterleaveHigh8(a, b);
-    add(0u, InterleaveLow8(low, Zero()));
-    add(1u, InterleaveHigh8(low, Zero()));
-    add(2u, InterleaveLow8(high, Zero()));
-    add(3u, InterleaveHigh8(high, Zero()));
-}
+namespace zpixf {
+namespace {
 
-/// `count` factors as the pairs that MultiplyAdd16 takes.
-struct WideFactors {
-    Vec pairs[kMaxPairedTaps / 2];
+#if defined(ZPIXF_HAS_VECTORS)
 
-    WideFactors(const std::int16_t* factors, unsigned count) {
-        for (unsigned pair = 0; pair < NumPairs(count); ++pair) {
-            const std::uint32_t even = static_cast<std::uint16_t>(factors[2 * pair]);
-            const std::uint32_t odd = static_cast<std::uint16_t>(factors[2 * pair + 1]);
-            pairs[pair] = Splat32(even | odd << 16);
-        }
-    }
-};
-
-Vec Quotient(Vec sum, Vec reciprocal, unsigned shift) {
-    const Vec positive = And(sum, IsGreater32(sum, Zero()));
-    const Vec even = ShiftRight64(MultiplyEven32(positive, reciprocal), 32 + shift);
-    const Vec odd = ShiftRight64(MultiplyEven32(ShiftRight64(positive, 32), reciprocal), 32 + shift);
-    return Or(even, ShiftLeft64(odd, 32));
-}
-
-void Wide(const ConvolutionForm& form, const ConvolutionLines& lines) {
-    const WholeForm& whole = form.whole;
-    const TapSources sources(form, lines);
-    const WideFactors factors(whole.factors, form.numTaps);
-    const unsigned numPairs = NumPairs(form.numTaps), shift = whole.shift;
-    const bool divides = whole.reciprocal != 0;
-    const Vec start = Splat32(static_cast<std::uint32_t>(whole.start32)), reciprocal = Splat32(whole.reciprocal);
-    const Results results(form, lines);
-    ForEachVector(form, lines, [&](std::size_t x) {
-        WideSums sums(start);
-        for (unsigned pair = 0; pair < numPairs; ++pair)
-            ForEachQuarter(Load(sources.at[2 * pair] + 4 * x), Load(sources.at[2 * pair + 1] + 4 * x),
-                           [&](unsigned quarter, Vec pairs) { sums.AddProducts(quarter, pairs, factors.pairs[pair]); });
-        for (Vec& sum : sums.quarters)
-            sum = divides ? Quotient(sum, reciprocal, shift) : ShiftRightSigned32(sum, shift);
-        results.Store(x, sums.Levels());
-    });
-}
-
-/// Finds the sums that are too near to a step to tell: less than a unit from it.
-class StepFinder {
-public:
-    explicit StepFinder(unsigned bits) : below(Splat32((1u << bits) - 1)) {}
-
-    /// A bit for each byte, in the order of memory; none for alpha.
-    std::uint32_t Find(const WideSums& sums) const {
-        const Vec first = PackSigned32(IsNear(sums.quarters[0]), IsNear(sums.quarters[1]));
-        const Vec second = PackSigned32(IsNear(sums.quarters[2]), IsNear(sums.quarters[3]));
-        // (-1 would be packed to 0: 255 is wanted.)
-        return TopBitsOfBytes(AndNot(AlphaBytes(), PackToBytes(And(first, byte), And(second, byte))));
-    }
-
-private:
-    Vec IsNear(Vec sum) const { return IsGreater32(two, And(Add32(sum, one), below)); }
-
-    Vec below, one = Splat32(1), two = Splat32(2), byte = Splat16(0xFF);
-};
-
-/// Sums of factors in two parts, for half of a vector's bytes at once: there are no registers for all.
-struct FractionSums {
-    struct Pair {
-        Vec high, low;
-        const std::uint8_t *first, *second;
-    };
-    const TapSources sources;
-    Pair pairs[kMaxPairedTaps / 2];
-    Vec highStart, lowStart;
-    const Pair* end;
-
-    FractionSums(const ConvolutionForm& form, const ConvolutionLines& lines)
-        : sources(form, lines),
-          highStart(Splat32(static_cast<std::uint32_t>(form.fraction.highStart))),
-          lowStart(Splat32(static_cast<std::uint32_t>(form.fraction.lowStart))),
-          end(pairs + NumPairs(form.numTaps)) {
-        const WideFactors high(form.fraction.high, form.numTaps), low(form.fraction.low, form.numTaps);
-        for (unsigned i = 0; pairs + i < end; ++i)
-            pairs[i] = {high.pairs[i], low.pairs[i], sources.at[2 * i], sources.at[2 * i + 1]};
-    }
-    FractionSums(const FractionSums&) = delete;
-    FractionSums& operator=(const FractionSums&) = delete;
-
-    /// `interleave` chooses the half.
-    template <class Interleave>
-    void Sum(std::size_t place, const Interleave& interleave, Vec& first, Vec& second) const {
-        Vec firstHigh = highStart, secondHigh = highStart, firstLow = lowStart, secondLow = lowStart;
-        for (const Pair* pair = pairs; pair < end; ++pair) {
-            const Vec bytes = interleave(Load(pair->first + place), Load(pair->second + place));
-            const Vec firstPairs = InterleaveLow8(bytes, Zero()), secondPairs = InterleaveHigh8(bytes, Zero());
-            const Vec high = pair->high, low = pair->low;
-            firstHigh = Add32(firstHigh, MultiplyAdd16(firstPairs, high));
-            firstLow = Add32(firstLow, MultiplyAdd16(firstPairs, low));
-            secondHigh = Add32(secondHigh, MultiplyAdd16(secondPairs, high));
-            secondLow = Add32(secondLow, MultiplyAdd16(secondPairs, low));
-        }
-        first = Add32(firstHigh, ShiftRightSigned32(firstLow, FractionForm::kLowBits));
-        second = Add32(secondHigh, ShiftRightSigned32(secondLow, FractionForm::kLowBits));
-    }
-};
-
-void Fraction(const ConvolutionForm& form, const ConvolutionLines& lines) {
-    const FractionSums fraction(form, lines);
-    const unsigned bits = form.fraction.bits;
-    const StepFinder steps(bits);
-    const Results results(form, lines);
-    ForEachVector(form, lines, [&](std::size_t x) {
-        WideSums sums(Zero());
-        Vec(&quarters)[4] = sums.quarters;
-        fraction.Sum(
-            4 * x, [](Vec a, Vec b) { return InterleaveLow8(a, b); }, quarters[0], quarters[1]);
-        fraction.Sum(
-            4 * x, [](Vec a, Vec b) { return InterleaveHigh8(a, b); }, quarters[2], quarters[3]);
-        std::uint32_t near = steps.Find(sums);
-        for (Vec& sum : quarters) sum = ShiftRightSigned32(sum, bits);
-        results.Store(x, sums.Levels());
-        for (std::size_t place = 4 * x; near != 0; ++place, near >>= 1)
-            if (near & 1) lines.result[place] = PlainByte(form, fraction.sources, place);
-    });
-}
-
-constexpr ConvolutionKernels kKernels = {&Plain, &Narrow, &Separable, &Wide, &Fraction};
+constexpr ConvolutionKernels kKernels = {&LayOut, &ByDefinition, &Narrow, &Separable, &Wide, &Fraction};
 
 #else
 
-constexpr ConvolutionKernels kKernels = {&Plain, &Plain, &Plain, &Plain, &Plain};
+constexpr ConvolutionKernels kKernels = {nullptr, &Plain, &Plain, &Plain, &Plain, &Plain};
 
 #endif
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
+#include <new>
 
 #include "LineWindow.h"
 #include "ZPixfAdjustFormat.h"
@@ -53,12 +55,58 @@ void FillMargins(std::uint8_t* pixels, std::size_t width) {
     }
 }
 
+using LayOut = decltype(ConvolutionKernels::layOut);
+
+/// Lines of the window: pixels, and behind these, for kernels that want them, the same as floats. A float takes the
+/// place of a pixel.
+class LineLayout {
+public:
+    LineLayout(unsigned newWidth, LayOut newLayOut) : width(newWidth), layOut(newLayOut) {
+        constexpr std::uint64_t kAlignment = 8;
+        const auto aligned = [](std::uint64_t count) { return (count + kAlignment - 1) / kAlignment * kAlignment; };
+        firstBlue = aligned(std::uint64_t{width} + kConvolutionMargin) + kPlaneMarginBefore;
+        stride = aligned(std::uint64_t{width} + kPlaneMargin);
+    }
+
+    /// In pixels. Raises std::bad_alloc if that is too many.
+    unsigned Length() const {
+        if (layOut == nullptr) return width;
+        const std::uint64_t length = firstBlue + kColors * stride;
+        if (length > std::numeric_limits<unsigned>::max()) throw std::bad_alloc();
+        return static_cast<unsigned>(length);
+    }
+
+    /// Has a line of pixels with its margins laid out.
+    void Complete(std::uint8_t* pixels) const {
+        if (layOut == nullptr) return;
+        float* const blue = reinterpret_cast<float*>(pixels + sizeof(float) * static_cast<std::size_t>(firstBlue));
+        layOut(pixels, width, {blue, static_cast<std::size_t>(stride)});
+    }
+
+    void SetRow(ConvolutionLines& lines, unsigned row, const std::uint8_t* pixels) const {
+        lines.rows[row] = pixels;
+        if (layOut == nullptr) return;
+        lines.planeStride = static_cast<std::size_t>(stride);
+        lines.blues[row] = reinterpret_cast<const float*>(pixels + sizeof(float) * static_cast<std::size_t>(firstBlue));
+    }
+
+private:
+    unsigned width;
+    LayOut layOut;
+    std::uint64_t firstBlue, stride;
+};
+
+LayOut LayOutFor(ConvolutionWay way) {
+    return way >= ConvolutionWay::wide ? ActiveConvolutionKernels().layOut : nullptr;
+}
+
 }  // namespace
 
 struct ZPixfConvolution::State {
     ConvolutionForm form;
     Convolve convolve;
     LineWindow window;
+    LineLayout layout{0, nullptr};
 };
 
 ZPixfConvolution::ZPixfConvolution() = default;
@@ -75,8 +123,10 @@ bool ZPixfConvolution::StartWith(unsigned side, const double* coefficients, doub
         return Fail("ZPixfConvolution", __LINE__, L"A number of the convolution is none, or too large.");
     auto ready = std::make_unique<State>();
     const double usedDivisor = DivisorOrDefault(divisor, coefficients, side * side);
-    ready->convolve = ConvolveBy(FindConvolutionForm(side, coefficients, usedDivisor, bias, ready->form));
-    ready->window.Prepare(side, inputFormat.GetWidth(), kConvolutionMargin);
+    const ConvolutionWay way = FindConvolutionForm(side, coefficients, usedDivisor, bias, ready->form);
+    ready->convolve = ConvolveBy(way);
+    ready->layout = LineLayout(inputFormat.GetWidth(), LayOutFor(way));
+    ready->window.Prepare(side, ready->layout.Length(), kConvolutionMargin);
     state = std::move(ready);
     return true;
 }
@@ -91,13 +141,15 @@ bool ZPixfConvolution::FilterScanline(unsigned line, void* buffer) {
     const bool isThere = window.MoveTo(first, last, [&](unsigned wanted, std::uint8_t* pixels) {
         if (!PullLine(wanted, pixels)) return false;
         FillMargins(pixels, width);
+        state->layout.Complete(pixels);
         return true;
     });
     if (!isThere) return false;
     ConvolutionLines lines = {};
     for (unsigned row = 0; row < side; ++row) {
         const unsigned offset = line + row;  // from `reach` lines above the picture
-        lines.rows[row] = window.Line(std::clamp(offset, first + reach, last + reach) - reach);
+        const unsigned there = std::clamp(offset, first + reach, last + reach) - reach;
+        state->layout.SetRow(lines, row, window.Line(there));
     }
     lines.result = static_cast<std::uint8_t*>(buffer);
     lines.count = width;

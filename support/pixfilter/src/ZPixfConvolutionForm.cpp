@@ -83,11 +83,11 @@ unsigned Log2(std::int64_t value) {
 
 bool IsPowerOf2(std::int64_t value) { return (value & (value - 1)) == 0; }
 
-/// n / divisor is n * reciprocal >> (bits + shift), for n up to `largest`: the reciprocal is too great by less than
-/// 1, times divisor by `excess`, and n times that must not reach the next multiple.
-bool FindReciprocal(std::int64_t divisor, unsigned bits, std::int64_t largest, WholeForm& whole) {
+/// n / divisor is n * reciprocal >> (16 + shift), for n up to `largest`: the reciprocal is too great by less than 1,
+/// times divisor by `excess`, and n times that must not reach the next multiple.
+bool FindReciprocal(std::int64_t divisor, std::int64_t largest, WholeForm& whole) {
     whole.shift = Log2(divisor) - (IsPowerOf2(divisor) ? 1 : 0);
-    const std::int64_t power = std::int64_t{1} << (bits + whole.shift);
+    const std::int64_t power = std::int64_t{1} << (16 + whole.shift);
     const std::int64_t reciprocal = (power + divisor - 1) / divisor, excess = reciprocal * divisor - power;
     whole.reciprocal = static_cast<std::uint32_t>(reciprocal);
     return excess * largest < power;
@@ -112,7 +112,7 @@ bool FitsNarrow(const Range& range, std::int64_t start, std::int64_t divisor, Wh
     constexpr std::int64_t kSums = 65536, kLevels = 256;
     const std::int64_t lift = std::max<std::int64_t>(0, -range.least);
     if (range.greatest + lift >= kSums || lift > kSums - kLevels) return false;
-    whole.start16 = static_cast<std::uint16_t>((start + lift) & (kSums - 1));
+    whole.start = static_cast<std::uint16_t>((start + lift) & (kSums - 1));
     if (divisor == 1) {
         whole.toTop = static_cast<std::uint16_t>(kSums - kLevels - lift);
         whole.fromTop = static_cast<std::uint16_t>(kSums - kLevels);
@@ -121,17 +121,21 @@ bool FitsNarrow(const Range& range, std::int64_t start, std::int64_t divisor, Wh
     }
     whole.toTop = 0;
     whole.fromTop = static_cast<std::uint16_t>(lift);
-    return FindReciprocal(divisor, 16, LargestThatCounts(range, divisor), whole);
+    return FindReciprocal(divisor, LargestThatCounts(range, divisor), whole);
 }
 
-bool FitsWide(const Range& range, std::int64_t start, std::int64_t divisor, WholeForm& whole) {
-    constexpr std::int64_t kLargest = (std::int64_t{1} << 31) - 1;
-    if (range.greatest > kLargest || range.least < -kLargest) return false;
-    whole.start32 = static_cast<std::int32_t>(start);
-    if (!IsPowerOf2(divisor)) return FindReciprocal(divisor, 32, LargestThatCounts(range, divisor), whole);
-    whole.reciprocal = 0;
-    whole.shift = Log2(divisor);
-    return true;
+/// Floats hold whole numbers and their halves below 2^23, and half a unit more is no nearer to the next quotient than
+/// half a unit. By that the quotient is off the steps, against an error of 2^-15: two roundings of less than 256.
+bool FitsWide(const ConvolutionForm& form, std::int64_t start, std::int64_t divisor, FloatForm& floats) {
+    constexpr std::int64_t kLargestSum = (1 << 23) - 1, kLargestDivisor = 1 << 13;
+    std::int64_t largest = std::abs(start) + 1;
+    for (unsigned tap = 0; tap < form.numTaps; ++tap) {
+        floats.factors[tap] = form.whole.factors[tap];
+        largest += 255 * std::abs(std::int64_t{form.whole.factors[tap]});
+    }
+    floats.start = static_cast<float>(static_cast<double>(start) + 0.5);
+    floats.scale = static_cast<float>(1 / static_cast<double>(divisor));
+    return largest <= kLargestSum && divisor <= kLargestDivisor;
 }
 
 /// Whether each two of the factors suit PairFactors: bytes, and no sum of two products beyond 16 bits.
@@ -221,37 +225,48 @@ ConvolutionWay FindWholeForm(ConvolutionForm& form) {
             return ConvolutionWay::separable;
         if (suitsPairs) return ConvolutionWay::narrow;
     }
-    return FitsWide(range, start, divisor, whole) ? ConvolutionWay::wide : ConvolutionWay::plain;
+    return FitsWide(form, start, divisor, form.floats) ? ConvolutionWay::wide : ConvolutionWay::plain;
 }
 
-/// Factors and sums with as many bits as 32 will hold. What is lost is less than a unit of 2^-bits: 25 factors are each
-/// half a unit of 2^-15 of it off, times 255.
-bool FindFractionForm(const ConvolutionForm& form, FractionForm& fraction) {
-    constexpr double kLargestFactor = 32766, kLargestSum = 0x1p30;
-    constexpr unsigned kMostBits = 20, kFewestBits = 6;
-    double largest = 0, sum = 0;
-    for (unsigned tap = 0; tap < form.numTaps; ++tap) {
-        const double weight = std::fabs(form.factors[tap] / form.divisor);
-        largest = std::max(largest, weight);
-        sum += 255 * weight;
+/// By how much a sum in floats may be off: with every factor, product and sum rounded once.
+class FloatError {
+public:
+    explicit FloatError(double start) : least(-start), greatest(start), roundings(start) {}
+
+    void Add(double factor) {
+        (factor < 0 ? least : greatest) += 255 * factor;
+        roundings += 2 * 255 * std::fabs(factor) + std::max(-least, greatest);
     }
-    sum += std::fabs(form.bias) + 1;
-    unsigned bits = kMostBits;
-    const auto fits = [&](double unit) { return largest * unit <= kLargestFactor && sum * unit <= kLargestSum; };
-    while (bits >= kFewestBits && !fits(std::ldexp(1.0, static_cast<int>(bits)))) --bits;
-    if (bits < kFewestBits) return false;
-    fraction.bits = bits;
-    constexpr unsigned kLowBits = FractionForm::kLowBits;
-    constexpr std::int64_t kLowMask = (std::int64_t{1} << kLowBits) - 1;
-    const double unit = std::ldexp(1.0, static_cast<int>(bits + kLowBits));
-    for (unsigned tap = 0; tap < form.numTaps; ++tap) {
-        const std::int64_t factor = std::llround(form.factors[tap] / form.divisor * unit);
-        fraction.high[tap] = static_cast<std::int16_t>(factor >> kLowBits);
-        fraction.low[tap] = static_cast<std::int16_t>(factor & kLowMask);
+    double Bound() const {
+        constexpr double kRounding = 0x1p-24, kRoundingsOfRoundings = 1 + 0x1p-16;
+        return roundings * kRounding * kRoundingsOfRoundings;
     }
-    const std::int64_t start = std::llround((form.bias + kConvolutionHalf) * unit);
-    fraction.highStart = static_cast<std::int32_t>(start >> kLowBits);
-    fraction.lowStart = static_cast<std::int32_t>(start & kLowMask);
+    /// The greatest sum, by magnitude.
+    double Largest() const { return std::max(-least, greatest); }
+
+private:
+    double least, greatest, roundings;
+};
+
+/// Sums in units of 2^-bits; beyond so many bits little is left to be told. No if the errors are no small part of a
+/// level.
+bool FindFractionForm(const ConvolutionForm& form, FloatForm& floats) {
+    constexpr double kLargestSum = 0x1p30, kLargestError = 0x1p-6;
+    constexpr unsigned kBits = 15;
+    const double unit = std::ldexp(1.0, kBits);
+    const double start = (form.bias + kConvolutionHalf) * unit;
+    FloatError error(std::fabs(start) + unit);
+    for (unsigned tap = 0; tap < form.numTaps; ++tap) {
+        const double factor = form.factors[tap] / form.divisor * unit;
+        error.Add(factor);
+        floats.factors[tap] = static_cast<float>(factor);
+    }
+    if (!(error.Largest() <= kLargestSum && error.Bound() <= kLargestError * unit)) return false;
+    constexpr double kOfNearest = 0.5, kOfDoubles = 0.25;
+    const double most = std::ceil(error.Bound() + kOfNearest + kOfDoubles);
+    floats.bits = kBits;
+    floats.start = static_cast<float>(start + most);
+    floats.margin = static_cast<std::uint32_t>(2 * most);
     return true;
 }
 
@@ -266,7 +281,7 @@ ConvolutionWay FindConvolutionForm(unsigned side, const double* coefficients, do
     TakeTaps(side, coefficients, form);
     const ConvolutionWay way = FindWholeForm(form);
     if (way != ConvolutionWay::plain) return way;
-    return FindFractionForm(form, form.fraction) ? ConvolutionWay::fraction : ConvolutionWay::plain;
+    return FindFractionForm(form, form.floats) ? ConvolutionWay::fraction : ConvolutionWay::plain;
 }
 
 }  // namespace zpixf

@@ -170,17 +170,30 @@ const KernelKind kKinds[] = {
          kernel.bias = Between(random, 0, 1) * 128;
          return kernel;
      }},
-    {"LargeWhole", ConvolutionWay::wide,
+    {"WholeBeyondSixteenBits", ConvolutionWay::wide,
+     [](std::mt19937& random, unsigned side) {
+         Kernel kernel = Drawn(random, side, [&] { return Between(random, -900, 1250); });
+         kernel.divisor = Between(random, 1, 1 << Between(random, 0, 13));
+         kernel.bias = Between(random, -100, 100);
+         return kernel;
+     }},
+    {"WholeOfFewTies", ConvolutionWay::wide,
+     [](std::mt19937& random, unsigned side) {
+         Kernel kernel = Drawn(random, side, [&] { return Between(random, 1, 1300); });
+         kernel.divisor = 2 * Between(random, 2000, 4096);
+         return kernel;
+     }},
+    {"LargeWhole", ConvolutionWay::fraction,
      [](std::mt19937& random, unsigned side) {
          Kernel kernel = Drawn(random, side, [&] { return Between(random, -32767, 32767); });
          kernel.divisor = Between(random, 1, 1 << 20);
          kernel.bias = Between(random, -1000, 1000);
          return kernel;
      }},
-    {"LargeWholeByPowersOf2", ConvolutionWay::wide,
+    {"LargeWholeByPowersOf2", ConvolutionWay::fraction,
      [](std::mt19937& random, unsigned side) {
          Kernel kernel = Drawn(random, side, [&] { return Between(random, -9000, 30000); });
-         kernel.divisor = 1 << Between(random, 0, 20);
+         kernel.divisor = 1 << Between(random, 13, 20);
          return kernel;
      }},
     {"Quarters", ConvolutionWay::narrow,
@@ -270,19 +283,24 @@ TEST_P(KernelsOfKind, GiveWhatTheDefinitionSaysForLongLines) {
 TEST_P(KernelsOfKind, GiveTheSameWithoutVectors) {
     std::mt19937 random(13);
     constexpr unsigned kWidth = 50;
-    for (const unsigned side : {3u, 5u, 3u, 5u}) {
-        const Kernel kernel = GetParam().draw(random, side);
+    for (const unsigned wanted : {3u, 5u, 3u, 5u}) {
+        Kernel kernel = GetParam().draw(random, wanted);
+        const unsigned side = kernel.Side();
         const PointPicture picture = RandomPicture(kWidth, side);
         ConvolutionForm form;
-        FindConvolutionForm(side, kernel.coefficients.data(), kernel.divisor == 0 ? 7 : kernel.divisor, kernel.bias,
-                            form);
-        PixelBytes plain(4 * kWidth - 16), fast(4 * kWidth - 16);
-        ConvolutionLines lines = {{}, plain.data(), kWidth - 4};
+        if (kernel.divisor == 0) kernel.divisor = 7;
+        FindConvolutionForm(side, kernel.coefficients.data(), kernel.divisor, kernel.bias, form);
+        PixelBytes result(4 * kWidth - 16);
+        ConvolutionLines lines = {{}, {}, 0, result.data(), kWidth - 4};
         for (unsigned row = 0; row < side; ++row) lines.rows[row] = picture.Line(row) + 8;
-        kKernels.fraction(form, lines);
-        lines.result = fast.data();
-        ActiveConvolutionKernels().plain(form, lines);
-        EXPECT_EQ(plain, fast);
+        const PixelBytes expected = ByDefinition(picture, kernel);
+        const auto first = expected.begin() + 4 * kWidth * (side / 2) + 8;
+        for (const Convolve convolve :
+             {kKernels.plain, kKernels.narrow, kKernels.separable, kKernels.wide, kKernels.fraction}) {
+            convolve(form, lines);
+            EXPECT_TRUE(std::equal(result.begin(), result.end(), first));
+        }
+        EXPECT_EQ(kKernels.layOut, nullptr);
     }
 }
 
@@ -335,23 +353,56 @@ TEST(WholeForm, DividesEverySumExactlyInSixteenBits) {
 }
 
 /// The quotient steps only at multiples of the divisor.
-TEST(WholeForm, DividesEverySumExactlyInThirtyTwoBits) {
-    std::mt19937 random(31);
-    for (unsigned round = 0; round < 6000; ++round) {
-        const std::uint64_t divisor = round < 4000 ? round + 3 : 1 + random() % (1 << 20);
+TEST(FloatForm, DividesEverySumOfAWideKernelExactly) {
+    unsigned numWide = 0;
+    for (int divisor = 1; divisor <= 9000; ++divisor) {
         Numbers coefficients(9, 0);
         coefficients[0] = 32749;  // a prime beyond 16 bits
         ConvolutionForm form;
-        ASSERT_EQ(FindConvolutionForm(3, coefficients.data(), static_cast<double>(divisor), 0, form),
-                  ConvolutionWay::wide);
-        if (form.whole.reciprocal == 0) {
-            EXPECT_EQ(std::uint64_t{1} << form.whole.shift, divisor);
+        const ConvolutionWay way = FindConvolutionForm(3, coefficients.data(), divisor, 0, form);
+        ASSERT_EQ(way, divisor <= 8192 ? ConvolutionWay::wide : ConvolutionWay::fraction) << divisor;
+        if (way != ConvolutionWay::wide) continue;
+        ++numWide;
+        const int greatest = 256 * divisor - 1;
+        for (int multiple = 0; multiple <= greatest; multiple += divisor)
+            for (const int n : {multiple, multiple + divisor - 1}) {
+                const float product = (static_cast<float>(n) + 0.5f) * form.floats.scale;
+                ASSERT_EQ(static_cast<int>(product), n / divisor) << n << " / " << divisor;
+            }
+    }
+    EXPECT_EQ(numWide, 8192u);
+}
+
+/// Sums at the ends of their range and within, fused and not, against the same in double.
+TEST(FloatForm, SumsOfAFractionKernelAreTooGreatByLessThanTheMargin) {
+    std::mt19937 random(17);
+    for (unsigned round = 0; round < 4000; ++round) {
+        const unsigned side = round % 2 == 0 ? 3 : 5;
+        const double range = std::ldexp(1.0, Between(random, -12, 5));
+        Kernel kernel = Drawn(random, side, [&] { return (Fraction(random) - 0.4) * range; });
+        kernel.divisor = 0.25 + Fraction(random);
+        kernel.bias = Fraction(random) * 300 - 150;
+        ConvolutionForm form;
+        if (FindConvolutionForm(side, kernel.coefficients.data(), kernel.divisor, kernel.bias, form) !=
+            ConvolutionWay::fraction)
             continue;
+        const auto level = [&](double factor) {
+            return round % 4 < 2 ? (factor < 0 ? 0 : 255) : Between(random, 0, 255);
+        };
+        float fused = form.floats.start, separate = form.floats.start;
+        double exact = 0;
+        for (unsigned tap = 0; tap < form.numTaps; ++tap) {
+            const int c = level(form.factors[tap]);
+            fused = std::fma(form.floats.factors[tap], static_cast<float>(c), fused);
+            const float product = form.floats.factors[tap] * static_cast<float>(c);
+            separate += product;
+            exact += form.factors[tap] * c;
         }
-        const std::uint64_t greatest = std::min<std::uint64_t>(255 * 32749 + divisor / 2, 256 * divisor - 1);
-        for (std::uint64_t multiple = 0; multiple <= greatest; multiple += divisor)
-            for (const std::uint64_t n : {multiple, std::min(multiple + divisor - 1, greatest)})
-                ASSERT_EQ(n * form.whole.reciprocal >> (32 + form.whole.shift), n / divisor) << n << " / " << divisor;
+        exact = std::ldexp(exact / kernel.divisor + kernel.bias + kConvolutionHalf, static_cast<int>(form.floats.bits));
+        for (const float sum : {fused, separate}) {
+            EXPECT_GE(std::nearbyint(sum), exact) << round;
+            EXPECT_LE(std::nearbyint(sum), exact + form.floats.margin) << round;
+        }
     }
 }
 
