@@ -14,9 +14,12 @@ using zbm::ZMemBitmap;
 constexpr int kSide = 8192;
 constexpr double kMegapixels = kSide / 1000.0 * kSide / 1000.0;
 
+/// An opaque one, as most pictures are.
 std::unique_ptr<ZMemBitmap> LargeBitmap(shr::ColorFormat format) {
     auto bitmap = std::make_unique<ZMemBitmap>(kSide, kSide, format);
-    const auto row = bench::Noise(shr::RowBytes(kSide, format));
+    auto row = bench::Noise(shr::RowBytes(kSide, format));
+    if (format == shr::BGRA_32)
+        for (std::size_t alpha = 3; alpha < row.size(); alpha += 4) row[alpha] = 255;
     for (int y = 0; y < kSide; ++y) bitmap->StoreRegion(row.data(), 0, 0, y, kSide, 1);
     return bitmap;
 }

@@ -84,7 +84,8 @@ protected:
     void ReadInputScanRectRow(int row);
     void FreeInputBitmap() noexcept;
 
-    // The state of a filtering that runs: one tile row of its input, and one line of each kind.
+    // The state of a filtering that runs: one tile row of its input, or none where its own tiles can be read, and one
+    // line of each kind.
     std::unique_ptr<ZBasicMemBitmap> inputRowCopy;
     std::int32_t currentInputRow = -1;
     RECT inputRect{};
@@ -95,10 +96,14 @@ protected:
     ZBitmap* inputBitmap = nullptr;
 
 private:
+    enum class Content { zero, overwritten };  // as for a tile
+
     static void* CreateInstance();
+    void Renew(int width, int height, shr::ColorFormat format, int tileWidth, int tileHeight, Content content);
     static bool ReadScanLine(void* context, unsigned line, void* buffer);
     bool AddQuantizer(CPixFilterPipeline& pipeline, zpixf::ZPixfQuantize& quantizer,
                       const zpixf::ZPixFilterBase& former);
+    void BeginInputRow(int row);
     void WriteFilteredLines(CPixFilterPipeline& pipeline, bool indexed, shr::IProgress* progress);
     bool CopyTiles(ZBitmap& source, shr::IProgress* progress);
     bool FilterFrom(ZBitmap& source, const RECT& rect, zpixf::ZPixFilterBase& filter, shr::IProgress* progress);

@@ -57,7 +57,7 @@ private:
     static void* CreateInstance();
     template <class CreateBase>
     bool CreateFrom(const ZBitmap& source, const CreateBase& create);
-    bool BuildLevels(shr::IProgress* progress);
+    bool BuildLevels(std::vector<std::unique_ptr<ZBasicMemBitmap>>& former, shr::IProgress* progress);
     bool StoreWithReductions(SerializeIO& io, shr::IProgress* progress);
     unsigned short ReadVersion(SerializeIO& io);
     bool LoadReductions(SerializeIO& io, shr::IProgress* progress);

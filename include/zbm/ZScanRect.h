@@ -87,6 +87,8 @@ private:
 
     bool IsShapedAs(int otherWidth, int otherHeight, shr::ColorFormat otherFormat) const noexcept;
     void CreateWith(int newWidth, int newHeight, shr::ColorFormat newFormat, Content content);
+    /// Makes the tile as if newly created, in the memory that it has.
+    void Renew(Content content) noexcept;
     void Store(SerializeIO& io) const;
     /// False, with nothing read but the version, for a record of an unknown version.
     bool Load(SerializeIO& io, const Place* place);

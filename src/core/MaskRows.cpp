@@ -69,19 +69,25 @@ constexpr std::array<uint8_t, 256> MakeReversedBytes() {
 constexpr std::array<uint8_t, 256> kReversed = MakeReversedBytes();
 
 /// Saturated packing keeps the sign, and the sign of a little-endian pixel is the top bit of its alpha.
-uint8_t PackEight(const uint8_t* pixels) {
-    const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels));
-    const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + 16));
-    const __m128i signs = _mm_packs_epi16(_mm_packs_epi32(low, high), _mm_setzero_si128());
-    return kReversed[static_cast<unsigned>(_mm_movemask_epi8(signs)) & 0xFF];
+__m128i PackSigns(const uint8_t* pixels) {
+    const auto* from = reinterpret_cast<const __m128i*>(pixels);
+    return _mm_packs_epi32(_mm_loadu_si128(from), _mm_loadu_si128(from + 1));
+}
+
+void PackSixteen(uint8_t* mask, const uint8_t* pixels) {
+    const __m128i signs = _mm_packs_epi16(PackSigns(pixels), PackSigns(pixels + 32));
+    const auto bits = static_cast<unsigned>(_mm_movemask_epi8(signs));
+    mask[0] = kReversed[bits & 0xFF];
+    mask[1] = kReversed[bits >> 8];
 }
 
 #else
 
-uint8_t PackEight(const uint8_t* pixels) {
+void PackSixteen(uint8_t* mask, const uint8_t* pixels) {
     unsigned bits = 0;
-    for (size_t i = 0; i < 8; ++i) bits = bits << 1 | pixels[4 * i + 3] >> 7;
-    return static_cast<uint8_t>(bits);
+    for (size_t i = 0; i < 16; ++i) bits = bits << 1 | pixels[4 * i + 3] >> 7;
+    mask[0] = static_cast<uint8_t>(bits >> 8);
+    mask[1] = static_cast<uint8_t>(bits);
 }
 
 #endif
@@ -96,11 +102,18 @@ void ExpandMaskRow(uint8_t* lastByte, size_t pixelStep, const uint8_t* mask, siz
     ExpandBits(lastByte + 4 * (head + body), 4, mask, x + head + body, count - head - body);
 }
 
+bool IsMaskRowOpaque(const uint8_t* mask, size_t count) {
+    uint8_t all = 0xFF;
+    for (size_t i = 0; i < count / 8; ++i) all &= mask[i];
+    const auto last = static_cast<uint8_t>(0xFF >> count % 8);  // the bits behind
+    return all == 0xFF && (count % 8 == 0 || (mask[count / 8] | last) == 0xFF);
+}
+
 void PackMaskRow(uint8_t* mask, size_t x, const uint8_t* pixels, size_t count) {
-    const size_t head = HeadPixels(x, count), bytes = (count - head) / 8, body = bytes * 8;
+    const size_t head = HeadPixels(x, count), pairs = (count - head) / 16, body = pairs * 16;
     for (size_t i = 0; i < head; ++i) SetBit(mask, x + i, pixels[4 * i + 3] >= 128);
     uint8_t* whole = mask + ((x + head) >> 3);
-    for (size_t i = 0; i < bytes; ++i) whole[i] = PackEight(pixels + 4 * (head + 8 * i));
+    for (size_t i = 0; i < pairs; ++i) PackSixteen(whole + 2 * i, pixels + 4 * (head + 16 * i));
     for (size_t i = head + body; i < count; ++i) SetBit(mask, x + i, pixels[4 * i + 3] >= 128);
 }
 

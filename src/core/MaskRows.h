@@ -9,6 +9,9 @@ namespace zbm {
 void ExpandMaskRow(std::uint8_t* lastByte, std::size_t pixelStep, const std::uint8_t* mask, std::size_t x,
                    std::size_t count);
 
+/// Whether all of the first `count` bits are set.
+bool IsMaskRowOpaque(const std::uint8_t* mask, std::size_t count);
+
 /// Sets mask bit x + i where byte 4 i + 3 of `pixels` is 128 or more, and clears it where not, for `count` pixels.
 /// Other bits stay.
 void PackMaskRow(std::uint8_t* mask, std::size_t x, const std::uint8_t* pixels, std::size_t count);

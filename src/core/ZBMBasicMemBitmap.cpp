@@ -35,8 +35,7 @@ ZBasicMemBitmap::~ZBasicMemBitmap() = default;
 
 void ZBasicMemBitmap::Create(int width, int height, shr::ColorFormat format, int tileWidth, int tileHeight) {
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
-    Init(height, width, format, tileHeight, tileWidth);
-    AllocateScanRects();
+    Renew(width, height, format, tileWidth, tileHeight, Content::zero);
     leaveEmpty.Release();
 }
 
@@ -65,9 +64,27 @@ void ZBasicMemBitmap::Init(int newPixelHeight, int newPixelWidth, shr::ColorForm
     ZBitmap::Init(newPixelHeight, newPixelWidth, newFormat, tileHeight, tileWidth);
 }
 
+/// Pages that the system has yet to map cost several times what writing them does. So an image of the same shape as the
+/// one before gets its tiles; others are freed before any is allocated.
+void ZBasicMemBitmap::Renew(int width, int height, shr::ColorFormat format, int tileWidth, int tileHeight,
+                            Content content) {
+    const bool hasSameShape = pixelWidth == width && pixelHeight == height && colorFormat == format &&
+                              scanRectWidth == tileWidth && scanRectHeight == tileHeight;
+    std::vector<ZScanRectRow> former;
+    if (hasSameShape) former.swap(scanRectRows);
+    Init(height, width, format, tileHeight, tileWidth);
+    for (std::size_t row = 0; row < former.size(); ++row) scanRectRows[row].tiles.swap(former[row].tiles);
+    for (ZScanRectRow& row : scanRectRows)
+        for (const auto& tile : row.tiles)
+            if (tile)
+                tile->Renew(content == Content::zero ? ZScanRect::Content::zero : ZScanRect::Content::overwritten);
+    AllocateScanRects();
+}
+
 void ZBasicMemBitmap::AllocateScanRects() {
     for (ZScanRectRow& row : scanRectRows)
         for (std::size_t col = 0; col < row.boxes.size(); ++col) {
+            if (row.tiles[col]) continue;
             const RECT& box = row.boxes[col];
             row.tiles[col] = std::make_unique<ZScanRect>(static_cast<int>(box.right - box.left),
                                                          static_cast<int>(box.bottom - box.top), colorFormat);

@@ -87,6 +87,14 @@ void ZScanRect::CreateWith(int newWidth, int newHeight, ColorFormat newFormat, C
     if (content == Content::zero) SetAlphaToMax();
 }
 
+/// Who overwrites all pixels leaves the bits behind the last one of a row as they were; here there are some.
+void ZScanRect::Renew(Content content) noexcept {
+    constexpr int kPixelsOfWholeWords = 32;
+    if (content == Content::overwritten && width % kPixelsOfWholeWords == 0) return;
+    std::memset(pixels.Data(), 0, pixels.Size());
+    SetAlphaToMax();
+}
+
 void ZScanRect::Free() noexcept {
     pixels.Free();
     alpha.Free();

@@ -2,6 +2,7 @@
 #include "core/MaskRows.h"
 #include "core/RectAt.h"
 #include "core/Require.h"
+#include "core/WritesFor.h"
 #include "shr/CopyPixelRows.h"
 #include "zbm/ZBitmap.h"
 
@@ -52,13 +53,10 @@ shr::PixelRuns<Byte> RunsAt(Byte* first, int stride, std::int64_t x, std::int64_
     return {row + static_cast<std::ptrdiff_t>((x >> 3) * shr::ColorFmtToBPP[format]), stride, static_cast<int>(x & 7)};
 }
 
-/// A copy that no cache holds is written past the caches.
-shr::CopyWrites WritesFor(const RECT& rect, shr::ColorFormat format) {
-    constexpr double kCacheBytes = 32 << 20;
+shr::CopyWrites WritesForRect(const RECT& rect, shr::ColorFormat format) {
     const double width = static_cast<double>(rect.right) - rect.left;
     const double height = static_cast<double>(rect.bottom) - rect.top;
-    const double bytes = width * height * shr::ColorFmtToBPP[format] / 8;
-    return bytes > kCacheBytes ? shr::CopyWrites::streamed : shr::CopyWrites::cached;
+    return WritesFor(width, height, format);
 }
 
 template <class Byte>
@@ -72,7 +70,7 @@ void ZBitmap::FetchRegion(unsigned char* dst, int dstStride, const RECT& rect) c
     require(rect.left >= 0 && rect.top >= 0 && rect.right >= 0 && rect.bottom >= 0, 519);
     require(rect.right - rect.left >= 1, 521);
     require(rect.bottom - rect.top >= 1, 522);
-    const shr::CopyWrites writes = WritesFor(rect, colorFormat);
+    const shr::CopyWrites writes = WritesForRect(rect, colorFormat);
     ForEachPart(scanRectRows, rect, 558, [&](const TilePart& part) {
         const ZScanRect& tile = LockScanRect(part.row, part.col);
         shr::CopyPixelRows(RunsAt(dst, dstStride, part.rectX, part.rectY, colorFormat),
@@ -87,7 +85,7 @@ void ZBitmap::FetchRegion(unsigned char* dst, int dstStride, int x, int y, int w
 }
 
 void ZBitmap::StoreRegion(const unsigned char* src, int srcStride, const RECT& rect) {
-    const shr::CopyWrites writes = WritesFor(rect, colorFormat);
+    const shr::CopyWrites writes = WritesForRect(rect, colorFormat);
     ForEachPart(scanRectRows, rect, 644, [&](const TilePart& part) {
         ZScanRect& tile = LockScanRect(part.row, part.col);
         shr::CopyPixelRows({tile.GetRowPtr(part.tileY), tile.GetStride(), part.tileX},

@@ -24,9 +24,8 @@ zpixf::ZPixFormat TrueColor(int width, int height) {
 bool ZBasicMemBitmap::Create(ZBitmap& source, shr::IProgress* progress) {
     if (&source == this) return true;
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
-    Init(source.GetPixelHeight(), source.GetPixelWidth(), source.GetColorFormat(), source.GetScanRectHeight(),
-         source.GetScanRectWidth());
-    AllocateScanRects();
+    Renew(source.GetPixelWidth(), source.GetPixelHeight(), source.GetColorFormat(), source.GetScanRectWidth(),
+          source.GetScanRectHeight(), Content::overwritten);
     const shr::CScopedIProgressTask task(progress, kTaskText);
     if (!CopyTiles(source, progress)) return false;
     CopyColorTable(source);
@@ -57,8 +56,7 @@ bool ZBasicMemBitmap::Create(shr::ColorFormat format, ZBitmap& source, shr::IPro
 
     const int width = source.GetPixelWidth(), height = source.GetPixelHeight();
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
-    Init(height, width, format, kTileSide, kTileSide);
-    AllocateScanRects();
+    Renew(width, height, format, kTileSide, kTileSide, Content::overwritten);
     const shr::CScopedIProgressTask task(progress, kTaskText);
     zpixf::ZPixfNull handThrough;
     if (!FilterFrom(source, {0, 0, width, height}, handThrough, progress)) return false;
@@ -77,8 +75,7 @@ bool ZBasicMemBitmap::Create(int width, int height, ZBitmap& source, RECT rect, 
     require(rect.bottom > rect.top, 485);
 
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
-    Init(height, width, source.GetColorFormat(), kTileSide, kTileSide);
-    AllocateScanRects();
+    Renew(width, height, source.GetColorFormat(), kTileSide, kTileSide, Content::overwritten);
     const shr::CScopedIProgressTask task(progress, kTaskText);
     const std::unique_ptr<zpixf::ZPixFilterBase> filter = MakeResizeFilter(method);
     require(filter != nullptr, 633);

@@ -1,14 +1,20 @@
 // Filters run over a bitmap in memory, in place or from another bitmap.
 //
 // The input is read one row of tiles at a time into a copy, from which the filters pull their lines; so what is written
-// into the same bitmap meanwhile is not read again. Each line that comes out goes into the tiles at once.
+// into the same bitmap meanwhile is not read again. Each line that comes out goes into the tiles at once. Where the
+// copy would make no difference there is none: the copy and its reading cost more than most filters do.
+#include <typeinfo>
+
 #include "convert/ZBMColorFormat.h"
 #include "core/LockedTile.h"
+#include "core/MaskRows.h"
 #include "core/Require.h"
+#include "core/WritesFor.h"
 #include "filter/TileRowSearch.h"
+#include "shr/CopyPixelRows.h"
 #include "shr/ScopeExit.h"
 #include "zbm/CPixFilterPipeline.h"
-#include "zbm/ZBasicMemBitmap.h"
+#include "zbm/ZMemBitmap.h"
 #include "zpixf/ZPixfQuantize.h"
 
 namespace zbm {
@@ -26,6 +32,19 @@ void GrowToLine(std::vector<std::uint8_t>& line, std::uint32_t width, shr::Color
 
 bool HasColorTable(const ZBitmap& bitmap) {
     return bitmap.GetNumColorTableItems() != 0 && shr::ColorFmtToTblSize[bitmap.GetColorFormat()] != 0;
+}
+
+/// Whether tiles lie in memory and locking does nothing. A derived class may lock in its own way, and then sees each
+/// tile locked once.
+bool HasPlainTiles(const ZBitmap& bitmap) {
+    return typeid(bitmap) == typeid(ZBasicMemBitmap) || typeid(bitmap) == typeid(ZMemBitmap);
+}
+
+// Counted from the first row, which is at hand, as a tile's table of rows would have to be fetched line by line as
+// well.
+std::uint8_t* RowOf(ZScanRect& tile, int y) { return tile.GetRowPtr(0) + std::ptrdiff_t{tile.GetStride()} * y; }
+std::uint8_t* MaskRowOf(ZScanRect& tile, int y) {
+    return tile.GetAlphaStride() == 0 ? nullptr : tile.GetAlphaRowPtr(0) + std::ptrdiff_t{tile.GetAlphaStride()} * y;
 }
 
 void TakePalette(ZBitmap& bitmap, const zpixf::ZPixFormat& format) {
@@ -54,9 +73,9 @@ bool ZBasicMemBitmap::FilterScanLines(const CPixFilterContext* context, ZBitmap*
     const int row = FindTileRow(*input, inputRect.top);
     require(row >= 0, 949);
     inputBitmap = input;
-    CreateInputScanRectRow(row);
-    ReadInputScanRectRow(row);
-    currentInputRow = row;
+    const bool readsTiles = HasPlainTiles(*input) && (input != this || context->filter->PullsForward());
+    if (!readsTiles) CreateInputScanRectRow(row);
+    BeginInputRow(row);
 
     GrowToLine(inputLine, WidthOf(inputRect), input->GetColorFormat());
     GrowToLine(outputLine, static_cast<std::uint32_t>(pixelWidth), colorFormat);
@@ -98,6 +117,7 @@ void ZBasicMemBitmap::WriteFilteredLines(CPixFilterPipeline& pipeline, bool inde
         SetBitmapScanLine(pipeline.changedAlpha, outputLine.data(), y);
         if (progress != nullptr && y % 100 == 0) progress->SetProgress(static_cast<double>(y) / pixelHeight);
     }
+    shr::FinishCopyWrites();
     if (progress != nullptr) progress->SetProgress(1.0);
 }
 
@@ -105,11 +125,18 @@ void ZBasicMemBitmap::WriteFilteredLines(CPixFilterPipeline& pipeline, bool inde
 bool ZBasicMemBitmap::ReadScanLine(void* context, unsigned line, void* buffer) {
     auto* stage = static_cast<CPixFilterContext*>(context);
     auto& self = *static_cast<ZBasicMemBitmap*>(stage->bitmap);
-    self.GetInputBitmapScanLine(stage, self.inputLine.data(), static_cast<int>(line));
     const ZBitmap& input = *self.inputBitmap;
+    const shr::ColorFormat format = input.GetColorFormat();
+    const bool converts = format != shr::BGRA_32;
+    auto* const read = converts ? self.inputLine.data() : static_cast<std::uint8_t*>(buffer);
+    self.GetInputBitmapScanLine(stage, read, static_cast<int>(line));
+    if (!converts) return true;
     ConvertPixels({static_cast<std::uint8_t*>(buffer), shr::BGRA_32, 0},
-                  {self.inputLine.data(), input.GetColorFormat(), 0, input.GetConstColorTablePtr()},
-                  WidthOf(self.inputRect), 1);
+                  {self.inputLine.data(), format, 0, input.GetConstColorTablePtr()}, WidthOf(self.inputRect), 1);
+    // Of colours without alpha, opaque pixels are made; then an opaque mask changes nothing.
+    const bool isOpaque = shr::ColorFmtToTblSize[format] == 0 && !shr::ColorFmtHasAlphaChannel[format];
+    if (stage->maskSupplied && isOpaque && IsMaskRowOpaque(stage->maskRow.data(), WidthOf(self.inputRect)))
+        stage->maskSupplied = false;
     return true;
 }
 
@@ -117,12 +144,8 @@ void ZBasicMemBitmap::GetInputBitmapScanLine(CPixFilterContext* context, unsigne
     const std::int64_t sourceY = std::int64_t{inputRect.top} + y;
     const int row = FindTileRow(*inputBitmap, sourceY, currentInputRow);
     require(row >= 0, 1237);
-    if (row != currentInputRow) {
-        const RECT box = inputBitmap->GetScanRectBBox(row, 0);
-        if (box.bottom - box.top != inputRowCopy->GetPixelHeight()) CreateInputScanRectRow(row);
-        ReadInputScanRectRow(row);
-        currentInputRow = row;
-    }
+    if (row != currentInputRow) BeginInputRow(row);
+    const ZBitmap& tiles = inputRowCopy ? *inputRowCopy : *inputBitmap;
     const shr::ColorFormat format = inputBitmap->GetColorFormat();
     const bool hasMask = !shr::ColorFmtHasAlphaChannel[format];
     int x = 0;
@@ -132,11 +155,15 @@ void ZBasicMemBitmap::GetInputBitmapScanLine(CPixFilterContext* context, unsigne
         if (!IntersectRect(&part, &box, &inputRect)) continue;
         const int width = static_cast<int>(part.right - part.left), tileX = static_cast<int>(part.left - box.left);
         const int tileY = static_cast<int>(sourceY - box.top);
-        const LockedTile tile(*inputRowCopy, 0, col);
-        shr::CopyPixels(line, x, tile->GetRowPtr(tileY), tileX, width, format);
+        const LockedTile tile(tiles, inputRowCopy ? 0 : row, col);
+        const bool isLast = tileY + 1 == tile->GetHeight();
+        shr::CopyPixelLine({line, 0, x}, {RowOf(*tile, tileY), isLast ? 0 : tile->GetStride(), tileX}, width, format,
+                           shr::CopyWrites::cached);
         context->maskSupplied = context->usesInputAlpha && hasMask;
         if (context->maskSupplied)
-            shr::CopyPixels(context->maskRow.data(), x, tile->GetAlphaRowPtr(tileY), tileX, width, shr::GRAYSCALE_1);
+            shr::CopyPixelLine({context->maskRow.data(), 0, x},
+                               {MaskRowOf(*tile, tileY), isLast ? 0 : tile->GetAlphaStride(), tileX}, width,
+                               shr::GRAYSCALE_1, shr::CopyWrites::cached);
         x += width;
     }
 }
@@ -144,16 +171,28 @@ void ZBasicMemBitmap::GetInputBitmapScanLine(CPixFilterContext* context, unsigne
 void ZBasicMemBitmap::SetBitmapScanLine(const std::vector<unsigned char>& alpha, const unsigned char* line, int y) {
     const int row = FindTileRow(*this, y, y / scanRectHeight);
     require(row >= 0, 1299);
+    // A line that was just read from where it is written now is in the caches.
+    const auto writes = inputBitmap == this ? shr::CopyWrites::cached : WritesFor(pixelWidth, pixelHeight, colorFormat);
     int x = 0;
     for (int col = 0; col < GetNumScanRects(row); ++col) {
         const LockedTile tile(*this, row, col);
         const int tileY = y - static_cast<int>(GetScanRectBBox(row, col).top), width = tile->GetWidth();
-        shr::CopyPixels(tile->GetRowPtr(tileY), 0, line, x, width, tile->GetColorFormat());
-        if (!alpha.empty() && tile->GetAlphaRowPtr(tileY) != nullptr)
-            shr::CopyPixels(tile->GetAlphaRowPtr(tileY), 0, alpha.data(), x, width, shr::GRAYSCALE_1);
+        shr::CopyPixelLine({RowOf(*tile, tileY), 0, 0}, {line, 0, x}, width, tile->GetColorFormat(), writes);
+        std::uint8_t* const maskRow = alpha.empty() ? nullptr : MaskRowOf(*tile, tileY);
+        if (maskRow != nullptr) shr::CopyPixels(maskRow, 0, alpha.data(), x, width, shr::GRAYSCALE_1);
         x += width;
         CommitScanRect(row, col);
     }
+}
+
+/// Where there is a copy, it becomes that of another row.
+void ZBasicMemBitmap::BeginInputRow(int row) {
+    if (inputRowCopy) {
+        const RECT box = inputBitmap->GetScanRectBBox(row, 0);
+        if (box.bottom - box.top != inputRowCopy->GetPixelHeight()) CreateInputScanRectRow(row);
+        ReadInputScanRectRow(row);
+    }
+    currentInputRow = row;
 }
 
 void ZBasicMemBitmap::CreateInputScanRectRow(int row) {

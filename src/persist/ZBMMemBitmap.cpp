@@ -131,9 +131,10 @@ bool ZMemBitmap::CommitAll(shr::IProgress* progress, bool rebuild) {
 
 bool ZMemBitmap::CreatePOTReductions(shr::IProgress* progress) {
     if (!needsRebuild) return true;
-    FreeAllPOTReductions();
+    std::vector<std::unique_ptr<ZBasicMemBitmap>> former;  // whose memory the new ones may take
+    former.swap(reductions);
     shr::ScopeExit dropLevels([this] { FreeAllPOTReductions(); });
-    const bool done = BuildLevels(progress);
+    const bool done = BuildLevels(former, progress);
     dropLevels.Release();  // a build that was cancelled keeps the levels that it has
     if (done) needsRebuild = false;
     return done;
@@ -141,7 +142,7 @@ bool ZMemBitmap::CreatePOTReductions(shr::IProgress* progress) {
 
 /// Each level is made from the one before. Those of an indexed image are in true colours, and so is what the first one
 /// is made from.
-bool ZMemBitmap::BuildLevels(shr::IProgress* progress) {
+bool ZMemBitmap::BuildLevels(std::vector<std::unique_ptr<ZBasicMemBitmap>>& former, shr::IProgress* progress) {
     ZBitmap* source = this;
     ZBasicMemBitmap trueColor(1, 1, shr::BGRA_32);
     if (shr::ColorFmtToTblSize[colorFormat] > 0) {
@@ -152,7 +153,9 @@ bool ZMemBitmap::BuildLevels(shr::IProgress* progress) {
     for (;;) {
         const int width = source->GetPixelWidth(), height = source->GetPixelHeight();
         if (width / 2 <= kLargestWithout || height / 2 <= kLargestWithout) return true;
-        auto level = std::make_unique<ZBasicMemBitmap>(1, 1, shr::BGRA_32, 512, 512);
+        const std::size_t number = reductions.size();
+        auto level = number < former.size() ? std::move(former[number])
+                                            : std::make_unique<ZBasicMemBitmap>(1, 1, shr::BGRA_32, 512, 512);
         if (!level->Create(width / 2, height / 2, *source, {0, 0, width, height}, ResizeBilinear, progress))
             return false;
         reductions.push_back(std::move(level));

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <thread>
@@ -142,6 +143,26 @@ TEST(ZBasicMemBitmapCreate, DropsWhatTheBitmapHeld) {
     EXPECT_TRUE(testkit::GetMask(bitmap, 2, 1));
     EXPECT_EQ(bitmap.GetColorTableItem(3), shr::Color4b::Black);
     EXPECT_EQ(bitmap.GetXResolution(), 243);  // 37 / 6 inches
+}
+
+TEST(ZBasicMemBitmapCreate, InTheSameShapeGivesABlankPictureAgain) {
+    for (const shr::ColorFormat format : testkit::kFormats)
+        for (const int tileWidth : {5, 32}) {
+            ZBasicMemBitmap bitmap(37, 11, format, tileWidth, 4);
+            const ZBasicMemBitmap blank = bitmap;
+            for (int row = 0; row < bitmap.GetNumScanRectRows(); ++row)
+                for (int col = 0; col < bitmap.GetNumScanRects(row); ++col) {
+                    zbm::ZScanRect& tile = bitmap.LockScanRect(row, col);
+                    const int last = tile.GetHeight() - 1;  // the first in memory
+                    std::memset(tile.GetRowPtr(last), 0x5A, static_cast<std::size_t>(-tile.GetStride() * (last + 1)));
+                    if (tile.GetAlphaStride() != 0)
+                        std::memset(tile.GetAlphaRowPtr(last), 0,
+                                    static_cast<std::size_t>(-tile.GetAlphaStride() * (last + 1)));
+                }
+            ASSERT_FALSE(testkit::AreEqual(bitmap, blank));
+            bitmap.Create(37, 11, format, tileWidth, 4);
+            EXPECT_TRUE(testkit::AreEqual(bitmap, blank)) << format << ", tiles of " << tileWidth;
+        }
 }
 
 TEST(ZBasicMemBitmapCreate, ThatFailsLeavesAnEmptyUsableBitmap) {
