@@ -117,6 +117,58 @@ TEST(HeapContents, DoNotShowInANewBitmapItsCopiesOrItsArchive) {
     });
 }
 
+/// Fills whole rows, padding and masks included, as one who holds a tile may.
+void FillWithSecrets(zbm::ZBitmap& bitmap) {
+    for (int row = 0; row < bitmap.GetNumScanRectRows(); ++row)
+        for (int col = 0; col < bitmap.GetNumScanRects(row); ++col) {
+            ZScanRect& tile = bitmap.LockScanRect(row, col);
+            for (int y = 0; y < tile.GetHeight(); ++y) {
+                std::memset(tile.GetRowPtr(y), kSecret, static_cast<std::size_t>(-tile.GetStride()));
+                if (tile.GetAlphaStride() != 0)
+                    std::memset(tile.GetAlphaRowPtr(y), kSecret, static_cast<std::size_t>(-tile.GetAlphaStride()));
+            }
+            bitmap.UnlockScanRect(row, col);
+        }
+}
+
+// Whether a bitmap of the same shape stood there before, whose memory may be taken, or another.
+TEST(HeapContents, DoNotShowInWhatIsCreatedInThePlaceOfAnother) {
+    ForEachShape([](ColorFormat format, int width) {
+        const ColorFormat other = format == shr::BGRA_32 ? shr::BGR_24 : shr::BGRA_32;
+        ZBasicMemBitmap same(width, 3, format), inOther(width, 3, other), result(1, 1, shr::BGRA_32);
+        for (int time = 0; time < 3; ++time) {
+            const auto expectClean = [&](const char* what) {
+                EXPECT_FALSE(Shows(result)) << what;
+                EXPECT_FALSE(Shows(Stored(result, zcdl::CodecMethod::stored))) << what;
+                FillWithSecrets(result);
+                FillHeapWithSecrets();
+            };
+            result.Create(width, 3, format);
+            expectClean("of a size");
+            ASSERT_TRUE(result.Create(same, nullptr));
+            expectClean("a copy");
+            ASSERT_TRUE(result.Create(format, inOther, nullptr));
+            expectClean("in another format");
+            ASSERT_TRUE(result.Create(width, 3, same, {0, 0, 1, 3}, zbm::ResizeBilinear, nullptr));
+            expectClean("in another size");
+        }
+    });
+}
+
+TEST(HeapContents, DoNotShowInWhatAFilterMakesOrInReductions) {
+    ForEachShape([](ColorFormat format, int width) {
+        ReducedBitmap bitmap(width + 34, 40, format, 16, 16);
+        ASSERT_TRUE(bitmap.MedianFilter(3, nullptr));
+        EXPECT_FALSE(Shows(bitmap));
+        for (int time = 0; time < 2; ++time) {
+            ASSERT_TRUE(bitmap.CommitAll(nullptr, true));
+            ASSERT_EQ(bitmap.Reductions(), 1u);
+            EXPECT_FALSE(Shows(bitmap.Reduction(0)));
+            FillWithSecrets(*bitmap.GetPtrToPOTReduction(1));
+        }
+    });
+}
+
 // The padding of the source's rows is the caller's heap, and no pixels either.
 TEST(HeapContents, DoNotShowInWhatComesFromADib) {
     for (const int bitCount : {1, 4, 8, 16, 24, 32})

@@ -8,12 +8,15 @@ namespace faults {
 /// answers around a piece of work tell that it leaked nothing.
 std::int64_t LiveBlocks();
 
-/// The requests for memory since the last ResetRequests().
+/// The requests for memory since the last ResetRequests(), in bytes.
 struct Requests {
     std::uint64_t largest = 0;
     std::uint64_t total = 0;
+    std::int64_t peak = 0;   ///< the most in use at any time, beyond what was at the reset
+    std::int64_t grown = 0;  ///< in use now, beyond what was at the reset
 };
-/// Zeroes where the system gives no way to see requests (Windows).
+/// Zeroes where the system gives no way to see requests (Windows); peak and growth are seen on Linux without
+/// sanitizers.
 Requests RequestsSinceReset() noexcept;
 void ResetRequests() noexcept;
 

@@ -20,13 +20,29 @@ namespace {
 // The first calls come before any constructor has run.
 constinit std::atomic<std::int64_t> liveBlocks = 0;
 constinit std::atomic<std::uint64_t> largestRequest = 0, totalRequested = 0;
+constinit std::atomic<std::int64_t> liveBytes = 0, peakBytes = 0, bytesAtReset = 0;
+
+template <class T>
+void RaiseTo(std::atomic<T>& most, T value) noexcept {
+    T known = most.load(std::memory_order_relaxed);
+    while (value > known && !most.compare_exchange_weak(known, value)) {}
+}
+
+std::int64_t SizeOf(void* block) noexcept { return static_cast<std::int64_t>(malloc_usable_size(block)); }
 
 void* Counted(void* block, std::size_t size) noexcept {
-    if (block != nullptr) liveBlocks.fetch_add(1, std::memory_order_relaxed);
     totalRequested.fetch_add(size, std::memory_order_relaxed);
-    std::uint64_t largest = largestRequest.load(std::memory_order_relaxed);
-    while (size > largest && !largestRequest.compare_exchange_weak(largest, size)) {}
+    RaiseTo(largestRequest, std::uint64_t{size});
+    if (block == nullptr) return nullptr;
+    liveBlocks.fetch_add(1, std::memory_order_relaxed);
+    const std::int64_t bytes = SizeOf(block);
+    RaiseTo(peakBytes, liveBytes.fetch_add(bytes, std::memory_order_relaxed) + bytes);
     return block;
+}
+
+void CountFreed(std::int64_t bytes) noexcept {
+    liveBlocks.fetch_sub(1, std::memory_order_relaxed);
+    liveBytes.fetch_sub(bytes, std::memory_order_relaxed);
 }
 
 }  // namespace
@@ -36,9 +52,10 @@ extern "C" {
 void* malloc(std::size_t size) noexcept { return Counted(__libc_malloc(size), size); }
 void* calloc(std::size_t count, std::size_t size) noexcept { return Counted(__libc_calloc(count, size), count * size); }
 void* realloc(void* block, std::size_t size) noexcept {
+    const std::int64_t before = SizeOf(block);
     void* moved = Counted(__libc_realloc(block, size), size);
     const bool releases = block != nullptr && (moved != nullptr || size == 0);
-    if (releases) liveBlocks.fetch_sub(1, std::memory_order_relaxed);
+    if (releases) CountFreed(before);
     return moved;
 }
 void* memalign(std::size_t alignment, std::size_t size) noexcept {
@@ -52,7 +69,7 @@ int posix_memalign(void** block, std::size_t alignment, std::size_t size) noexce
     return 0;
 }
 void free(void* block) noexcept {
-    if (block != nullptr) liveBlocks.fetch_sub(1, std::memory_order_relaxed);
+    if (block != nullptr) CountFreed(SizeOf(block));
     __libc_free(block);
 }
 }
@@ -60,10 +77,14 @@ void free(void* block) noexcept {
 namespace faults {
 
 std::int64_t LiveBlocks() { return liveBlocks.load(std::memory_order_relaxed); }
-Requests RequestsSinceReset() noexcept { return {largestRequest.load(), totalRequested.load()}; }
+Requests RequestsSinceReset() noexcept {
+    return {largestRequest.load(), totalRequested.load(), peakBytes - bytesAtReset, liveBytes - bytesAtReset};
+}
 void ResetRequests() noexcept {
     largestRequest = 0;
     totalRequested = 0;
+    bytesAtReset = liveBytes.load();
+    peakBytes = bytesAtReset.load();
 }
 
 void* AllocateAligned(std::size_t size, std::size_t alignment) noexcept { return memalign(alignment, size); }

@@ -28,7 +28,7 @@ void OnFreed(const volatile void*) { liveBlocks.fetch_sub(1, std::memory_order_r
 namespace faults {
 
 std::int64_t LiveBlocks() { return liveBlocks.load(std::memory_order_relaxed); }
-Requests RequestsSinceReset() noexcept { return {largestRequest.load(), totalRequested.load()}; }
+Requests RequestsSinceReset() noexcept { return {largestRequest.load(), totalRequested.load(), 0, 0}; }
 void ResetRequests() noexcept {
     largestRequest = 0;
     totalRequested = 0;

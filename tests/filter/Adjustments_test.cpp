@@ -247,6 +247,31 @@ TEST(QuantizeColors, LeavesAtMostThatManyColorsAndTellsThem) {
         }
 }
 
+template <class Quantizer>
+void ExpectPaletteOf(zbm::QuantMethod method) {
+    ZBasicMemBitmap bitmap = FormulaBitmap(kWidth, kHeight, shr::BGRA_32, 16, 8), copy = bitmap;
+    Quantizer quantizer;
+    quantizer.SetDesiredColors(9);
+    ASSERT_TRUE(copy.FilterScanLines(quantizer, nullptr));
+    std::vector<RGBQUAD> palette(20);
+    ASSERT_TRUE(bitmap.QuantizeColors(method, 9, palette, nullptr));
+    EXPECT_TRUE(AreEqual(bitmap, copy));
+    const zpixf::ZPixFormat& expected = quantizer.GetOutputFormat();
+    ASSERT_EQ(palette.size(), expected.GetNumColors());
+    for (std::size_t i = 0; i < palette.size(); ++i) {
+        EXPECT_EQ(palette[i].rgbBlue, expected.GetColors()[i].rgbBlue) << i;
+        EXPECT_EQ(palette[i].rgbGreen, expected.GetColors()[i].rgbGreen) << i;
+        EXPECT_EQ(palette[i].rgbRed, expected.GetColors()[i].rgbRed) << i;
+        EXPECT_EQ(palette[i].rgbReserved, 0) << i;
+    }
+}
+
+TEST(QuantizeColors, RunsTheQuantizerOfTheMethodAndTellsItsPaletteInOrder) {
+    ExpectPaletteOf<zpixf::ZPixfQuantizeMedian5>(zbm::QuantMedian5);
+    ExpectPaletteOf<zpixf::ZPixfQuantizeMedian8>(zbm::QuantMedian8);
+    ExpectPaletteOf<zpixf::ZPixfQuantizePopularity>(zbm::QuantPopularity);
+}
+
 TEST(QuantizeColors, RefusesUnknownMethodsAfterItsTaskBegan) {
     for (const int method : {0, 4, 9, -1}) {
         TestProgress progress;

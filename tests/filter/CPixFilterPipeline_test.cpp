@@ -156,6 +156,30 @@ TEST_F(Pipeline, ADefaultStageIsEmptyAndCopiesAreByValue) {
     EXPECT_TRUE(copy.maskSupplied);
 }
 
+/// Whether each lies behind the one before, and none before the object itself.
+testing::AssertionResult StandInOrder(const void* object, std::initializer_list<const void*> fields) {
+    const void* last = nullptr;
+    for (const void* field : fields) {
+        if (last == nullptr && field != object) return testing::AssertionFailure() << "the first is not at the start";
+        if (last != nullptr && !std::less<>()(last, field)) return testing::AssertionFailure() << "they do not";
+        last = field;
+    }
+    return testing::AssertionSuccess();
+}
+
+TEST_F(Pipeline, FieldsStandInTheirOrder) {
+    const CPixFilterContext stage;
+    EXPECT_TRUE(StandInOrder(
+        &stage, {&stage.filter, &stage.inputWidth, &stage.outputWidth, &stage.scanLineFunction, &stage.bitmap,
+                 &stage.usesInputAlpha, &stage.changesAlpha, &stage.maskRow, &stage.maskSupplied}));
+    EXPECT_TRUE(StandInOrder(
+        &pipeline, {&pipeline.cookies, &pipeline.stages, &pipeline.numStages, &pipeline.alphaStage,
+                    &pipeline.collectAlphaChanges, &pipeline.changedAlpha, &pipeline.progress, &pipeline.cancelled,
+                    &pipeline.progressFirstLine, &pipeline.progressLastLine, &pipeline.reportingStart}));
+    EXPECT_EQ(std::size(pipeline.stages), 16u);
+    EXPECT_EQ(std::size(pipeline.cookies), 16u);
+}
+
 // --- adding
 
 TEST_F(Pipeline, IsNeitherCopiedNorMoved) {

@@ -183,6 +183,19 @@ TEST(CreateInFormat, AnIndexedFormatGetsColorsOfItsOwnAndKeepsTransparency) {
     }
 }
 
+TEST(CreateInFormat, TheMaskAndNotTheAlphaOfItsColorsTellsWhatIsOpaqueInAnIndexedPicture) {
+    for (const ColorFormat from : {shr::INDEXED_1, shr::INDEXED_4, shr::INDEXED_8})
+        for (const bool opaque : {true, false}) {
+            ZBasicMemBitmap source = FormulaBitmap(37, 23, from, 13, 9), result(1, 1, shr::BGRA_32);
+            for (int y = 0; y < 23; ++y)
+                for (int x = 0; x < 37; ++x) testkit::SetMask(source, x, y, opaque);
+            ASSERT_TRUE(result.Create(shr::BGRA_32, source, nullptr));
+            for (int y = 0; y < 23; ++y)
+                for (int x = 0; x < 37; ++x)
+                    ASSERT_EQ(testkit::GetPixel(result, x, y) >> 24, opaque ? 255u : 0u) << x << ", " << y;
+        }
+}
+
 TEST(CreateInFormat, GivesTilesOf512) {
     ZBasicMemBitmap source = FormulaBitmap(37, 23, shr::BGR_24, 13, 9), result(1, 1, shr::BGRA_32);
     ASSERT_TRUE(result.Create(shr::BGRA_32, source, nullptr));
@@ -235,6 +248,18 @@ TEST(CreateResized, ChecksItsArgumentsInOrderBeforeAnythingChanges) {
             << bad.line;
     EXPECT_TRUE(RaisesInternalError([&] { Resize(bitmap, 5, 5, bitmap, {-1, 0, 0, 0}); }, kSourceFile, 477));
     EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
+}
+
+TEST(CreateResized, RunsInATaskOfTheSameTextAsTheOtherCreations) {
+    ZBasicMemBitmap source = FormulaBitmap(37, 23, shr::BGR_24, 13, 9), bitmap(1, 1, shr::BGRA_32);
+    TestProgress resized, converted;
+    ASSERT_TRUE(bitmap.Create(5, 150, source, kWhole, zbm::ResizePlain, &resized));
+    EXPECT_EQ(resized.TaskTexts(), kOneTask);
+    EXPECT_EQ(resized.fractions, (std::vector<double>{0, 100 / 150.0, 1}));
+    ASSERT_TRUE(bitmap.Create(shr::BGRA_32, source, &converted));
+    EXPECT_EQ(converted.TaskTexts(), kOneTask);
+    EXPECT_EQ(converted.fractions, (std::vector<double>{0, 1}));
+    EXPECT_EQ(resized.openTasks + converted.openTasks, 0);
 }
 
 TEST(CreateResized, RefusesAnUnknownMethodAndIsThenEmpty) {

@@ -4,12 +4,15 @@
 #include <map>
 
 #include "core/OpenBitmaps.h"
+#include "filter/FlatPicture.h"
 #include "filter/StubFilters.h"
 #include "support_code/ExpectError.h"
 #include "support_code/FormulaPicture.h"
 #include "support_code/TestProgress.h"
 #include "zbm/CPixFilterPipeline.h"
+#include "zbm/ZMemBitmap.h"
 #include "zbm/ZPixelRect.h"
+#include "zpixf/ZPixfConvolution.h"
 
 namespace {
 
@@ -106,6 +109,72 @@ TEST_P(InPlace, EachLineIsConvertedFilteredAndConvertedBack) {
     auto colors = AsBgra(OpaqueFormulaBitmap(33, 20, GetParam(), 16, 8));
     testkit::Invert(0, colors.data(), 33 * 20);
     EXPECT_EQ(AsBgra(bitmap), colors);
+}
+
+// --- lines that a filter pulls again after they were overwritten
+
+/// What TwoLines makes of a picture in place, line by line, if the line that it pulls second is `second(flat, line)` of
+/// the picture as it is by then.
+template <class Second>
+testkit::FlatPicture WithSecondLines(const testkit::FlatPicture& bgra, Second second) {
+    testkit::FlatPicture now = bgra;
+    for (int y = 0; y < bgra.height; ++y) {
+        const std::uint8_t* other = second(bgra, now, y);
+        for (int i = 0; i < bgra.RowBytes(); ++i)
+            if (i % 4 != 3) now.Row(y)[i] = static_cast<std::uint8_t>(bgra.Row(y)[i] ^ other[i]);
+    }
+    return now;
+}
+
+constexpr int kRowsOfTile = 8;
+
+/// Filters of the types that the library's own have promise nothing by that.
+template <class Bitmap, class Second>
+void ExpectSecondLines(testkit::TwoLines::OtherLine otherLine, Second second) {
+    for (const ZPixfType type : {ZPixfType::Brightness, ZPixfType::Convolution3, ZPixfType::Null, ZPixfType::Median,
+                                 ZPixfType::ResizeBicubic, ZPixfType::QuantizeMedian5, ZPixfType::KeepsAlpha})
+        for (const ColorFormat format : {shr::BGRA_32, shr::BGR_24, shr::BGRX_32}) {
+            Bitmap bitmap(33, 20, format, 16, kRowsOfTile);
+            testkit::FillByFormula(bitmap);
+            const auto before = testkit::Flattened(bitmap);
+            testkit::TwoLines filter(type, otherLine);
+            ASSERT_TRUE(bitmap.FilterScanLines(filter, nullptr));
+            testkit::FlatPicture expected =
+                FromBgra(WithSecondLines(AsBgra(before, testkit::Mask::isLeftOut), second), before);
+            expected.opaque = before.opaque;
+            ASSERT_TRUE(testkit::Holds(bitmap, expected)) << testkit::FormatName(format) << ", type " << int(type);
+        }
+}
+
+template <class Bitmap>
+class OverwrittenLines : public testing::Test {};
+using BitmapClasses = testing::Types<ZBasicMemBitmap, zbm::ZMemBitmap, OpenBasicMemBitmap>;
+TYPED_TEST_SUITE(OverwrittenLines, BitmapClasses);
+
+TYPED_TEST(OverwrittenLines, AreTheOldOnesWithinTheRowOfTiles) {
+    ExpectSecondLines<TypeParam>(
+        [](unsigned line) { return line - line % kRowsOfTile; },
+        [](const auto& before, const auto&, int y) { return before.Row(y - y % kRowsOfTile); });
+}
+
+TYPED_TEST(OverwrittenLines, OfAnEarlierRowOfTilesAreReadAnew) {
+    ExpectSecondLines<TypeParam>(
+        [](unsigned) { return 0u; },
+        [](const auto& before, const auto& now, int y) { return (y < kRowsOfTile ? before : now).Row(0); });
+}
+
+TYPED_TEST(OverwrittenLines, AreReadForThePaletteBeforeAnyIsOverwritten) {
+    TypeParam bitmap(33, 20, shr::INDEXED_8, 16, kRowsOfTile);
+    testkit::FillByFormula(bitmap);
+    const auto before = testkit::Flattened(bitmap);
+    testkit::TwoLines filter(ZPixfType::Brightness, [](unsigned line) { return line - line % kRowsOfTile; });
+    ASSERT_TRUE(bitmap.FilterScanLines(filter, nullptr));
+    const auto withOld =
+        WithSecondLines(AsBgra(before, testkit::Mask::isLeftOut),
+                        [](const auto& old, const auto&, int y) { return old.Row(y - y % kRowsOfTile); });
+    testkit::FlatPicture expected = FromBgra(withOld, before);
+    expected.opaque = before.opaque;
+    EXPECT_TRUE(testkit::Holds(bitmap, expected));
 }
 
 TEST(MemBitmapFilter, GivesTheFilterTheWholePictureAsTrueColor) {
@@ -237,6 +306,128 @@ TEST(MemBitmapFilter, CommitsEveryTileOfTheRowForEveryLine) {
     EXPECT_EQ(bitmap.calls, expected);
 }
 
+/// The calls of a bitmap of two columns of tiles, two lines high each: "r0" when its row 0 is read, "w3" when line 3 is
+/// written.
+std::vector<std::string> CallsFor(std::initializer_list<std::string> steps) {
+    std::vector<std::string> calls;
+    for (const std::string& step : steps) {
+        const int number = step[1] - '0';
+        const bool writes = step[0] == 'w';
+        for (const char* col : {",0", ",1"}) {
+            const std::string place = std::to_string(writes ? number / 2 : number) + col;
+            calls.push_back("Lock " + place);
+            if (writes) calls.push_back("Commit " + place);
+            calls.push_back("Unlock " + place);
+        }
+    }
+    return calls;
+}
+
+TEST(MemBitmapFilter, ADerivedBitmapSeesARowOfTilesReadWhenTheFilterReachesIt) {
+    OpenBasicMemBitmap bitmap(5, 6, shr::BGR_24, 3, 2);
+    bitmap.calls.clear();
+    ASSERT_TRUE(bitmap.ChangeBrightness(0.5, nullptr));
+    EXPECT_EQ(bitmap.calls, CallsFor({"r0", "w0", "w1", "r1", "w2", "w3", "r2", "w4", "w5"}));
+    bitmap.calls.clear();
+    ASSERT_TRUE(bitmap.Sharpen(0.5, nullptr));
+    EXPECT_EQ(bitmap.calls, CallsFor({"r0", "w0", "r1", "w1", "w2", "r2", "w3", "w4", "w5"}));
+    bitmap.calls.clear();
+    ASSERT_TRUE(bitmap.Convolute5x5(zpixf::ZPixf5x5Mode::blur, nullptr));
+    EXPECT_EQ(bitmap.calls, CallsFor({"r0", "r1", "w0", "w1", "r2", "w2", "w3", "w4", "w5"}));
+}
+
+TEST(MemBitmapFilter, ADerivedIndexedBitmapSeesItsTilesReadForThePaletteFirst) {
+    OpenBasicMemBitmap bitmap(5, 4, shr::INDEXED_8, 3, 2);
+    bitmap.calls.clear();
+    ASSERT_TRUE(bitmap.ChangeBrightness(0.5, nullptr));
+    auto expected = CallsFor({"r0", "r1", "r0", "w0", "w1", "r1", "w2", "w3"});
+    expected.push_back("FillColorTable " + std::to_string(bitmap.GetNumColorTableItems()));
+    EXPECT_EQ(bitmap.calls, expected);
+}
+
+TEST(MemBitmapFilter, ASourceOfAnotherClassSeesTheTilesOfTheRowsThatAreNeededReadOnce) {
+    OpenBasicMemBitmap derived(5, 8, shr::BGR_24, 3, 2);
+    testkit::OpenBitmap other(5, 8, shr::BGR_24, 3, 2);
+    ZBasicMemBitmap result(1, 1, shr::BGRA_32);
+    derived.calls.clear();
+    other.calls.clear();
+    for (zbm::ZBitmap* source : {static_cast<zbm::ZBitmap*>(&derived), static_cast<zbm::ZBitmap*>(&other)})
+        ASSERT_TRUE(result.Create(2, 3, *source, {3, 3, 5, 7}, zbm::ResizeBicubic0, nullptr));
+    EXPECT_EQ(derived.calls, CallsFor({"r1", "r2", "r3"}));
+    EXPECT_EQ(other.calls, derived.calls);
+}
+
+TEST(MemBitmapFilter, ADerivedResultSeesItsTilesWrittenLineByLineWhateverTheSource) {
+    ZBasicMemBitmap source(5, 3, shr::BGR_24, 3, 2);
+    OpenBasicMemBitmap result(1, 1, shr::BGRA_32);
+    result.calls.clear();
+    ASSERT_TRUE(result.Create(shr::GRAYSCALE_8, source, nullptr));
+    std::vector<std::string> expected;
+    for (int line = 0; line < 3; ++line)
+        for (const char* call : {"Lock 0,0", "Commit 0,0", "Unlock 0,0"}) expected.emplace_back(call);
+    expected.push_back("SetXResolution " + std::to_string(source.GetXResolution()));
+    expected.push_back("SetYResolution " + std::to_string(source.GetYResolution()));
+    EXPECT_EQ(result.calls, expected);
+    result.calls.clear();
+    ASSERT_TRUE(result.Create(7, 3, source, {0, 0, 5, 3}, zbm::ResizePlain, nullptr));
+    EXPECT_EQ(result.calls, expected);
+}
+
+/// A filter that pulls nothing, since the function of its stage looks around.
+bool LookAtRowCopies(void* context, unsigned, void*) {
+    auto& stage = *static_cast<zbm::CPixFilterContext*>(context);
+    auto& self = static_cast<OpenBasicMemBitmap&>(*stage.bitmap);
+    std::vector<unsigned char> line(64);
+    for (const auto& [y, height] : {std::pair{0, 4}, std::pair{5, 4}, std::pair{8, 2}, std::pair{3, 4}}) {
+        self.GetInputBitmapScanLine(&stage, line.data(), y);
+        const ZBasicMemBitmap& copy = *self.inputRowCopy;
+        EXPECT_EQ(copy.GetPixelWidth(), 11);
+        EXPECT_EQ(copy.GetPixelHeight(), height);
+        EXPECT_EQ(copy.GetColorFormat(), self.inputBitmap->GetColorFormat());
+        EXPECT_EQ(copy.GetScanRectWidth(), 3);
+        EXPECT_EQ(copy.GetScanRectHeight(), 4);
+        EXPECT_EQ(self.currentInputRow, y / 4);
+    }
+    return true;
+}
+
+TEST(MemBitmapFilter, TheCopyOfARowOfTilesHasTheShapeOfTheRow) {
+    for (const ColorFormat format : {shr::BGR_24, shr::BGRA_32, shr::INDEXED_4}) {
+        OpenBasicMemBitmap source(11, 10, format, 3, 4), result(2, 1, shr::BGR_24);
+        LineFilter filter(ZPixfType::Brightness);
+        filter.SetInputFormat(zpixf::ZPixFormat(2, 10));
+        filter.SetOutputFormat(zpixf::ZPixFormat(2, 1));
+        result.inputRect = {4, 0, 6, 10};
+        const zbm::CPixFilterContext stage(&filter, &LookAtRowCopies, &result);
+        ASSERT_TRUE(result.FilterScanLines(&stage, &source, nullptr));
+        EXPECT_EQ(result.inputRowCopy, nullptr);
+    }
+}
+
+TEST(MemBitmapFilter, LinesAreAsLongAsRowsAndStayForTheNextFiltering) {
+    OpenBasicMemBitmap bitmap(33, 3, shr::BGR_24, 16, 8);
+    const auto expectLines = [&] {
+        ASSERT_TRUE(bitmap.ChangeContrast(0.5, nullptr));
+        EXPECT_EQ(bitmap.inputLine.size(), 100u);
+        EXPECT_EQ(bitmap.outputLine.size(), 100u);
+        EXPECT_EQ(bitmap.outputLine32.size(), 132u);
+    };
+    expectLines();
+    bitmap.Create(5, 3, shr::GRAYSCALE_8, 16, 8);
+    expectLines();
+}
+
+TEST(MemBitmapFilter, ATileThatIsNotThereIsAnInternalErrorInInputAndResult) {
+    ZBasicMemBitmap taker(1, 1, shr::BGR_24), hollow(1, 1, shr::BGR_24), result(1, 1, shr::BGRA_32);
+    taker.ChangeFrom(hollow);
+    EXPECT_TRUE(RaisesInternalError([&] { hollow.ChangeBrightness(0.5, nullptr); }, kSourceFile));
+    EXPECT_TRUE(RaisesInternalError([&] { hollow.MedianFilter(3, nullptr); }, kSourceFile));
+    EXPECT_TRUE(RaisesInternalError([&] { result.Create(shr::GRAYSCALE_8, hollow, nullptr); }, kSourceFile));
+    EXPECT_EQ(result.GetNumScanRectRows(), 0);
+    EXPECT_TRUE(RaisesInternalError([&] { result.Create(hollow, nullptr); }, kSourceFile));
+    EXPECT_TRUE(hollow.Create(shr::GRAYSCALE_8, taker, nullptr));
+}
+
 int CountOf(const std::vector<std::string>& calls, const std::string& call) {
     return static_cast<int>(std::count(calls.begin(), calls.end(), call));
 }
@@ -315,6 +506,75 @@ TEST(MemBitmapFilter, AFilterThatFailsLeavesTheLinesWrittenUntilThen) {
             const std::uint32_t pixel = testkit::FormulaPixel(shr::BGR_24, x, y);
             ASSERT_EQ(testkit::GetPixel(bitmap, x, y), y < 9 ? 0xFFFFFF - pixel : pixel) << x << ", " << y;
         }
+}
+
+template <class Bitmap>
+void ExpectWrittenLinesStay(ColorFormat format) {
+    Bitmap bitmap(5, 250, format, 3, 16);
+    for (const int report : {2, 3}) {
+        testkit::FillByFormula(bitmap);
+        const auto before = AsBgra(bitmap);
+        TestProgress progress(report);
+        EXPECT_THROW(bitmap.ChangeBrightness(1.0, &progress), shr::AbortException);
+        const auto after = AsBgra(bitmap);
+        const std::size_t lineBytes = 4 * 5, written = 100 * static_cast<std::size_t>(report - 1) + 1;
+        for (std::size_t i = 0; i < after.size(); ++i)
+            ASSERT_EQ(after[i], i < written * lineBytes && i % 4 != 3 ? 255 : before[i]) << "byte " << i;
+    }
+    ASSERT_TRUE(bitmap.ChangeBrightness(-1.0, nullptr));
+    for (int y = 0; y < 250; ++y) ASSERT_EQ(testkit::GetPixel(bitmap, 4, y) & 0xFFFFFF, 0u) << y;
+}
+
+TEST(MemBitmapFilter, WhatIsCancelledLeavesTheLinesWrittenUntilThen) {
+    for (const ColorFormat format : {shr::BGRA_32, shr::BGR_24, shr::GRAYSCALE_8}) {
+        ExpectWrittenLinesStay<ZBasicMemBitmap>(format);
+        ExpectWrittenLinesStay<zbm::ZMemBitmap>(format);
+        ExpectWrittenLinesStay<OpenBasicMemBitmap>(format);
+    }
+}
+
+// --- stages that are cancelled while they start
+
+/// Cancels the pipeline that pulls a line from it: that of the stage, which is the pipeline's first.
+bool CancelPipeline(void* stage, unsigned, void*) {
+    const zbm::CPixFilterPipeline any;
+    const auto distance = reinterpret_cast<const char*>(&any.stages[0]) - reinterpret_cast<const char*>(&any);
+    reinterpret_cast<zbm::CPixFilterPipeline*>(static_cast<char*>(stage) - distance)->cancelled = true;
+    return true;
+}
+
+/// Pulls a line while it starts.
+class PullingAtStart : public LineFilter {
+public:
+    using LineFilter::LineFilter;
+
+protected:
+    bool OnStart() override {
+        std::vector<unsigned char> line(std::size_t{4} * inputFormat.GetWidth());
+        return PullLine(0, line.data());
+    }
+};
+
+TEST(MemBitmapFilter, AStartThatIsCancelledGivesFalseAndLeavesTheBitmapAsItWas) {
+    for (const ColorFormat format : {shr::BGR_24, shr::INDEXED_8}) {
+        OpenBasicMemBitmap bitmap(33, 20, format, 16, 8);
+        testkit::FillByFormula(bitmap);
+        // The first is cancelled in its own start; of the other's, that of the quantiser after it is.
+        PullingAtStart pulling(ZPixfType::Brightness, &testkit::Invert);
+        LineFilter waiting(ZPixfType::Brightness, &testkit::Invert);
+        for (LineFilter* filter : {static_cast<LineFilter*>(&pulling), &waiting}) {
+            if (filter == &waiting && format != shr::INDEXED_8) continue;
+            filter->SetInputFormat(zpixf::ZPixFormat(33, 20));
+            filter->SetOutputFormat(zpixf::ZPixFormat(33, 20));
+            bitmap.inputRect = {0, 0, 33, 20};
+            const zbm::CPixFilterContext stage(filter, &CancelPipeline, &bitmap);
+            TestProgress progress;
+            EXPECT_FALSE(bitmap.FilterScanLines(&stage, &bitmap, &progress));
+            EXPECT_EQ(bitmap.inputRowCopy, nullptr);
+            EXPECT_FALSE(filter->IsStarted());
+            EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
+        }
+    }
 }
 
 TEST(MemBitmapFilter, CancellingPassesOnFromEveryReportAndTheBitmapIsUsable) {

@@ -116,24 +116,39 @@ TEST(Reductions, OfAChangedColorTableAreStaleButStillGiven) {
     EXPECT_EQ(bitmap.GetPtrToPOTReduction(1), level);
 }
 
-TEST(Reductions, AreStaleAfterEveryCreation) {
+/// Committed tiles do not drop its reductions; so what marks them stale is the creation.
+struct KeepingMemBitmap : OpenMemBitmap {
+    using OpenMemBitmap::OpenMemBitmap;
+    void CommitScanRect(int, int) override {}
+};
+
+template <class Bitmap, class Create>
+bool IsStaleAfter(Create create) {
     ZBasicMemBitmap source = testkit::FormulaBitmap(90, 90, shr::BGR_24, 64, 64);
-    const auto isStaleAfter = [&](auto create) {
-        OpenMemBitmap bitmap(100, 100, shr::BGRA_32);
-        EXPECT_TRUE(bitmap.CommitAll(nullptr));
-        create(bitmap);
-        return bitmap.needsRebuild;
-    };
-    EXPECT_TRUE(isStaleAfter([&](auto& bitmap) { EXPECT_TRUE(bitmap.Create(source, nullptr)); }));
-    EXPECT_TRUE(isStaleAfter([&](auto& bitmap) { EXPECT_TRUE(bitmap.Create(shr::BGRA_32, source, nullptr)); }));
-    EXPECT_TRUE(isStaleAfter([&](auto& bitmap) {
+    Bitmap bitmap(100, 100, shr::BGRA_32);
+    EXPECT_TRUE(bitmap.CommitAll(nullptr));
+    create(bitmap, source);
+    return bitmap.needsRebuild;
+}
+
+template <class Bitmap>
+void ExpectStaleAfterEveryCreation() {
+    EXPECT_TRUE(IsStaleAfter<Bitmap>([](auto& bitmap, auto& source) { EXPECT_TRUE(bitmap.Create(source, nullptr)); }));
+    EXPECT_TRUE(IsStaleAfter<Bitmap>(
+        [](auto& bitmap, auto& source) { EXPECT_TRUE(bitmap.Create(shr::BGRA_32, source, nullptr)); }));
+    EXPECT_TRUE(IsStaleAfter<Bitmap>([](auto& bitmap, auto& source) {
         EXPECT_TRUE(bitmap.Create(30, 40, source, {0, 0, 90, 90}, zbm::ResizePlain, nullptr));
     }));
     // What fails leaves them stale, too.
-    EXPECT_TRUE(isStaleAfter([&](auto& bitmap) {
+    EXPECT_TRUE(IsStaleAfter<Bitmap>([](auto& bitmap, auto& source) {
         TestProgress progress(1);
         EXPECT_THROW(bitmap.Create(shr::BGRA_32, source, &progress), shr::AbortException);
     }));
+}
+
+TEST(Reductions, AreStaleAfterEveryCreation) {
+    ExpectStaleAfterEveryCreation<OpenMemBitmap>();
+    ExpectStaleAfterEveryCreation<KeepingMemBitmap>();
 }
 
 TEST(Reductions, ACreationThatGivesFalseDoesNotMarkThem) {
@@ -144,6 +159,10 @@ TEST(Reductions, ACreationThatGivesFalseDoesNotMarkThem) {
     TestProgress progress(1);
     EXPECT_FALSE(bitmap.Create(source, &progress));
     EXPECT_TRUE(bitmap.reductions.empty());
+    EXPECT_FALSE(IsStaleAfter<KeepingMemBitmap>([](auto& keeping, auto& from) {
+        TestProgress first(1);
+        EXPECT_FALSE(keeping.Create(from, &first));
+    }));
 }
 
 TEST(Reductions, CanBeWhatTheBitmapIsCreatedFrom) {

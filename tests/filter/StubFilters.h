@@ -69,4 +69,29 @@ private:
     std::vector<std::vector<unsigned char>> pulled;
 };
 
+/// The exclusive or of each line with another of the input, which it pulls after its own; alpha is its own.
+class TwoLines : public zpixf::ZPixFilterBase {
+public:
+    using OtherLine = std::function<unsigned(unsigned line)>;
+
+    TwoLines(zpixf::ZPixfType newType, OtherLine newOther) : type(newType), otherLine(std::move(newOther)) {}
+    zpixf::ZPixfType FilterType() const override { return type; }
+    bool FilterScanline(unsigned line, void* buffer) override {
+        if (!IsReadyFor(line)) return false;
+        std::vector<unsigned char> other(std::size_t{4} * inputFormat.GetWidth());
+        if (!PullLine(line, buffer) || !PullLine(otherLine(line), other.data())) return false;
+        auto* pixels = static_cast<unsigned char*>(buffer);
+        for (std::size_t i = 0; i < other.size(); ++i)
+            if (i % 4 != 3) pixels[i] = static_cast<unsigned char>(pixels[i] ^ other[i]);
+        return true;
+    }
+
+protected:
+    bool OnStart() override { return true; }
+
+private:
+    zpixf::ZPixfType type;
+    OtherLine otherLine;
+};
+
 }  // namespace testkit
