@@ -11,9 +11,9 @@ namespace {
 
 constexpr char kUsage[] =
     "contest [--filter REGEX] [--rounds N] [--json FILE] [--picture photo|shot]\n"
-    "Sets conversion and quantisation beside other libraries, all on one thread and in turns. The filter is searched\n"
-    "for in names such as \"premultiply 4096\" and \"quantise 256\". The environment variable ZBM_PICTURES names the\n"
-    "folder of the pictures, 4096 x 4096 pixels of bytes B, G, R, A, top row first.\n";
+    "Sets conversion, quantisation and filters beside other libraries, all on one thread and in turns. The filter is\n"
+    "searched for in names such as \"premultiply 4096\", \"quantise 256\" and \"filter half 4096\". The environment\n"
+    "variable ZBM_PICTURES names the folder of the pictures, 4096 x 4096 pixels of bytes B, G, R, A, top row first.\n";
 
 struct Options {
     std::string filter = ".", jsonFile, picture = "photo";
@@ -56,7 +56,8 @@ int main(int argc, char** argv) try {
                 setting.picture.description.c_str(), setting.pillow.Greeting().c_str(), options.rounds);
     const bool converts = contest::HoldConvertContest(setting);
     const bool quantizes = contest::HoldQuantizeContest(setting);
-    return converts && quantizes ? 0 : 1;
+    const bool filters = contest::HoldFilterContest(setting);
+    return converts && quantizes && filters ? 0 : 1;
 } catch (const std::exception& error) {
     std::fprintf(stderr, "contest: %s\n", error.what());
     return 1;

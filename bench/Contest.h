@@ -1,6 +1,6 @@
 #pragma once
-// The contest sets conversion and quantisation beside libyuv, OpenCV, babl, Pillow and libimagequant. Contest.cpp is
-// the program; the other files are its two parts and what they share.
+// The contest sets conversion, quantisation and filters beside libyuv, OpenCV, libvips, babl, Pillow and libimagequant.
+// Contest.cpp is the program; the other files are its three parts and what they share.
 #include <regex>
 #include <string>
 
@@ -25,5 +25,7 @@ struct Setting {
 bool HoldConvertContest(Setting& setting);
 /// Quantisers, ditherers and the mapping to a fixed table. Their jobs take long: a fifth of the rounds.
 bool HoldQuantizeContest(Setting& setting);
+/// Filters; false if one of ours does not give what plain loops give, or a pyramid of halvings drifts.
+bool HoldFilterContest(Setting& setting);
 
 }  // namespace contest

@@ -7,12 +7,14 @@ Reads requests from standard input, a line each, and answers on standard output:
     prepare JOB                     "ready": Pillow's own picture of the source is made, untimed
     run JOB TIMES                   the seconds that so many runs took
     result JOB                      the number of bytes, then the pixels of the last run in the form the contest compares
+
+A JOB is a name of JOBS, with its arguments behind colons.
 """
 import sys
 import time
 
 try:
-    from PIL import Image, __version__
+    from PIL import Image, ImageEnhance, ImageFilter, __version__
 except ImportError as error:
     print("failed:", error, flush=True)
     sys.exit(1)
@@ -31,6 +33,10 @@ class Source:
 
     def picture(self, mode, raw=None):
         return Image.frombytes(mode, self.size, self.pixels, "raw", raw or mode)
+
+    def four_channels(self):
+        """The bytes B, G, R, A as they are: the colours of "RGBA" would be multiplied with alpha when resized."""
+        return self.picture("CMYK")
 
     def indexed(self):
         picture = self.picture("P")
@@ -91,6 +97,49 @@ def prepared(make, run):
     return prepare
 
 
+def numbers(text):
+    return [float(number) for number in text.split(",")]
+
+
+def point(source, levels):
+    picture, table = source.four_channels(), [int(level) for level in numbers(levels)] * 3 + list(range(256))
+    return lambda: picture.point(table)
+
+
+def color(source, amount):
+    picture, amount = source.picture("RGBA", "BGRA"), float(amount)
+    return lambda: ImageEnhance.Color(picture).enhance(amount)
+
+
+def convolve(source, factors):
+    factors = numbers(factors)
+    side = 3 if len(factors) == 9 else 5
+    # Pillow takes the rows of a kernel from the bottom up.
+    rows = [factors[i:i + side] for i in range(0, len(factors), side)]
+    kernel = ImageFilter.Kernel((side, side), sum(reversed(rows), []), 1)
+    picture = source.four_channels()
+    return lambda: picture.filter(kernel)
+
+
+def median(source, span):
+    picture, chosen = source.four_channels(), ImageFilter.MedianFilter(int(span))
+    return lambda: picture.filter(chosen)
+
+
+def reduce(source, times):
+    picture, times = source.four_channels(), int(times)
+    return lambda: picture.reduce(times)
+
+
+def resize(source, side, method):
+    picture, size, method = source.four_channels(), (int(side), int(side)), Image.Resampling[method]
+    return lambda: picture.resize(size, method)
+
+
+def halve(source, method):
+    return resize(source, source.size[0] // 2, method)
+
+
 def itself(result):
     return result
 
@@ -120,7 +169,23 @@ JOBS = {
     "palette": (to_palette(NO_DITHER), bgra),
     "palette_diffuse": (to_palette(DIFFUSION), bgra),
     "web_diffuse": (prepared(Source.opaque, lambda p: p.convert("P", dither=DIFFUSION)), bgra),
+    "point": (point, raw_bytes("CMYK")),
+    "color": (color, raw_bytes("BGRA")),
+    "convolve": (convolve, raw_bytes("CMYK")),
+    "median": (median, raw_bytes("CMYK")),
+    "reduce": (reduce, raw_bytes("CMYK")),
+    "resize": (resize, raw_bytes("CMYK")),
+    "halve": (halve, raw_bytes("CMYK")),
 }
+
+
+def make_run(source, job):
+    name, *arguments = job.split(":")
+    return JOBS[name][0](source, *arguments)
+
+
+def compared_pixels(job, result):
+    return JOBS[job.split(":")[0]][1](result)
 
 
 def timed(run, times):
@@ -142,14 +207,14 @@ def serve(requests, answers):
             side, count, table_count = map(int, words)
             source, runs, results = Source(side, requests.read(count), requests.read(table_count)), {}, {}
         elif verb == "prepare":
-            runs[words[0]] = JOBS[words[0]][0](source)
+            runs[words[0]] = make_run(source, words[0])
             answer("ready")
         elif verb == "run":
             results.pop(words[0], None)
             seconds, results[words[0]] = timed(runs[words[0]], int(words[1]))
             answer(repr(seconds))
         elif verb == "result":
-            pixels = JOBS[words[0]][1](results[words[0]])
+            pixels = compared_pixels(words[0], results[words[0]])
             answer(str(len(pixels)))
             answers.write(pixels)
         answers.flush()

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Sets format conversion and quantisation beside libyuv, OpenCV, babl, Pillow and libimagequant, on one thread and in
-# turns, and prints tables. Installs the other libraries, builds Release; takes a few minutes of a quiet machine.
+# Sets format conversion, quantisation and filters beside libyuv, OpenCV, libvips, babl, Pillow and libimagequant, on
+# one thread and in turns, and prints tables. Installs the other libraries, builds Release; takes several minutes of a
+# quiet machine.
 #
 #   [ZBM_PICTURES=FOLDER] scripts/contest.sh [--filter REGEX] [--rounds N] [--json FILE] [--picture photo|shot]
 #
@@ -13,7 +14,7 @@ configure release
 build release contest
 
 # One thread each.
-export OMP_NUM_THREADS=1 OPENBLAS_NUM_THREADS=1
+export OMP_NUM_THREADS=1 OPENBLAS_NUM_THREADS=1 VIPS_CONCURRENCY=1
 # Freed memory stays in the process, so that a library which allocates its result is not charged for fresh pages at every
 # call.
 export MALLOC_MMAP_MAX_=0 MALLOC_TRIM_THRESHOLD_=8589934592 MALLOC_TOP_PAD_=67108864

@@ -18,7 +18,8 @@ packages_build=(g++ cmake ninja-build pkg-config googletest libbenchmark-dev lib
 packages_demo=(python3-pil)
 packages_checks=(clang-14 libclang-rt-14-dev llvm-14 clang-format-14 clang-tidy-14 python3)
 packages_windows=(g++-mingw-w64-x86-64-posix wine wine64 gcc make dpkg-dev libjpeg62-turbo-dev)
-packages_rivals=(libyuv-dev libopencv-core-dev libopencv-imgproc-dev libbabl-dev libimagequant-dev python3-pil)
+packages_rivals=(libyuv-dev libopencv-core-dev libopencv-imgproc-dev libbabl-dev libimagequant-dev libvips-dev
+    python3-pil)
 
 missing() {
     local package
