@@ -1,22 +1,27 @@
 #include "FilterContestOurs.h"
 
-#include <cstring>
 #include <stdexcept>
 #include <string>
+
+#include "shr/CopyPixelRows.h"
 
 namespace contest::filters {
 
 namespace {
 
-/// The source as the filter pulls it: after the last line the first comes again.
+/// The source as the filter pulls it, copied as a bitmap copies its lines: after the last line the first comes again.
 struct Source {
     const std::uint8_t* first;
-    std::size_t lineBytes;
+    int width;
     unsigned lines;
 
     static bool Read(void* userData, unsigned line, void* buffer) {
         const auto& source = *static_cast<const Source*>(userData);
-        std::memcpy(buffer, source.first + line % source.lines * source.lineBytes, source.lineBytes);
+        const std::ptrdiff_t lineBytes = std::ptrdiff_t{4} * source.width;
+        const unsigned place = line % source.lines;
+        shr::CopyPixelLine({static_cast<std::uint8_t*>(buffer), 0, 0},
+                           {source.first + place * lineBytes, place + 1 < source.lines ? lineBytes : 0, 0},
+                           source.width, shr::BGRA_32, shr::CopyWrites::cached);
         return true;
     }
 };
@@ -30,7 +35,7 @@ zpixf::ZPixFormat Square(int side) {
 }
 
 void Filter(zpixf::ZPixFilterBase& filter, const Canvas& canvas, unsigned sourceLines, std::ptrdiff_t resultStride) {
-    Source source{canvas.source, static_cast<std::size_t>(canvas.SourceStride()), sourceLines};
+    Source source{canvas.source, canvas.from, sourceLines};
     filter.SetInputFormat(Square(canvas.from));
     filter.SetOutputFormat(Square(canvas.to));
     filter.SetScanLineFunction(&Source::Read, &source);

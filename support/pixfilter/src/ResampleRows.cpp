@@ -35,12 +35,8 @@ public:
             return pull(inputLine, pixels);
         };
         areOpaque.reset();
-        if (!window.MoveTo(span.first, span.last, pullAndForget)) return false;
         taps.Clear();
-        ResampleWeights::Walk walk(down, span);
-        for (unsigned i = span.first; i <= span.last; ++i) taps.Add(window.Line(i), walk.Next());
-        taps.Finish();
-        return true;
+        return window.MoveTo(span.first, span.last, pullAndForget);
     }
 
     bool AreOpaque() override {
@@ -52,6 +48,7 @@ public:
     }
 
     const double* Get(Sums which, std::uint32_t first, std::uint32_t count) override {
+        if (taps.Count() == 0) FillTaps();
         const auto sum = which == Sums::plain ? kernels.sumPlain : kernels.sumWeighted;
         double* const aligned = Aligned(sums);
         sum(taps.Data(), taps.Count(), first, count, aligned);
@@ -61,6 +58,12 @@ public:
     const std::uint8_t* Line(unsigned inputLine) const override { return window.Line(inputLine); }
 
 private:
+    void FillTaps() {
+        ResampleWeights::Walk walk(down, span);
+        for (unsigned i = span.first; i <= span.last; ++i) taps.Add(window.Line(i), walk.Next());
+        taps.Finish();
+    }
+
     enum class Opacity : std::uint8_t { unknown, partial, full };
 
     bool IsOpaque(unsigned inputLine) {
