@@ -14,14 +14,17 @@ struct Source {
     const std::uint8_t* first;
     int width;
     unsigned lines;
+    unsigned awaited = 0;  ///< the line behind the last one that was pulled
 
     static bool Read(void* userData, unsigned line, void* buffer) {
-        const auto& source = *static_cast<const Source*>(userData);
+        auto& source = *static_cast<Source*>(userData);
         const std::ptrdiff_t lineBytes = std::ptrdiff_t{4} * source.width;
         const unsigned place = line % source.lines;
+        const bool goesOn = line == source.awaited && place + 1 < source.lines;
+        source.awaited = line + 1;
         shr::CopyPixelLine({static_cast<std::uint8_t*>(buffer), 0, 0},
-                           {source.first + place * lineBytes, place + 1 < source.lines ? lineBytes : 0, 0},
-                           source.width, shr::BGRA_32, shr::CopyWrites::cached);
+                           {source.first + place * lineBytes, goesOn ? lineBytes : 0, 0}, source.width, shr::BGRA_32,
+                           shr::CopyWrites::cached);
         return true;
     }
 };

@@ -94,6 +94,7 @@ protected:
     std::vector<std::uint8_t> outputLine32;
     std::vector<std::uint8_t> inputLine32;
     ZBitmap* inputBitmap = nullptr;
+    std::int64_t awaitedInputLine = 0;  ///< the one behind the line that was read last
 
 private:
     enum class Content { zero, overwritten };  // as for a tile

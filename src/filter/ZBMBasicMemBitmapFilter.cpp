@@ -76,6 +76,7 @@ bool ZBasicMemBitmap::FilterScanLines(const CPixFilterContext* context, ZBitmap*
     const bool readsTiles = HasPlainTiles(*input) && (input != this || context->filter->PullsForward());
     if (!readsTiles) CreateInputScanRectRow(row);
     BeginInputRow(row);
+    awaitedInputLine = inputRect.top;
 
     GrowToLine(inputLine, WidthOf(inputRect), input->GetColorFormat());
     GrowToLine(outputLine, static_cast<std::uint32_t>(pixelWidth), colorFormat);
@@ -146,6 +147,9 @@ void ZBasicMemBitmap::GetInputBitmapScanLine(CPixFilterContext* context, unsigne
     require(row >= 0, 1237);
     if (row != currentInputRow) BeginInputRow(row);
     const ZBitmap& tiles = inputRowCopy ? *inputRowCopy : *inputBitmap;
+    // The next line is fetched meanwhile, unless lines are left out.
+    const bool goesOn = sourceY == awaitedInputLine;
+    awaitedInputLine = sourceY + 1;
     const shr::ColorFormat format = inputBitmap->GetColorFormat();
     const bool hasMask = !shr::ColorFmtHasAlphaChannel[format];
     int x = 0;
@@ -156,13 +160,13 @@ void ZBasicMemBitmap::GetInputBitmapScanLine(CPixFilterContext* context, unsigne
         const int width = static_cast<int>(part.right - part.left), tileX = static_cast<int>(part.left - box.left);
         const int tileY = static_cast<int>(sourceY - box.top);
         const LockedTile tile(tiles, inputRowCopy ? 0 : row, col);
-        const bool isLast = tileY + 1 == tile->GetHeight();
-        shr::CopyPixelLine({line, 0, x}, {RowOf(*tile, tileY), isLast ? 0 : tile->GetStride(), tileX}, width, format,
-                           shr::CopyWrites::cached);
+        const bool fetchesNext = goesOn && tileY + 1 < tile->GetHeight();
+        shr::CopyPixelLine({line, 0, x}, {RowOf(*tile, tileY), fetchesNext ? tile->GetStride() : 0, tileX}, width,
+                           format, shr::CopyWrites::cached);
         context->maskSupplied = context->usesInputAlpha && hasMask;
         if (context->maskSupplied)
             shr::CopyPixelLine({context->maskRow.data(), 0, x},
-                               {MaskRowOf(*tile, tileY), isLast ? 0 : tile->GetAlphaStride(), tileX}, width,
+                               {MaskRowOf(*tile, tileY), fetchesNext ? tile->GetAlphaStride() : 0, tileX}, width,
                                shr::GRAYSCALE_1, shr::CopyWrites::cached);
         x += width;
     }

@@ -94,8 +94,8 @@ TEST(BinaryLayout, OfABitmapInMemory) {
     EXPECT_EQ(Distance(&open.outputLine, &open.outputLine32), vectorBytes);
     EXPECT_EQ(Distance(&open.outputLine32, &open.inputLine32), vectorBytes);
     EXPECT_EQ(Distance(&open.inputLine32, &open.inputBitmap), vectorBytes);
-    EXPECT_EQ(Distance(bitmap, &open.inputBitmap) + static_cast<std::ptrdiff_t>(sizeof(void*)),
-              static_cast<std::ptrdiff_t>(sizeof(zbm::ZBasicMemBitmap)));
+    EXPECT_EQ(Distance(&open.inputBitmap, &open.awaitedInputLine), static_cast<std::ptrdiff_t>(sizeof(void*)));
+    EXPECT_EQ(Distance(bitmap, &open.awaitedInputLine) + 8, static_cast<std::ptrdiff_t>(sizeof(zbm::ZBasicMemBitmap)));
 }
 
 TEST(BinaryLayout, OfABitmapWithReductions) {

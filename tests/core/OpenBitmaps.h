@@ -133,6 +133,7 @@ public:
     using ZBasicMemBitmap::Init;
     using ZBasicMemBitmap::SetBitmapScanLine;
 
+    using ZBasicMemBitmap::awaitedInputLine;
     using ZBasicMemBitmap::currentInputRow;
     using ZBasicMemBitmap::inputBitmap;
     using ZBasicMemBitmap::inputLine;

@@ -64,8 +64,9 @@ public:
     virtual bool FilterScanline(unsigned line, void* buffer) = 0;
     /// Drops what Start made. Harmless at any time.
     virtual void Stop();
-    /// A promise: input lines are pulled in increasing order, each once and none after the output line of its number
-    /// was given, until line 0 is asked for again. So the output may overwrite the input.
+    /// A promise: input lines are pulled in increasing order, each once and, where input and output are of one size,
+    /// none after the output line of its number was given; until line 0 is asked for again. So a picture can be
+    /// filtered in place.
     virtual bool PullsForward() const { return false; }
     bool IsStarted() const noexcept { return started; }
 
