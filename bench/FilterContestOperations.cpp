@@ -79,6 +79,8 @@ ColorMatrix SaturationMatrix(double amount) {
     return matrix;
 }
 
+constexpr char kCutsOff[] = "cuts off";
+
 Operation Saturation(double amount) {
     const ColorMatrix matrix = SaturationMatrix(amount);
     const MakeFilter ours = Ours<zpixf::ZPixfSaturation>([=](auto& filter) { filter.SetSaturation(amount); });
@@ -87,7 +89,7 @@ Operation Saturation(double amount) {
             ours,
             {{.name = "OpenCV transform", .enter = openCv::Transform(matrix)},
              {.name = "libyuv ColorMatrix", .enter = yuv::Transform(matrix), .otherwise = "factors of 7 bits"},
-             {.name = "libvips recomb", .enter = vips::Recombine(matrix)},
+             {.name = "libvips recomb", .enter = vips::Recombine(matrix), .otherwise = kCutsOff},
              {.name = "Pillow Color", .pillowJob = "color:" + Listed(std::vector{amount})}},
             references::Saturation(amount)};
 }
@@ -98,7 +100,7 @@ Operation Desaturation() {
             Ours<zpixf::ZPixfDesaturate>(),
             {{.name = "libyuv ARGBGrayTo", .enter = yuv::GrayTo()},
              {.name = "OpenCV 2 x cvtColor", .enter = openCv::GreyAndBack()},
-             {.name = "libvips recomb", .enter = vips::Recombine(SaturationMatrix(0))},
+             {.name = "libvips recomb", .enter = vips::Recombine(SaturationMatrix(0)), .otherwise = kCutsOff},
              {.name = "Pillow Color", .pillowJob = "color:0"}},
             references::Desaturation};
 }
@@ -217,7 +219,7 @@ Operation BicubicUp() {
     return {"bicubic up",
             {kUp},
             Ours<zpixf::ZPixfResizeBicubic>(),
-            {{.name = "OpenCV CUBIC", .enter = openCv::Resize(cv::INTER_CUBIC)},
+            {{.name = "OpenCV CUBIC", .enter = openCv::Resize(cv::INTER_CUBIC), .otherwise = "a sharper cubic"},
              {.name = "libvips bicubic", .enter = vips::Enlarge("bicubic")},
              {.name = "Pillow BICUBIC", .pillowJob = PillowResize(kUp.to, "BICUBIC")}}};
 }

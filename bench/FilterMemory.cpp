@@ -71,7 +71,8 @@ const Operation kOperations[] = {
      [](auto& s, auto& r) { return ResizeTo<zbm::ResizeBilinear>(1531, s, r); }},
     {"Create at 1531 bicubic", shr::BGRA_32, Result::newPicture, "",
      [](auto& s, auto& r) { return ResizeTo<zbm::ResizeBicubic0>(1531, s, r); }},
-    {"CommitAll", shr::BGRA_32, Result::newPicture, "", [](auto& b, auto&) { return b.CommitAll(nullptr); }},
+    {"Create at half bilinear", shr::BGRA_32, Result::newPicture, "as CommitAll makes each level",
+     [](auto& s, auto& r) { return ResizeTo<zbm::ResizeBilinear>(s.GetPixelWidth() / 2, s, r); }},
     {"CommitAll", shr::INDEXED_8, Result::newPicture, "the whole in true colours",
      [](auto& b, auto&) { return b.CommitAll(nullptr); }},
 };

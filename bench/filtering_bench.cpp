@@ -41,10 +41,28 @@ void ChangeBrightness(benchmark::State& state) {
     });
 }
 
+/// A result whose memory the process has yet to get from the system.
+void ConvertToNew(benchmark::State& state) {
+    const auto bitmap = LargeBitmap(shr::BGR_24);
+    AgainstCopying(state, BytesOf(shr::BGR_24) + BytesOf(shr::BGRA_32), [&] {
+        zbm::ZBasicMemBitmap result(1, 1, shr::BGRA_32);
+        result.Create(shr::BGRA_32, *bitmap, nullptr);
+    });
+}
+
 /// Each level is read once but the last, and written once: 1 + 1/4 + ... read, 1/4 + 1/16 + ... written.
 void CommitAll(benchmark::State& state) {
     const auto bitmap = LargeBitmap(shr::BGRA_32);
     AgainstCopying(state, BytesOf(shr::BGRA_32) * 5 / 3, [&] { bitmap->CommitAll(nullptr, true); });
+}
+
+/// After a change, which drops the levels and with them their memory.
+void CommitAllAnew(benchmark::State& state) {
+    const auto bitmap = LargeBitmap(shr::BGRA_32);
+    AgainstCopying(state, BytesOf(shr::BGRA_32) * 5 / 3, [&] {
+        bitmap->CommitScanRect(0, 0);
+        bitmap->CommitAll(nullptr);
+    });
 }
 
 void Convert(benchmark::State& state, shr::ColorFormat from, shr::ColorFormat to) {
@@ -55,6 +73,8 @@ void Convert(benchmark::State& state, shr::ColorFormat from, shr::ColorFormat to
 
 BENCHMARK(ChangeBrightness)->UseManualTime()->Iterations(5);
 BENCHMARK(CommitAll)->UseManualTime()->Iterations(5);
+BENCHMARK(CommitAllAnew)->UseManualTime()->Iterations(5);
+BENCHMARK(ConvertToNew)->UseManualTime()->Iterations(5);
 BENCHMARK_CAPTURE(Convert, bgr_to_bgra, shr::BGR_24, shr::BGRA_32)->UseManualTime()->Iterations(5);
 BENCHMARK_CAPTURE(Convert, bgra_to_gray8, shr::BGRA_32, shr::GRAYSCALE_8)->UseManualTime()->Iterations(5);
 

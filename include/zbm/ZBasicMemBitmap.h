@@ -35,8 +35,9 @@ public:
     void Create(const BITMAPINFOHEADER* header, const void* bits, const RGBQUAD* colors, int tileWidth, int tileHeight);
     void Create(const ZBasicMemBitmap& source);
 
-    // From a bitmap of any class. False, with an empty bitmap, when cancelled. Cancelling while filters run arrives as
-    // shr::AbortException instead, as every exception leaves the bitmap empty.
+    // From a bitmap of any class. It must live until the creation is done: a ZMemBitmap drops its reductions with the
+    // first changed tile, so only its own creations take one of them. False, with an empty bitmap, when cancelled.
+    // Cancelling while filters run arrives as shr::AbortException instead, as every exception leaves the bitmap empty.
 
     /// An exact copy, tiles and resolution included. Of itself: true, and nothing changes.
     bool Create(ZBitmap& source, shr::IProgress* progress);
@@ -79,6 +80,8 @@ protected:
     // Filtering into this bitmap: the lines of `inputRect` of `input` go through the stage.
     bool FilterScanLines(const CPixFilterContext* context, ZBitmap* input, shr::IProgress* progress);
     void GetInputBitmapScanLine(CPixFilterContext* context, unsigned char* line, int y);
+    /// Of large pictures that are not filtered in place, past the caches: shr::FinishCopyWrites comes after the last
+    /// line.
     void SetBitmapScanLine(const std::vector<unsigned char>& alpha, const unsigned char* line, int y);
     void CreateInputScanRectRow(int row);
     void ReadInputScanRectRow(int row);
@@ -97,10 +100,10 @@ protected:
     std::int64_t awaitedInputLine = 0;  ///< the one behind the line that was read last
 
 private:
-    enum class Content { zero, overwritten };  // as for a tile
-
     static void* CreateInstance();
-    void Renew(int width, int height, shr::ColorFormat format, int tileWidth, int tileHeight, Content content);
+    void Renew(int width, int height, shr::ColorFormat format, int tileWidth, int tileHeight,
+               ZScanRect::Content content);
+    void TakeFittingTiles(ZScanRectRow& row, ZScanRectRow& former, ZScanRect::Content content);
     static bool ReadScanLine(void* context, unsigned line, void* buffer);
     bool AddQuantizer(CPixFilterPipeline& pipeline, zpixf::ZPixfQuantize& quantizer,
                       const zpixf::ZPixFilterBase& former);

@@ -1,5 +1,7 @@
 #include "zbm/ZBasicMemBitmap.h"
 
+#include <algorithm>
+
 #include "core/Require.h"
 #include "shr/ScopeExit.h"
 
@@ -35,7 +37,7 @@ ZBasicMemBitmap::~ZBasicMemBitmap() = default;
 
 void ZBasicMemBitmap::Create(int width, int height, shr::ColorFormat format, int tileWidth, int tileHeight) {
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
-    Renew(width, height, format, tileWidth, tileHeight, Content::zero);
+    Renew(width, height, format, tileWidth, tileHeight, ZScanRect::Content::zero);
     leaveEmpty.Release();
 }
 
@@ -64,21 +66,28 @@ void ZBasicMemBitmap::Init(int newPixelHeight, int newPixelWidth, shr::ColorForm
     ZBitmap::Init(newPixelHeight, newPixelWidth, newFormat, tileHeight, tileWidth);
 }
 
-/// Pages that the system has yet to map cost several times what writing them does. So an image of the same shape as the
-/// one before gets its tiles; others are freed before any is allocated.
+/// Pages that the system has yet to map cost several times what writing them does. So tiles that fit their place in the
+/// new image stay; the others are freed before any is allocated.
 void ZBasicMemBitmap::Renew(int width, int height, shr::ColorFormat format, int tileWidth, int tileHeight,
-                            Content content) {
-    const bool hasSameShape = pixelWidth == width && pixelHeight == height && colorFormat == format &&
-                              scanRectWidth == tileWidth && scanRectHeight == tileHeight;
+                            ZScanRect::Content content) {
     std::vector<ZScanRectRow> former;
-    if (hasSameShape) former.swap(scanRectRows);
+    former.swap(scanRectRows);
     Init(height, width, format, tileHeight, tileWidth);
-    for (std::size_t row = 0; row < former.size(); ++row) scanRectRows[row].tiles.swap(former[row].tiles);
-    for (ZScanRectRow& row : scanRectRows)
-        for (const auto& tile : row.tiles)
-            if (tile)
-                tile->Renew(content == Content::zero ? ZScanRect::Content::zero : ZScanRect::Content::overwritten);
+    for (std::size_t row = 0; row < std::min(former.size(), scanRectRows.size()); ++row)
+        TakeFittingTiles(scanRectRows[row], former[row], content);
+    former.clear();
     AllocateScanRects();
+}
+
+void ZBasicMemBitmap::TakeFittingTiles(ZScanRectRow& row, ZScanRectRow& former, ZScanRect::Content content) {
+    for (std::size_t col = 0; col < std::min(former.tiles.size(), row.tiles.size()); ++col) {
+        const RECT& box = row.boxes[col];
+        const auto width = static_cast<int>(box.right - box.left), height = static_cast<int>(box.bottom - box.top);
+        std::unique_ptr<ZScanRect>& tile = former.tiles[col];
+        if (!tile || !tile->IsShapedAs(width, height, colorFormat)) continue;
+        tile->Renew(content);
+        row.tiles[col] = std::move(tile);
+    }
 }
 
 void ZBasicMemBitmap::AllocateScanRects() {

@@ -87,7 +87,7 @@ void ZScanRect::CreateWith(int newWidth, int newHeight, ColorFormat newFormat, C
     if (content == Content::zero) SetAlphaToMax();
 }
 
-/// Who overwrites all pixels leaves the bits behind the last one of a row as they were; here there are some.
+/// Rows of whole words have no padding, so that nothing stays of what was there once all pixels are overwritten.
 void ZScanRect::Renew(Content content) noexcept {
     constexpr int kPixelsOfWholeWords = 32;
     if (content == Content::overwritten && width % kPixelsOfWholeWords == 0) return;

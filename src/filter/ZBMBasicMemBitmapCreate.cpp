@@ -25,7 +25,7 @@ bool ZBasicMemBitmap::Create(ZBitmap& source, shr::IProgress* progress) {
     if (&source == this) return true;
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
     Renew(source.GetPixelWidth(), source.GetPixelHeight(), source.GetColorFormat(), source.GetScanRectWidth(),
-          source.GetScanRectHeight(), Content::overwritten);
+          source.GetScanRectHeight(), ZScanRect::Content::overwritten);
     const shr::CScopedIProgressTask task(progress, kTaskText);
     if (!CopyTiles(source, progress)) return false;
     CopyColorTable(source);
@@ -56,7 +56,7 @@ bool ZBasicMemBitmap::Create(shr::ColorFormat format, ZBitmap& source, shr::IPro
 
     const int width = source.GetPixelWidth(), height = source.GetPixelHeight();
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
-    Renew(width, height, format, kTileSide, kTileSide, Content::overwritten);
+    Renew(width, height, format, kTileSide, kTileSide, ZScanRect::Content::overwritten);
     const shr::CScopedIProgressTask task(progress, kTaskText);
     zpixf::ZPixfNull handThrough;
     if (!FilterFrom(source, {0, 0, width, height}, handThrough, progress)) return false;
@@ -75,7 +75,7 @@ bool ZBasicMemBitmap::Create(int width, int height, ZBitmap& source, RECT rect, 
     require(rect.bottom > rect.top, 485);
 
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
-    Renew(width, height, source.GetColorFormat(), kTileSide, kTileSide, Content::overwritten);
+    Renew(width, height, source.GetColorFormat(), kTileSide, kTileSide, ZScanRect::Content::overwritten);
     const shr::CScopedIProgressTask task(progress, kTaskText);
     const std::unique_ptr<zpixf::ZPixFilterBase> filter = MakeResizeFilter(method);
     require(filter != nullptr, 633);

@@ -111,6 +111,7 @@ bool ZBasicMemBitmap::AddQuantizer(CPixFilterPipeline& pipeline, zpixf::ZPixfQua
 void ZBasicMemBitmap::WriteFilteredLines(CPixFilterPipeline& pipeline, bool indexed, shr::IProgress* progress) {
     const auto width = static_cast<std::uint32_t>(pixelWidth);
     const bool converts = !indexed && colorFormat != shr::BGRA_32;
+    const shr::ScopeExit finishWrites(&shr::FinishCopyWrites);
     for (int y = 0; y < pixelHeight; ++y) {
         pipeline.FilterScanline(converts ? outputLine32.data() : outputLine.data(), y);
         if (converts)
@@ -118,7 +119,6 @@ void ZBasicMemBitmap::WriteFilteredLines(CPixFilterPipeline& pipeline, bool inde
         SetBitmapScanLine(pipeline.changedAlpha, outputLine.data(), y);
         if (progress != nullptr && y % 100 == 0) progress->SetProgress(static_cast<double>(y) / pixelHeight);
     }
-    shr::FinishCopyWrites();
     if (progress != nullptr) progress->SetProgress(1.0);
 }
 

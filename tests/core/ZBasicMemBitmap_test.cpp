@@ -6,6 +6,7 @@
 #include <limits>
 #include <memory>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "core/OpenBitmaps.h"
@@ -163,6 +164,26 @@ TEST(ZBasicMemBitmapCreate, InTheSameShapeGivesABlankPictureAgain) {
             bitmap.Create(37, 11, format, tileWidth, 4);
             EXPECT_TRUE(testkit::AreEqual(bitmap, blank)) << format << ", tiles of " << tileWidth;
         }
+}
+
+TEST(ZBasicMemBitmapCreate, HealsABitmapWhoseTilesWereGivenAnotherShape) {
+    const ZBasicMemBitmap blank(64, 40, shr::BGRA_32, 32, 16);
+    for (const zbm::ZScanRect& misfit : {zbm::ZScanRect(8, 8, shr::BGRA_32), zbm::ZScanRect(32, 16, shr::BGR_24),
+                                         zbm::ZScanRect(16, 32, shr::BGRA_32)}) {
+        ZBasicMemBitmap bitmap = blank;
+        bitmap.LockScanRect(1, 1) = misfit;
+        bitmap.Create(64, 40, shr::BGRA_32, 32, 16);
+        EXPECT_TRUE(testkit::AreEqual(bitmap, blank));
+        EXPECT_EQ(bitmap.LockScanRect(1, 1).GetWidth(), 32);
+    }
+}
+
+TEST(ZBasicMemBitmapCreate, InAnotherShapeWithSuchTilesGivesABlankPictureToo) {
+    for (const auto& [width, height] : {std::pair(64, 40), {200, 90}, {33, 17}, {100, 1}}) {
+        ZBasicMemBitmap bitmap = FormulaBitmap(100, 50, shr::GRAYSCALE_4, 32, 16);
+        bitmap.Create(width, height, shr::GRAYSCALE_4, 32, 16);
+        EXPECT_TRUE(testkit::AreEqual(bitmap, ZBasicMemBitmap(width, height, shr::GRAYSCALE_4, 32, 16)));
+    }
 }
 
 TEST(ZBasicMemBitmapCreate, ThatFailsLeavesAnEmptyUsableBitmap) {

@@ -12,6 +12,7 @@ constexpr std::size_t kReach = kMaxConvolutionSide / 2;
 void LayOut(const std::uint8_t* pixels, std::size_t count, const ColorPlanes& planes) {
     const Vec byte = Splat32(0xFF);
     static_assert(kReach <= kVecPixels && 2 * kVecPixels + kReach <= kPlaneMargin);
+    static_assert(kVecPixels <= kPlaneMarginBefore && kVecPixels <= kConvolutionMargin);
     for (std::size_t i = 0; i < count + kVecPixels + kReach; i += kVecPixels) {
         const Vec bytes = Load(pixels + 4 * i - 4 * kVecPixels);
         float* const to = planes.blue + i - kVecPixels;

@@ -52,9 +52,6 @@ inline Vec ShiftRightSigned32(Vec a, unsigned by) {
 
 /// The products of the even 32-bit lanes, unsigned.
 inline Vec MultiplyEven32(Vec a, Vec b) { return _mm256_mul_epu32(a, b); }
-inline Vec Add64(Vec a, Vec b) { return _mm256_add_epi64(a, b); }
-inline Vec ShiftRight64(Vec a, unsigned by) { return _mm256_srl_epi64(a, _mm_cvtsi32_si128(static_cast<int>(by))); }
-inline Vec ShiftLeft64(Vec a, unsigned by) { return _mm256_sll_epi64(a, _mm_cvtsi32_si128(static_cast<int>(by))); }
 
 // By a constant, which saves half of the work.
 template <int kBy>
@@ -158,9 +155,6 @@ inline Vec ShiftRight32(Vec a, unsigned by) { return _mm_srl_epi32(a, _mm_cvtsi3
 inline Vec ShiftRightSigned32(Vec a, unsigned by) { return _mm_sra_epi32(a, _mm_cvtsi32_si128(static_cast<int>(by))); }
 
 inline Vec MultiplyEven32(Vec a, Vec b) { return _mm_mul_epu32(a, b); }
-inline Vec Add64(Vec a, Vec b) { return _mm_add_epi64(a, b); }
-inline Vec ShiftRight64(Vec a, unsigned by) { return _mm_srl_epi64(a, _mm_cvtsi32_si128(static_cast<int>(by))); }
-inline Vec ShiftLeft64(Vec a, unsigned by) { return _mm_sll_epi64(a, _mm_cvtsi32_si128(static_cast<int>(by))); }
 
 template <int kBy>
 inline Vec ShiftLeft16(Vec a) {

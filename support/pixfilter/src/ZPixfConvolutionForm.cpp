@@ -256,12 +256,10 @@ bool FindFractionForm(const ConvolutionForm& form, FloatForm& floats) {
     const double unit = std::ldexp(1.0, kBits);
     const double start = (form.bias + kConvolutionHalf) * unit;
     FloatError error(std::fabs(start) + unit);
-    for (unsigned tap = 0; tap < form.numTaps; ++tap) {
-        const double factor = form.factors[tap] / form.divisor * unit;
-        error.Add(factor);
-        floats.factors[tap] = static_cast<float>(factor);
-    }
+    const auto factorOf = [&](unsigned tap) { return form.factors[tap] / form.divisor * unit; };
+    for (unsigned tap = 0; tap < form.numTaps; ++tap) error.Add(factorOf(tap));
     if (!(error.Largest() <= kLargestSum && error.Bound() <= kLargestError * unit)) return false;
+    for (unsigned tap = 0; tap < form.numTaps; ++tap) floats.factors[tap] = static_cast<float>(factorOf(tap));
     constexpr double kOfNearest = 0.5, kOfDoubles = 0.25;
     const double most = std::ceil(error.Bound() + kOfNearest + kOfDoubles);
     floats.bits = kBits;
