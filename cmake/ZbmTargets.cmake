@@ -95,9 +95,10 @@ function(zbm_add_kernels target stem)
     endforeach()
 endfunction()
 
-# zbm_add_all_kernels(<target> <folder>): zbm_add_kernels for every stem in the folder, a path from the current one.
+# zbm_add_all_kernels(<target> <folder>): zbm_add_kernels for every stem in the folder, a path from the current one,
+# and in the folders below it.
 function(zbm_add_all_kernels target folder)
-    file(GLOB bases CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*_base.cpp")
+    file(GLOB_RECURSE bases CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*_base.cpp")
     foreach(base IN LISTS bases)
         string(REGEX REPLACE "_base\\.cpp$" "" stem "${base}")
         zbm_add_kernels(${target} ${stem})

@@ -2,8 +2,8 @@
 #include <iostream>
 
 #include "Cancel.h"
-#include "CommandLine.h"
 #include "Host.h"
+#include "commands/CommandLine.h"
 
 int main(int argc, char** argv) {
     const bool errorsOnTerminal = tool::PrepareConsole();

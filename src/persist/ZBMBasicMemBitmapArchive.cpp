@@ -1,6 +1,6 @@
 // A memory bitmap's record in an archive: the format information, u16 version 1, then the tiles, row by row.
 #include "core/Require.h"
-#include "persist/ScanRectRecord.h"
+#include "core/ScanRectRecord.h"
 #include "shr/ScopeExit.h"
 #include "zbm/ZBasicMemBitmap.h"
 

@@ -2,9 +2,9 @@
 // for a format without alpha channel the mask as a second one.
 #include <limits>
 
+#include "core/ArchiveValues.h"
 #include "core/Require.h"
-#include "persist/ScanRectRecord.h"
-#include "persist/Values.h"
+#include "core/ScanRectRecord.h"
 #include "zbm/ZScanRect.h"
 
 namespace zbm {

@@ -1,8 +1,8 @@
 // The format information with which every stored bitmap begins: u16 version 1; i32 pixel height, pixel width, format,
 // tile height, tile width, x and y resolution; u32 number of colours; the colours.
+#include "core/ArchiveValues.h"
 #include "core/Require.h"
-#include "persist/ScanRectRecord.h"
-#include "persist/Values.h"
+#include "core/ScanRectRecord.h"
 #include "shr/ScopeExit.h"
 #include "zbm/ISerializeLegacyGCS.h"
 #include "zbm/ZBitmap.h"

@@ -5,7 +5,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "CommandLine.h"
+#include "commands/CommandLine.h"
 #include "shr/Archive.h"
 #include "zbm/SerializeIO.h"
 

@@ -1,4 +1,4 @@
-#include "Exif.h"
+#include "pictures/Exif.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "ColorHistogram.h"
+#include "palette/ColorHistogram.h"
 
 #include <gtest/gtest.h>
 

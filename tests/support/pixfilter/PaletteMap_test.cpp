@@ -1,4 +1,4 @@
-#include "PaletteMap.h"
+#include "palette/PaletteMap.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "PaletteMapLevel.h"
+#include "palette/PaletteMapLevel.h"
 
 namespace zpixf {
 namespace {

@@ -1,4 +1,4 @@
-#include "ResampleWeights.h"
+#include "resample/ResampleWeights.h"
 
 #include <gtest/gtest.h>
 

@@ -8,13 +8,13 @@
 #include <numeric>
 #include <string>
 
-#include "AdjustKernelsLevel.h"
 #include "PointPicture.h"
-#include "ZPixfAdjustLevels.h"
+#include "adjust/AdjustKernelsLevel.h"
+#include "adjust/ZPixfAdjustLevels.h"
 
 // The kernels as they are for a processor whose vectors are not known.
 #define ZPIXF_PLAIN_VECTORS
-#include "AdjustKernels.inl"
+#include "adjust/AdjustKernels.inl"
 
 namespace zpixf {
 namespace {

@@ -7,13 +7,13 @@
 #include <memory>
 #include <string>
 
-#include "ConvolutionKernelsLevel.h"
 #include "PointPicture.h"
-#include "ZPixfConvolutionForm.h"
+#include "convolve/ConvolutionKernelsLevel.h"
+#include "convolve/ZPixfConvolutionForm.h"
 
 // The kernels as they are for a processor whose vectors are not known.
 #define ZPIXF_PLAIN_VECTORS
-#include "ConvolutionKernels.inl"
+#include "convolve/ConvolutionKernels.inl"
 
 namespace zpixf {
 namespace {

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "DitherKernelsLevel.h"
+#include "dither/DitherKernelsLevel.h"
 
 namespace zpixf {
 namespace {

@@ -11,11 +11,11 @@
 #include <tuple>
 #include <vector>
 
-#include "MedianKernelsLevel.h"
+#include "median/MedianKernelsLevel.h"
 
 // The kernels as they are for a processor whose vectors are not known.
 #define ZPIXF_PLAIN_VECTORS
-#include "MedianKernels.inl"
+#include "median/MedianKernels.inl"
 
 namespace median_tests {
 namespace {

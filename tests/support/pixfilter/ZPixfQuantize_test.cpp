@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "PaletteMapLevel.h"
+#include "palette/PaletteMapLevel.h"
 
 namespace zpixf {
 namespace {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "ResampleKernelsLevel.h"
-#include "ResampleWeights.h"
 #include "ResizePictures.h"
+#include "resample/ResampleKernelsLevel.h"
+#include "resample/ResampleWeights.h"
 
 namespace zpixf::resampling {
 namespace {

@@ -1,0 +1,69 @@
+#include "commands/BitmapFacts.h"
+
+#include <vector>
+
+#include "pictures/RowConversion.h"
+#include "pictures/TileRows.h"
+
+namespace tool {
+
+namespace {
+
+bool HasAlphaBelowFull(const std::uint8_t* row, int count) {
+    // Without a way out of the loop, so that it is vectorised.
+    std::uint8_t all = shr::ALPHA_MAX;
+    for (std::size_t x = 0; x < static_cast<std::size_t>(count); ++x) all &= row[4 * x + 3];
+    return all != shr::ALPHA_MAX;
+}
+
+void NoteIndices(BitmapFacts& facts, const std::uint8_t* values, const std::uint8_t* mask, bool opaque, int count) {
+    if (opaque) {
+        for (int x = 0; x < count; ++x) facts.opaqueIndices[values[x]] = true;
+        return;
+    }
+    for (int x = 0; x < count; ++x) {
+        (BitAt(mask, x) ? facts.opaqueIndices : facts.transparentIndices)[values[x]] = true;
+    }
+}
+
+}  // namespace
+
+bool BitmapFacts::IsTransparencyByIndex() const {
+    for (std::size_t i = 0; i < opaqueIndices.size(); ++i) {
+        if (opaqueIndices[i] && transparentIndices[i]) return false;
+    }
+    return true;
+}
+
+int BitmapFacts::LargestIndex() const {
+    int index = 255;
+    while (index >= 0 && !opaqueIndices[static_cast<std::size_t>(index)] &&
+           !transparentIndices[static_cast<std::size_t>(index)]) {
+        --index;
+    }
+    return index;
+}
+
+BitmapFacts LookAt(zbm::ZBitmap& bitmap, shr::IProgress& progress) {
+    const shr::CScopedIProgressTask task(&progress, L"Examining pixels...");
+    BitmapFacts facts;
+    TileRows rows(bitmap);
+    const shr::ColorFormat format = rows.Format();
+    const int width = rows.Width();
+    const auto size = static_cast<std::uint64_t>(width);
+    std::vector<std::uint8_t> row(shr::RowBytes(size, format)), mask(shr::RowBytes(size, shr::GRAYSCALE_1));
+    std::vector<std::uint8_t> values(IsIndexed(format) ? size : 0);
+    for (int y = 0; y < rows.Height(); ++y) {
+        progress.SetProgress(static_cast<double>(y) / rows.Height());
+        rows.Fetch(0, y, width, row.data(), mask.data());
+        const bool transparent =
+            HasMask(format) ? HasClearBit(mask.data(), width) : HasAlphaBelowFull(row.data(), width);
+        facts.hasTransparentPixels |= transparent;
+        if (values.empty()) continue;
+        ValuesOf(values.data(), row.data(), shr::ColorFmtToBPP[format], width);
+        NoteIndices(facts, values.data(), mask.data(), !transparent, width);
+    }
+    return facts;
+}
+
+}  // namespace tool

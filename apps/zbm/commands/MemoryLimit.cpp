@@ -1,0 +1,45 @@
+#include "commands/MemoryLimit.h"
+
+#include <cmath>
+#include <stdexcept>
+#include <string>
+
+#include "Host.h"
+#include "pictures/RowConversion.h"
+
+namespace tool {
+
+namespace {
+
+constexpr double kBytesPerTile = 256;    // its record, its blocks' headers
+constexpr double kBytesPerTileRow = 16;  // its row pointers
+
+/// Bytes of one row of one tile.
+double TileRowBytes(int tileWidth, shr::ColorFormat format) {
+    const auto width = static_cast<std::uint64_t>(tileWidth);
+    const std::uint64_t mask = HasMask(format) ? shr::RowBytes(width, shr::GRAYSCALE_1) : 0;
+    return static_cast<double>(shr::RowBytes(width, format) + mask) + kBytesPerTileRow;
+}
+
+/// In floating point: the product of hostile numbers fits no integer.
+double BytesOf(const BitmapShape& shape) {
+    const int fullColumns = shape.width / shape.tileWidth, rest = shape.width % shape.tileWidth;
+    const double rowBytes =
+        fullColumns * TileRowBytes(shape.tileWidth, shape.format) + (rest == 0 ? 0 : TileRowBytes(rest, shape.format));
+    const double columns = std::ceil(static_cast<double>(shape.width) / shape.tileWidth);
+    const double rows = std::ceil(static_cast<double>(shape.height) / shape.tileHeight);
+    return rowBytes * shape.height + columns * rows * kBytesPerTile;
+}
+
+}  // namespace
+
+void RefuseBeyondMemory(const BitmapShape& shape, std::uint64_t otherBytes) {
+    const double needed = BytesOf(shape) + static_cast<double>(otherBytes);
+    if (needed <= static_cast<double>(PhysicalMemory())) return;
+    constexpr double kMebibyte = 1024.0 * 1024.0;
+    throw std::runtime_error("a bitmap of " + std::to_string(shape.width) + " x " + std::to_string(shape.height) +
+                             " pixels takes " + std::to_string(static_cast<std::uint64_t>(needed / kMebibyte)) +
+                             " MiB, more than this machine's memory");
+}
+
+}  // namespace tool

@@ -1,0 +1,60 @@
+#include "pictures/PictureReader.h"
+
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+namespace tool {
+
+namespace {
+
+struct FileType {
+    const char* signature;
+    std::size_t length;
+    std::unique_ptr<PictureReader> (*open)(PictureSource&, Console&);
+};
+
+constexpr FileType kFileTypes[] = {
+    {"\x89PNG\r\n\x1A\n", 8, &OpenPng},
+    {"\xFF\xD8\xFF", 3, &OpenJpeg},
+    {"II*\0", 4, &OpenTiff},
+    {"MM\0*", 4, &OpenTiff},
+    {"II+\0\x08\0\0\0", 8, &OpenTiff},
+    {"MM\0+\0\x08\0\0", 8, &OpenTiff},
+    {"BM", 2, &OpenBmp},
+};
+
+/// The type of the file by its first bytes; null if it is none.
+const FileType* TypeOf(PictureSource& source) {
+    char start[8] = {};
+    const std::size_t length = source.Read(start, sizeof start);
+    source.Seek(0);
+    for (const FileType& type : kFileTypes) {
+        if (length >= type.length && std::memcmp(start, type.signature, type.length) == 0) return &type;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+bool BeginsLikePicture(PictureSource& source) { return TypeOf(source) != nullptr; }
+
+std::unique_ptr<PictureReader> OpenPicture(PictureSource& source, Console& console) {
+    const FileType* type = TypeOf(source);
+    if (type == nullptr) throw std::runtime_error("is no PNG, JPEG, TIFF or BMP picture");
+    return type->open(source, console);
+}
+
+void NoteReducedDepth(Console& console, const ZString& file) {
+    console.Note(file, "16 bits a sample are reduced to 8: bitmaps have deeper samples in grey only, without alpha");
+}
+
+void NoteColorProfile(Console& console, const ZString& file) { console.Note(file, "its colour profile is not kept"); }
+
+void NoteOrientation(Console& console, const ZString& file, int orientation) {
+    if (orientation <= 1 || orientation > 8) return;
+    console.Note(file, "it is marked to be shown turned (orientation " + std::to_string(orientation) +
+                           "); the mark is not applied and not kept");
+}
+
+}  // namespace tool

@@ -1,0 +1,61 @@
+#pragma once
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "Console.h"
+#include "pictures/PictureSource.h"
+#include "pictures/TileRows.h"
+#include "shr/Color4b.h"
+#include "shr/ColorFormat.h"
+#include "shr/IProgress.h"
+
+namespace tool {
+
+/// What has to be known of a picture to make the bitmap that receives it.
+struct PictureInfo {
+    int width = 0, height = 0;
+    /// The closest of the bitmaps' formats.
+    shr::ColorFormat format = shr::FORMAT_NONE;
+    std::vector<shr::Color4b> colorTable;          // of an indexed format
+    int xPixelsPerMeter = 0, yPixelsPerMeter = 0;  // 0 is not known
+    /// Memory that the decoder needs for a picture of this kind beside the bitmap, where that grows with its area.
+    std::uint64_t decoderBytes = 0;
+};
+
+/// Decodes one picture, streaming: beside the bitmap there is never more of it in memory than a few rows, or what the
+/// file's own tiles and strips take.
+///
+/// What is wrong with the file is raised as std::exception with a text for the user, without the file's name; what the
+/// bitmap cannot hold, or what a library finds odd, goes to the console.
+class PictureReader {
+public:
+    virtual ~PictureReader() = default;
+    virtual const PictureInfo& Info() const = 0;
+    /// Fills all rows of a bitmap made after Info(). To be called once.
+    virtual void ReadInto(TileRows& rows, shr::IProgress& progress) = 0;
+
+protected:
+    PictureReader() = default;
+    PictureReader(const PictureReader&) = default;
+    PictureReader& operator=(const PictureReader&) = default;
+};
+
+/// Whether the file begins like a picture of a type that can be read.
+bool BeginsLikePicture(PictureSource& source);
+/// The reader for the file's content, told by its first bytes. `source` and `console` are borrowed.
+std::unique_ptr<PictureReader> OpenPicture(PictureSource& source, Console& console);
+
+// One a file type. They read from the file's start.
+std::unique_ptr<PictureReader> OpenPng(PictureSource& source, Console& console);
+std::unique_ptr<PictureReader> OpenJpeg(PictureSource& source, Console& console);
+std::unique_ptr<PictureReader> OpenTiff(PictureSource& source, Console& console);
+std::unique_ptr<PictureReader> OpenBmp(PictureSource& source, Console& console);
+
+// Notes that readers of several types give.
+void NoteReducedDepth(Console& console, const ZString& file);
+void NoteColorProfile(Console& console, const ZString& file);
+/// `orientation` as in EXIF and TIFF: 1 is upright, and then there is nothing to note.
+void NoteOrientation(Console& console, const ZString& file, int orientation);
+
+}  // namespace tool

@@ -1,0 +1,191 @@
+#include "pictures/RowConversion.h"
+
+#include <cstring>
+
+namespace tool {
+
+namespace {
+
+constexpr std::uint8_t Byte(unsigned value) { return static_cast<std::uint8_t>(value); }
+
+std::uint16_t Load16(const std::uint8_t* bytes) {
+    std::uint16_t value;
+    std::memcpy(&value, bytes, sizeof value);
+    return value;
+}
+
+/// Builds a mask eight pixels at a time from what is known of each pixel.
+template <class IsOpaque>
+void BuildMask(std::uint8_t* mask, int count, const IsOpaque& isOpaque) {
+    for (int x = 0; x < count; x += 8) {
+        unsigned bits = 0;
+        const int end = count - x < 8 ? count - x : 8;
+        for (int i = 0; i < end; ++i) bits |= isOpaque(x + i) ? 0x80u >> i : 0u;
+        *mask++ = Byte(bits);
+    }
+}
+
+/// The straight colour of a premultiplied one, rounded so that premultiplying gives back the same byte. A colour above
+/// its alpha, which no valid pixel has, is full.
+std::uint8_t Unpremultiplied(unsigned color, unsigned alpha) {
+    if (alpha == 0) return Byte(color);
+    const unsigned straight = (color * 255 + alpha / 2) / alpha;
+    return Byte(straight < 255 ? straight : 255);
+}
+
+void FromBgr(std::uint8_t* bgra, const std::uint8_t* row, int bytesPerPixel, int count) {
+    for (int x = 0; x < count; ++x, bgra += 4, row += bytesPerPixel) {
+        bgra[0] = row[0];
+        bgra[1] = row[1];
+        bgra[2] = row[2];
+        bgra[3] = shr::ALPHA_MAX;
+    }
+}
+
+void FromPremultiplied(std::uint8_t* bgra, const std::uint8_t* row, int count) {
+    for (int x = 0; x < count; ++x, bgra += 4, row += 4) {
+        for (int c = 0; c < 3; ++c) bgra[c] = Unpremultiplied(row[c], row[3]);
+        bgra[3] = row[3];
+    }
+}
+
+void FromIndices(std::uint8_t* bgra, const std::uint8_t* row, int bits, const shr::Color4b* colorTable, int count) {
+    // The values are put into the last quarter of the destination, which is overwritten behind the reading.
+    std::uint8_t* values = bgra + 3 * static_cast<std::size_t>(count);
+    ValuesOf(values, row, bits, count);
+    for (int x = 0; x < count; ++x, bgra += 4) {
+        const shr::Color4b color = colorTable[values[x]];
+        bgra[0] = color.blue;
+        bgra[1] = color.green;
+        bgra[2] = color.red;
+        bgra[3] = shr::ALPHA_MAX;
+    }
+}
+
+template <class Sample>
+void AddAlphaTo(std::uint8_t* greyAlpha, const std::uint8_t* grey, const std::uint8_t* mask, int count) {
+    for (int x = 0; x < count; ++x) {
+        const Sample alpha = BitAt(mask, x) ? static_cast<Sample>(-1) : Sample{0};
+        std::memcpy(greyAlpha, grey, sizeof(Sample));
+        std::memcpy(greyAlpha + sizeof(Sample), &alpha, sizeof(Sample));
+        greyAlpha += 2 * sizeof(Sample);
+        grey += sizeof(Sample);
+    }
+}
+
+}  // namespace
+
+void Widen2To4(std::uint8_t* destination, const std::uint8_t* source, int count, unsigned factor) {
+    for (int x = 0; x < count; x += 4) {
+        const unsigned four = *source++;
+        *destination++ = Byte(((four >> 6) << 4 | (four >> 4 & 3)) * factor);
+        if (x + 2 < count) *destination++ = Byte(((four >> 2 & 3) << 4 | (four & 3)) * factor);
+    }
+}
+
+void Narrow4To2(std::uint8_t* destination, const std::uint8_t* source, int count, unsigned factor) {
+    const auto pair = [&](unsigned two) { return (two >> 4) / factor << 2 | (two & 15) / factor; };
+    for (int x = 0; x < count; x += 4) {
+        unsigned four = pair(*source++) << 4;
+        if (x + 2 < count) four |= pair(*source++);
+        *destination++ = Byte(four);
+    }
+}
+
+void ValuesOf(std::uint8_t* values, const std::uint8_t* row, int bits, int count) {
+    if (bits == 8) std::memcpy(values, row, static_cast<std::size_t>(count));
+    if (bits == 4) {
+        for (int x = 0; x < count; ++x) values[x] = (x & 1) == 0 ? Byte(row[x >> 1] >> 4u) : Byte(row[x >> 1] & 15u);
+    }
+    if (bits == 1) {
+        for (int x = 0; x < count; ++x) values[x] = Byte(row[x >> 3] >> (7 - (x & 7)) & 1u);
+    }
+}
+
+void SwapRedAndBlue(std::uint8_t* pixels, int bytesPerPixel, int count) {
+    for (int x = 0; x < count; ++x, pixels += bytesPerPixel) {
+        const std::uint8_t first = pixels[0];
+        pixels[0] = pixels[2];
+        pixels[2] = first;
+    }
+}
+
+void MaskOfValues(std::uint8_t* mask, const std::uint8_t* row, int bits, int count,
+                  const std::array<bool, 256>& transparent) {
+    const auto build = [&](auto valueAt) { BuildMask(mask, count, [&](int x) { return !transparent[valueAt(x)]; }); };
+    if (bits == 8) build([&](int x) { return row[x]; });
+    if (bits == 4) build([&](int x) { return Byte(row[x >> 1] >> ((x & 1) == 0 ? 4u : 0u) & 15u); });
+    if (bits == 1) build([&](int x) { return Byte(BitAt(row, x) ? 1 : 0); });
+}
+
+void MaskOfValue16(std::uint8_t* mask, const std::uint8_t* row, int count, std::uint16_t transparent) {
+    BuildMask(mask, count, [&](int x) { return Load16(row + 2 * static_cast<std::size_t>(x)) != transparent; });
+}
+
+void SplitAlpha(std::uint8_t* bgr, std::uint8_t* mask, const std::uint8_t* bgra, int count) {
+    BuildMask(mask, count, [&](int x) { return bgra[4 * static_cast<std::size_t>(x) + 3] >= 128; });
+    for (int x = 0; x < count; ++x, bgr += 3, bgra += 4) std::memcpy(bgr, bgra, 3);
+}
+
+void JoinAlpha(std::uint8_t* bgra, const std::uint8_t* bgr, const std::uint8_t* mask, int count) {
+    for (int x = 0; x < count; ++x, bgr += 3, bgra += 4) {
+        std::memcpy(bgra, bgr, 3);
+        bgra[3] = BitAt(mask, x) ? shr::ALPHA_MAX : shr::ALPHA_MIN;
+    }
+}
+
+void ToBgra(std::uint8_t* bgra, const std::uint8_t* row, const std::uint8_t* mask, shr::ColorFormat format,
+            const shr::Color4b* colorTable, int count) {
+    const auto bytes = 4 * static_cast<std::size_t>(count);
+    switch (format) {
+        case shr::INDEXED_1:
+        case shr::INDEXED_4:
+        case shr::INDEXED_8: FromIndices(bgra, row, shr::ColorFmtToBPP[format], colorTable, count); break;
+        case shr::BGR_24: FromBgr(bgra, row, 3, count); break;
+        case shr::BGRX_32: FromBgr(bgra, row, 4, count); break;
+        case shr::PBGRA_32: FromPremultiplied(bgra, row, count); break;
+        case shr::RGBA_32:
+            std::memcpy(bgra, row, bytes);
+            SwapRedAndBlue(bgra, 4, count);
+            break;
+        default: std::memcpy(bgra, row, bytes); break;
+    }
+    if (mask == nullptr || !HasMask(format)) return;
+    for (int x = 0; x < count; ++x) {
+        if (!BitAt(mask, x)) bgra[4 * static_cast<std::size_t>(x) + 3] = shr::ALPHA_MIN;
+    }
+}
+
+void ToGrey8(std::uint8_t* grey, const std::uint8_t* row, shr::ColorFormat format, int count) {
+    const int bits = shr::ColorFmtToBPP[format];
+    if (bits <= 8) {
+        ValuesOf(grey, row, bits, count);
+        const unsigned scale = bits == 1 ? 255 : bits == 4 ? 17 : 1;
+        for (int x = 0; x < count; ++x) grey[x] = Byte(grey[x] * scale);
+        return;
+    }
+    const int bytesPerPixel = bits / 8;
+    for (int x = 0; x < count; ++x) grey[x] = row[x * bytesPerPixel + bytesPerPixel - 1];
+}
+
+void ToGrey16(std::uint8_t* grey, const std::uint8_t* row, int count) {
+    for (int x = 0; x < count; ++x, grey += 2, row += 4) std::memcpy(grey, row + 2, 2);
+}
+
+void AddAlpha(std::uint8_t* greyAlpha, const std::uint8_t* grey, const std::uint8_t* mask, int bytesPerSample,
+              int count) {
+    if (bytesPerSample == 1) AddAlphaTo<std::uint8_t>(greyAlpha, grey, mask, count);
+    if (bytesPerSample == 2) AddAlphaTo<std::uint16_t>(greyAlpha, grey, mask, count);
+    if (bytesPerSample == 4) AddAlphaTo<std::uint32_t>(greyAlpha, grey, mask, count);
+}
+
+bool HasClearBit(const std::uint8_t* mask, int count) {
+    const int whole = count >> 3;
+    for (int i = 0; i < whole; ++i) {
+        if (mask[i] != 0xFF) return true;
+    }
+    const int rest = count & 7;
+    return rest != 0 && (mask[whole] | 0xFF >> rest) != 0xFF;
+}
+
+}  // namespace tool

@@ -1,0 +1,233 @@
+#include "zbm/ZMemBitmap.h"
+
+#include <algorithm>
+
+#include "core/ArchiveValues.h"
+#include "core/Require.h"
+#include "shr/ScopeExit.h"
+
+namespace zbm {
+
+namespace {
+constexpr Require require("ZBMMemBitmap");
+}
+
+const shr::CTypeInfo ZMemBitmap::ClassTypeId("ZMemBitmap", &ZMemBitmap::CreateInstance, &ZBasicMemBitmap::ClassTypeId);
+
+void* ZMemBitmap::CreateInstance() {
+    return static_cast<shr::CTypedObject*>(new ZMemBitmap(1, 1, shr::BGRA_32, 512, 512));
+}
+
+const shr::CTypeInfo* ZMemBitmap::GetTypeId() const { return &ClassTypeId; }
+
+ZMemBitmap::ZMemBitmap(int width, int height, shr::ColorFormat format, int tileWidth, int tileHeight)
+    : ZBasicMemBitmap(width, height, format, tileWidth, tileHeight) {}
+
+ZMemBitmap::ZMemBitmap(const ZMemBitmap& source) : ZBasicMemBitmap(source) { CopyPOTReductions(source); }
+
+ZMemBitmap& ZMemBitmap::operator=(const ZMemBitmap& source) {
+    if (this != &source) CopyAll(source);
+    return *this;
+}
+
+ZMemBitmap::~ZMemBitmap() { FreeAllPOTReductions(); }
+
+void ZMemBitmap::Create(int width, int height, shr::ColorFormat format, int tileWidth, int tileHeight) {
+    shr::ScopeExit markStale([this] { needsRebuild = true; });
+    ZBasicMemBitmap::Create(width, height, format, tileWidth, tileHeight);
+}
+
+void ZMemBitmap::Create(const BITMAPINFO& dib, int tileWidth, int tileHeight) {
+    ZBasicMemBitmap::Create(dib, tileWidth, tileHeight);
+    needsRebuild = true;
+}
+
+void ZMemBitmap::Create(const BITMAPINFOHEADER* header, const void* bits, const RGBQUAD* colors, int tileWidth,
+                        int tileHeight) {
+    ZBasicMemBitmap::Create(header, bits, colors, tileWidth, tileHeight);
+    needsRebuild = true;
+}
+
+void ZMemBitmap::Create(const ZBasicMemBitmap& source) {
+    shr::ScopeExit markStale([this] { needsRebuild = true; });
+    ZBasicMemBitmap::Create(source);
+}
+
+void ZMemBitmap::Create(const ZMemBitmap& source) {
+    if (this != &source) CopyAll(source);
+}
+
+/// Whatever `create` makes of the bitmap, the source lives until it is done, even where it is one of the reductions,
+/// which the first changed tile drops.
+template <class CreateBase>
+bool ZMemBitmap::CreateFrom(const ZBitmap& source, const CreateBase& create) {
+    const auto isSource = [&](const auto& level) { return level.get() == &source; };
+    std::vector<std::unique_ptr<ZBasicMemBitmap>> kept;
+    if (std::any_of(reductions.begin(), reductions.end(), isSource)) kept.swap(reductions);
+    shr::ScopeExit markStale([this] { needsRebuild = true; });
+    const bool created = create();
+    if (!created && kept.empty()) markStale.Release();
+    return created;
+}
+
+bool ZMemBitmap::Create(ZBitmap& source, shr::IProgress* progress) {
+    return CreateFrom(source, [&] { return ZBasicMemBitmap::Create(source, progress); });
+}
+
+bool ZMemBitmap::Create(shr::ColorFormat format, ZBitmap& source, shr::IProgress* progress) {
+    return CreateFrom(source, [&] { return ZBasicMemBitmap::Create(format, source, progress); });
+}
+
+bool ZMemBitmap::Create(int width, int height, ZBitmap& source, RECT rect, ResizeMethod method,
+                        shr::IProgress* progress) {
+    return CreateFrom(source, [&] { return ZBasicMemBitmap::Create(width, height, source, rect, method, progress); });
+}
+
+void ZMemBitmap::CopyAll(const ZMemBitmap& source) {
+    shr::ScopeExit leaveEmpty([this] {
+        FreeAllPOTReductions();
+        CreateCleanup();
+    });
+    ZBasicMemBitmap::CopyAll(source);
+    CopyPOTReductions(source);
+    leaveEmpty.Release();
+}
+
+/// The copied list counts as current even when the source's was stale.
+void ZMemBitmap::CopyPOTReductions(const ZMemBitmap& source) {
+    FreeAllPOTReductions();
+    needsRebuild = false;
+    for (const auto& level : source.reductions) reductions.push_back(std::make_unique<ZBasicMemBitmap>(*level));
+}
+
+void ZMemBitmap::ChangeFrom(ZMemBitmap& source) {
+    if (this == &source) return;
+    FreeAllPOTReductions();
+    ZBasicMemBitmap::ChangeFrom(source);
+    reductions.swap(source.reductions);
+    needsRebuild = source.needsRebuild;
+    source.needsRebuild = false;
+}
+
+void ZMemBitmap::FreeAllPOTReductions() noexcept { reductions.clear(); }
+
+void ZMemBitmap::FillColorTable(const shr::Color4b* colors, unsigned count) {
+    ZBasicMemBitmap::FillColorTable(colors, count);
+    needsRebuild = true;
+}
+
+void ZMemBitmap::CommitScanRect(int, int) {
+    if (needsRebuild) return;
+    FreeAllPOTReductions();
+    needsRebuild = true;
+}
+
+bool ZMemBitmap::CommitAll(shr::IProgress* progress) { return CreatePOTReductions(progress); }
+
+bool ZMemBitmap::CommitAll(shr::IProgress* progress, bool rebuild) {
+    if (rebuild) needsRebuild = true;
+    return CreatePOTReductions(progress);
+}
+
+bool ZMemBitmap::CreatePOTReductions(shr::IProgress* progress) {
+    if (!needsRebuild) return true;
+    std::vector<std::unique_ptr<ZBasicMemBitmap>> former;  // whose memory the new ones may take
+    former.swap(reductions);
+    shr::ScopeExit dropLevels([this] { FreeAllPOTReductions(); });
+    const bool done = BuildLevels(former, progress);
+    dropLevels.Release();  // a build that was cancelled keeps the levels that it has
+    if (done) needsRebuild = false;
+    return done;
+}
+
+/// Each level is made from the one before. Those of an indexed image are in true colours, and so is what the first one
+/// is made from.
+bool ZMemBitmap::BuildLevels(std::vector<std::unique_ptr<ZBasicMemBitmap>>& former, shr::IProgress* progress) {
+    ZBitmap* source = this;
+    ZBasicMemBitmap trueColor(1, 1, shr::BGRA_32);
+    if (shr::ColorFmtToTblSize[colorFormat] > 0) {
+        if (!trueColor.Create(shr::BGRA_32, *this, progress)) return true;  // cancelled: there is nothing to reduce
+        source = &trueColor;
+    }
+    constexpr int kLargestWithout = 16;
+    for (;;) {
+        const int width = source->GetPixelWidth(), height = source->GetPixelHeight();
+        if (width / 2 <= kLargestWithout || height / 2 <= kLargestWithout) return true;
+        const std::size_t number = reductions.size();
+        auto level = number < former.size() ? std::move(former[number])
+                                            : std::make_unique<ZBasicMemBitmap>(1, 1, shr::BGRA_32, 512, 512);
+        if (!level->Create(width / 2, height / 2, *source, {0, 0, width, height}, ResizeBilinear, progress))
+            return false;
+        reductions.push_back(std::move(level));
+        source = reductions.back().get();
+    }
+}
+
+ZBitmap* ZMemBitmap::GetPtrToPOTReduction(unsigned level) {
+    constexpr int kMinSide = 16;
+    if (level == 0 || std::min(pixelWidth, pixelHeight) < kMinSide) return this;
+    if (reductions.size() < level) return nullptr;
+    return reductions[level - 1].get();
+}
+
+bool ZMemBitmap::Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) {
+    require(legacy == nullptr, 323);
+    return io.IsStoring() ? StoreWithReductions(io, progress) : LoadWithReductions(io, progress);
+}
+
+/// What is held is stored as it is: stale reductions are not built again first.
+bool ZMemBitmap::StoreWithReductions(SerializeIO& io, shr::IProgress* progress) {
+    io.WriteObjVersion(1);
+    if (!ZBasicMemBitmap::Serialize(io, progress, nullptr)) return false;
+    const bool withReductions = io.StoringPOTReductions();
+    WriteU32(io, withReductions ? 1 : 0);
+    if (!withReductions) return true;
+    WriteU32(io, static_cast<std::uint32_t>(reductions.size()));
+    for (const auto& level : reductions)
+        if (!level->Serialize(io, progress, nullptr)) return false;
+    return true;
+}
+
+/// An archive that fails even here leaves the bitmap empty.
+unsigned short ZMemBitmap::ReadVersion(SerializeIO& io) {
+    shr::ScopeExit leaveEmpty([this] {
+        FreeAllPOTReductions();
+        CreateCleanup();
+    });
+    const unsigned short version = io.ReadObjVersion();
+    leaveEmpty.Release();
+    return version;
+}
+
+bool ZMemBitmap::LoadWithReductions(SerializeIO& io, shr::IProgress* progress) {
+    if (ReadVersion(io) != 1) Throw_ERR_ZBM_READ_ARCHIVE(ModuleName(), "ZBMMemBitmap", 364);
+    FreeAllPOTReductions();
+    needsRebuild = true;
+    return ZBasicMemBitmap::Serialize(io, progress, nullptr) && LoadReductions(io, progress);
+}
+
+bool ZMemBitmap::LoadReductions(SerializeIO& io, shr::IProgress* progress) {
+    std::unique_ptr<ZBasicMemBitmap> level;
+    shr::ScopeExit undo([&] {
+        FreeAllPOTReductions();
+        // A level that holds something is one of an unknown version: then what was read stays. Others were emptied.
+        if (level == nullptr || level->GetColorFormat() == shr::FORMAT_NONE) CreateCleanup();
+    });
+    const bool stored = ReadU32(io) != 0;
+    for (std::uint32_t count = stored ? ReadU32(io) : 0; count > 0; --count) {
+        reductions.emplace_back();
+        level = std::make_unique<ZBasicMemBitmap>(1, 1, shr::BGRA_32, 512, 512);
+        if (!level->Serialize(io, progress, nullptr)) {
+            FreeAllPOTReductions();
+            Create(1, 1, shr::BGRA_32, 512, 512);
+            undo.Release();
+            return false;
+        }
+        reductions.back() = std::move(level);
+    }
+    needsRebuild = !stored;
+    undo.Release();
+    return true;
+}
+
+}  // namespace zbm

@@ -1,3 +1,0 @@
-#include "AdjustKernels.inl"
-
-const zpixf::AdjustKernels zpixf::kAvx2AdjustKernels = zpixf::kKernels;

@@ -1,3 +1,0 @@
-#include "AdjustKernels.inl"
-
-const zpixf::AdjustKernels zpixf::kBaseAdjustKernels = zpixf::kKernels;

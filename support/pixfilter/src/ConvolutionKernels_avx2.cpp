@@ -1,3 +1,0 @@
-#include "ConvolutionKernels.inl"
-
-const zpixf::ConvolutionKernels zpixf::kAvx2ConvolutionKernels = zpixf::kKernels;

@@ -1,3 +1,0 @@
-#include "DitherKernels.inl"
-
-const zpixf::DitherKernels zpixf::kAvx2DitherKernels = zpixf::kKernels;

@@ -1,3 +1,0 @@
-#include "DitherMixKernels.inl"
-
-const zpixf::DitherMixKernels zpixf::kAvx2DitherMixKernels = zpixf::kKernels;

@@ -1,3 +1,0 @@
-#include "DitherMixKernels.inl"
-
-const zpixf::DitherMixKernels zpixf::kBaseDitherMixKernels = zpixf::kKernels;

@@ -1,3 +1,0 @@
-#include "MedianKernels.inl"
-
-const zpixf::MedianKernels zpixf::kAvx2MedianKernels = zpixf::kKernels;

@@ -1,3 +1,0 @@
-#include "PaletteMapKernels.inl"
-
-const zpixf::PaletteMapKernels zpixf::kAvx2PaletteMapKernels = zpixf::kKernels;

@@ -1,3 +1,0 @@
-#include "ResampleKernels.inl"
-
-const zpixf::ResampleKernels zpixf::kAvx2ResampleKernels = zpixf::kKernels;

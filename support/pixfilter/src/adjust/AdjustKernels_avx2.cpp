@@ -1,0 +1,3 @@
+#include "adjust/AdjustKernels.inl"
+
+const zpixf::AdjustKernels zpixf::kAvx2AdjustKernels = zpixf::kKernels;

@@ -1,0 +1,113 @@
+// Kernels of the ditherers; the including file defines the table of its level. Nothing here calls the standard library
+// or is inline with external linkage, so no copy compiled for a wide level can stand in for another.
+#include <cstring>
+
+#include "dither/DitherKernels.h"
+
+namespace zpixf {
+namespace {
+
+using std::int32_t;
+using std::size_t;
+using std::uint16_t;
+using std::uint32_t;
+using std::uint64_t;
+using std::uint8_t;
+
+// A whole pixel at a time: from four bytes the compilers make no vectors.
+uint32_t LoadPixel(const uint8_t* pixel) {
+    uint32_t value;
+    std::memcpy(&value, pixel, sizeof value);
+    return value;
+}
+
+void StorePixel(uint8_t* pixel, uint32_t value) { std::memcpy(pixel, &value, sizeof value); }
+
+void ToGrey(uint8_t* pixels, size_t count) {
+    for (size_t x = 0; x < count; ++x) {
+        const uint32_t pixel = LoadPixel(pixels + 4 * x);
+        const uint32_t luma =
+            (7471 * (pixel & 255) + 38470 * (pixel >> 8 & 255) + 19595 * (pixel >> 16 & 255) + 32768) >> 16;
+        StorePixel(pixels + 4 * x, (pixel & 0xFF000000) | luma << 16 | luma << 8 | luma);
+    }
+}
+
+// All three comparisons in one word: bit 15 of each lane stays set where the threshold is not below the end.
+uint8_t Pick(uint64_t ends, uint32_t entries, uint64_t threshold) {
+    const uint64_t isPast = ((threshold - (ends & 0xFFFF * kInThreeLanes)) >> 15) & kInThreeLanes;
+    const unsigned past = static_cast<unsigned>(isPast + (isPast >> 16) + (isPast >> 32)) & 3;
+    return static_cast<uint8_t>(entries >> (8 * past));
+}
+
+// First what vectors can do for a whole run, then the look-ups, pixel by pixel.
+size_t Ordered(const MixtureTables& tables, const PatternLine& pattern, const uint8_t* pixels, size_t x, size_t count,
+               uint8_t* indices) {
+    uint32_t color[kRun], slot[kRun];
+    while (x < count) {
+        const size_t run = count - x < kRun ? count - x : kRun;
+        const uint32_t* latticeThresholds = pattern.lattice + x % kPatternSide;
+        const uint64_t* mixtureThresholds = pattern.mixture + x % kPatternSide;
+        for (size_t i = 0; i < run; ++i) {
+            const uint32_t pixel = LoadPixel(pixels + 4 * (x + i));
+            color[i] = LatticeColor(pixel, latticeThresholds[i]);
+            slot[i] = (pixel & 0xFFFFFF) * tables.exactFactor >> tables.exactShift;
+        }
+        for (size_t i = 0; i < run; ++i) {
+            const Mixture& mixture = tables.mixtures[color[i]];
+            uint64_t ends;
+            uint32_t entries;
+            std::memcpy(&ends, mixture.ends, sizeof ends);
+            std::memcpy(&entries, mixture.entries, sizeof entries);
+            if (ends == 0) return x + i;
+            const uint32_t exact = tables.exact[slot[i]];
+            const uint8_t mixed = Pick(ends, entries, mixtureThresholds[i]);
+            const bool isExact = ((exact ^ LoadPixel(pixels + 4 * (x + i))) & 0xFFFFFF) == 0;
+            indices[x + i] = isExact ? static_cast<uint8_t>(exact >> 24) : mixed;
+        }
+        x += run;
+    }
+    return count;
+}
+
+// |p - c|^2 less |c|^2, which is the same for all entries. It stays within 32 bits for colours up to 2^17 away.
+unsigned Nearest(const SearchPalette& palette, int32_t blue, int32_t green, int32_t red) {
+    int32_t distances[256];
+    int32_t least = 0x7FFFFFFF;
+    for (unsigned i = 0; i < palette.count; i += SearchPalette::kStep)
+        for (unsigned j = i; j < i + SearchPalette::kStep; ++j) {
+            distances[j] =
+                palette.squares[j] - 2 * (palette.blue[j] * blue + palette.green[j] * green + palette.red[j] * red);
+            least = distances[j] < least ? distances[j] : least;
+        }
+    unsigned first = 0;
+    while (distances[first] != least) ++first;
+    return first;
+}
+
+void Colorize(uint8_t* pixels, const uint8_t* indices, size_t count, const uint32_t* palette) {
+    for (size_t x = 0; x < count; ++x)
+        StorePixel(pixels + 4 * x, (LoadPixel(pixels + 4 * x) & 0xFF000000) | palette[indices[x]]);
+}
+
+template <unsigned kBits>
+void Pack(uint8_t* packed, const uint8_t* indices, size_t count) {
+    constexpr size_t kPerByte = 8 / kBits;
+    const size_t whole = count / kPerByte;
+    for (size_t i = 0; i < whole; ++i) {
+        unsigned byte = 0;
+        for (size_t j = 0; j < kPerByte; ++j) byte = byte << kBits | indices[i * kPerByte + j];
+        packed[i] = static_cast<uint8_t>(byte);
+    }
+    const size_t rest = count % kPerByte;
+    if (rest == 0) return;
+    unsigned byte = 0;
+    for (size_t j = 0; j < rest; ++j) byte = byte << kBits | indices[whole * kPerByte + j];
+    const size_t unused = 8 - rest * kBits;
+    const unsigned kept = packed[whole] & ((1u << unused) - 1);
+    packed[whole] = static_cast<uint8_t>(byte << unused | kept);
+}
+
+constexpr DitherKernels kKernels = {&ToGrey, &Ordered, &Nearest, &Colorize, &Pack<1>, &Pack<4>};
+
+}  // namespace
+}  // namespace zpixf

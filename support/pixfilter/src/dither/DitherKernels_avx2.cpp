@@ -1,0 +1,3 @@
+#include "dither/DitherKernels.inl"
+
+const zpixf::DitherKernels zpixf::kAvx2DitherKernels = zpixf::kKernels;

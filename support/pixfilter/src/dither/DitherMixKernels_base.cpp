@@ -1,0 +1,3 @@
+#include "dither/DitherMixKernels.inl"
+
+const zpixf::DitherMixKernels zpixf::kBaseDitherMixKernels = zpixf::kKernels;

@@ -1,0 +1,3 @@
+#include "palette/PaletteMapKernels.inl"
+
+const zpixf::PaletteMapKernels zpixf::kAvx2PaletteMapKernels = zpixf::kKernels;

@@ -1,0 +1,3 @@
+#include "palette/PaletteMapKernels.inl"
+
+const zpixf::PaletteMapKernels zpixf::kBasePaletteMapKernels = zpixf::kKernels;

@@ -1,0 +1,85 @@
+// Kernels of the resampling filters; the including file defines the table of its level. Nothing here calls the standard
+// library or is inline with external linkage, so no copy compiled for a wide level can stand in for another.
+#include <cstring>
+
+#include "resample/ResampleKernels.h"
+
+namespace zpixf {
+namespace {
+
+using std::int32_t;
+using std::size_t;
+using std::uint32_t;
+using std::uint64_t;
+using std::uint8_t;
+
+constexpr size_t kChannels = 4, kAlpha = 3;
+
+uint32_t LoadPixel(const uint8_t* pixel) {
+    uint32_t value;
+    std::memcpy(&value, pixel, sizeof value);
+    return value;
+}
+
+uint64_t LoadPair(const uint8_t* pixels) {
+    uint64_t value;
+    std::memcpy(&value, pixels, sizeof value);
+    return value;
+}
+
+void StorePixel(uint8_t* pixel, uint32_t value) { std::memcpy(pixel, &value, sizeof value); }
+
+void Pick(const uint8_t* line, const uint32_t* columns, size_t count, uint8_t* out) {
+    for (size_t x = 0; x < count; ++x) StorePixel(out + 4 * x, LoadPixel(line + size_t{4} * columns[x]));
+}
+
+/// Two channels of two pixels, blue and red or, of what is shifted, green and alpha, in 16 bits each.
+uint64_t EveryOther(uint64_t pixels) { return pixels & 0x00FF'00FF'00FF'00FF; }
+
+/// A quarter of the sum of a pair of pixels, both channels rounded the same way.
+uint32_t QuarterOf(uint64_t pair, uint32_t rounding) {
+    return (static_cast<uint32_t>(pair) + static_cast<uint32_t>(pair >> 32) + rounding) >> 2 & 0x00FF'00FF;
+}
+
+bool HalveFrom(size_t x, const uint8_t* upper, const uint8_t* lower, size_t count, bool roundsUp, uint8_t* out) {
+    constexpr uint32_t kDown = 0x0001'0001, kUp = 2 * kDown;
+    constexpr uint64_t kAlphas = 0xFF00'0000'FF00'0000;
+    const uint32_t even = roundsUp ? kUp : kDown, odd = roundsUp ? kDown : kUp;
+    uint64_t all = kAlphas;
+    for (; x < count; ++x) {
+        const uint64_t above = LoadPair(upper + 8 * x), below = LoadPair(lower + 8 * x);
+        const uint32_t rounding = even + static_cast<uint32_t>(x % 2) * (odd - even);  // (GCC vectorises this form)
+        const uint32_t blueRed = QuarterOf(EveryOther(above) + EveryOther(below), rounding);
+        const uint32_t greenAlpha = QuarterOf(EveryOther(above >> 8) + EveryOther(below >> 8), rounding);
+        StorePixel(out + 4 * x, blueRed | greenAlpha << 8);
+        all &= above & below;
+    }
+    return all == kAlphas;
+}
+
+bool IsOpaqueFrom(size_t x, const uint8_t* pixels, size_t count) {
+    uint32_t all = 0xFFFFFFFF;
+    for (; x < count; ++x) all &= LoadPixel(pixels + 4 * x);
+    return all >= 0xFF000000;
+}
+
+double TieBreaker(const ResampleColumns& columns, size_t x) {
+    return columns.roundsUp == (x % 2 == 0) ? kTieBreaker : -kTieBreaker;
+}
+
+}  // namespace
+}  // namespace zpixf
+
+#if defined(__AVX2__)
+#include "resample/ResampleKernelsVectors.inl"
+#else
+#include "resample/ResampleKernelsPlain.inl"
+#endif
+
+namespace zpixf {
+namespace {
+
+constexpr ResampleKernels kKernels = {&IsOpaque, &Pick, &Halve, &SumPlain, &SumWeighted, &MixPlain, &MixWeighted};
+
+}  // namespace
+}  // namespace zpixf

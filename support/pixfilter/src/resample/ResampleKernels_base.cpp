@@ -1,0 +1,3 @@
+#include "resample/ResampleKernels.inl"
+
+const zpixf::ResampleKernels zpixf::kBaseResampleKernels = zpixf::kKernels;

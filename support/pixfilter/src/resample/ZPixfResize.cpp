@@ -1,0 +1,63 @@
+#include "zpixf/ZPixfResize.h"
+
+#include <cstring>
+#include <optional>
+#include <vector>
+
+#include "resample/ResampleKernels.h"
+#include "resample/ResampleWeights.h"
+#include "resample/ZPixfResizeChecks.h"
+
+namespace zpixf {
+
+struct ZPixfResize::State {
+    std::vector<std::uint32_t> columns;  // the input pixel of each output pixel
+    std::vector<std::uint8_t> line;
+    std::vector<std::uint8_t> picked;   // what became of the line, where output lines repeat
+    std::optional<unsigned> lineThere;  // in `line`
+};
+
+ZPixfResize::ZPixfResize() = default;
+ZPixfResize::~ZPixfResize() = default;
+ZPixfType ZPixfResize::FilterType() const { return ZPixfType::Resize; }
+
+bool ZPixfResize::OnStart() {
+    if (const wchar_t* reason = WhyNotResampled(inputFormat, outputFormat))
+        return Fail("ZPixfResize", __LINE__, reason);
+    state = std::make_unique<State>();
+    state->line.resize(std::size_t{4} * inputFormat.GetWidth());
+    state->columns.resize(outputFormat.GetWidth());
+    if (outputFormat.GetHeight() > inputFormat.GetHeight())
+        state->picked.resize(std::size_t{4} * outputFormat.GetWidth());
+    if (inputFormat.GetWidth() == 0) return true;
+    for (std::uint32_t x = 0; x < outputFormat.GetWidth(); ++x)
+        state->columns[x] = PixelUnderCentre(x, inputFormat.GetWidth(), outputFormat.GetWidth());
+    return true;
+}
+
+bool ZPixfResize::FilterScanline(unsigned line, void* buffer) {
+    if (!IsReadyFor(line)) return false;
+    if (state->columns.empty()) return true;
+    const unsigned inputLine = PixelUnderCentre(line, inputFormat.GetHeight(), outputFormat.GetHeight());
+    const bool isNew = line == 0 || state->lineThere != inputLine;
+    if (isNew) {
+        state->lineThere.reset();
+        if (!PullLine(inputLine, state->line.data())) return false;
+        state->lineThere = inputLine;
+    }
+    auto& [columns, pulled, picked, lineThere] = *state;
+    auto* const out = static_cast<std::uint8_t*>(buffer);
+    if (isNew || picked.empty()) {
+        auto* const to = picked.empty() ? out : picked.data();
+        ActiveResampleKernels().pick(pulled.data(), columns.data(), columns.size(), to);
+    }
+    if (!picked.empty()) std::memcpy(out, picked.data(), picked.size());
+    return true;
+}
+
+void ZPixfResize::Stop() {
+    state.reset();
+    ZPixFilterBase::Stop();
+}
+
+}  // namespace zpixf

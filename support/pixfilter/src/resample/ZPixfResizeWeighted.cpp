@@ -1,0 +1,134 @@
+// The resampling filters that weigh several pixels.
+//
+// Lines are summed down the picture first, then the sums across it; nothing is rounded between. So it is no matter in
+// which order that happens, and what is turned or mirrored before resizing comes out as if it were after.
+#include <cstring>
+
+#include "resample/ResampleRows.h"
+#include "resample/ResampleTable.h"
+#include "resample/ZPixfResizeChecks.h"
+#include "zpixf/ZPixfResize.h"
+
+namespace zpixf {
+namespace {
+
+bool IsHalf(unsigned input, unsigned output) { return input == 2 * std::uint64_t{output}; }
+
+}  // namespace
+
+struct ZPixfResample::State {
+    /// `kernel` for what is no exact half. Raises std::bad_alloc.
+    State(ResampleKernel kernel, const ZPixFormat& input, const ZPixFormat& output);
+
+    /// Gives the output line to which the rows have been moved.
+    void GiveLine(unsigned line, std::uint8_t* out);
+
+    std::unique_ptr<ResampleRows> rows;
+
+private:
+    /// False if not all that the line needs is opaque: then it is still to be given.
+    bool Halve(unsigned line, std::uint8_t* out);
+    void MixBlock(const ResampleTable::Block& block, std::uint8_t* out);
+    void FillClear(const ResampleTable::Block& block, const bool* isClear, std::uint8_t* out);
+
+    const ResampleKernels& kernels = ActiveResampleKernels();
+    const bool isHalf;  // both ways, and by the box
+    const unsigned width, height;
+    bool isLineEven = true;  // see ResampleTable::IsEven
+    ResampleTable table;
+};
+
+ZPixfResample::State::State(ResampleKernel kernel, const ZPixFormat& input, const ZPixFormat& output)
+    : isHalf(kernel == ResampleKernel::triangle && IsHalf(input.GetWidth(), output.GetWidth()) &&
+             IsHalf(input.GetHeight(), output.GetHeight())),
+      width(output.GetWidth()),
+      height(output.GetHeight()) {
+    const auto weights = [&](unsigned from, unsigned to) {
+        const bool isBox = kernel == ResampleKernel::triangle && IsHalf(from, to);
+        return ResampleWeights(isBox ? ResampleKernel::box : kernel, from, to);
+    };
+    const ResampleWeights down = weights(input.GetHeight(), output.GetHeight());
+    table.Prepare(weights(input.GetWidth(), output.GetWidth()), down.Bits());
+    rows = MakeResampleRows(down, input.GetWidth(), table.MostPixels());
+}
+
+void ZPixfResample::State::GiveLine(unsigned line, std::uint8_t* out) {
+    isLineEven = ResampleTable::IsEven(line, height);
+    if (isHalf && Halve(line, out)) return;
+    for (const ResampleTable::Block& block : table.Blocks()) MixBlock(block, out + std::size_t{4} * block.column);
+}
+
+bool ZPixfResample::State::Halve(unsigned line, std::uint8_t* out) {
+    const std::uint8_t *upper = rows->Line(2 * line), *lower = rows->Line(2 * line + 1);
+    const auto halve = [&](unsigned begin, unsigned end) {
+        return kernels.halve(upper + std::size_t{8} * begin, lower + std::size_t{8} * begin, end - begin,
+                             ResampleTable::IsEven(begin, width) == isLineEven, out + std::size_t{4} * begin);
+    };
+    return halve(0, width / 2) && halve(width / 2, width);
+}
+
+void ZPixfResample::State::MixBlock(const ResampleTable::Block& block, std::uint8_t* out) {
+    const ResampleColumns columns = table.ColumnsOf(block, isLineEven);
+    if (rows->AreOpaque()) {
+        const double* sums = rows->Get(ResampleRows::Sums::plain, block.pixel, block.pixels);
+        return kernels.mixPlain(columns, sums, block.pixel, out);
+    }
+    bool isClear[ResampleTable::kMostColumns];
+    const double* sums = rows->Get(ResampleRows::Sums::weighted, block.pixel, block.pixels);
+    if (kernels.mixWeighted(columns, sums, block.pixel, out, isClear)) FillClear(block, isClear, out);
+}
+
+// Nothing of these pixels shows; they get the colours they would have if alpha were none.
+void ZPixfResample::State::FillClear(const ResampleTable::Block& block, const bool* isClear, std::uint8_t* out) {
+    std::uint8_t plain[4 * ResampleTable::kMostColumns];
+    const double* sums = rows->Get(ResampleRows::Sums::plain, block.pixel, block.pixels);
+    kernels.mixPlain(table.ColumnsOf(block, isLineEven), sums, block.pixel, plain);
+    for (std::size_t x = 0; x < block.columns; ++x)
+        if (isClear[x]) std::memcpy(out + 4 * x, plain + 4 * x, 3);
+}
+
+ZPixfResample::ZPixfResample() = default;
+ZPixfResample::~ZPixfResample() = default;
+
+bool ZPixfResample::StartWith(ResampleKernel kernel) {
+    if (const wchar_t* reason = WhyNotResampled(inputFormat, outputFormat))
+        return Fail("ZPixfResize", __LINE__, reason);
+    const bool isEmpty = outputFormat.GetWidth() == 0 || outputFormat.GetHeight() == 0;
+    if (!isEmpty) state = std::make_unique<State>(kernel, inputFormat, outputFormat);
+    return true;
+}
+
+bool ZPixfResample::FilterScanline(unsigned line, void* buffer) {
+    if (!IsReadyFor(line)) return false;
+    if (!state) return true;  // lines of no pixels
+    if (!state->rows->MoveTo(line, [this](unsigned inputLine, void* pixels) { return PullLine(inputLine, pixels); }))
+        return false;
+    state->GiveLine(line, static_cast<std::uint8_t*>(buffer));
+    return true;
+}
+
+void ZPixfResample::Stop() {
+    state.reset();
+    ZPixFilterBase::Stop();
+}
+
+ZPixfResizeBilinear::ZPixfResizeBilinear() = default;
+ZPixfResizeBilinear::~ZPixfResizeBilinear() = default;
+ZPixfType ZPixfResizeBilinear::FilterType() const { return ZPixfType::Resize; }
+bool ZPixfResizeBilinear::OnStart() { return StartWith(ResampleKernel::triangle); }
+
+ZPixfResizeBicubic::ZPixfResizeBicubic() = default;
+ZPixfResizeBicubic::~ZPixfResizeBicubic() = default;
+void ZPixfResizeBicubic::SetMode(int newMode) { mode = newMode; }
+ZPixfType ZPixfResizeBicubic::FilterType() const { return ZPixfType::ResizeBicubic; }
+
+bool ZPixfResizeBicubic::OnStart() {
+    switch (mode) {
+        case 0: return StartWith(ResampleKernel::catmullRom);
+        case 1: return StartWith(ResampleKernel::mitchell);
+        case 2: return StartWith(ResampleKernel::bSpline);
+        default: return Fail("ZPixfResize", __LINE__, L"The bicubic filter has no such mode.");
+    }
+}
+
+}  // namespace zpixf
