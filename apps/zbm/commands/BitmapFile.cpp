@@ -2,8 +2,8 @@
 
 #include "ErrorContext.h"
 #include "commands/ArchiveFile.h"
-#include "commands/BitmapFacts.h"
 #include "commands/MemoryLimit.h"
+#include "pictures/BitmapFacts.h"
 #include "pictures/PictureReader.h"
 
 namespace tool {
@@ -30,50 +30,60 @@ void RefuseEmpty(const zbm::ZBitmap& bitmap) {
 
 }  // namespace
 
-BitmapPtr ReadPicture(const ZString& name, TileSize tiles, Console& console, ConsoleProgress& progress) {
+Picture ReadPicture(const ZString& name, TileSize tiles, const ReadOptions& options, Console& console,
+                    ConsoleProgress& progress) {
     return InContextOf(name, [&] {
         PictureSource source(name);
-        const std::unique_ptr<PictureReader> reader = OpenPicture(source, console);
+        Notes notes(console, name);
+        const std::unique_ptr<PictureReader> reader = OpenPicture(source, notes);
+        RefuseTooManyPixels(reader->Info().width, reader->Info().height, options.maxPixels);
         BitmapPtr bitmap = MakeBitmap(reader->Info(), tiles);
         const shr::CScopedIProgressTask task(&progress, L"Reading picture...");
         TileRows rows(*bitmap);
         reader->ReadInto(rows, progress);
         rows.Finish();
-        return bitmap;
+        return Picture{std::move(bitmap), reader->Info().metadata};
     });
 }
 
-BitmapPtr ReadPictureOrArchive(const ZString& name, Console& console, ConsoleProgress& progress) {
+Picture ReadPictureOrArchive(const ZString& name, const ReadOptions& options, Console& console,
+                             ConsoleProgress& progress) {
     const bool isPicture = InContextOf(name, [&] {
         PictureSource source(name);
         return BeginsLikePicture(source);
     });
-    if (isPicture) return ReadPicture(name, {}, console, progress);
+    if (isPicture) return ReadPicture(name, {}, options, console, progress);
     BitmapPtr bitmap = LoadArchive(name, console, progress).bitmap;
     InContextOf(name, [&] { RefuseEmpty(*bitmap); });
-    return bitmap;
+    return {std::move(bitmap), {}};
 }
 
-void WritePicture(zbm::ZBitmap& bitmap, OutputFile& output, int jpegQuality, Console& console,
+void WritePicture(const Picture& picture, OutputFile& output, const WriteOptions& options, Console& console,
                   ConsoleProgress& progress) {
     const PictureWriter write = WriterFor(output.Target());
-    const BitmapFacts facts = LookAt(bitmap, progress);
+    const BitmapFacts facts = LookAt(*picture.bitmap, progress);
     InContextOf(
         output.Target(),
         [&] {
             const shr::CScopedIProgressTask task(&progress, L"Writing picture...");
-            PictureJob job{bitmap, facts, output.File(), output.Target(), console, progress, jpegQuality};
+            Notes notes(console, output.Target());
+            NoteLost(picture.metadata, notes);
+            PictureJob job{*picture.bitmap, facts, output.File(), picture.metadata, options, notes, progress};
             write(job);
             output.Commit();
         },
         output.TemporaryName());
 }
 
-void WriteBitmap(zbm::ZBitmap& bitmap, OutputFile& output, Console& console, ConsoleProgress& progress) {
-    if (WriterFor(output.Target()) != nullptr)
-        WritePicture(bitmap, output, kDefaultJpegQuality, console, progress);
-    else
-        StoreArchive(bitmap, output, zcdl::CodecMethod::balanced, progress);
+void WriteBitmap(const Picture& picture, OutputFile& output, const WriteOptions& options, Console& console,
+                 ConsoleProgress& progress) {
+    if (WriterFor(output.Target()) != nullptr) {
+        WritePicture(picture, output, options, console, progress);
+    } else {
+        Notes notes(console, output.Target());
+        NoteLost(picture.metadata, notes);
+        StoreArchive(*picture.bitmap, output, zcdl::CodecMethod::balanced, progress);
+    }
 }
 
 }  // namespace tool

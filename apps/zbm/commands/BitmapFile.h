@@ -15,16 +15,25 @@ struct TileSize {
     int width = 512, height = 512;
 };
 
+/// A bitmap, and what its file told beside it; an archive tells nothing.
+struct Picture {
+    BitmapPtr bitmap;
+    Metadata metadata;
+};
+
 /// The picture file as a bitmap in the closest format. Raises ToolError; shr::AbortException when cancelled.
-BitmapPtr ReadPicture(const ZString& name, TileSize tiles, Console& console, ConsoleProgress& progress);
+Picture ReadPicture(const ZString& name, TileSize tiles, const ReadOptions& options, Console& console,
+                    ConsoleProgress& progress);
 
 /// The bitmap that a file holds: a picture if it begins like one, else an archive. Raises likewise.
-BitmapPtr ReadPictureOrArchive(const ZString& name, Console& console, ConsoleProgress& progress);
+Picture ReadPictureOrArchive(const ZString& name, const ReadOptions& options, Console& console,
+                             ConsoleProgress& progress);
 
 /// Examines the bitmap and writes it as a picture of the type that the output's name tells.
-void WritePicture(zbm::ZBitmap& bitmap, OutputFile& output, int jpegQuality, Console& console,
+void WritePicture(const Picture& picture, OutputFile& output, const WriteOptions& options, Console& console,
                   ConsoleProgress& progress);
 /// Writes it as a picture if the output's name has a known extension, else as an archive.
-void WriteBitmap(zbm::ZBitmap& bitmap, OutputFile& output, Console& console, ConsoleProgress& progress);
+void WriteBitmap(const Picture& picture, OutputFile& output, const WriteOptions& options, Console& console,
+                 ConsoleProgress& progress);
 
 }  // namespace tool

@@ -121,7 +121,8 @@ Command AddUnpack(CLI::App& app) {
     CLI::App* unpack = app.add_subcommand("unpack", "Unpack an archive into a picture");
     AddFile(unpack, "ARCHIVE", options->archive, "The archive to read");
     AddFile(unpack, "PICTURE", options->picture, "The picture to write")->check(CheckPictureName);
-    unpack->add_option("--quality", options->jpegQuality, "Quality of a JPEG picture, 1 to 100; 90 if not given")
+    unpack
+        ->add_option("--quality", options->writing.jpegQuality, "Quality of a JPEG picture, 1 to 100; 90 if not given")
         ->type_name("N")
         ->check(CLI::Range(1, 100));
     return {unpack, [options](std::ostream&, Console& console) { Unpack(*options, console); }};

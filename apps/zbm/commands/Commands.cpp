@@ -8,9 +8,9 @@
 #include "OutputFile.h"
 #include "Progress.h"
 #include "commands/ArchiveFile.h"
-#include "commands/BitmapFacts.h"
 #include "commands/BitmapFile.h"
 #include "commands/FormatNames.h"
+#include "pictures/BitmapFacts.h"
 
 namespace tool {
 
@@ -38,27 +38,29 @@ double CompressionRatio(const LoadedArchive& archive) {
 void Pack(const PackOptions& options, Console& console) {
     ConsoleProgress progress(console);
     OutputFile output(options.archive);  // first, so that a name that cannot be written is told before the work
-    const BitmapPtr bitmap = ReadPicture(options.picture, options.tiles, console, progress);
-    StoreArchive(*bitmap, output, options.method, progress);
+    const Picture picture = ReadPicture(options.picture, options.tiles, options.reading, console, progress);
+    Notes notes(console, options.picture);
+    NoteLost(picture.metadata, notes);
+    StoreArchive(*picture.bitmap, output, options.method, progress);
 }
 
 void Unpack(const UnpackOptions& options, Console& console) {
     ConsoleProgress progress(console);
     OutputFile output(options.picture);
-    const LoadedArchive archive = LoadArchive(options.archive, console, progress);
+    LoadedArchive archive = LoadArchive(options.archive, console, progress);
     if (archive.bitmap->GetPixelWidth() == 0 || archive.bitmap->GetPixelHeight() == 0) {
         throw ToolError(options.archive, "its bitmap is empty, and no picture can be");
     }
-    WritePicture(*archive.bitmap, output, options.jpegQuality, console, progress);
+    WritePicture({std::move(archive.bitmap), {}}, output, options.writing, console, progress);
 }
 
 void Convert(const ConvertOptions& options, Console& console) {
     ConsoleProgress progress(console);
     OutputFile output(options.output);
-    const BitmapPtr source = ReadPictureOrArchive(options.input, console, progress);
-    const BitmapPtr result =
-        InContextOf(options.input, [&] { return ConvertBitmap(*source, options.format, options.quantizer, progress); });
-    WriteBitmap(*result, output, console, progress);
+    Picture picture = ReadPictureOrArchive(options.input, options.reading, console, progress);
+    InContextOf(options.input,
+                [&] { picture.bitmap = ConvertBitmap(*picture.bitmap, options.format, options.quantizer, progress); });
+    WriteBitmap(picture, output, options.writing, console, progress);
 }
 
 void Info(const InfoOptions& options, std::ostream& out, Console& console) {

@@ -14,17 +14,20 @@ struct PackOptions {
     ZString picture, archive;
     TileSize tiles;
     zcdl::CodecMethod method = zcdl::CodecMethod::balanced;
+    ReadOptions reading;
 };
 
 struct UnpackOptions {
     ZString archive, picture;
-    int jpegQuality = kDefaultJpegQuality;
+    WriteOptions writing;
 };
 
 struct ConvertOptions {
     ZString input, output;
     shr::ColorFormat format = shr::FORMAT_NONE;
     std::optional<Quantizer> quantizer;
+    ReadOptions reading;
+    WriteOptions writing;
 };
 
 struct InfoOptions {

@@ -19,14 +19,14 @@ void RequireDone(bool done) {
 }
 
 /// Reads the input, has `edit` give the result, and writes that.
-template <class Edit>
-void EditFile(const ZString& input, const ZString& target, Console& console, const Edit& edit) {
+template <class Options, class Edit>
+void EditFile(const Options& options, Console& console, const Edit& edit) {
     ConsoleProgress progress(console);
-    OutputFile output(target);  // first, so that a name that cannot be written is told before the work
-    BitmapPtr bitmap = ReadPictureOrArchive(input, console, progress);
-    bitmap = InContextOf(input, [&] { return edit(std::move(bitmap), progress); });
-    RequireDone(bitmap->CommitAll(&progress));  // builds the reductions of an archive that had such again
-    WriteBitmap(*bitmap, output, console, progress);
+    OutputFile output(options.output);  // first, so that a name that cannot be written is told before the work
+    Picture picture = ReadPictureOrArchive(options.input, options.reading, console, progress);
+    InContextOf(options.input, [&] { picture.bitmap = edit(std::move(picture.bitmap), progress); });
+    RequireDone(picture.bitmap->CommitAll(&progress));  // builds the reductions of an archive that had such again
+    WriteBitmap(picture, output, options.writing, console, progress);
 }
 
 /// The numbers of a text, which spaces, commas and line ends part.
@@ -74,14 +74,14 @@ Adjustment ConvolutionFrom(const ZString& kernelFile) {
 }
 
 void Adjust(const AdjustOptions& options, Console& console) {
-    EditFile(options.input, options.output, console, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
+    EditFile(options, console, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
         for (const Adjustment& adjust : options.adjustments) RequireDone(adjust(*bitmap, progress));
         return bitmap;
     });
 }
 
 void Resize(const ResizeOptions& options, Console& console) {
-    EditFile(options.input, options.output, console, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
+    EditFile(options, console, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
         const auto [width, height] = options.size;
         RefuseBeyondMemory({width, height, bitmap->GetColorFormat(), 512, 512}, 0);
         auto result = std::make_unique<zbm::ZBasicMemBitmap>(1, 1, shr::BGRA_32);
@@ -92,7 +92,7 @@ void Resize(const ResizeOptions& options, Console& console) {
 }
 
 void QuantizeColors(const QuantizeOptions& options, Console& console) {
-    EditFile(options.input, options.output, console, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
+    EditFile(options, console, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
         std::vector<RGBQUAD> palette;
         RequireDone(bitmap->QuantizeColors(options.method, options.colors, palette, &progress));
         return bitmap;
@@ -102,12 +102,14 @@ void QuantizeColors(const QuantizeOptions& options, Console& console) {
 void Reduce(const ReduceOptions& options, Console& console) {
     ConsoleProgress progress(console);
     OutputFile output(options.archive);
-    const BitmapPtr bitmap = ReadPictureOrArchive(options.input, console, progress);
+    const Picture picture = ReadPictureOrArchive(options.input, options.reading, console, progress);
     zbm::ZMemBitmap reduced(1, 1, shr::BGRA_32);
     InContextOf(options.input, [&] {
-        reduced.ZBasicMemBitmap::ChangeFrom(*bitmap);
+        reduced.ZBasicMemBitmap::ChangeFrom(*picture.bitmap);
         RequireDone(reduced.CommitAll(&progress, true));
     });
+    Notes notes(console, options.input);
+    NoteLost(picture.metadata, notes);
     StoreArchive(reduced, output, zcdl::CodecMethod::balanced, progress);
 }
 

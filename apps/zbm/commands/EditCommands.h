@@ -13,23 +13,30 @@ using Adjustment = std::function<bool(zbm::ZBitmap& bitmap, shr::IProgress& prog
 
 struct AdjustOptions {
     ZString input, output;
+    ReadOptions reading;
+    WriteOptions writing;
     std::vector<Adjustment> adjustments;  ///< in the order in which they are to be made
 };
 
 struct ResizeOptions {
     ZString input, output;
+    ReadOptions reading;
+    WriteOptions writing;
     TileSize size;
     zbm::ResizeMethod method = zbm::ResizeBilinear;
 };
 
 struct QuantizeOptions {
     ZString input, output;
+    ReadOptions reading;
+    WriteOptions writing;
     int colors = 256;
     zbm::QuantMethod method = zbm::QuantMedian8;
 };
 
 struct ReduceOptions {
     ZString input, archive;
+    ReadOptions reading;
 };
 
 /// A convolution by the kernel that a text file holds: 9 or 25 numbers, row by row from the top, then, if they are to

@@ -206,7 +206,7 @@ const std::uint8_t* BmpReader::Converted(const std::uint8_t* raw) {
 
 }  // namespace
 
-std::unique_ptr<PictureReader> OpenBmp(PictureSource& source, Console& /*console*/) {
+std::unique_ptr<PictureReader> OpenBmp(PictureSource& source, Notes& /*notes*/) {
     return std::make_unique<BmpReader>(source);
 }
 

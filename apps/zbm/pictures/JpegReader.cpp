@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <stdexcept>
 
 #include "pictures/Exif.h"
@@ -23,7 +25,7 @@ constexpr int kMostScans = 500;
 
 class JpegReader final : public PictureReader {
 public:
-    JpegReader(PictureSource& pictureSource, Console& target);
+    JpegReader(PictureSource& pictureSource, Notes& target);
     ~JpegReader() override { jpeg_destroy_decompress(&decoder); }
     JpegReader(const JpegReader&) = delete;
     JpegReader& operator=(const JpegReader&) = delete;
@@ -37,7 +39,7 @@ private:
     void RefuseImplausibleSize() const;
     void ReadResolution(const Exif& exif);
     Exif FindExif() const;
-    bool HasColorProfile() const;
+    void ReadColorProfile();
 
     static JpegReader& Of(j_common_ptr library) { return *static_cast<JpegReader*>(library->client_data); }
     static JpegReader& Of(j_decompress_ptr library) { return *static_cast<JpegReader*>(library->client_data); }
@@ -48,7 +50,7 @@ private:
     static void OnProgress(j_common_ptr library);
 
     PictureSource& source;
-    Console& console;
+    Notes& notes;
     LibraryGuard guard;
     PictureInfo pictureInfo;
     jpeg_decompress_struct decoder{};
@@ -58,7 +60,7 @@ private:
     std::array<JOCTET, kBufferBytes> buffer;
 };
 
-JpegReader::JpegReader(PictureSource& pictureSource, Console& target) : source(pictureSource), console(target) {
+JpegReader::JpegReader(PictureSource& pictureSource, Notes& target) : source(pictureSource), notes(target) {
     decoder.err = jpeg_std_error(&errors);
     errors.error_exit = &OnError;
     errors.emit_message = &OnMessage;
@@ -112,8 +114,8 @@ void JpegReader::ReadHeader() {
     }
     const Exif exif = FindExif();
     ReadResolution(exif);
-    NoteOrientation(console, source.Name(), exif.orientation);
-    if (HasColorProfile()) NoteColorProfile(console, source.Name());
+    pictureInfo.metadata.orientation = exif.orientation;
+    ReadColorProfile();
 }
 
 void JpegReader::RefuseImplausibleSize() const {
@@ -147,14 +149,12 @@ Exif JpegReader::FindExif() const {
     return {};
 }
 
-bool JpegReader::HasColorProfile() const {
-    for (jpeg_saved_marker_ptr marker = decoder.marker_list; marker != nullptr; marker = marker->next) {
-        if (marker->marker == JPEG_APP0 + 2 && marker->data_length > 12 &&
-            std::memcmp(marker->data, "ICC_PROFILE\0", 12) == 0) {
-            return true;
-        }
-    }
-    return false;
+void JpegReader::ReadColorProfile() {
+    JOCTET* bytes = nullptr;
+    unsigned length = 0;
+    guard.Run([&] { jpeg_read_icc_profile(&decoder, &bytes, &length); });
+    const std::unique_ptr<JOCTET, void (*)(void*)> owner(bytes, std::free);
+    if (bytes != nullptr) pictureInfo.metadata.colorProfile.assign(bytes, bytes + length);
 }
 
 void JpegReader::ReadInto(TileRows& rows, shr::IProgress& progress) {
@@ -207,7 +207,7 @@ void JpegReader::OnMessage(j_common_ptr library, int level) {
     JpegReader& self = Of(library);
     char message[JMSG_LENGTH_MAX];
     library->err->format_message(library, message);
-    if (!self.guard.Try([&] { self.console.Warning(self.source.Name(), message); })) self.guard.Fail("");
+    if (!self.guard.Try([&] { self.notes.Warn(message); })) self.guard.Fail("");
 }
 
 void JpegReader::OnProgress(j_common_ptr library) {
@@ -217,8 +217,8 @@ void JpegReader::OnProgress(j_common_ptr library) {
 
 }  // namespace
 
-std::unique_ptr<PictureReader> OpenJpeg(PictureSource& source, Console& console) {
-    return std::make_unique<JpegReader>(source, console);
+std::unique_ptr<PictureReader> OpenJpeg(PictureSource& source, Notes& notes) {
+    return std::make_unique<JpegReader>(source, notes);
 }
 
 }  // namespace tool

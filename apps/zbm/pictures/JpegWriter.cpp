@@ -96,9 +96,9 @@ void JpegWriter::SetUp() {
     encoder.in_color_space = grey ? JCS_GRAYSCALE : format == shr::BGR_24 ? JCS_EXT_BGR : JCS_EXT_BGRX;
     guard.Run([this] {
         jpeg_set_defaults(&encoder);
-        jpeg_set_quality(&encoder, job.jpegQuality, TRUE);
+        jpeg_set_quality(&encoder, job.options.jpegQuality, TRUE);
     });
-    if (!grey && job.jpegQuality >= kFullColorQuality) {
+    if (!grey && job.options.jpegQuality >= kFullColorQuality) {
         encoder.comp_info[0].h_samp_factor = 1;
         encoder.comp_info[0].v_samp_factor = 1;
     }
@@ -117,7 +117,7 @@ void JpegWriter::SetResolution() {
     const double unitsPerMeter = inches ? shr::INCHES_PER_METER : 100;
     const double xDensity = std::round(x / unitsPerMeter), yDensity = std::round(y / unitsPerMeter);
     if (xDensity < 1 || yDensity < 1 || xDensity > 65535 || yDensity > 65535) {
-        job.console.Note(job.fileName, "the resolution is not kept: it is out of JPEG's range");
+        job.notes.Add("the resolution is not kept: it is out of JPEG's range");
         return;
     }
     encoder.density_unit = inches ? 1 : 2;
@@ -174,7 +174,7 @@ void JpegWriter::OnMessage(j_common_ptr library, int level) {
     JpegWriter& self = Of(library);
     char message[JMSG_LENGTH_MAX];
     library->err->format_message(library, message);
-    if (!self.guard.Try([&] { self.job.console.Warning(self.job.fileName, message); })) self.guard.Fail("");
+    if (!self.guard.Try([&] { self.job.notes.Warn(message); })) self.guard.Fail("");
 }
 
 }  // namespace

@@ -11,7 +11,7 @@ namespace {
 struct FileType {
     const char* signature;
     std::size_t length;
-    std::unique_ptr<PictureReader> (*open)(PictureSource&, Console&);
+    std::unique_ptr<PictureReader> (*open)(PictureSource&, Notes&);
 };
 
 constexpr FileType kFileTypes[] = {
@@ -39,22 +39,14 @@ const FileType* TypeOf(PictureSource& source) {
 
 bool BeginsLikePicture(PictureSource& source) { return TypeOf(source) != nullptr; }
 
-std::unique_ptr<PictureReader> OpenPicture(PictureSource& source, Console& console) {
+std::unique_ptr<PictureReader> OpenPicture(PictureSource& source, Notes& notes) {
     const FileType* type = TypeOf(source);
     if (type == nullptr) throw std::runtime_error("is no PNG, JPEG, TIFF or BMP picture");
-    return type->open(source, console);
+    return type->open(source, notes);
 }
 
-void NoteReducedDepth(Console& console, const ZString& file) {
-    console.Note(file, "16 bits a sample are reduced to 8: bitmaps have deeper samples in grey only, without alpha");
-}
-
-void NoteColorProfile(Console& console, const ZString& file) { console.Note(file, "its colour profile is not kept"); }
-
-void NoteOrientation(Console& console, const ZString& file, int orientation) {
-    if (orientation <= 1 || orientation > 8) return;
-    console.Note(file, "it is marked to be shown turned (orientation " + std::to_string(orientation) +
-                           "); the mark is not applied and not kept");
+void NoteReducedDepth(Notes& notes) {
+    notes.Add("16 bits a sample are reduced to 8: bitmaps have deeper samples in grey only, without alpha");
 }
 
 }  // namespace tool

@@ -3,7 +3,8 @@
 #include <memory>
 #include <vector>
 
-#include "Console.h"
+#include "pictures/Metadata.h"
+#include "pictures/Notes.h"
 #include "pictures/PictureSource.h"
 #include "pictures/TileRows.h"
 #include "shr/Color4b.h"
@@ -14,11 +15,12 @@ namespace tool {
 
 /// What has to be known of a picture to make the bitmap that receives it.
 struct PictureInfo {
-    int width = 0, height = 0;
+    int width = 0, height = 0;  // as the pixels lie in the file
     /// The closest of the bitmaps' formats.
     shr::ColorFormat format = shr::FORMAT_NONE;
     std::vector<shr::Color4b> colorTable;          // of an indexed format
     int xPixelsPerMeter = 0, yPixelsPerMeter = 0;  // 0 is not known
+    Metadata metadata;
     /// Memory that the decoder needs for a picture of this kind beside the bitmap, where that grows with its area.
     std::uint64_t decoderBytes = 0;
 };
@@ -27,7 +29,7 @@ struct PictureInfo {
 /// file's own tiles and strips take.
 ///
 /// What is wrong with the file is raised as std::exception with a text for the user, without the file's name; what the
-/// bitmap cannot hold, or what a library finds odd, goes to the console.
+/// bitmap cannot hold, or what a library finds odd, goes to the notes.
 class PictureReader {
 public:
     virtual ~PictureReader() = default;
@@ -43,19 +45,16 @@ protected:
 
 /// Whether the file begins like a picture of a type that can be read.
 bool BeginsLikePicture(PictureSource& source);
-/// The reader for the file's content, told by its first bytes. `source` and `console` are borrowed.
-std::unique_ptr<PictureReader> OpenPicture(PictureSource& source, Console& console);
+/// The reader for the file's content, told by its first bytes. `source` and `notes` are borrowed.
+std::unique_ptr<PictureReader> OpenPicture(PictureSource& source, Notes& notes);
 
 // One a file type. They read from the file's start.
-std::unique_ptr<PictureReader> OpenPng(PictureSource& source, Console& console);
-std::unique_ptr<PictureReader> OpenJpeg(PictureSource& source, Console& console);
-std::unique_ptr<PictureReader> OpenTiff(PictureSource& source, Console& console);
-std::unique_ptr<PictureReader> OpenBmp(PictureSource& source, Console& console);
+std::unique_ptr<PictureReader> OpenPng(PictureSource& source, Notes& notes);
+std::unique_ptr<PictureReader> OpenJpeg(PictureSource& source, Notes& notes);
+std::unique_ptr<PictureReader> OpenTiff(PictureSource& source, Notes& notes);
+std::unique_ptr<PictureReader> OpenBmp(PictureSource& source, Notes& notes);
 
-// Notes that readers of several types give.
-void NoteReducedDepth(Console& console, const ZString& file);
-void NoteColorProfile(Console& console, const ZString& file);
-/// `orientation` as in EXIF and TIFF: 1 is upright, and then there is nothing to note.
-void NoteOrientation(Console& console, const ZString& file, int orientation);
+/// The note that samples lose their low bits.
+void NoteReducedDepth(Notes& notes);
 
 }  // namespace tool

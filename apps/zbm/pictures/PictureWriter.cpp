@@ -37,8 +37,7 @@ PictureWriter WriterFor(const ZString& fileName) {
 }
 
 void NoteReducedGrey(PictureJob& job, int bits) {
-    job.console.Note(job.fileName,
-                     "grey levels are reduced to " + std::to_string(bits) + " bits: the file type holds no more");
+    job.notes.Add("grey levels are reduced to " + std::to_string(bits) + " bits: the file type holds no more");
 }
 
 }  // namespace tool

@@ -1,15 +1,13 @@
 #pragma once
-#include <optional>
-
-#include "Console.h"
-#include "commands/BitmapFacts.h"
+#include "pictures/BitmapFacts.h"
+#include "pictures/Metadata.h"
+#include "pictures/Notes.h"
+#include "pictures/PictureOptions.h"
 #include "shr/BufferedFile.h"
 #include "shr/IProgress.h"
 #include "zbm/ZBitmap.h"
 
 namespace tool {
-
-inline constexpr int kDefaultJpegQuality = 90;
 
 /// All that a writer works with; everything is borrowed. The bitmap is only read; it is not const because tiles are
 /// locked.
@@ -17,15 +15,15 @@ struct PictureJob {
     zbm::ZBitmap& bitmap;
     const BitmapFacts& facts;
     shr::CBufferedFile& file;  // empty, at its start, open for reading and writing
-    const ZString& fileName;   // for messages
-    Console& console;
+    const Metadata& metadata;
+    const WriteOptions& options;
+    Notes& notes;
     shr::IProgress& progress;
-    int jpegQuality = kDefaultJpegQuality;
 };
 
 /// Encodes the bitmap into the file, in the representation of the file type that is closest to its format, row by row
-/// from the tiles. What the file type cannot hold raises std::exception with a text for the user, or is noted on the
-/// console where only depth is lost. Throws what the job's progress throws.
+/// from the tiles. What the file type cannot hold raises std::exception with a text for the user, or is noted where
+/// only depth is lost. Throws what the job's progress throws.
 using PictureWriter = void (*)(PictureJob& job);
 
 /// The writer for the name's extension, whatever its case; null for any other extension.

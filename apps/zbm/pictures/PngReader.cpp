@@ -36,7 +36,7 @@ enum class RowLayout {
 
 class PngReader final : public PictureReader {
 public:
-    PngReader(PictureSource& pictureSource, Console& target);
+    PngReader(PictureSource& pictureSource, Notes& target);
     const PictureInfo& Info() const override { return pictureInfo; }
     void ReadInto(TileRows& rows, shr::IProgress& progress) override;
 
@@ -48,7 +48,8 @@ private:
     void ChooseForGrey(int bitDepth);
     void ChooseForColor(int bitDepth, bool alpha);
     void SetTransparentGrey(int bitDepth);
-    void NoteWhatIsNotKept();
+    void ReadColorProfile();
+    void ReadOrientation();
     void ReadPass(TileRows& rows, shr::IProgress& progress, int pass);
     void FetchPngRow(TileRows& rows, int y);
     void StorePngRow(TileRows& rows, int y);
@@ -58,7 +59,7 @@ private:
     static void OnWarning(png_structp png, png_const_charp message);
 
     PictureSource& source;
-    Console& console;
+    Notes& notes;
     LibraryGuard guard;
     PngHandle handle;
     PictureInfo pictureInfo;
@@ -72,7 +73,7 @@ private:
     std::vector<std::uint8_t> pngRow, pixels, mask;
 };
 
-PngReader::PngReader(PictureSource& pictureSource, Console& target) : source(pictureSource), console(target) {
+PngReader::PngReader(PictureSource& pictureSource, Notes& target) : source(pictureSource), notes(target) {
     OpenFile();
     ReadHeader();
 }
@@ -102,6 +103,8 @@ void PngReader::ReadHeader() {
         (std::uint64_t{width} * static_cast<unsigned>(bitDepth) * png_get_channels(handle.png, handle.info) + 7) / 8;
     source.RefuseUnlessHolding(rawRowBytes * height / kLargestExpansion, pictureInfo.width, pictureInfo.height);
     ReadResolution();
+    ReadColorProfile();
+    ReadOrientation();
     switch (colorType) {
         case PNG_COLOR_TYPE_PALETTE: ChooseForPalette(bitDepth); break;
         case PNG_COLOR_TYPE_GRAY: ChooseForGrey(bitDepth); break;
@@ -196,7 +199,7 @@ void PngReader::ChooseForColor(int bitDepth, bool alpha) {
     });
     pictureInfo.format = alpha ? shr::BGRA_32 : shr::BGR_24;
     if (transparentColor && !alpha) layout = RowLayout::withAlpha;
-    if (bitDepth == 16) NoteReducedDepth(console, source.Name());
+    if (bitDepth == 16) NoteReducedDepth(notes);
 }
 
 void PngReader::ReadInto(TileRows& rows, shr::IProgress& progress) {
@@ -211,7 +214,6 @@ void PngReader::ReadInto(TileRows& rows, shr::IProgress& progress) {
     if (pngRow.size() != expected) throw std::runtime_error("its rows have an unexpected length");
     for (int pass = 0; pass < passes; ++pass) ReadPass(rows, progress, pass);
     guard.Run([this] { png_read_end(handle.png, handle.info); });
-    NoteWhatIsNotKept();
 }
 
 /// An interlaced picture comes in seven passes over all rows, each filling in some of the pixels; they are merged in
@@ -257,16 +259,20 @@ void PngReader::StorePngRow(TileRows& rows, int y) {
     rows.Store(0, y, width, row, rowMask);
 }
 
-void PngReader::NoteWhatIsNotKept() {
+void PngReader::ReadColorProfile() {
+    png_charp name = nullptr;
+    png_bytep profile = nullptr;
+    png_uint_32 length = 0;
+    int compression = 0;
+    guard.Run([&] { png_get_iCCP(handle.png, handle.info, &name, &compression, &profile, &length); });
+    if (profile != nullptr) pictureInfo.metadata.colorProfile.assign(profile, profile + length);
+}
+
+void PngReader::ReadOrientation() {
     png_bytep exif = nullptr;
-    png_uint_32 exifLength = 0;
-    bool profile = false;
-    guard.Run([&] {
-        profile = png_get_valid(handle.png, handle.info, PNG_INFO_iCCP) != 0;
-        png_get_eXIf_1(handle.png, handle.info, &exifLength, &exif);
-    });
-    if (profile) NoteColorProfile(console, source.Name());
-    if (exif != nullptr) NoteOrientation(console, source.Name(), ReadExif(exif, exifLength).orientation);
+    png_uint_32 length = 0;
+    guard.Run([&] { png_get_eXIf_1(handle.png, handle.info, &length, &exif); });
+    if (exif != nullptr) pictureInfo.metadata.orientation = ReadExif(exif, length).orientation;
 }
 
 void PngReader::OnRead(png_structp png, png_bytep destination, std::size_t byteCount) {
@@ -282,13 +288,13 @@ void PngReader::OnError(png_structp png, png_const_charp message) {
 
 void PngReader::OnWarning(png_structp png, png_const_charp message) {
     auto& self = *static_cast<PngReader*>(png_get_error_ptr(png));
-    if (!self.guard.Try([&] { self.console.Warning(self.source.Name(), message); })) self.guard.Fail("");
+    if (!self.guard.Try([&] { self.notes.Warn(message); })) self.guard.Fail("");
 }
 
 }  // namespace
 
-std::unique_ptr<PictureReader> OpenPng(PictureSource& source, Console& console) {
-    return std::make_unique<PngReader>(source, console);
+std::unique_ptr<PictureReader> OpenPng(PictureSource& source, Notes& notes) {
+    return std::make_unique<PngReader>(source, notes);
 }
 
 }  // namespace tool

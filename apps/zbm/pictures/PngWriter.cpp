@@ -190,7 +190,7 @@ void PngWriter::OnError(png_structp png, png_const_charp message) {
 
 void PngWriter::OnWarning(png_structp png, png_const_charp message) {
     auto& self = *static_cast<PngWriter*>(png_get_error_ptr(png));
-    if (!self.guard.Try([&] { self.job.console.Warning(self.job.fileName, message); })) self.guard.Fail("");
+    if (!self.guard.Try([&] { self.job.notes.Warn(message); })) self.guard.Fail("");
 }
 
 }  // namespace

@@ -57,7 +57,7 @@ struct Samples {
 
 class TiffReader final : public PictureReader {
 public:
-    TiffReader(PictureSource& pictureSource, Console& target);
+    TiffReader(PictureSource& pictureSource, Notes& target);
     const PictureInfo& Info() const override { return pictureInfo; }
     void ReadInto(TileRows& rows, shr::IProgress& progress) override;
 
@@ -70,7 +70,7 @@ private:
     void ChooseFormat();
     void ReadColorTable();
     void ReadResolution();
-    void NoteWhatIsNotKept();
+    void ReadMetadata();
     std::uint16_t Tag16(std::uint32_t tag);
 
     bool IsColor() const { return pictureInfo.format >= shr::BGR_24; }
@@ -83,7 +83,7 @@ private:
     int Planes() const { return samples.IsPlanar() ? samples.perPixel : 1; }
 
     PictureSource& source;
-    Console& console;
+    Notes& notes;
     SourceData data;
     TiffStream tiff;
     PictureInfo pictureInfo;
@@ -91,12 +91,12 @@ private:
     std::vector<std::uint8_t> pixels;
 };
 
-TiffReader::TiffReader(PictureSource& pictureSource, Console& target)
-    : source(pictureSource), console(target), data(source), tiff(data, "rmO", source.Name(), console) {
+TiffReader::TiffReader(PictureSource& pictureSource, Notes& target)
+    : source(pictureSource), notes(target), data(source), tiff(data, "rmO", notes) {
     ReadSize();
     ReadSamples();
     ReadResolution();
-    NoteWhatIsNotKept();
+    ReadMetadata();
 }
 
 std::uint16_t TiffReader::Tag16(std::uint32_t tag) {
@@ -185,8 +185,8 @@ void TiffReader::ReadExtraSamples() {
     if (samples.alpha >= samples.perPixel) samples.alpha = -1;
     const int kept = samples.colors + (samples.alpha >= 0 ? 1 : 0);
     if (samples.perPixel > kept) {
-        console.Note(source.Name(), "its " + std::to_string(samples.perPixel - kept) +
-                                        " additional sample(s) a pixel, which are no alpha, are not kept");
+        notes.Add("its " + std::to_string(samples.perPixel - kept) +
+                  " additional sample(s) a pixel, which are no alpha, are not kept");
     }
 }
 
@@ -207,7 +207,7 @@ void TiffReader::ChooseFormat() {
             default: pictureInfo.format = shr::GRAYSCALE_4; break;
         }
     }
-    if (IsColor() && samples.bits == 16) NoteReducedDepth(console, source.Name());
+    if (IsColor() && samples.bits == 16) NoteReducedDepth(notes);
 }
 
 void TiffReader::ReadColorTable() {
@@ -235,14 +235,16 @@ void TiffReader::ReadResolution() {
     pictureInfo.yPixelsPerMeter = PixelsPerMeter(static_cast<double>(y), unit);
 }
 
-void TiffReader::NoteWhatIsNotKept() {
+void TiffReader::ReadMetadata() {
     std::uint32_t profileLength = 0;
     void* profile = nullptr;
     if (TIFFGetField(tiff, TIFFTAG_ICCPROFILE, &profileLength, &profile) == 1) {
-        NoteColorProfile(console, source.Name());
+        const auto* bytes = static_cast<const std::uint8_t*>(profile);
+        pictureInfo.metadata.colorProfile.assign(bytes, bytes + profileLength);
     }
-    NoteOrientation(console, source.Name(), Tag16(TIFFTAG_ORIENTATION));
-    if (TIFFLastDirectory(tiff) == 0) console.Note(source.Name(), "only the first of its pictures is read");
+    const int orientation = Tag16(TIFFTAG_ORIENTATION);
+    if (orientation >= 1 && orientation <= 8) pictureInfo.metadata.orientation = orientation;
+    if (TIFFLastDirectory(tiff) == 0) notes.Add("only the first of its pictures is read");
 }
 
 void TiffReader::ReadInto(TileRows& rows, shr::IProgress& progress) {
@@ -379,8 +381,8 @@ void TiffReader::ConvertColor(const std::uint8_t* raw, int count, int plane) {
 
 }  // namespace
 
-std::unique_ptr<PictureReader> OpenTiff(PictureSource& source, Console& console) {
-    return std::make_unique<TiffReader>(source, console);
+std::unique_ptr<PictureReader> OpenTiff(PictureSource& source, Notes& notes) {
+    return std::make_unique<TiffReader>(source, notes);
 }
 
 }  // namespace tool

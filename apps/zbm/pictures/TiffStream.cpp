@@ -21,8 +21,7 @@ std::string Formatted(const char* format, va_list arguments) {
 
 }  // namespace
 
-TiffStream::TiffStream(Data& file, const char* mode, const ZString& fileName, Console& target)
-    : data(file), name(fileName), console(target) {
+TiffStream::TiffStream(Data& file, const char* mode, Notes& target) : data(file), notes(target) {
     const std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> options(TIFFOpenOptionsAlloc(),
                                                                                &TIFFOpenOptionsFree);
     if (options == nullptr) throw std::bad_alloc();
@@ -30,7 +29,7 @@ TiffStream::TiffStream(Data& file, const char* mode, const ZString& fileName, Co
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), &OnError, this);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), &OnWarning, this);
     tiff = TIFFClientOpenExt(
-        name.ToUtf8().c_str(), mode, this, &OnRead, &OnWrite, &OnSeek, [](thandle_t) { return 0; }, &OnLength,
+        "picture", mode, this, &OnRead, &OnWrite, &OnSeek, [](thandle_t) { return 0; }, &OnLength,
         [](thandle_t, void**, toff_t*) { return 0; }, [](thandle_t, void*, toff_t) {}, options.get());
     try {
         Check(tiff != nullptr);
@@ -104,7 +103,7 @@ int TiffStream::OnError(TIFF*, void* selfPointer, const char*, const char* forma
 
 int TiffStream::OnWarning(TIFF*, void* selfPointer, const char*, const char* format, va_list arguments) {
     auto& self = *static_cast<TiffStream*>(selfPointer);
-    self.Try([&] { self.console.Warning(self.name, Formatted(format, arguments)); });
+    self.Try([&] { self.notes.Warn(Formatted(format, arguments)); });
     return 1;
 }
 

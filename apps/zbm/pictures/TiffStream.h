@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "Console.h"
+#include "pictures/Notes.h"
 #include "shr/BufferedFile.h"
 
 namespace tool {
@@ -33,8 +33,8 @@ public:
         ~Data() = default;
     };
 
-    /// `mode` as for TIFFOpen; `name` is for the library's warnings. All are borrowed.
-    TiffStream(Data& file, const char* mode, const ZString& fileName, Console& target);
+    /// `mode` as for TIFFOpen. `file` and `target`, for the library's warnings, are borrowed.
+    TiffStream(Data& file, const char* mode, Notes& target);
     ~TiffStream();
     TiffStream(const TiffStream&) = delete;
     TiffStream& operator=(const TiffStream&) = delete;
@@ -57,8 +57,7 @@ private:
     static int OnWarning(TIFF*, void* self, const char* module, const char* format, va_list arguments);
 
     Data& data;
-    const ZString name;
-    Console& console;
+    Notes& notes;
     std::exception_ptr pending;
     std::string message;  // the first since the last Check
     TIFF* tiff = nullptr;

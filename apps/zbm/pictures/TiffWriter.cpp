@@ -87,7 +87,7 @@ TiffWriter::TiffWriter(PictureJob& newJob)
       height(static_cast<std::uint64_t>(rows.Height())),
       samples(SamplesFor(format, job.facts.hasTransparentPixels)),
       data(job.file),
-      tiff(data, Mode(), job.fileName, job.console) {}
+      tiff(data, Mode(), job.notes) {}
 
 std::uint64_t TiffWriter::RowBytes() const { return (width * samples.perPixel * samples.bits + 7) / 8; }
 

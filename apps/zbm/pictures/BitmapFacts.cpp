@@ -1,4 +1,4 @@
-#include "commands/BitmapFacts.h"
+#include "pictures/BitmapFacts.h"
 
 #include <vector>
 
