@@ -20,6 +20,7 @@ struct PlaneDecoder::Source {
     std::uint8_t* above[kMaxPlanes] = {};
     std::uint8_t* wordResiduals[2] = {};  ///< low and high bytes of one row
 
+    bool HasOnlyEscapes() const noexcept;
     bool Unpack(const PlaneLayout& layout, std::uint8_t* const* residuals);
     bool RestoreBytes(const PlaneLayout& layout, std::size_t rowCount, std::uint8_t* dst);
     bool RestoreWords(const PlaneLayout& layout, std::size_t rowCount, std::uint8_t* dst);
@@ -28,6 +29,7 @@ struct PlaneDecoder::Source {
 
 bool PlaneDecoder::Restore(const PlaneLayout& layout, std::uint8_t* dst) {
     Source source = Prepare(layout);
+    if (!source.HasOnlyEscapes()) return false;
     const auto restBytes = static_cast<std::size_t>(layout.RowRestBytes());
     const auto rowBytes = static_cast<std::size_t>(layout.rowBytes);
     for (std::uint64_t rowsLeft = layout.Rows(); rowsLeft > 0;) {
@@ -78,6 +80,12 @@ PlaneDecoder::Source PlaneDecoder::Prepare(const PlaneLayout& layout) {
     source.wordResiduals[0] = next;
     source.wordResiduals[1] = next + wordBytes / 2;
     return source;
+}
+
+bool PlaneDecoder::Source::HasOnlyEscapes() const noexcept {
+    for (int p = 0; p < kMaxPlanes; ++p)
+        if (!kernels.areEscapes(escapes[p], static_cast<std::size_t>(escapesEnd[p] - escapes[p]))) return false;
+    return true;
 }
 
 bool PlaneDecoder::Source::Unpack(const PlaneLayout& layout, std::uint8_t* const* residuals) {

@@ -51,11 +51,15 @@ struct PlaneKernels {
                                std::uint8_t* escapes);
     std::uint8_t* (*packJoint)(const std::uint8_t* high, const std::uint8_t* low, std::size_t count,
                                std::uint8_t* packed, std::uint8_t* escapes);
-    /// Undo these. Give the end of the escapes used; null if they run out.
+    /// Undo these. Give the end of the escapes used; null if they run out, or if the half byte behind an odd row's last
+    /// residual is not that of a 0.
     const std::uint8_t* (*unpackPairs)(const std::uint8_t* packed, std::size_t count, std::uint8_t* residual,
                                        const std::uint8_t* escapes, const std::uint8_t* escapesEnd);
     const std::uint8_t* (*unpackJoint)(const std::uint8_t* packed, std::size_t count, std::uint8_t* high,
                                        std::uint8_t* low, const std::uint8_t* escapes, const std::uint8_t* escapesEnd);
+
+    /// Whether each of `count` residuals is one that packing lets escape.
+    bool (*areEscapes)(const std::uint8_t* residuals, std::size_t count);
 
     /// Sum of the magnitudes of the differences of `count` bytes, at most 2048, as numbers from -128 to 127.
     std::uint32_t (*distance)(const std::uint8_t* a, const std::uint8_t* b, std::size_t count);

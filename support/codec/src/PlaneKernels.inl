@@ -547,6 +547,7 @@ const uint8_t* UnpackPairs(const uint8_t* packed, size_t count, uint8_t* residua
         if (escapes == escapesEnd) return nullptr;
         residual[i] = *escapes++;
     }
+    if (count % 2 != 0 && (packed[count / 2] & 15u) != kNibbleBias) return nullptr;
     return escapes;
 }
 
@@ -589,6 +590,12 @@ const uint8_t* UnpackJoint(const uint8_t* packed, size_t count, uint8_t* high, u
         }
     }
     return escapes;
+}
+
+bool AreEscapes(const uint8_t* residuals, size_t count) {
+    unsigned packable = 0;
+    for (size_t i = 0; i < count; ++i) packable |= IsEscape(residuals[i]) ? 0u : 1u;
+    return packable == 0;
 }
 
 uint32_t Distance(const uint8_t* a, const uint8_t* b, size_t count) {
@@ -659,6 +666,7 @@ constexpr PlaneKernels kKernels = {
     PackJoint,
     UnpackPairs,
     UnpackJoint,
+    AreEscapes,
     Distance,
     Checksum,
 };

@@ -34,8 +34,9 @@ class PlaneDecoder {
 public:
     /// Where to put the frame's content before Restore. Raises std::bad_alloc.
     std::uint8_t* ContentBuffer(const PlaneLayout& layout) { return content.Reserve(layout.ContentBytes()); }
-    /// Writes the `layout.byteCount` bytes that the content stands for. False if the escapes are not as many as are
-    /// needed; `dst` is then partly written. Raises std::bad_alloc.
+    /// Writes the `layout.byteCount` bytes that the content stands for. False if it is none that PlaneEncoder makes:
+    /// too few or too many escapes, some that needed no escape, another filler behind an odd row than there is to be;
+    /// `dst` is then partly written. Raises std::bad_alloc.
     bool Restore(const PlaneLayout& layout, std::uint8_t* dst);
 
 private:

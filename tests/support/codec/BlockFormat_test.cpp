@@ -75,12 +75,50 @@ TEST(BlockFormat, APatternStandsOnceBehindItsLengthAndPeriod) {
     ExpectDamaged(Sealed({2, 0x8E, 0, 3, 9, 8, 7}), 14);
 }
 
-TEST(BlockFormat, LongPatternsAreFilledUpWithZeros) {
-    const Bytes content(300000, 5);
-    Bytes body = {2, 0xE0, 0xA7, 0x12, 1, 5};
-    body.resize(1 + 1 + 299999 / 32768);
-    EXPECT_EQ(Encode(content, CodecMethod::balanced), Sealed(body));
-    ExpectContent(Sealed(body), content);
+TEST(BlockFormat, APatternIsShorterThanWhatRepeatsIt) {
+    const Bytes content = {9, 8, 7, 6};
+    for (std::uint8_t period = 1; period <= 4; ++period) {
+        const Bytes once(content.begin(), content.begin() + period);
+        const Bytes twice = once + once;
+        ExpectDamaged(Sealed(Bytes{2, period, period} + once), period);
+        ExpectContent(Sealed(Bytes{2, static_cast<std::uint8_t>(2 * period), period} + once), twice);
+        // The first byte of the second time is enough.
+        ExpectContent(Sealed(Bytes{2, static_cast<std::uint8_t>(period + 1), period} + once), once + Bytes{9});
+    }
+}
+
+TEST(BlockFormat, APatternStandsOnlyWhereItIsShorterThanItsBytes) {
+    EXPECT_EQ(Encode({5, 5, 5}, CodecMethod::fast), Sealed({1, 5, 5, 5}));
+    EXPECT_EQ(Encode({5, 5, 5, 5}, CodecMethod::fast), Sealed({2, 4, 1, 5}));
+}
+
+/// The byte 5 over and over, and so many zeros behind it, or other fillers.
+Bytes PatternBlock(std::uint32_t byteCount, std::size_t fillers, std::uint8_t filler = 0) {
+    Bytes body = {2};
+    for (; byteCount >= 128; byteCount >>= 7) body.push_back(static_cast<std::uint8_t>(byteCount | 128));
+    body.insert(body.end(), {static_cast<std::uint8_t>(byteCount), 1, 5});
+    body.resize(body.size() + fillers, filler);
+    return Sealed(body);
+}
+
+// 10 bytes say it all; 11 are expected of more than 5 times 32768.
+TEST(BlockFormat, LongPatternsAreFilledUpWithZerosToTheLeastLength) {
+    constexpr std::uint32_t kUnit = 32768;
+    struct Case {
+        std::uint32_t byteCount;
+        std::size_t zeros;
+    };
+    for (const Case c : {Case{4 * kUnit + 1, 0}, Case{5 * kUnit, 0}, Case{5 * kUnit + 1, 1}, Case{6 * kUnit, 1},
+                         Case{6 * kUnit + 1, 2}, Case{300000, 5}}) {
+        SCOPED_TRACE(c.byteCount);
+        const Bytes content(c.byteCount, 5), block = PatternBlock(c.byteCount, c.zeros);
+        EXPECT_EQ(Encode(content, CodecMethod::balanced), block);
+        ExpectContent(block, content);
+        ExpectDamaged(PatternBlock(c.byteCount, c.zeros + 1), c.byteCount);
+        if (c.zeros == 0) continue;
+        ExpectDamaged(PatternBlock(c.byteCount, c.zeros - 1), c.byteCount);
+        ExpectDamaged(PatternBlock(c.byteCount, c.zeros, 1), c.byteCount);
+    }
 }
 
 TEST(BlockFormat, AZstdFrameStandsAsItIs) {
@@ -93,6 +131,25 @@ TEST(BlockFormat, AZstdFrameStandsAsItIs) {
     Bytes older = RawFrame(content);
     older[0] = 0x27;
     ExpectDamaged(Sealed(Bytes{3} + older), 5);
+}
+
+TEST(BlockFormat, AZstdFrameStandsAlone) {
+    const Bytes content = {1, 2, 3, 4, 5};
+    const Bytes skippable = {0x50, 0x2A, 0x4D, 0x18, 0, 0, 0, 0};
+    const Bytes planesHead = {4, 5, 0, 5, 1};
+    for (const Bytes& behind : {Bytes{0}, skippable, RawFrame({}), RawFrame({6})}) {
+        ExpectDamaged(Sealed(Bytes{3} + RawFrame(content) + behind), content.size());
+        ExpectDamaged(Sealed(planesHead + RawFrame(content) + behind), content.size());
+    }
+    ExpectContent(Sealed(planesHead + RawFrame(content)), content);
+}
+
+TEST(BlockFormat, AZstdFrameNeedsNoDictionary) {
+    // The same frame with a dictionary's number, 1, behind its descriptor.
+    Bytes frame = RawFrame({1, 2, 3, 4, 5});
+    frame[4] |= 1;
+    frame.insert(frame.begin() + 5, 1);
+    ExpectDamaged(Sealed(Bytes{3} + frame), 5);
 }
 
 // Two rows of three pixels of one byte; each predictor; the length, the layout and the row's length before the plane.
@@ -116,6 +173,26 @@ TEST(BlockFormat, PairsHoldTwoResidualsAndEscapesFollow) {
     ExpectDamaged(Sealed(head + Bytes{1} + RawFrame({0x80, 0xEF, 0xF7, 100})), 5);
     ExpectDamaged(Sealed(head + Bytes{3} + RawFrame(content + Bytes{1})), 5);
     ExpectDamaged(Sealed(head + Bytes{6} + RawFrame(content + Bytes{1, 2, 3, 4})), 5);
+    // Another half byte behind the odd row's last residual, an escape of what is packed.
+    ExpectDamaged(Sealed(head + Bytes{2} + RawFrame({0x80, 0xEF, 0xF8, 100, 156})), 5);
+    for (const std::uint8_t packable : Bytes{249, 0, 7})
+        ExpectDamaged(Sealed(head + Bytes{2} + RawFrame({0x80, 0xEF, 0xF7, 100, packable})), 5);
+    for (const std::uint8_t escape : Bytes{248, 8})
+        ExpectContent(Sealed(head + Bytes{2} + RawFrame({0x80, 0xEF, 0xF7, 100, escape})), {1, 249, 7, 100, escape});
+}
+
+TEST(BlockFormat, EveryResidualMayEscapeButNoMore) {
+    const Bytes rows = {10, 20, 30, 40, 50, 60}, all(6, 0xFF);
+    // Pairs in two rows of three; two joint planes of three pixels each.
+    const Bytes pairs = {4, 6, 0, 3, 2 | 0 << 2}, joint = {4, 6, 1, 6, 3 | 0 << 2};
+    ExpectContent(Sealed(pairs + Bytes{6} + RawFrame(Bytes{0xFF, 0xF7, 0xFF, 0xF7} + rows)), rows);
+    ExpectContent(Sealed(joint + Bytes{6, 3 | 0 << 2} + RawFrame(Bytes{0xFF, 0xFF, 0xFF} + rows)), rows);
+    // Counts that no memory could hold are damage, and so is one that overflows the content's size.
+    for (const Bytes& count :
+         {Bytes{7}, Bytes{0xFF, 0xFF, 0xFF, 0xFF, 0x0F}, Bytes(8, 0xFF) + Bytes{0x3F}, Bytes(8, 0xFF) + Bytes{0x7F}}) {
+        ExpectDamaged(Sealed(pairs + count + RawFrame(all + rows)), 6);
+        ExpectDamaged(Sealed(joint + count + Bytes{3} + RawFrame(all + rows)), 6);
+    }
 }
 
 TEST(BlockFormat, ColourPixelsAreDifferencesToGreenWithTheFirstAndThirdInOneByte) {

@@ -213,6 +213,11 @@ TEST_P(EachLevel, PacksPairsAndUnpacksThem) {
             const std::uint8_t* const last = escapes.data() + escapes.size();
             ASSERT_EQ(Kernels().unpackPairs(packed.data(), count, unpacked.data(), escapes.data(), last), last);
             ASSERT_EQ(unpacked, residual);
+            if (count % 2 != 0) {
+                packed.back() ^= 1;  // the filler
+                ASSERT_EQ(Kernels().unpackPairs(packed.data(), count, unpacked.data(), escapes.data(), last), nullptr);
+                packed.back() ^= 1;
+            }
             if (escapes.empty()) continue;
             ASSERT_EQ(Kernels().unpackPairs(packed.data(), count, unpacked.data(), escapes.data(), last - 1), nullptr);
         }
@@ -242,6 +247,22 @@ TEST_P(EachLevel, PacksTwoPlanesJointlyAndUnpacksThem) {
             if (escapes.empty()) continue;
             ASSERT_EQ(Kernels().unpackJoint(packed.data(), count, high.data(), low.data(), escapes.data(), last - 1),
                       nullptr);
+        }
+    }
+}
+
+TEST_P(EachLevel, TellsEscapesFromResidualsThatArePacked) {
+    for (const std::size_t count : Lengths()) {
+        Bytes residuals(count);
+        for (std::size_t i = 0; i < count; ++i) residuals[i] = static_cast<std::uint8_t>(8 + i % 241);
+        EXPECT_TRUE(Kernels().areEscapes(residuals.data(), count));
+        for (std::size_t i = 0; i < count; i += 1 + i / 5) {
+            const std::uint8_t escape = residuals[i];
+            for (const int packable : {-7, 0, 7}) {
+                residuals[i] = static_cast<std::uint8_t>(packable);
+                EXPECT_FALSE(Kernels().areEscapes(residuals.data(), count));
+            }
+            residuals[i] = escape;
         }
     }
 }
