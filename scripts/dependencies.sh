@@ -14,7 +14,8 @@
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 packages_build=(g++ cmake ninja-build pkg-config googletest libbenchmark-dev libcli11-dev
-    libzstd-dev liblz4-dev zlib1g-dev libpng-dev libjpeg-dev libtiff-dev python3-minimal)
+    libzstd-dev liblz4-dev zlib1g-dev libpng-dev libjpeg-dev libtiff-dev python3-minimal
+    zstd)
 packages_demo=(python3-pil)
 packages_checks=(clang-14 libclang-rt-14-dev llvm-14 clang-format-14 clang-tidy-14 python3)
 packages_windows=(g++-mingw-w64-x86-64-posix wine wine64 gcc make dpkg-dev libjpeg62-turbo-dev)

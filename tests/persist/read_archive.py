@@ -1,15 +1,15 @@
 #!/usr/bin/env python3
-"""Takes bitmap archives apart that were stored without compression, and compares every pixel with the formula.
+"""Takes bitmap archives apart, and compares every pixel with the formula.
 
     read_archive.py ARCHIVE...
 
-An independent reader of what docs/file-formats.md says: it stands on the standard library alone and shares nothing with
-the library that wrote the archives. Files named "with-reductions..." hold a memory bitmap with reductions, all others a
-bitmap in memory.
+An independent reader of what docs/file-formats.md says: it stands on the standard library alone (and on read_block.py,
+which does, but for the program `zstd`) and shares nothing with the library that wrote the archives.
 """
-import os
 import struct
 import sys
+
+import read_block
 
 BITS = [0, 1, 4, 8, 16, 32, 1, 4, 8, 24, 32, 32, 32, 32]
 COLORS = {6: 2, 7: 16, 8: 256}
@@ -35,12 +35,16 @@ class Archive:
         version = self.value("H")
         assert version == 1, f"version {version}"
 
-    def stored_block(self, size):
-        """A compressed block of the kind that is not compressed: kind 1, the bytes, a checksum of 4 bytes."""
-        block = self.raw(self.value("I"))
-        assert block[0] == 1, f"a block of kind {block[0]}"
-        assert len(block) == 1 + size + 4, "a block of another size"
-        return block[1:1 + size]
+    def block(self, size):
+        return read_block.decode(self.raw(self.value("I")), size)
+
+    def begins_with_format_at(self, position):
+        """Whether a bitmap in memory can begin there."""
+        if len(self.data) < position + 22:
+            return False
+        version, height, width, pixel_format, tile_height, tile_width = struct.unpack_from("<H5i", self.data, position)
+        return (version == 1 and height >= 0 and width >= 0 and 1 <= pixel_format <= 13 and tile_height >= 1
+                and tile_width >= 1)
 
 
 def row_bytes(width, bits):
@@ -90,10 +94,10 @@ def check_tile(archive, pixel_format, left, top, width, height):
     head = [archive.value("i") for _ in range(3)]
     assert head == [width, height, pixel_format], f"a tile of {head} at ({left}, {top})"
     bits = BITS[pixel_format]
-    rows = bottom_up_rows(archive.stored_block(row_bytes(width, bits) * height), height)
+    rows = bottom_up_rows(archive.block(row_bytes(width, bits) * height), height)
     masks = None
     if pixel_format not in WITH_ALPHA_CHANNEL:
-        masks = bottom_up_rows(archive.stored_block(row_bytes(width, 1) * height), height)
+        masks = bottom_up_rows(archive.block(row_bytes(width, 1) * height), height)
     for y in range(height):
         for x in range(width):
             place = (left + x, top + y)
@@ -135,12 +139,15 @@ def main(names):
     for name in names:
         with open(name, "rb") as file:
             archive = Archive(file.read())
-        with_reductions = os.path.basename(name).startswith("with-reductions")
         try:
-            pixels = check_bitmap_with_reductions(archive) if with_reductions else check_bitmap(archive)
+            if archive.begins_with_format_at(0):
+                pixels = check_bitmap(archive)
+            else:
+                assert archive.begins_with_format_at(2), "no archive of a bitmap"
+                pixels = check_bitmap_with_reductions(archive)
             assert archive.position == len(archive.data), "bytes are left over"
             assert pixels > 0, "no pixels"
-        except AssertionError as error:
+        except (AssertionError, read_block.Damaged) as error:
             sys.exit(f"{name}: {error}, near byte {archive.position}")
         print(f"{name}: {pixels} pixels")
 
