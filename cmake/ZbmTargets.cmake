@@ -112,7 +112,7 @@ function(zbm_compile_in_converter target)
     file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/src/convert/*.cpp")
     list(FILTER sources EXCLUDE REGEX "_(base|avx2|avx512)\\.cpp$")
     list(FILTER sources EXCLUDE REGEX "/(ColorTableMatcher|ZBMPixelRect)\\.cpp$")  # exported, and linked as such
-    target_sources(${target} PRIVATE ${sources})
+    target_sources(${target} PRIVATE ${sources} "${PROJECT_SOURCE_DIR}/src/core/Checks.cpp")
     target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/src")
     target_link_libraries(${target} PRIVATE ZBMLib2 cpu)
     zbm_add_all_kernels(${target} "${folder}")

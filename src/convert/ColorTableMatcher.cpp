@@ -1,15 +1,13 @@
 #include "zbm/ColorTableMatcher.h"
 
 #include "convert/MatcherKernelLevel.h"
-#include "core/Require.h"
+#include "core/checks/ColorTableMatcherChecks.h"
 
 namespace zbm {
 
 using shr::Color4b;
 
 namespace {
-
-constexpr Require require("ZBMColorTableMatcher");
 
 constexpr unsigned kMaxColors = 256;
 constexpr std::size_t kKeys = std::size_t{1} << 24;
@@ -33,8 +31,8 @@ TableBytes BytesOf(const std::vector<Color4b>& table) {
 }  // namespace
 
 ColorTableMatcher::ColorTableMatcher(const Color4b* colors, unsigned count) {
-    require(colors != nullptr, 40);
-    require(count >= 1 && count <= kMaxColors, 41);
+    require(colors != nullptr, ColorTableMatcherCheck::table);
+    require(count >= 1 && count <= kMaxColors, ColorTableMatcherCheck::colorCount);
     table.assign(colors, colors + count);
     InitInverseColorMap();
     InitRGBToColorTabMap();

@@ -4,8 +4,7 @@
 
 #include "convert/ConvertRows.h"
 #include "convert/Quantize.h"
-#include "shr/Exception.h"
-#include "zbm/ZBMLib2.h"
+#include "core/checks/ColorFormatChecks.h"
 
 namespace zbm {
 namespace {
@@ -51,7 +50,7 @@ void ConvertToIndexed(const PixelRows& dst, const ConstPixelRows& src, std::uint
 void ConvertPixels(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t width, std::uint32_t height,
                    int method) {
     const int tableSize = TableSize(dst.format);
-    if (tableSize != 0 && dst.colorTable == nullptr) shr::ThrowInternalError(ModuleName(), L"ZBMColorFormat", 43);
+    require(tableSize == 0 || dst.colorTable != nullptr, ColorFormatCheck::colorTable);
     if (dst.format == src.format) return CopyEqualFormats(dst, src, width, height);
 
     std::fill_n(dst.colorTable, tableSize, Color4b::Black);

@@ -6,7 +6,7 @@
 #include "convert/ConvertEveryPair.h"
 #include "convert/MatcherMaps.h"
 #include "core/RectAt.h"
-#include "core/Require.h"
+#include "core/checks/PixelRectChecks.h"
 #include "shr/ScopeExit.h"
 #include "zbm/ColorTableMatcher.h"
 #include "zbm/ZBitmap.h"
@@ -19,8 +19,6 @@ using shr::ColorFormat;
 using shr::IProgress;
 
 namespace {
-
-constexpr Require require("ZBMPixelRect");
 
 /// A rect refers to a const bitmap, since reading is most of what it does; a commit writes to it all the same.
 ZBitmap& Writable(const ZBitmap& bitmap) { return const_cast<ZBitmap&>(bitmap); }
@@ -88,7 +86,7 @@ void ZPixelRect::Free() noexcept {
 }
 
 void ZPixelRect::Init(const ZBitmap& source, const RECT& rect, ColorFormat format) {
-    require(shr::IsColorFormat(format), 270);
+    require(shr::IsColorFormat(format), PixelRectCheck::formatRange);
     shr::ScopeExit freeAll([this] { Free(); });
     pixels.reset();
     bitmap = &source;
@@ -110,12 +108,12 @@ void ZPixelRect::Init(const ZBitmap& source, const RECT& rect, ColorFormat forma
 
 void ZPixelRect::SetRegionRect(const RECT& rect) {
     const int bitmapWidth = bitmap->GetPixelWidth(), bitmapHeight = bitmap->GetPixelHeight();
-    require(rect.left >= 0 && rect.left <= bitmapWidth, 393);
-    require(rect.right >= 0 && rect.right <= bitmapWidth, 394);
-    require(rect.top >= 0 && rect.top <= bitmapHeight, 395);
-    require(rect.bottom >= 0 && rect.bottom <= bitmapHeight, 396);
-    require(rect.right > rect.left, 398);
-    require(rect.bottom > rect.top, 399);
+    require(rect.left >= 0 && rect.left <= bitmapWidth, PixelRectCheck::regionLeft);
+    require(rect.right >= 0 && rect.right <= bitmapWidth, PixelRectCheck::regionRight);
+    require(rect.top >= 0 && rect.top <= bitmapHeight, PixelRectCheck::regionTop);
+    require(rect.bottom >= 0 && rect.bottom <= bitmapHeight, PixelRectCheck::regionBottom);
+    require(rect.right > rect.left, PixelRectCheck::regionWidth);
+    require(rect.bottom > rect.top, PixelRectCheck::regionHeight);
     regionRect = rect;
     width = static_cast<std::uint32_t>(rect.right - rect.left);
     height = static_cast<std::uint32_t>(rect.bottom - rect.top);
@@ -143,8 +141,8 @@ void ZPixelRect::RetrievePixelData() {
 void ZPixelRect::Fetch(int x, int y, int w, int h, IProgress* progress) { Fetch(RectAt(x, y, w, h), progress); }
 
 void ZPixelRect::Fetch(const RECT& rect, IProgress*) {
-    require(bitmap != nullptr, 160);
-    require(!colorTableChanged, 161);
+    require(bitmap != nullptr, PixelRectCheck::fetchedBitmap);
+    require(!colorTableChanged, PixelRectCheck::fetchedTable);
     const RECT oldRegion = regionRect;
     const std::uint32_t oldWidth = width, oldHeight = height;
     const std::int32_t oldStride = stride;
@@ -177,7 +175,7 @@ void ZPixelRect::Fetch(const ZBitmap& source, const RECT& rect, ColorFormat form
 }
 
 void ZPixelRect::CommitPixels(IProgress*) {
-    require(bitmap != nullptr, 200);
+    require(bitmap != nullptr, PixelRectCheck::committedBitmap);
     ZBitmap& target = Writable(*bitmap);
     const ColorFormat bitmapFormat = target.GetColorFormat();
     if (colorFormat == bitmapFormat && !colorTableChanged) {
@@ -196,7 +194,7 @@ void ZPixelRect::CommitPixels(IProgress*) {
         }
         ConvertEveryPairToColorTable(converted, bitmapColors, own, numColorTableItems, width, height, *matcher);
     } else {
-        require(bitmapColors == 0, 221);
+        require(bitmapColors == 0, PixelRectCheck::committedColors);
         ConvertEveryPair(converted, own, width, height);
     }
     target.StoreRegion(temporary.rows.get(), temporary.stride, regionRect);
@@ -208,7 +206,7 @@ unsigned char* ZPixelRect::GetRowPtr(int row) const noexcept {
 }
 
 void ZPixelRect::SetColorTableItem(unsigned index, const Color4b& color) {
-    require(index < 256, 310);
+    require(index < 256, PixelRectCheck::colorIndex);
     colorTable[index] = color;
     colorTableChanged = true;
 }

@@ -2,14 +2,10 @@
 
 #include <algorithm>
 
-#include "core/Require.h"
+#include "core/checks/BasicMemBitmapChecks.h"
 #include "shr/ScopeExit.h"
 
 namespace zbm {
-
-namespace {
-constexpr Require require("ZBMBasicMemBitmap");
-}
 
 const shr::CTypeInfo ZBasicMemBitmap::ClassTypeId("ZBasicMemBitmap", &ZBasicMemBitmap::CreateInstance,
                                                   &ZBitmap::ClassTypeId);
@@ -21,8 +17,8 @@ void* ZBasicMemBitmap::CreateInstance() {
 const shr::CTypeInfo* ZBasicMemBitmap::GetTypeId() const { return &ClassTypeId; }
 
 ZBasicMemBitmap::ZBasicMemBitmap(int width, int height, shr::ColorFormat format, int tileWidth, int tileHeight) {
-    require(height >= 1 && width >= 1, 60);
-    require(tileHeight >= 1 && tileWidth >= 1, 61);
+    require(height >= 1 && width >= 1, BasicMemBitmapCheck::size);
+    require(tileHeight >= 1 && tileWidth >= 1, BasicMemBitmapCheck::tileSize);
     Create(width, height, format, tileWidth, tileHeight);
 }
 
@@ -52,8 +48,8 @@ void ZBasicMemBitmap::Create(const BITMAPINFO& dib, int tileWidth, int tileHeigh
 }
 
 void ZBasicMemBitmap::Create(const BITMAPINFOHEADER* header, const void*, const RGBQUAD*, int, int) {
-    require(header != nullptr, 196);
-    require.Fail(198);
+    require(header != nullptr, BasicMemBitmapCheck::dibHeader);
+    require.Fail(BasicMemBitmapCheck::dibCreation);
 }
 
 void ZBasicMemBitmap::Create(const ZBasicMemBitmap& source) {
@@ -142,7 +138,7 @@ void ZBasicMemBitmap::ChangeFrom(ZBasicMemBitmap& source) {
 ZScanRect& ZBasicMemBitmap::LockScanRect(int row, int col) const {
     const auto r = static_cast<std::size_t>(row), c = static_cast<std::size_t>(col);
     require(r < scanRectRows.size() && c < scanRectRows[r].tiles.size() && scanRectRows[r].tiles[c] != nullptr,
-            __LINE__);
+            BasicMemBitmapCheck::tile);
     return *scanRectRows[r].tiles[c];
 }
 

@@ -4,7 +4,7 @@
 #include <limits>
 #include <new>
 
-#include "core/Require.h"
+#include "core/checks/ScanRectChecks.h"
 #include "shr/BufferedFile.h"
 #include "zbm/ZBMLib2.h"
 
@@ -14,8 +14,6 @@ using shr::ByteBuffer;
 using shr::ColorFormat;
 
 namespace {
-
-constexpr Require require("ZBMScanRect");
 
 bool HasMask(ColorFormat format) { return !shr::ColorFmtHasAlphaChannel[format]; }
 
@@ -62,8 +60,8 @@ void ZScanRect::Create(int newWidth, int newHeight, ColorFormat newFormat) {
 /// Makes everything aside first, and the planes before the row tables, which are written at once; what commits cannot
 /// fail.
 void ZScanRect::CreateWith(int newWidth, int newHeight, ColorFormat newFormat, Content content) {
-    require(newHeight >= 1 && newWidth >= 1, 342);
-    require(shr::IsColorFormat(newFormat), 343);
+    require(newHeight >= 1 && newWidth >= 1, ScanRectCheck::size);
+    require(shr::IsColorFormat(newFormat), ScanRectCheck::formatRange);
     const Planes planes(newWidth, newHeight, newFormat);
     const bool masked = HasMask(newFormat);
     const auto rows = static_cast<std::size_t>(newHeight);

@@ -2,15 +2,13 @@
 #include <cstring>
 #include <limits>
 
-#include "core/Require.h"
+#include "core/checks/ScanRectChecks.h"
 #include "zbm/ZBMLib2.h"
 #include "zbm/ZScanRect.h"
 
 namespace zbm {
 
 namespace {
-
-constexpr Require require("ZBMScanRect");
 
 /// Reads one row of 16-bit DIB pixels into B, G, R bytes; low bits are left zero.
 using ExpandRow = void (*)(std::uint8_t* bgr, const std::uint8_t* source, std::size_t count);
@@ -46,11 +44,10 @@ void MakeOpaque(std::uint8_t* bgra, std::size_t count) {
 }  // namespace
 
 void ZScanRect::CopyFromDib(const BITMAPINFOHEADER* header, const void* bits, int x, int y) {
-    require(x >= 0 && header->biWidth >= static_cast<std::int64_t>(width) + x, 67);
-    require(y >= 0 && header->biHeight >= static_cast<std::int64_t>(height) + y, 68);
-    require(IsSupportedDepth(header->biBitCount), 333);
-    if (header->biCompression != BI_RGB && header->biCompression != BI_BITFIELDS)
-        Throw_ERR_ZBM_UNSUPPORTED_DIB_FORMAT(ModuleName(), "ZBMScanRect", __LINE__);
+    require(x >= 0 && header->biWidth >= static_cast<std::int64_t>(width) + x, ScanRectCheck::dibWidth);
+    require(y >= 0 && header->biHeight >= static_cast<std::int64_t>(height) + y, ScanRectCheck::dibHeight);
+    require(IsSupportedDepth(header->biBitCount), ScanRectCheck::dibDepth);
+    require(header->biCompression == BI_RGB || header->biCompression == BI_BITFIELDS, ScanRectCheck::dibCompression);
 
     const shr::ColorFormat format = shr::ColorFormatClosestToDIB(*header);
     if (IsShapedAs(width, height, format))

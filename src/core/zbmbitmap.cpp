@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "core/RectAt.h"
-#include "core/Require.h"
+#include "core/checks/BitmapChecks.h"
 #include "shr/Units.h"
 #include "zbm/ZBitmap.h"
 
@@ -12,8 +12,6 @@ using shr::Color4b;
 using shr::ColorFormat;
 
 namespace {
-
-constexpr Require require("zbmbitmap");
 
 /// Half away from zero. What no int holds becomes the nearest that does.
 int Round(double value) {
@@ -75,8 +73,8 @@ void ZBitmap::CopyFields(const ZBitmap& source) noexcept {
 void ZBitmap::Init(int newPixelHeight, int newPixelWidth, ColorFormat newFormat, int newScanRectHeight,
                    int newScanRectWidth) {
     Free();
-    require(newPixelHeight >= 0 && newPixelWidth >= 0, 878);
-    require(newScanRectHeight >= 1 && newScanRectWidth >= 1, 879);
+    require(newPixelHeight >= 0 && newPixelWidth >= 0, BitmapCheck::pixelSize);
+    require(newScanRectHeight >= 1 && newScanRectWidth >= 1, BitmapCheck::tileSize);
     pixelHeight = newPixelHeight;
     pixelWidth = newPixelWidth;
     scanRectHeight = newScanRectHeight;
@@ -90,8 +88,8 @@ void ZBitmap::Init(int newPixelHeight, int newPixelWidth, ColorFormat newFormat,
 }
 
 void ZBitmap::SetColorFormat(ColorFormat newFormat) {
-    require(colorFormat == shr::FORMAT_NONE, 120);
-    require(shr::IsColorFormat(newFormat), 122);
+    require(colorFormat == shr::FORMAT_NONE, BitmapCheck::formatIsSetOnce);
+    require(shr::IsColorFormat(newFormat), BitmapCheck::formatRange);
     colorFormat = newFormat;
 }
 
@@ -130,15 +128,15 @@ void ZBitmap::SetScanRectRowInfo(ZScanRectRow& row, int top, int rowHeight, int 
 }
 
 void ZBitmap::FillColorTable(const Color4b* colors, unsigned count) {
-    require(count <= static_cast<unsigned>(shr::ColorFmtToTblSize[colorFormat]), 156);
+    require(count <= static_cast<unsigned>(shr::ColorFmtToTblSize[colorFormat]), BitmapCheck::colorCount);
     std::copy_n(colors, count, colorTable);
     std::fill(colorTable + count, colorTable + 256, Color4b::Black);
     numColorTableItems = count;
 }
 
 Color4b ZBitmap::GetColorTableItem(unsigned index) const {
-    require(numColorTableItems > 0, 186);
-    require(index < numColorTableItems, 190);
+    require(numColorTableItems > 0, BitmapCheck::colorTable);
+    require(index < numColorTableItems, BitmapCheck::colorIndex);
     return colorTable[index];
 }
 
@@ -165,7 +163,7 @@ int ZBitmap::GetXDPIResolution() const noexcept { return Round(xResolution * shr
 int ZBitmap::GetYDPIResolution() const noexcept { return Round(yResolution * shr::METERS_PER_INCH); }
 
 // Device output is not part of this version; its two slots keep their places.
-void ZBitmap::FetchDib(shr::CDib&, const RECT&) const { require.Fail(__LINE__); }
+void ZBitmap::FetchDib(shr::CDib&, const RECT&) const { require.Fail(BitmapCheck::deviceOutput); }
 
 void ZBitmap::FetchDib(shr::CDib& dib, int x, int y, int w, int h) const { FetchDib(dib, RectAt(x, y, w, h)); }
 

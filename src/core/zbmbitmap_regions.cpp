@@ -1,16 +1,14 @@
 // Rectangles of pixels and masks in and out, tile by tile through the lock interface.
 #include "core/MaskRows.h"
 #include "core/RectAt.h"
-#include "core/Require.h"
 #include "core/WritesFor.h"
+#include "core/checks/BitmapChecks.h"
 #include "shr/CopyPixelRows.h"
 #include "zbm/ZBitmap.h"
 
 namespace zbm {
 
 namespace {
-
-constexpr Require require("zbmbitmap");
 
 /// A rectangle's part in one tile.
 struct TilePart {
@@ -20,10 +18,10 @@ struct TilePart {
     int width, height;
 };
 
-/// Calls `use` for the part of `rect` in each tile that it meets, in the order of the tiles. `line` is that of the
-/// check that a part is not empty.
+/// Calls `use` for the part of `rect` in each tile that it meets, in the order of the tiles. `partCheck` is that
+/// a part is not empty.
 template <class Rows, class Use>
-void ForEachPart(const Rows& rows, const RECT& rect, int line, Use use) {
+void ForEachPart(const Rows& rows, const RECT& rect, BitmapCheck partCheck, Use use) {
     for (std::size_t i = 0; i < rows.size(); ++i) {
         const auto& boxes = rows[i].boxes;
         if (boxes.empty() || boxes.front().top >= rect.bottom || boxes.front().bottom <= rect.top) continue;
@@ -39,7 +37,7 @@ void ForEachPart(const Rows& rows, const RECT& rect, int line, Use use) {
                                     std::int64_t{part.top} - rect.top,
                                     static_cast<int>(part.right - part.left),
                                     static_cast<int>(part.bottom - part.top)};
-            require(tilePart.width > 0 && tilePart.height > 0, line);
+            require(tilePart.width > 0 && tilePart.height > 0, partCheck);
             use(tilePart);
         }
     }
@@ -67,11 +65,11 @@ Byte* RowOf(Byte* first, int stride, std::int64_t row) {
 }  // namespace
 
 void ZBitmap::FetchRegion(unsigned char* dst, int dstStride, const RECT& rect) const {
-    require(rect.left >= 0 && rect.top >= 0 && rect.right >= 0 && rect.bottom >= 0, 519);
-    require(rect.right - rect.left >= 1, 521);
-    require(rect.bottom - rect.top >= 1, 522);
+    require(rect.left >= 0 && rect.top >= 0 && rect.right >= 0 && rect.bottom >= 0, BitmapCheck::fetchedCorners);
+    require(rect.right - rect.left >= 1, BitmapCheck::fetchedWidth);
+    require(rect.bottom - rect.top >= 1, BitmapCheck::fetchedHeight);
     const shr::CopyWrites writes = WritesForRect(rect, colorFormat);
-    ForEachPart(scanRectRows, rect, 558, [&](const TilePart& part) {
+    ForEachPart(scanRectRows, rect, BitmapCheck::fetchedPart, [&](const TilePart& part) {
         const ZScanRect& tile = LockScanRect(part.row, part.col);
         shr::CopyPixelRows(RunsAt(dst, dstStride, part.rectX, part.rectY, colorFormat),
                            {tile.GetRowPtr(part.tileY), tile.GetStride(), part.tileX}, part.width, part.height,
@@ -86,7 +84,7 @@ void ZBitmap::FetchRegion(unsigned char* dst, int dstStride, int x, int y, int w
 
 void ZBitmap::StoreRegion(const unsigned char* src, int srcStride, const RECT& rect) {
     const shr::CopyWrites writes = WritesForRect(rect, colorFormat);
-    ForEachPart(scanRectRows, rect, 644, [&](const TilePart& part) {
+    ForEachPart(scanRectRows, rect, BitmapCheck::storedPart, [&](const TilePart& part) {
         ZScanRect& tile = LockScanRect(part.row, part.col);
         shr::CopyPixelRows({tile.GetRowPtr(part.tileY), tile.GetStride(), part.tileX},
                            RunsAt(src, srcStride, part.rectX, part.rectY, colorFormat), part.width, part.height,
@@ -101,8 +99,8 @@ void ZBitmap::StoreRegion(const unsigned char* src, int srcStride, int x, int y,
 }
 
 void ZBitmap::GetAlphaFromMask(unsigned char* dst, int dstStride, const RECT& rect, unsigned pixelStep) const {
-    require(!shr::ColorFmtHasAlphaChannel[colorFormat], __LINE__);
-    ForEachPart(scanRectRows, rect, 723, [&](const TilePart& part) {
+    require(!shr::ColorFmtHasAlphaChannel[colorFormat], BitmapCheck::alphaFetchedFormat);
+    ForEachPart(scanRectRows, rect, BitmapCheck::alphaFetchedPart, [&](const TilePart& part) {
         const ZScanRect& tile = LockScanRect(part.row, part.col);
         for (int k = 0; k < part.height; ++k) {
             unsigned char* first = RowOf(dst, dstStride, part.rectY + k) + part.rectX * pixelStep + (pixelStep - 1);
@@ -114,8 +112,8 @@ void ZBitmap::GetAlphaFromMask(unsigned char* dst, int dstStride, const RECT& re
 }
 
 void ZBitmap::SetMaskFromAlpha(unsigned char* src, int srcStride, const RECT& rect) {
-    require(!shr::ColorFmtHasAlphaChannel[colorFormat], __LINE__);
-    ForEachPart(scanRectRows, rect, 814, [&](const TilePart& part) {
+    require(!shr::ColorFmtHasAlphaChannel[colorFormat], BitmapCheck::alphaStoredFormat);
+    ForEachPart(scanRectRows, rect, BitmapCheck::alphaStoredPart, [&](const TilePart& part) {
         ZScanRect& tile = LockScanRect(part.row, part.col);
         for (int k = 0; k < part.height; ++k)
             PackMaskRow(tile.GetAlphaRowPtr(part.tileY + k), static_cast<std::size_t>(part.tileX),

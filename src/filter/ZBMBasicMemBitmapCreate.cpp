@@ -1,6 +1,6 @@
 // Bitmaps in memory made from bitmaps of any class.
 #include "core/LockedTile.h"
-#include "core/Require.h"
+#include "core/checks/BasicMemBitmapChecks.h"
 #include "filter/MakeResizeFilter.h"
 #include "shr/ScopeExit.h"
 #include "zbm/CPixFilterPipeline.h"
@@ -11,7 +11,6 @@ namespace zbm {
 
 namespace {
 
-constexpr Require require("ZBMBasicMemBitmap");
 constexpr int kTileSide = 512;
 constexpr const wchar_t* kTaskText = L"Creating image...";
 
@@ -50,8 +49,8 @@ bool ZBasicMemBitmap::CopyTiles(ZBitmap& source, shr::IProgress* progress) {
 }
 
 bool ZBasicMemBitmap::Create(shr::ColorFormat format, ZBitmap& source, shr::IProgress* progress) {
-    require(&source != this, 401);
-    require(shr::IsColorFormat(format), 402);
+    require(&source != this, BasicMemBitmapCheck::convertedSelf);
+    require(shr::IsColorFormat(format), BasicMemBitmapCheck::convertedFormat);
     if (format == source.GetColorFormat()) return ZBasicMemBitmap::Create(source, progress);
 
     const int width = source.GetPixelWidth(), height = source.GetPixelHeight();
@@ -66,19 +65,19 @@ bool ZBasicMemBitmap::Create(shr::ColorFormat format, ZBitmap& source, shr::IPro
 
 bool ZBasicMemBitmap::Create(int width, int height, ZBitmap& source, RECT rect, ResizeMethod method,
                              shr::IProgress* progress) {
-    require(&source != this, 477);
-    require(rect.left >= 0 && rect.left <= source.GetPixelWidth(), 479);
-    require(rect.right >= 0 && rect.right <= source.GetPixelWidth(), 480);
-    require(rect.top >= 0 && rect.top <= source.GetPixelHeight(), 481);
-    require(rect.bottom >= 0 && rect.bottom <= source.GetPixelHeight(), 482);
-    require(rect.right > rect.left, 484);
-    require(rect.bottom > rect.top, 485);
+    require(&source != this, BasicMemBitmapCheck::resizedSelf);
+    require(rect.left >= 0 && rect.left <= source.GetPixelWidth(), BasicMemBitmapCheck::resizedLeft);
+    require(rect.right >= 0 && rect.right <= source.GetPixelWidth(), BasicMemBitmapCheck::resizedRight);
+    require(rect.top >= 0 && rect.top <= source.GetPixelHeight(), BasicMemBitmapCheck::resizedTop);
+    require(rect.bottom >= 0 && rect.bottom <= source.GetPixelHeight(), BasicMemBitmapCheck::resizedBottom);
+    require(rect.right > rect.left, BasicMemBitmapCheck::resizedWidth);
+    require(rect.bottom > rect.top, BasicMemBitmapCheck::resizedHeight);
 
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
     Renew(width, height, source.GetColorFormat(), kTileSide, kTileSide, ZScanRect::Content::overwritten);
     const shr::CScopedIProgressTask task(progress, kTaskText);
     const std::unique_ptr<zpixf::ZPixFilterBase> filter = MakeResizeFilter(method);
-    require(filter != nullptr, 633);
+    require(filter != nullptr, BasicMemBitmapCheck::resizeMethod);
     if (!FilterFrom(source, rect, *filter, progress)) return false;
     leaveEmpty.Release();
     return true;

@@ -8,8 +8,8 @@
 #include "convert/ZBMColorFormat.h"
 #include "core/LockedTile.h"
 #include "core/MaskRows.h"
-#include "core/Require.h"
 #include "core/WritesFor.h"
+#include "core/checks/BasicMemBitmapChecks.h"
 #include "filter/TileRowSearch.h"
 #include "shr/CopyPixelRows.h"
 #include "shr/ScopeExit.h"
@@ -20,8 +20,6 @@
 namespace zbm {
 
 namespace {
-
-constexpr Require require("ZBMBasicMemBitmap");
 
 std::uint32_t WidthOf(const RECT& rect) { return static_cast<std::uint32_t>(rect.right - rect.left); }
 
@@ -71,7 +69,7 @@ bool ZBasicMemBitmap::FilterScanLines(const CPixFilterContext* context, ZBitmap*
     const bool hasNoPixels = pixelWidth == 0 || pixelHeight == 0 || WidthOf(inputRect) == 0;
     if (hasNoPixels && input->GetNumScanRectRows() > 0) return true;
     const int row = FindTileRow(*input, inputRect.top);
-    require(row >= 0, 949);
+    require(row >= 0, BasicMemBitmapCheck::firstInputRow);
     inputBitmap = input;
     const bool readsTiles = HasPlainTiles(*input) && (input != this || context->filter->PullsForward());
     if (!readsTiles) CreateInputScanRectRow(row);
@@ -144,7 +142,7 @@ bool ZBasicMemBitmap::ReadScanLine(void* context, unsigned line, void* buffer) {
 void ZBasicMemBitmap::GetInputBitmapScanLine(CPixFilterContext* context, unsigned char* line, int y) {
     const std::int64_t sourceY = std::int64_t{inputRect.top} + y;
     const int row = FindTileRow(*inputBitmap, sourceY, currentInputRow);
-    require(row >= 0, 1237);
+    require(row >= 0, BasicMemBitmapCheck::inputRow);
     if (row != currentInputRow) BeginInputRow(row);
     const ZBitmap& tiles = inputRowCopy ? *inputRowCopy : *inputBitmap;
     // The next line is fetched meanwhile, unless lines are left out.
@@ -174,7 +172,7 @@ void ZBasicMemBitmap::GetInputBitmapScanLine(CPixFilterContext* context, unsigne
 
 void ZBasicMemBitmap::SetBitmapScanLine(const std::vector<unsigned char>& alpha, const unsigned char* line, int y) {
     const int row = FindTileRow(*this, y, y / scanRectHeight);
-    require(row >= 0, 1299);
+    require(row >= 0, BasicMemBitmapCheck::outputRow);
     // A line that was just read from where it is written now is in the caches.
     const auto writes = inputBitmap == this ? shr::CopyWrites::cached : WritesFor(pixelWidth, pixelHeight, colorFormat);
     int x = 0;

@@ -3,14 +3,10 @@
 #include <algorithm>
 
 #include "core/ArchiveValues.h"
-#include "core/Require.h"
+#include "core/checks/MemBitmapChecks.h"
 #include "shr/ScopeExit.h"
 
 namespace zbm {
-
-namespace {
-constexpr Require require("ZBMMemBitmap");
-}
 
 const shr::CTypeInfo ZMemBitmap::ClassTypeId("ZMemBitmap", &ZMemBitmap::CreateInstance, &ZBasicMemBitmap::ClassTypeId);
 
@@ -171,7 +167,7 @@ ZBitmap* ZMemBitmap::GetPtrToPOTReduction(unsigned level) {
 }
 
 bool ZMemBitmap::Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) {
-    require(legacy == nullptr, 323);
+    require(legacy == nullptr, MemBitmapCheck::legacy);
     return io.IsStoring() ? StoreWithReductions(io, progress) : LoadWithReductions(io, progress);
 }
 
@@ -200,7 +196,7 @@ unsigned short ZMemBitmap::ReadVersion(SerializeIO& io) {
 }
 
 bool ZMemBitmap::LoadWithReductions(SerializeIO& io, shr::IProgress* progress) {
-    if (ReadVersion(io) != 1) Throw_ERR_ZBM_READ_ARCHIVE(ModuleName(), "ZBMMemBitmap", 364);
+    require(ReadVersion(io) == 1, MemBitmapCheck::recordVersion);
     FreeAllPOTReductions();
     needsRebuild = true;
     return ZBasicMemBitmap::Serialize(io, progress, nullptr) && LoadReductions(io, progress);

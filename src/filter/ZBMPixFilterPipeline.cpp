@@ -1,15 +1,14 @@
 #include <algorithm>
 
 #include "core/MaskRows.h"
-#include "core/Require.h"
+#include "core/checks/PixFilterPipelineChecks.h"
 #include "shr/ScopeExit.h"
 #include "zbm/CPixFilterPipeline.h"
+#include "zbm/ZBMLib2.h"
 
 namespace zbm {
 
 namespace {
-
-constexpr Require require("ZBMPixFilterPipeline");
 
 std::size_t MaskRowBytes(std::uint32_t width) {
     return static_cast<std::size_t>(shr::RowBytes(width, shr::GRAYSCALE_1));
@@ -45,7 +44,7 @@ AlphaUse AlphaUseOf(zpixf::ZPixfType type) {
         case ResizeBicubic: return {true, true};
         case MakesAlpha: return {false, true};
     }
-    require.Fail(139);
+    require.Fail(PixFilterPipelineCheck::filterType);
 }
 
 }  // namespace
@@ -57,9 +56,9 @@ CPixFilterContext::~CPixFilterContext() = default;
 
 CPixFilterContext::CPixFilterContext(zpixf::ZPixFilterBase* stageFilter, zpixf::ScanLineFunction function,
                                      ZBitmap* owner) {
-    require(stageFilter != nullptr, 76);
-    require(function != nullptr, 77);
-    require(owner != nullptr, 78);
+    require(stageFilter != nullptr, PixFilterPipelineCheck::filter);
+    require(function != nullptr, PixFilterPipelineCheck::function);
+    require(owner != nullptr, PixFilterPipelineCheck::bitmap);
     filter = stageFilter;
     scanLineFunction = function;
     bitmap = owner;
@@ -79,7 +78,7 @@ CPixFilterPipeline::~CPixFilterPipeline() {
 }
 
 bool CPixFilterPipeline::AddPixFilter(const CPixFilterContext& stage) {
-    require(numStages < kMaxStages, 165);
+    require(numStages < kMaxStages, PixFilterPipelineCheck::stages);
     const std::uint32_t added = numStages;
     cookies[added] = {this, added};
     stages[added] = stage;
@@ -97,7 +96,7 @@ bool CPixFilterPipeline::AddPixFilter(const CPixFilterContext& stage) {
         started = filter.Start();
     }
     if (cancelled) return false;
-    if (!started) shr::Throw_ERR_SHR_NOGLOBALMEM(ModuleName(), "ZBMPixFilterPipeline", 218);
+    require(started, PixFilterPipelineCheck::filterStart);
     return true;
 }
 
@@ -137,7 +136,7 @@ void CPixFilterPipeline::ReportStart(unsigned stage, unsigned line) {
 }
 
 void CPixFilterPipeline::FilterScanline(unsigned char* buffer, int line) {
-    require(numStages > 0, __LINE__);
+    require(numStages > 0, PixFilterPipelineCheck::anyStage);
     zpixf::ZPixFilterBase& last = *stages[numStages - 1].filter;
     if (!last.FilterScanline(static_cast<unsigned>(line), buffer)) {
         const shr::Exception error(last.GetErrorModule(), last.GetErrorFile(), last.GetErrorLine(),

@@ -1,7 +1,7 @@
 // The adjustments of a whole picture: each configures one filter and runs it through the virtual FilterScanLines.
 #include <memory>
 
-#include "core/Require.h"
+#include "core/checks/BitmapChecks.h"
 #include "zbm/ZBitmap.h"
 #include "zpixf/ZPixfAdjust.h"
 #include "zpixf/ZPixfConvolution.h"
@@ -11,8 +11,6 @@
 namespace zbm {
 
 namespace {
-
-constexpr Require require("zbmbitmap");
 
 constexpr const wchar_t* kFiltering = L"Filtering image...";
 
@@ -25,7 +23,7 @@ std::unique_ptr<zpixf::ZPixfQuantize> MakeQuantizer(QuantMethod method) {
         case QuantMedian8: return std::make_unique<zpixf::ZPixfQuantizeMedian8>();
         case QuantPopularity: return std::make_unique<zpixf::ZPixfQuantizePopularity>();
     }
-    require.Fail(1430);
+    require.Fail(BitmapCheck::quantMethod);
 }
 
 }  // namespace
@@ -36,7 +34,7 @@ bool ZBitmap::FilterAsTask(zpixf::ZPixFilterBase& filter, const wchar_t* taskTex
 }
 
 bool ZBitmap::ChangeBrightness(double amount, shr::IProgress* progress) {
-    require(IsAmount(amount), 1111);
+    require(IsAmount(amount), BitmapCheck::brightnessRange);
     if (amount == 0.0) return true;
     zpixf::ZPixfBrightness filter;
     filter.SetBrightness(amount);
@@ -44,7 +42,7 @@ bool ZBitmap::ChangeBrightness(double amount, shr::IProgress* progress) {
 }
 
 bool ZBitmap::ChangeContrast(double amount, shr::IProgress* progress) {
-    require(IsAmount(amount), 1140);
+    require(IsAmount(amount), BitmapCheck::contrastRange);
     if (amount == 0.0) return true;
     zpixf::ZPixfContrast filter;
     filter.SetContrast(amount);
@@ -52,7 +50,7 @@ bool ZBitmap::ChangeContrast(double amount, shr::IProgress* progress) {
 }
 
 bool ZBitmap::ChangeSaturation(double amount, shr::IProgress* progress) {
-    require(IsAmount(amount), 1169);
+    require(IsAmount(amount), BitmapCheck::saturationRange);
     if (amount == 1.0) return true;  // neutral, unlike above
     zpixf::ZPixfSaturation filter;
     filter.SetSaturation(amount);
@@ -97,7 +95,7 @@ bool ZBitmap::MedianFilter(unsigned span, shr::IProgress* progress) {
 }
 
 bool ZBitmap::Sharpen(double amount, shr::IProgress* progress) {
-    require(IsAmount(amount), 1337);
+    require(IsAmount(amount), BitmapCheck::sharpeningRange);
     zpixf::ZPixfConvolution3 filter;
     filter.SetSharpeningConvolution(amount);
     return FilterAsTask(filter, L"Sharpening image...", progress);

@@ -1,17 +1,14 @@
 // A memory bitmap's record in an archive: the format information, u16 version 1, then the tiles, row by row.
-#include "core/Require.h"
 #include "core/ScanRectRecord.h"
+#include "core/checks/BasicMemBitmapChecks.h"
+#include "core/checks/ScanRectChecks.h"
 #include "shr/ScopeExit.h"
 #include "zbm/ZBasicMemBitmap.h"
 
 namespace zbm {
 
-namespace {
-constexpr Require require("ZBMBasicMemBitmap");
-}
-
 bool ZBasicMemBitmap::Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) {
-    require(legacy == nullptr, 770);
+    require(legacy == nullptr, BasicMemBitmapCheck::legacy);
     if (io.IsStoring()) {
         SerializeFormatInfo(io, nullptr);
         return StoreTiles(io, progress);
@@ -42,7 +39,7 @@ bool ZBasicMemBitmap::LoadTiles(SerializeIO& io, shr::IProgress* progress) {
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
     if (io.ReadObjVersion() != 1) {
         leaveEmpty.Release();  // what was read before a record of an unknown version stays
-        Throw_ERR_ZBM_READ_ARCHIVE(ModuleName(), "ZBMBasicMemBitmap", 818);
+        require.Fail(BasicMemBitmapCheck::recordVersion);
     }
     const shr::CScopedIProgressTask task(progress, L"Loading image...");
     const int rows = GetNumScanRectRows();
@@ -51,7 +48,7 @@ bool ZBasicMemBitmap::LoadTiles(SerializeIO& io, shr::IProgress* progress) {
         for (int col = 0; col < tiles; ++col)
             if (!LoadTile(io, row, col)) {
                 leaveEmpty.Release();  // of a picture with a tile that we do not know, what was read stays
-                Throw_ERR_ZBM_READ_ARCHIVE(ModuleName(), "ZBMScanRect", 512);
+                require.Fail(ScanRectCheck::recordVersion);
             }
         if (!SRProgress(progress, row, tiles, rows, tiles)) {
             Create(1, 1, shr::BGRA_32, 512, 512);
@@ -69,7 +66,7 @@ bool ZBasicMemBitmap::LoadTile(SerializeIO& io, int row, int col) {
                                  colorFormat};
     const auto remaining = io.RemainingBytes();
     if (remaining && TilePlanes(place.width, place.height, place.format).MinRecordBytes() > *remaining)
-        Throw_ERR_ZBM_READ_ARCHIVE(ModuleName(), "ZBMBasicMemBitmap", __LINE__);
+        require.Fail(BasicMemBitmapCheck::recordLength);
     scanRectRows[static_cast<std::size_t>(row)].tiles[static_cast<std::size_t>(col)] =
         std::make_unique<ZScanRect>(place.width, place.height, place.format);
     const bool known = LockScanRect(row, col).Load(io, &place);

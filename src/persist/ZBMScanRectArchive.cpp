@@ -3,23 +3,19 @@
 #include <limits>
 
 #include "core/ArchiveValues.h"
-#include "core/Require.h"
 #include "core/ScanRectRecord.h"
+#include "core/checks/ScanRectChecks.h"
 #include "zbm/ZScanRect.h"
 
 namespace zbm {
 
 namespace {
 
-constexpr Require require("ZBMScanRect");
-
 /// The longest block whose encoded form can surely be framed by a 32-bit length.
 bool CanBeFramed(std::uint64_t byteCount) {
     return byteCount <= std::numeric_limits<std::uint32_t>::max() &&
            zcdl::MaxEncodedSize(byteCount) <= std::numeric_limits<std::uint32_t>::max();
 }
-
-[[noreturn]] void RefuseRecord(int line) { Throw_ERR_ZBM_READ_ARCHIVE(ModuleName(), "ZBMScanRect", line); }
 
 }  // namespace
 
@@ -37,12 +33,11 @@ std::uint64_t TilePlanes::MinRecordBytes() const {
 
 void ZScanRect::Serialize(SerializeIO& io) {
     if (io.IsStoring()) return Store(io);
-    if (!Load(io, nullptr)) RefuseRecord(512);
+    require(Load(io, nullptr), ScanRectCheck::recordVersion);
 }
 
 void ZScanRect::Store(SerializeIO& io) const {
-    if (!CanBeFramed(pixels.Size()) || !CanBeFramed(alpha.Size()))
-        Throw_ERR_ZBM_WRITE_ARCHIVE(ModuleName(), "ZBMScanRect", __LINE__);
+    require(CanBeFramed(pixels.Size()) && CanBeFramed(alpha.Size()), ScanRectCheck::storedBlocks);
     io.WriteObjVersion(1);
     WriteI32(io, width);
     WriteI32(io, height);
@@ -57,14 +52,14 @@ bool ZScanRect::Load(SerializeIO& io, const Place* place) {
     if (io.ReadObjVersion() != 1) return false;
     const int newWidth = ReadI32(io), newHeight = ReadI32(io);
     const auto newFormat = static_cast<shr::ColorFormat>(ReadI32(io));
-    require(newHeight >= 1 && newWidth >= 1, 342);
-    require(shr::IsColorFormat(newFormat), 343);
-    if (place != nullptr && !(*place == Place{newWidth, newHeight, newFormat})) RefuseRecord(__LINE__);
+    require(newHeight >= 1 && newWidth >= 1, ScanRectCheck::size);
+    require(shr::IsColorFormat(newFormat), ScanRectCheck::formatRange);
+    require(place == nullptr || *place == Place{newWidth, newHeight, newFormat}, ScanRectCheck::recordPlace);
 
     const TilePlanes planes(newWidth, newHeight, newFormat);
-    if (!CanBeFramed(planes.pixelBytes) || !CanBeFramed(planes.maskBytes)) RefuseRecord(__LINE__);
+    require(CanBeFramed(planes.pixelBytes) && CanBeFramed(planes.maskBytes), ScanRectCheck::recordBlocks);
     const auto remaining = io.RemainingBytes();
-    if (remaining && zcdl::MinEncodedSize(planes.pixelBytes) > *remaining) RefuseRecord(__LINE__);
+    require(!remaining || zcdl::MinEncodedSize(planes.pixelBytes) <= *remaining, ScanRectCheck::recordLength);
 
     if (!IsShapedAs(newWidth, newHeight, newFormat)) Create(newWidth, newHeight, newFormat);
     io.ReadCompressed(pixels.Data(), static_cast<unsigned>(pixels.Size()));

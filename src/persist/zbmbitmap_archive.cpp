@@ -1,8 +1,8 @@
 // The format information with which every stored bitmap begins: u16 version 1; i32 pixel height, pixel width, format,
 // tile height, tile width, x and y resolution; u32 number of colours; the colours.
 #include "core/ArchiveValues.h"
-#include "core/Require.h"
 #include "core/ScanRectRecord.h"
+#include "core/checks/BitmapChecks.h"
 #include "shr/ScopeExit.h"
 #include "zbm/ISerializeLegacyGCS.h"
 #include "zbm/ZBitmap.h"
@@ -10,10 +10,6 @@
 namespace zbm {
 
 namespace {
-
-constexpr Require require("zbmbitmap");
-
-[[noreturn]] void RefuseArchive(int line) { Throw_ERR_ZBM_READ_ARCHIVE(ModuleName(), "zbmbitmap", line); }
 
 /// The tiles of a picture's side: full ones, and the size of the last one if it is smaller (else 0).
 struct Side {
@@ -44,7 +40,7 @@ bool CanHoldTiles(SerializeIO& io, int height, int width, shr::ColorFormat forma
 
 void ZBitmap::SerializeFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy) {
     if (!io.IsStoring()) return LoadFormatInfo(io, legacy);
-    require(legacy == nullptr, 1463);
+    require(legacy == nullptr, BitmapCheck::legacyWhenStoring);
     StoreFormatInfo(io);
 }
 
@@ -61,7 +57,7 @@ void ZBitmap::LoadFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy) {
     shr::ScopeExit leaveEmpty([this] { Free(); });
     if (io.ReadObjVersion() != 1) {
         leaveEmpty.Release();  // nothing of it was read, so the bitmap stays as it was
-        RefuseArchive(1496);
+        require.Fail(BitmapCheck::formatInfoVersion);
     }
     const int height = ReadI32(io), width = ReadI32(io);
     const auto format = static_cast<shr::ColorFormat>(ReadI32(io));
@@ -69,13 +65,15 @@ void ZBitmap::LoadFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy) {
     if (legacy != nullptr) legacy->SerializeGCS(io.GetInterface());
 
     const bool valid = height >= 0 && width >= 0 && tileHeight >= 1 && tileWidth >= 1 && shr::IsColorFormat(format);
-    if (valid && !CanHoldTiles(io, height, width, format, tileHeight, tileWidth)) RefuseArchive(__LINE__);
+    if (valid && !CanHoldTiles(io, height, width, format, tileHeight, tileWidth))
+        require.Fail(BitmapCheck::archivedTiles);
     ZBitmap::Init(height, width, format, tileHeight, tileWidth);  // raises its own errors for values that are not valid
 
     xResolution = ReadI32(io);
     yResolution = ReadI32(io);
     const std::uint32_t count = ReadU32(io);
-    if (count > static_cast<std::uint32_t>(shr::ColorFmtToTblSize[colorFormat])) RefuseArchive(__LINE__);
+    if (count > static_cast<std::uint32_t>(shr::ColorFmtToTblSize[colorFormat]))
+        require.Fail(BitmapCheck::archivedColorCount);
     numColorTableItems = count;
     io.Read(reinterpret_cast<unsigned char*>(colorTable), count * sizeof(shr::Color4b));
     leaveEmpty.Release();

@@ -27,6 +27,10 @@ const char* Exception::what() const noexcept { return utf8.c_str(); }
 
 InternalError::InternalError(const ZString& inModule, const ZString& inFile, int atLine)
     : Exception(inModule, inFile, atLine, ZString(), false) {}
+InternalError::InternalError(const ZString& inModule, const ZString& inFile, int atLine, const char* whatMustHold)
+    : InternalError(inModule, inFile, atLine) {
+    utf8 = std::string(whatMustHold) + " (" + inFile.ToUtf8() + ", line " + std::to_string(atLine) + ")";
+}
 InternalError::~InternalError() = default;
 InternalError::InternalError(const InternalError&) = default;
 InternalError& InternalError::operator=(const InternalError&) = default;
@@ -38,6 +42,10 @@ AbortException::~AbortException() = default;
 
 void ThrowInternalError(const ZString& module, const ZString& sourceFile, int line) {
     throw InternalError(module, sourceFile, line);
+}
+
+void ThrowInternalError(const ZString& module, const ZString& sourceFile, int line, const char* whatMustHold) {
+    throw InternalError(module, sourceFile, line, whatMustHold);
 }
 
 }  // namespace shr

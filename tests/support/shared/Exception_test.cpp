@@ -66,6 +66,20 @@ TEST(ThrowInternalError, HasNoMessageButAReadableText) {
     }
 }
 
+TEST(ThrowInternalError, SaysWhatMustHoldWhereThatIsTold) {
+    try {
+        ThrowInternalError(L"ZBMLib2", L"zbmbitmap", 1111, "brightness must be from -1 to 1");
+        FAIL();
+    } catch (const InternalError& error) {
+        EXPECT_TRUE(error.GetMessageText().IsEmpty());
+        EXPECT_EQ(error.GetModule(), ZString(L"ZBMLib2"));
+        EXPECT_EQ(error.GetSourceFile(), ZString(L"zbmbitmap"));
+        EXPECT_EQ(error.GetLine(), 1111);
+        EXPECT_THAT(error.what(), StrEq("brightness must be from -1 to 1 (zbmbitmap, line 1111)"));
+        EXPECT_THAT(InternalError(error).what(), StrEq(error.what()));
+    }
+}
+
 TEST(ThrowInternalError, IsAnException) {
     EXPECT_THROW(ThrowInternalError(L"M", L"F", 1), Exception);
     EXPECT_THROW(ThrowInternalError(L"M", L"F", 1), std::exception);

@@ -25,6 +25,8 @@ public:
     void SetReported(bool value) noexcept { reported = value; }
 
 private:
+    friend class InternalError;  // which has a text of its own for what()
+
     ZString module, sourceFile;
     int line;
     ZString message;
@@ -32,10 +34,13 @@ private:
     std::string utf8;  // what() must not fail, so it is made at once
 };
 
-/// A broken precondition: an error of the program, not of its data. Its message is empty.
+/// A broken precondition: an error of the program, not of its data. Its message is empty; what() says in words what
+/// must hold, where whoever raised it did: "brightness must be from -1 to 1 (zbmbitmap, line 1111)".
 class SHR_API InternalError : public Exception {
 public:
     InternalError(const ZString& module, const ZString& sourceFile, int line);
+    /// `whatMustHold` is UTF-8, without full stop.
+    InternalError(const ZString& module, const ZString& sourceFile, int line, const char* whatMustHold);
     ~InternalError() override;
     InternalError(const InternalError&);
     InternalError& operator=(const InternalError&);
@@ -51,6 +56,8 @@ public:
 };
 
 [[noreturn]] SHR_API void ThrowInternalError(const ZString& module, const ZString& sourceFile, int line);
+[[noreturn]] SHR_API void ThrowInternalError(const ZString& module, const ZString& sourceFile, int line,
+                                             const char* whatMustHold);
 
 // File errors. `name` is the file or folder; `systemText` is FormatSystemErrorMsg() of the failed call. The message is
 // one line that names the file.

@@ -1,0 +1,12 @@
+#pragma once
+// The checks of source "ZBMColorFormat".
+#include "core/Checks.h"
+
+namespace zbm {
+
+#define ZBM_COLOR_FORMAT_CHECKS(CHECK) \
+    CHECK(colorTable, 43, internalError, "pixels of an indexed format must come with a colour table to fill")
+
+ZBM_DEFINE_CHECKS(ColorFormatCheck, "ZBMColorFormat", ZBM_COLOR_FORMAT_CHECKS)
+
+}  // namespace zbm

@@ -1,0 +1,13 @@
+#pragma once
+// The checks of source "ZBMMemBitmap".
+#include "core/Checks.h"
+
+namespace zbm {
+
+#define ZBM_MEM_BITMAP_CHECKS(CHECK)                                                   \
+    CHECK(legacy, 323, internalError, "a bitmap in memory takes no legacy serializer") \
+    CHECK(recordVersion, 364, readArchive, "the version of the bitmap's record must be 1")
+
+ZBM_DEFINE_CHECKS(MemBitmapCheck, "ZBMMemBitmap", ZBM_MEM_BITMAP_CHECKS)
+
+}  // namespace zbm
