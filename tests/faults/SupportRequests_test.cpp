@@ -8,6 +8,7 @@
 #include "shr/Dib.h"
 #include "shr/Exception.h"
 #include "shr/Logger.h"
+#include "shr/Path.h"
 #include "support_code/ScratchFolder.h"
 #include "zbm/ZBMLib2.h"
 
@@ -189,6 +190,23 @@ TEST_P(CodecRequests, FailingWhileDecodingNeverPassForADamagedBlock) {
     EXPECT_GE(failed, AtLeast(1));
 }
 
+std::size_t FilesIn(const testkit::ScratchFolder& folder) {
+    const std::filesystem::directory_iterator entries(std::filesystem::path(folder.File("").Wide()));
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+TEST(PathRequests, FailingInATemporaryFileLeaveNone) {
+    const testkit::ScratchFolder folder;
+    const ZString place = folder.File("");
+    const unsigned failed =
+        FailEveryRequest([] { return ZString(); }, [&](ZString& name) { name = shr::CPath::GetTempFilename(place); },
+                         [&](ZString& name, Outcome) {
+                             EXPECT_EQ(FilesIn(folder), name.IsEmpty() ? 0u : 1u);
+                             if (!name.IsEmpty()) shr::RemoveFile(name);
+                         });
+    EXPECT_GE(failed, AtLeast(3));
+}
+
 shr::CDib MakeDib(int width, int height, int bitCount) {
     shr::CDib dib;
     dib.Create(width, height, bitCount, 0, nullptr, nullptr, 2000, 3000);
@@ -251,13 +269,6 @@ TEST(DibRequests, FailingInLoadLeaveTheDibAsItWas) {
 TEST(DibRequests, FailingInSaveLeaveTheOldFileAndNothingBesideIt) {
     const testkit::ScratchFolder folder;
     const ZString name = folder.File("picture.bmp");
-    const auto files = [&] {
-        std::size_t count = 0;
-        for ([[maybe_unused]] const auto& entry :
-             std::filesystem::directory_iterator(std::filesystem::path(name.Wide()).parent_path()))
-            ++count;
-        return count;
-    };
     const shr::CDib old = MakeDib(2, 2, 24), picture = MakeDib(9, 5, 32);
     FailEveryRequest(
         [&] {
@@ -269,7 +280,7 @@ TEST(DibRequests, FailingInSaveLeaveTheOldFileAndNothingBesideIt) {
             shr::CDib inFile;
             inFile.Load(name);
             EXPECT_TRUE(IsSameDib(inFile, outcome == Outcome::done ? picture : old));
-            EXPECT_EQ(files(), 1u);
+            EXPECT_EQ(FilesIn(folder), 1u);
         });
 }
 

@@ -43,7 +43,7 @@ ZString CPath::GetTempFilename(const ZString& folder) {
     try {
         const ZString prefix = AppendDirSeparator(folder, true);
         for (int attempt = 0; attempt < kTempNameAttempts; ++attempt) {
-            const ZString name = prefix + RandomTempName();
+            ZString name = prefix + RandomTempName();  // moved out: a copy could fail once the file is there
             const FileMaking outcome = MakePrivateFile(name);
             if (outcome == FileMaking::made) return name;
             if (outcome == FileMaking::failed) break;

@@ -10,6 +10,7 @@
 
 #include "FaultSeam.h"
 #include "NativePath.h"
+#include "SystemFailure.h"
 #include "shr/Path.h"
 
 namespace shr {
@@ -22,6 +23,28 @@ bool GetStatus(const ZString& path, struct stat& status) noexcept {
         errno = ENOMEM;
         return false;
     }
+}
+
+/// Whether there is nothing to wait for: folders cannot be synchronised on this file system.
+bool MeansNoSyncHere(int error) noexcept {
+    return error == EINVAL || error == EROFS || error == ENOSYS || error == EOPNOTSUPP;
+}
+
+/// Returns when the device knows the names in a folder as they are now.
+bool SyncFolder(const std::string& nativeFolder) noexcept {
+    if (IsFaultInjected(FileCall::sync)) return false;
+    int descriptor;
+    do {
+        descriptor = open(nativeFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    } while (descriptor < 0 && errno == EINTR);
+    // Files may be put into a folder that nobody may list; nothing can be done for these.
+    if (descriptor < 0) return errno == EACCES;
+    int result;
+    do { result = fsync(descriptor); } while (result != 0 && errno == EINTR);
+    const bool isSynced = result == 0 || MeansNoSyncHere(errno);
+    const SystemErrorKeeper keeper;
+    close(descriptor);
+    return isSynced;
 }
 
 }  // namespace
@@ -76,7 +99,11 @@ bool RemoveFile(const ZString& name) noexcept {
 
 bool RenameFile(const ZString& from, const ZString& to) noexcept {
     try {
-        return !IsFaultInjected(FileCall::rename) && std::rename(NativePath(from).c_str(), NativePath(to).c_str()) == 0;
+        // Made before anything is done, since they need memory.
+        const std::string oldName = NativePath(from), newName = NativePath(to);
+        const std::string folder = newName.substr(0, newName.rfind('/') + 1);
+        return !IsFaultInjected(FileCall::rename) && std::rename(oldName.c_str(), newName.c_str()) == 0 &&
+               SyncFolder(folder.empty() ? "." : folder);
     } catch (const std::bad_alloc&) {
         errno = ENOMEM;
         return false;

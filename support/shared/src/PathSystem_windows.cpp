@@ -89,6 +89,7 @@ bool RemoveFile(const ZString& name) noexcept {
 
 bool RenameFile(const ZString& from, const ZString& to) noexcept {
     try {
+        // Written through, the new name is on the disk when the call returns; a folder needs nothing of its own.
         return !IsFaultInjected(FileCall::rename) &&
                MoveFileExW(NativePath(from).c_str(), NativePath(to).c_str(),
                            MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;

@@ -82,7 +82,12 @@ public:
         failing = n;
         onlyKind = kind;
         made = 0;
-        SetFileFaultHook([](FileCall call) { return (!onlyKind || call == *onlyKind) && ++made == failing; });
+        passed.clear();
+        SetFileFaultHook([](FileCall call) {
+            if ((!onlyKind || call == *onlyKind) && ++made == failing) return true;
+            passed.push_back(call);
+            return false;
+        });
     }
     ~FailingCall() { SetFileFaultHook(nullptr); }
     FailingCall(const FailingCall&) = delete;
@@ -90,10 +95,13 @@ public:
 
     static bool HasFailed() { return failing != 0 && made >= failing; }
     static int CallsMade() { return made; }
+    /// The calls of any kind that did not fail, in order.
+    static const std::vector<FileCall>& Passed() { return passed; }
 
 private:
     static inline int failing = 0, made = 0;
     static inline std::optional<FileCall> onlyKind;
+    static inline std::vector<FileCall> passed;
 };
 
 /// While it lives, reads and writes go the way that `next` says.

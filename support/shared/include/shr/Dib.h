@@ -49,8 +49,9 @@ public:
     /// Reads a .bmp file of those kinds, top-down ones included (turned bottom-up). Raises ERR_SHR_FILE_OPEN,
     /// ERR_SHR_FILE_READ or, for what is no such file, ERR_SHR_BADFILE; the object then keeps what it held.
     void Load(const ZString& fileName);
-    /// Writes a .bmp file: a new file beside the old one first, which then takes its place. Raises ERR_SHR_FILE_CREATE
-    /// or ERR_SHR_FILE_WRITE, and leaves the old file as it was.
+    /// Writes a .bmp file: a new file beside the old one first, which then takes its place; both are on the device when
+    /// the call returns. Raises ERR_SHR_FILE_CREATE or ERR_SHR_FILE_WRITE, and leaves the old file as it was, unless it
+    /// was the new name that the device failed to take (see RenameFile).
     void Save(const ZString& fileName) const;
 
 private:
