@@ -28,6 +28,7 @@ std::int64_t Transfer(FileCall kind, std::size_t byteCount, std::int64_t interru
             case FileTransfer::part: moved = call(std::min((byteCount + 1) / 2, kMostBytesInACall)); break;
             case FileTransfer::interrupted: break;
             case FileTransfer::diskFull: FailWith(SystemFailure::diskFull); return -1;
+            case FileTransfer::nothing: return 0;
         }
         if (moved != interrupted) return moved;
     }

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
+#include <functional>
 
 #include "FileTesting.h"
 #include "shr/BufferedFile.h"
@@ -15,8 +16,11 @@
 
 namespace {
 
-// Takes the place of the system's function for the library, too: what a file system without locks answers.
+// Takes the place of the system's function for the library, too: what a file system without locks answers, and what
+// others do just before a call.
 int lockError = 0;
+int lockCalls = 0;
+std::function<void(int command, const struct flock& lock)> beforeLocking;
 
 }  // namespace
 
@@ -25,9 +29,13 @@ extern "C" __attribute__((visibility("default"))) int fcntl(int descriptor, int 
     va_start(arguments, command);
     const long argument = va_arg(arguments, long);
     va_end(arguments);
-    if (lockError != 0 && (command == F_OFD_SETLK || command == F_OFD_GETLK)) {
-        errno = lockError;
-        return -1;
+    if (command == F_OFD_SETLK || command == F_OFD_GETLK) {
+        ++lockCalls;
+        if (beforeLocking) beforeLocking(command, *reinterpret_cast<const struct flock*>(argument));
+        if (lockError != 0) {
+            errno = lockError;
+            return -1;
+        }
     }
     return static_cast<int>(syscall(SYS_fcntl, descriptor, command, argument));
 }
@@ -39,6 +47,8 @@ using namespace test;
 using testkit::ScratchFolder;
 
 constexpr FileSharing kAlone = FileSharing::none;
+/// The bytes by which an open says that it is not settled yet.
+constexpr off_t kOpeningBegin = off_t{1} << 62, kOpeningEnd = kOpeningBegin + 4096;
 
 /// Another process that opens a file and keeps it open until it is told to end.
 class HoldingProcess {
@@ -168,6 +178,51 @@ TEST(FileSharing, GivesUpInTheEndIfAnotherNeverSettles) {
     EXPECT_EQ(LastSystemError(), EBUSY);
     close(stranger);
     EXPECT_EQ(ReadWhole(folder.File("f")), BytesOf("data"));
+}
+
+/// An open that holds a file by a lock of its own on all statements but that of being about to open.
+class Stranger {
+public:
+    explicit Stranger(const ZString& name) : descriptor(open(name.ToUtf8().c_str(), O_RDWR | O_CLOEXEC)) {
+        struct flock lock {};
+        lock.l_type = F_RDLCK;
+        lock.l_start = kOpeningEnd;
+        lock.l_len = 1 << 20;
+        EXPECT_EQ(fcntl(descriptor, F_OFD_SETLK, &lock), 0);
+    }
+    ~Stranger() { Leave(); }
+    Stranger(const Stranger&) = delete;
+    Stranger& operator=(const Stranger&) = delete;
+    void Leave() {
+        if (descriptor >= 0) close(descriptor);
+        descriptor = -1;
+    }
+
+private:
+    int descriptor;
+};
+
+TEST(FileSharing, RefusesAtOnceWhereTheOtherIsSettled) {
+    const ScratchFolder folder;
+    WriteWhole(folder.File("f"), {});
+    CBufferedFile holder, other;
+    holder.Open(folder.File("f"), FileAccess::readWrite, FileMode::openExisting, kAlone);
+    lockCalls = 0;
+    EXPECT_FALSE(other.OpenNoThrow(folder.File("f"), FileAccess::readWrite, FileMode::openExisting, kAlone));
+    EXPECT_LT(lockCalls, 20) << "one attempt makes, looks and takes back";
+}
+
+TEST(FileSharing, LooksAgainWhenTheOtherMayJustHaveLeft) {
+    const ScratchFolder folder;
+    WriteWhole(folder.File("f"), {});
+    Stranger stranger(folder.File("f"));
+    // It is still there when the clash is found, and gone when the question is whether it has yet to settle.
+    beforeLocking = [&](int command, const struct flock& lock) {
+        if (command == F_OFD_GETLK && lock.l_start == kOpeningBegin) stranger.Leave();
+    };
+    CBufferedFile file;
+    EXPECT_TRUE(file.OpenNoThrow(folder.File("f"), FileAccess::readWrite, FileMode::openExisting, kAlone));
+    beforeLocking = nullptr;
 }
 
 TEST(BufferedFileOnLinux, RefusesPipesAndDevicesAtOnce) {

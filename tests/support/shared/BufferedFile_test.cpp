@@ -676,10 +676,19 @@ TEST(FileFaults, AFailedOpeningLeavesNoNewFileAndAnOldOneAsItWas) {
     }
 }
 
-TEST(FileFaults, AFullDiskIsReportedByWhoeverFindsOut) {
+class FileFaultsOfWriting : public testing::TestWithParam<FileTransfer> {};
+
+// A write that takes nothing and gives no reason would be repeated for ever: the disk is full.
+INSTANTIATE_TEST_SUITE_P(FullDisk, FileFaultsOfWriting, testing::Values(FileTransfer::diskFull, FileTransfer::nothing),
+                         [](const auto& tested) {
+                             return std::string(tested.param == FileTransfer::nothing ? "TakesNothing" : "Fails");
+                         });
+
+TEST_P(FileFaultsOfWriting, AreReportedByWhoeverFindsOut) {
     const ScratchFolder folder;
-    const Transfers transfers(
-        [](FileCall call) { return call == FileCall::write ? FileTransfer::diskFull : FileTransfer::whole; });
+    static FileTransfer transfer;
+    transfer = GetParam();
+    const Transfers transfers([](FileCall call) { return call == FileCall::write ? transfer : FileTransfer::whole; });
     CBufferedFile file;
     const Bytes large(100'000);
     using Step = void (*)(CBufferedFile&, const Bytes&);
@@ -723,6 +732,35 @@ TEST(FileFaults, AFailedWriteLeavesThePositionAndTheBytesThatWereThere) {
     Bytes back(old.size());
     file.ReadExactly(back.data(), back.size());
     EXPECT_EQ(back, old);
+}
+
+TEST(FileFaults, BytesThatCouldNotBeWrittenAreNotReadBack) {
+    const ScratchFolder folder;
+    WriteWhole(folder.File("f"), BytesOf("old text"));
+    for (const int way : {0, 1, 2}) {
+        CBufferedFile file;
+        file.Open(folder.File("f"), kReadWrite, FileMode::openExisting, kAlone);
+        EXPECT_EQ(ReadText(file, 8), "old text");
+        file.Seek(4);
+        WriteText(file, "lost and longer");
+        {
+            const FailingCall failing(1, FileCall::write);
+            Bytes large(100'000);
+            EXPECT_TRUE(ErrorOf([&] {
+                if (way == 0) file.Flush();
+                if (way == 1) file.Read(large.data(), large.size());
+                if (way == 2) file.SetLength(8);
+            })) << way;
+        }
+        EXPECT_EQ(file.GetLength(), 8) << way;
+        file.Seek(0);
+        EXPECT_EQ(ReadText(file, 100), "old text") << way;
+        // And it goes on without them.
+        file.Seek(0);
+        WriteText(file, "old");
+        file.Close();
+        EXPECT_EQ(ReadWhole(folder.File("f")), BytesOf("old text")) << way;
+    }
 }
 
 TEST(FileFaults, AFailedReadLeavesThePosition) {

@@ -21,6 +21,7 @@ enum class FileTransfer {
     part,         ///< the system moves half of the bytes, at least one
     interrupted,  ///< a signal interrupts the call before anything is moved
     diskFull,     ///< it fails with ENOSPC or ERROR_DISK_FULL
+    nothing,      ///< the system moves no bytes and gives no reason; a read takes that for the file's end
 };
 /// Asked before each read and each write that the hook above lets pass.
 using FileTransferHook = FileTransfer (*)(FileCall call);
