@@ -523,6 +523,26 @@ TEST(ZPixfQuantizeMedian8, ComesCloserThanMedian5) {
     }
 }
 
+TEST(ZPixfQuantizeMedian8, GivesAnEntryThatIsNearestToNoColorTheOneThatIsWorstOff) {
+    // The cuts leave {5, 4, 4} and {5, 2, 3} in one box. To its mean {5, 3, 4} neither is nearest: the many {5, 4, 5}
+    // and the box of {4, 2, 2} draw them off. {1, 0, 0} is then furthest from its entry, {3, 0, 0}.
+    const struct {
+        Pixel color;
+        unsigned count;
+    } colors[] = {
+        {{5, 4, 4, 255}, 1},   {{5, 4, 5, 255}, 100}, {{3, 3, 4, 255}, 1}, {{3, 5, 4, 255}, 1}, {{2, 0, 0, 255}, 1},
+        {{3, 0, 0, 255}, 100}, {{5, 2, 3, 255}, 1},   {{4, 2, 2, 255}, 2}, {{1, 0, 0, 255}, 1}, {{0, 5, 1, 255}, 5},
+    };
+    Picture picture{0, 1, {}};
+    for (const auto& [color, count] : colors) picture.pixels.insert(picture.pixels.end(), count, color);
+    picture.width = static_cast<unsigned>(picture.pixels.size());
+    ZPixfQuantizeMedian8 filter;
+    const Result result = Quantize(filter, picture, 6);
+    EXPECT_EQ(result.palette,
+              (std::vector<Pixel>{{0, 5, 1, 0}, {3, 4, 4, 0}, {3, 0, 0, 0}, {4, 2, 2, 0}, {5, 4, 5, 0}, {1, 0, 0, 0}}));
+    ExpectNearest(picture, result);
+}
+
 TEST(ZPixfQuantizeMedian8, TellsColorsApartThatFiveBitsDoNot) {
     // Four close shades on one side and four on the other, all within two cells of 5 bits, with one odd pixel.
     const Pixel shades[] = {{64, 64, 64, 255}, {65, 64, 64, 255}, {70, 71, 70, 255}, {71, 71, 71, 255}};

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <numeric>
 
 namespace zpixf {
 namespace {
@@ -12,24 +13,19 @@ std::vector<ColorPoint> SumsOfNearest(const PointMap& map, const std::vector<Col
     return sums;
 }
 
-/// Of the points that are no entry, the `count` that add most to the error.
-std::vector<std::size_t> WorstPoints(const PointMap& map, std::size_t numPoints, std::size_t count) {
-    struct Candidate {
-        double error;
-        std::size_t point;
+/// The `count` points that add most to the error, of equal ones that of the least mean. It must not be their order that
+/// decides, for the library that partitioned them made it.
+std::vector<ColorPoint> WorstPoints(const PointMap& map, const std::vector<ColorPoint>& points, std::size_t count) {
+    std::vector<std::size_t> places(points.size());
+    std::iota(places.begin(), places.end(), std::size_t{0});
+    const auto isWorse = [&](std::size_t a, std::size_t b) {
+        const double errorA = map.Error(a), errorB = map.Error(b);
+        if (errorA != errorB) return errorA > errorB;
+        return std::memcmp(points[a].mean, points[b].mean, sizeof points[a].mean) < 0;
     };
-    std::vector<Candidate> candidates;
-    for (std::size_t i = 0; i < numPoints; ++i) {
-        const double error = map.Error(i);
-        if (error > 0) candidates.push_back({error, i});
-    }
-    const auto isWorse = [](const Candidate& a, const Candidate& b) {
-        return a.error > b.error || (a.error == b.error && a.point < b.point);
-    };
-    std::partial_sort(candidates.begin(), candidates.begin() + static_cast<std::ptrdiff_t>(count), candidates.end(),
-                      isWorse);
-    std::vector<std::size_t> worst;
-    for (std::size_t i = 0; i < count; ++i) worst.push_back(candidates[i].point);
+    std::partial_sort(places.begin(), places.begin() + static_cast<std::ptrdiff_t>(count), places.end(), isWorse);
+    std::vector<ColorPoint> worst;
+    for (std::size_t i = 0; i < count; ++i) worst.push_back(points[places[i]]);
     return worst;
 }
 
@@ -52,10 +48,10 @@ bool FillEmptyEntries(std::vector<ColorPoint>& palette, const std::vector<ColorP
     const auto isEmpty = [](const ColorPoint& sum) { return sum.weight == 0; };
     const auto numEmpty = static_cast<std::size_t>(std::count_if(sums.begin(), sums.end(), isEmpty));
     if (numEmpty == 0) return false;
-    const std::vector<std::size_t> worst = WorstPoints(map, points.size(), numEmpty);
+    const std::vector<ColorPoint> worst = WorstPoints(map, points, numEmpty);
     auto next = worst.begin();
     for (std::size_t i = 0; i < palette.size(); ++i)
-        if (isEmpty(sums[i])) palette[i] = points[*next++];
+        if (isEmpty(sums[i])) palette[i] = *next++;
     return true;
 }
 
