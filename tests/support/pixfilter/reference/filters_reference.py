@@ -1,0 +1,761 @@
+#!/usr/bin/env python3
+"""Computes every filter anew, as docs/filters.md defines it, and compares with what the library gave, bit for bit.
+
+    filters_reference.py FILTERS_DUMP      (the program beside this file)
+
+The functions follow the document, section by section, and nothing else: plain words, no shortcuts. A picture is a list
+of lines of pixels (B, G, R, A). Whole numbers are Python's, of any size; floats are IEEE doubles, one rounding a step.
+"""
+import math
+import subprocess
+import sys
+
+HALF = 0.5 + 2.0 ** -32
+
+
+def clamp(value, low=0, high=255):
+    return max(low, min(high, value))
+
+
+# Brightness, contrast, saturation, desaturation
+
+
+def map_levels(picture, level_of):
+    return [[(level_of(b), level_of(g), level_of(r), a) for b, g, r, a in line] for line in picture]
+
+
+def brightness(picture, amount):
+    change = lambda c: amount * (255 - c) if amount >= 0 else amount * c
+    return map_levels(picture, lambda c: clamp(c + math.floor(change(c) + HALF)))
+
+
+def tangent_of_quarters(angle):
+    x = angle * 0.78539816339744830962
+    square = x * x
+    sine = cosine = 1.0
+    for n in range(20, 0, -2):
+        cosine = 1 - square / (n * (n - 1)) * cosine
+        sine = 1 - square / (n * (n + 1)) * sine
+    return x * sine / cosine
+
+
+def contrast(picture, amount):
+    tangent = tangent_of_quarters(1 - abs(amount))
+    slope = tangent if amount <= 0 else 1 / tangent if tangent * 255 > 1 else 255.0
+    return map_levels(picture, lambda c: clamp(math.floor(127.5 + slope * (c - 127.5) + HALF)))
+
+
+def thousandfold_luma(pixel):
+    return 114 * pixel[0] + 587 * pixel[1] + 299 * pixel[2]
+
+
+def saturation(picture, amount):
+    A = math.floor(amount * 2 ** 14 + 0.5)
+
+    def saturated(pixel):
+        luma = ((2 ** 14 - A) * thousandfold_luma(pixel) + 500 * 2 ** 14) // 1000
+        return tuple(clamp((A * c + luma) // 2 ** 14) for c in pixel[:3]) + pixel[3:]
+
+    return [[saturated(pixel) for pixel in line] for line in picture]
+
+
+def desaturation(picture):
+    grey = lambda pixel: (thousandfold_luma(pixel) + 500) // 1000
+    return [[(grey(pixel),) * 3 + pixel[3:] for pixel in line] for line in picture]
+
+
+# Convolutions
+
+
+def neighbourhood(picture, x, y, side):
+    """The pixels that a window of `side` by `side` about a pixel holds, row by row; the border's beyond borders."""
+    reach, width, height = side // 2, len(picture[0]), len(picture)
+    return [picture[clamp(y + j, 0, height - 1)][clamp(x + i, 0, width - 1)]
+            for j in range(-reach, reach + 1) for i in range(-reach, reach + 1)]
+
+
+def each_neighbourhood(picture, side, color_of):
+    """Each of B, G and R by itself from the neighbourhood's; alpha is handed through."""
+    def result(x, y):
+        channels = list(zip(*neighbourhood(picture, x, y, side)))
+        return tuple(color_of(channel) for channel in channels[:3]) + (picture[y][x][3],)
+
+    return [[result(x, y) for x in range(len(picture[0]))] for y in range(len(picture))]
+
+
+def convolution(picture, side, kernel, divisor, bias):
+    if divisor == 0:
+        total = magnitudes = 0.0
+        for k in kernel:
+            total += k
+            magnitudes += abs(k)
+        divisor = total if abs(total) > 2.0 ** -40 * magnitudes else 1.0
+
+    def color(levels):
+        total = 0.0
+        for k, c in zip(kernel, levels):
+            total += k * c
+        return int(clamp(math.floor(total / divisor + bias + HALF)))
+
+    return each_neighbourhood(picture, side, color)
+
+
+def outer(column, row):
+    return [a * b for a in column for b in row]
+
+
+MODES = {  # kernel, divisor, bias
+    (3, "blur"): ([1] * 9, 9, 0),
+    (5, "blur"): ([1] * 25, 25, 0),
+    (3, "gaussian"): (outer((1, 2, 1), (1, 2, 1)), 16, 0),
+    (5, "gaussian"): (outer((1, 4, 6, 4, 1), (1, 4, 6, 4, 1)), 256, 0),
+    (3, "sharpen"): ([0, -1, 0, -1, 5, -1, 0, -1, 0], 1, 0),
+    (5, "sharpen"): ([-1] * 6 + [2, 2, 2, -1, -1, 2, 8, 2, -1, -1, 2, 2, 2] + [-1] * 6, 8, 0),
+    (3, "edge"): ([-1] * 4 + [8] + [-1] * 4, 1, 0),
+    (5, "edge"): ([0, 0, -1, 0, 0, 0, -1, -2, -1, 0, -1, -2, 16, -2, -1, 0, -1, -2, -1, 0, 0, 0, -1, 0, 0], 1, 0),
+    (3, "sobelHorizontal"): (outer((-1, 0, 1), (1, 2, 1)), 1, 128),
+    (5, "sobelHorizontal"): (outer((-1, -2, 0, 2, 1), (1, 4, 6, 4, 1)), 16, 128),
+    (3, "sobelVertical"): (outer((1, 2, 1), (-1, 0, 1)), 1, 128),
+    (5, "sobelVertical"): (outer((1, 4, 6, 4, 1), (-1, -2, 0, 2, 1)), 16, 128),
+    (3, "emboss"): ([(i + j > 2) - (i + j < 2) for j in range(3) for i in range(3)], 1, 128),
+    (5, "emboss"): ([(i + j > 4) - (i + j < 4) for j in range(5) for i in range(5)], 3, 128),
+}
+
+
+def mode(picture, side, name):
+    kernel, divisor, bias = MODES[side, name]
+    return convolution(picture, side, kernel, divisor, bias)
+
+
+def sharpening(picture, amount):
+    a = abs(amount)
+    if amount < 0:
+        return convolution(picture, 3, [a] * 4 + [9 - 8 * a] + [a] * 4, 9, 0)
+    return convolution(picture, 3, [0, -a, 0, -a, 1 + 4 * a, -a, 0, -a, 0], 1, 0)
+
+
+# Median
+
+
+def median(picture, span):
+    side = min(span | 1, 255)
+    return each_neighbourhood(picture, side, lambda levels: sorted(levels)[(side * side + 1) // 2 - 1])
+
+
+# Resampling
+
+POINT = 28
+ONE = 1 << POINT
+
+
+def cubic(t, a, b, c, d):
+    value = a * ONE
+    for coefficient in (b, c, d):
+        value = (value * t >> POINT) + coefficient * ONE
+    return value
+
+
+# How far each reaches, and its values, times a number that does not matter.
+KERNELS = {
+    "box": (0.5, lambda t: ONE),
+    "bilinear": (1, lambda t: ONE - t),
+    "bicubic0": (2, lambda t: cubic(t, 3, -5, 0, 2) if t < ONE else cubic(t, -1, 5, -8, 4)),
+    "bicubic1": (2, lambda t: cubic(t, 21, -36, 0, 16) if t < ONE else cubic(t, -7, 36, -60, 32)),
+    "bicubic2": (2, lambda t: cubic(t, 3, -6, 0, 4) if t < ONE else cubic(t, -1, 6, -12, 8)),
+}
+
+
+def weight_bits(before, after):
+    return clamp(15 + max(before // after, 1).bit_length() - 1, 15, 18)
+
+
+def weights(kernel, before, after, place):
+    """Pairs of an input pixel and its weight, for the output pixel at `place`."""
+    if kernel == "bilinear" and before == 2 * after:
+        kernel = "box"
+    reach, value_at = KERNELS[kernel]
+    unit = 2 * max(before, after)
+    distance = lambda i: abs((2 * place + 1) * before - (2 * i + 1) * after)
+    reached = [i for i in range(before) if distance(i) < reach * unit]
+    values = [value_at(distance(i) * ONE // unit) for i in reached]
+    coarser = max(len(reached).bit_length() - 9, 0)
+    if coarser:
+        values = [value + (1 << coarser >> 1) >> coarser for value in values]
+    whole, total, sums = 1 << weight_bits(before, after), sum(values), [0]
+    running = 0
+    for value in values:
+        running += value
+        sums.append(nearest_part(running, total, whole))
+    return [(i, sums[n + 1] - sums[n]) for n, i in enumerate(reached)]
+
+
+def nearest_part(part, total, whole):
+    """whole * part / total to nearest; a half toward whole / 2."""
+    if 2 * part > total:
+        return whole - nearest_part(total - part, total, whole)
+    return (2 * part * whole + total) // (2 * total)
+
+
+def weighed(values, pairs):
+    return [sum(weight * values[i][c] for i, weight in pairs) for c in range(4)]
+
+
+def sums_across(line, across):
+    return [weighed(line, pairs) for pairs in across]
+
+
+def resize(picture, kernel, width, height):
+    before_width, before_height = len(picture[0]), len(picture)
+    if kernel == "nearest":
+        return [[picture[(2 * y + 1) * before_height // (2 * height)][(2 * x + 1) * before_width // (2 * width)]
+                 for x in range(width)] for y in range(height)]
+    across = [weights(kernel, before_width, width, x) for x in range(width)]
+    plain = [sums_across(line, across) for line in picture]
+    premultiplied = [sums_across([(b * a, g * a, r * a, a) for b, g, r, a in line], across) for line in picture]
+    scale = 2.0 ** -(weight_bits(before_width, width) + weight_bits(before_height, height))
+    result = []
+    for y in range(height):
+        down = weights(kernel, before_height, height, y)
+        is_opaque = all(pixel[3] == 255 for i, _ in down for pixel in picture[i])
+        line = []
+        for x in range(width):
+            is_up = (min(x, width - 1 - x) + min(y, height - 1 - y)) % 2 == 0
+            tie_breaker = 2.0 ** -37 if is_up else -(2.0 ** -37)
+            rounded = lambda value: round(clamp(value + tie_breaker, 0.0, 255.0))
+            plain_values = [s * scale for s in weighed([row[x] for row in plain], down)]
+            values = [s * scale for s in weighed([row[x] for row in premultiplied], down)]
+            alpha = values[3]
+            if is_opaque:
+                line.append(tuple(rounded(value) for value in plain_values))
+            elif alpha > 0:
+                reciprocal = 1 / alpha
+                line.append(tuple(rounded(value * reciprocal) for value in values[:3]) + (rounded(alpha),))
+            else:
+                line.append(tuple(rounded(value) for value in plain_values[:3]) + (0,))
+        result.append(line)
+    return result
+
+
+# Colour quantisers
+
+
+class Point:
+    """Pixels of like colour: how many, the sums of their channels, and the mean, halves up."""
+
+    def __init__(self, weight=0, sums=(0, 0, 0)):
+        self.weight, self.sums = weight, tuple(sums)
+        if weight:
+            self.mean = tuple((2 * s + weight) // (2 * weight) for s in self.sums)
+
+    def __add__(self, other):
+        return Point(self.weight + other.weight, map(sum, zip(self.sums, other.sums)))
+
+
+def total_of(points):
+    return Point(sum(p.weight for p in points), [sum(p.sums[c] for p in points) for c in range(3)])
+
+
+def gather(points, key_of):
+    """Points of one key put together, in the order in which the keys come."""
+    groups = {}
+    for point in points:
+        groups.setdefault(key_of(point), []).append(point)
+    return {key: total_of(group) for key, group in groups.items()}
+
+
+def upper_bits(bits):
+    return lambda point: tuple(level >> (8 - bits) for level in point.mean)
+
+
+def points_of(picture):
+    pixels = [pixel for line in picture for pixel in line]
+    counted = [pixel[:3] for pixel in pixels if pixel[3]] or [pixel[:3] for pixel in pixels]
+    singles = gather([Point(1, color) for color in counted], lambda point: point.mean)
+    if len(singles) <= 2 ** 14:
+        return list(singles.values())
+    cells = gather(singles.values(), upper_bits(6))
+    return [cells[key] for key in sorted(cells)]
+
+
+def squared_distance(a, b):
+    blue, green, red = a[0] - b[0], a[1] - b[1], a[2] - b[2]
+    return blue * blue + green * green + red * red
+
+
+def nearest(palette, color):
+    distances = [squared_distance(entry, color) for entry in palette]
+    return distances.index(min(distances))
+
+
+def first_largest(items, key):
+    return max(range(len(items)), key=lambda i: (key(items[i]), -i))
+
+
+def cut_into_boxes(points, count, best_cut):
+    """`best_cut` gives for a box (use, channel, first value of the upper part)."""
+    boxes = [(points, best_cut(points))]
+    while len(boxes) < count:
+        at = first_largest(boxes, lambda box: box[1][0])
+        box, (use, channel, start) = boxes[at]
+        if not use > 0:
+            break
+        parts = [[p for p in box if p.mean[channel] < start], [p for p in box if p.mean[channel] >= start]]
+        boxes[at] = (parts[0], best_cut(parts[0]))
+        boxes.append((parts[1], best_cut(parts[1])))
+    return [total_of(box) for box, _ in boxes]
+
+
+def extent(box, channel):
+    values = [point.mean[channel] for point in box]
+    return max(values) - min(values)
+
+
+def median_cut(box):
+    channel = first_largest(range(3), lambda c: extent(box, c))
+    width, whole = extent(box, channel), sum(p.weight for p in box)
+    if width == 0:
+        return 0, channel, 0
+    by_value = {}
+    for point in box:
+        by_value[point.mean[channel]] = by_value.get(point.mean[channel], 0) + point.weight
+    values = sorted(by_value)
+    below, start = by_value[values[0]], 1
+    while start < len(values) - 1 and below + by_value[values[start]] // 2 < whole // 2:
+        below += by_value[values[start]]
+        start += 1
+    return float(whole) * width, channel, values[start]
+
+
+def gain(a, b):
+    square = 0.0
+    for c in range(3):
+        difference = a.sums[c] / a.weight - b.sums[c] / b.weight
+        square += difference * difference
+    return square * (float(a.weight) * b.weight / (a.weight + b.weight))
+
+
+def variance_cut(box):
+    best = (0.0, 0, 0)
+    whole = total_of(box)
+    for channel in range(3):
+        slices = gather(box, lambda point: point.mean[channel])
+        values = sorted(slices)
+        below = Point()
+        for i in range(1, len(values)):
+            below += slices[values[i - 1]]
+            above = Point(whole.weight - below.weight, [s - t for s, t in zip(whole.sums, below.sums)])
+            use = gain(below, above)
+            if use > best[0]:
+                best = (use, channel, values[i])
+    return best
+
+
+def refine(entries, points):
+    palette = [entry.mean for entry in entries]
+    for round_number in range(13):
+        nearest_entries = [nearest(palette, point.mean) for point in points]
+        errors = [float(p.weight) * squared_distance(p.mean, palette[i]) for p, i in zip(points, nearest_entries)]
+        followers = [[] for _ in palette]
+        for p, i in zip(points, nearest_entries):
+            followers[i].append(p)
+        before = list(palette)
+        if round_number < 12:
+            palette = [total_of(group).mean if group else old for group, old in zip(followers, palette)]
+        has_moved = palette != before
+        without = [at for at, group in enumerate(followers) if not group]
+        worst = sorted(range(len(points)), key=lambda i: (-errors[i], points[i].mean))
+        for at, i in zip(without, worst):
+            palette[at] = points[i].mean
+        if not has_moved and not without:
+            break
+    return palette
+
+
+def median5(points, count):
+    merged = list(gather(points, upper_bits(5)).values())
+    boxes = cut_into_boxes(points if len(merged) < count else merged, count, median_cut)
+    return [box.mean for box in boxes]
+
+
+def median8(points, count):
+    return refine(cut_into_boxes(points, count, variance_cut), points)
+
+
+def popularity(points, count):
+    def most_frequent(colors):
+        return [p.mean for p in sorted(colors, key=lambda p: -p.weight)[:count]]
+
+    def error(palette):
+        total = 0.0
+        for p in points:
+            total += float(p.weight) * min(squared_distance(p.mean, entry) for entry in palette)
+        return total
+
+    best = most_frequent(points)
+    least = error(best)
+    for bits in (6, 5, 4, 3, 2, 1):
+        cells = list(gather(points, upper_bits(bits)).values())
+        if len(cells) < count:
+            break
+        if len(cells) == len(points):  # the same colours, so the same palette
+            continue
+        palette = most_frequent(cells)
+        if error(palette) <= 0.5 * least:
+            best, least = palette, error(palette)
+    return best
+
+
+QUANTIZERS = {"median5": median5, "median8": median8, "popularity": popularity}
+
+
+def quantizer(picture, by, colors):
+    points = points_of(picture)
+    palette = [p.mean for p in points] if len(points) <= colors else QUANTIZERS[by](points, colors)
+    known = {}
+    for line in picture:
+        for pixel in line:
+            if pixel[:3] not in known:
+                known[pixel[:3]] = nearest(palette, pixel[:3])
+    return palette, [[known[pixel[:3]] for pixel in line] for line in picture]
+
+
+# Ditherers
+
+VGA = [(0, 0, 0), (128, 0, 0), (0, 128, 0), (128, 128, 0), (0, 0, 128), (128, 0, 128), (0, 128, 128), (192, 192, 192),
+       (128, 128, 128), (255, 0, 0), (0, 255, 0), (255, 255, 0), (0, 0, 255), (255, 0, 255), (0, 255, 255),
+       (255, 255, 255)]  # R, G, B
+
+
+def fixed_palette(count):
+    if count >= 256:
+        steps = range(0, 256, 51)
+        cube = [(b, g, r) for r in steps for g in steps for b in steps]
+        greys = [(2 * 255 * i + 45) // 90 for i in range(46)]
+        return cube + [(grey,) * 3 for grey in greys if grey not in steps]
+    if count >= 16:
+        return [(b, g, r) for r, g, b in VGA]
+    return [(0, 0, 0), (255, 255, 255)]
+
+
+def to_luma(picture):
+    luma = lambda b, g, r: (7471 * b + 38470 * g + 19595 * r + 32768) // 65536
+    return [[(luma(*pixel[:3]),) * 3 + pixel[3:] for pixel in line] for line in picture]
+
+
+def ditherer(picture, by, palette):
+    shown = to_luma(picture) if all(b == g == r for b, g, r in palette) else picture
+    return palette, {"ordered": ordered, "diffuse": diffuse}[by](shown, palette)
+
+
+def thresholds_at(x, y):
+    """Of the mixture (0 .. 511) and of the lattice (0 .. 63)."""
+    bits = []
+    for i in range(6):
+        bits += [(x >> i ^ y >> i) & 1, y >> i & 1]
+    number = lambda places: sum(bits[place - 1] << n for n, place in enumerate(reversed(places)))
+    mixture = number((1, 2, 3, 4, 5, 7, 9, 11, 12))
+    return mixture, number((6, 8, 10)) * 8 + mixture % 8
+
+
+def lattice_coordinate(level, threshold):
+    base, way = level // 8, level % 8
+    e = 8 * way if base < 31 else (2 * 64 * way + 7) // 14
+    return base + (e > threshold)
+
+
+def lattice_level(coordinate):
+    return min(8 * coordinate, 255)
+
+
+def ordered(picture, palette):
+    mixer = Mixer(palette)
+    result = []
+    for y, line in enumerate(picture):
+        indices = []
+        for x, pixel in enumerate(line):
+            mixture_threshold, lattice_threshold = thresholds_at(x % 64, y % 64)
+            if pixel[:3] in palette:
+                indices.append(palette.index(pixel[:3]))
+                continue
+            place = tuple(lattice_coordinate(level, lattice_threshold) for level in pixel[:3])
+            entries, ends = mixer.mixture_of(place)
+            indices.append(entries[sum(end <= 511 - mixture_threshold for end in ends)])
+        result.append(indices)
+    return result
+
+
+SPREAD, REGULAR, TOLERANCE = 1e-4, 1e-8, 1e-7
+
+
+class Mixer:
+    """The search for mixtures, operation by operation as the document lists it."""
+
+    def __init__(self, palette):
+        self.palette = palette
+        self.bias, noise = [], 1
+        for i, entry in enumerate(palette):
+            noise = (noise * 1664525 + 1013904223) % 2 ** 32
+            self.bias.append(2.0 if entry in palette[:i] else (noise >> 8) * 2.0 ** -23)
+        self.squares = [float(sum(v * v for v in entry)) + bias for entry, bias in zip(palette, self.bias)]
+        self.mixtures = {}
+
+    def mixture_of(self, place):
+        """Entries from dark to light, and at which of 512 parts the share of each ends."""
+        if place not in self.mixtures:
+            bits = place[0] | place[1] | place[2]
+            held = []
+            if bits:
+                kept = ~(bits & -bits)
+                entries, ends = self.mixture_of(tuple(coordinate & kept for coordinate in place))
+                begins = [0] + ends[:-1]
+                held = [[entry, (end - begin) / 512] for entry, begin, end in zip(entries, begins, ends) if end > begin]
+            self.mixtures[place] = self.in_parts(self.search([lattice_level(c) for c in place], held))
+        return self.mixtures[place]
+
+    def in_parts(self, held):
+        luma = lambda entry: thousandfold_luma(self.palette[entry])
+        held.sort(key=lambda share: (luma(share[0]), share[0]))
+        ends, total = [], 0.0
+        for _, share in held[:-1]:
+            total += share
+            ends.append(int(total * 512 + 0.5))
+        return [entry for entry, _ in held], ends + [512]
+
+    def offset(self, entry, color):
+        return [p - c for p, c in zip(self.palette[entry], color)]
+
+    def steepest(self, color, mean):
+        factors = [2 * (m - SPREAD * c) for m, c in zip(mean, color)]
+        slopes = []
+        for entry, square in zip(self.palette, self.squares):
+            slopes.append(entry[0] * factors[0] + entry[1] * factors[1] + entry[2] * factors[2] + SPREAD * square)
+        return min(range(len(slopes)), key=lambda i: (slopes[i], i % 8, i)), slopes
+
+    def search(self, color, held):
+        if not held:
+            held = [[self.steepest(color, [0.0, 0.0, 0.0])[0], 1.0]]
+        self.settle(color, held)
+        for _ in range(64):
+            mean = [0.0, 0.0, 0.0]
+            for entry, share in held:
+                q = self.offset(entry, color)
+                mean = [m + share * v for m, v in zip(mean, q)]
+            entry, slopes = self.steepest(color, mean)
+            if any(other == entry for other, _ in held):
+                break
+            slope = 0.0
+            for other, share in held:
+                slope += share * slopes[other]
+            if slopes[entry] >= slope - TOLERANCE or len(held) == 6:
+                break
+            held.append([entry, 0.0])
+            self.settle(color, held)
+        while len(held) > 4:
+            smallest = min(range(len(held)), key=lambda i: held[i][1])
+            rest = 1 - held.pop(smallest)[1]
+            for share in held:
+                share[1] /= rest
+        return held
+
+    def settle(self, color, held):
+        while len(held) > 1:
+            best = self.best_shares(color, [entry for entry, _ in held])
+            way, dropped = 1.0, None
+            for i, (_, share) in enumerate(held):
+                if best[i] > 0:
+                    continue
+                reach = share / (share - best[i])
+                if reach < way or dropped is None:
+                    way, dropped = min(way, reach), i
+            for share, aim in zip(held, best):
+                share[1] += way * (aim - share[1])
+            if dropped is None:
+                return
+            held.pop(dropped)
+        held[0][1] = 1.0
+
+    def best_shares(self, color, entries):
+        n = len(entries)
+        q = [self.offset(entry, color) for entry in entries]
+        dot = lambda a, b: float(a[0] * b[0] + a[1] * b[1] + a[2] * b[2])
+        rows = [[2 * dot(q[i], q[j]) for j in range(n)] + [1.0, -SPREAD * (dot(q[i], q[i]) + self.bias[entries[i]])]
+                for i in range(n)]
+        for i in range(n):
+            rows[i][i] += 2 * REGULAR
+        rows.append([1.0] * n + [0.0, 1.0])
+        for column in range(n + 1):
+            pivot = first_largest(range(column, n + 1), lambda i: abs(rows[i][column])) + column
+            rows[column], rows[pivot] = rows[pivot], rows[column]
+            if rows[column][column] == 0:
+                continue
+            for i in range(column + 1, n + 1):
+                factor = rows[i][column] / rows[column][column]
+                for j in range(column, n + 2):
+                    rows[i][j] -= factor * rows[column][j]
+        solution = [0.0] * (n + 1)
+        for i in range(n, -1, -1):
+            value = rows[i][n + 1]
+            for j in range(i + 1, n + 1):
+                value -= rows[i][j] * solution[j]
+            solution[i] = value / rows[i][i] if rows[i][i] else 0.0
+        return solution[:n]
+
+
+def most_error(palette):
+    farthest = 0
+    for a in palette:
+        distances = [max(abs(p - q) for p, q in zip(a, b)) for b in palette if a != b]
+        farthest = max([farthest, min(distances + [256])])
+    return clamp(3 * farthest, 32, 256)
+
+
+def diffuse(picture, palette):
+    L = most_error(palette)
+    known = {}
+
+    def near(value):
+        cell = tuple((v + 16 * L) // 128 for v in value)
+        if cell not in known:
+            known[cell] = nearest(palette, [8 * c + 4 - L for c in cell])
+        return known[cell]
+
+    width = len(picture[0])
+    errors = [[0, 0, 0] for _ in range(width)]
+    result = []
+    for y, line in enumerate(picture):
+        below = [[0, 0, 0] for _ in range(width)]
+        ahead = [0, 0, 0]
+        indices = [0] * width
+        step = 1 if y % 2 == 0 else -1
+        for x in range(width)[::step]:
+            color, is_seen = line[x][:3], line[x][3] != 0
+            value = [16 * level for level in color]
+            if is_seen:
+                value = [v + clamp(a + e, -16 * L, 16 * L) for v, a, e in zip(value, ahead, errors[x])]
+            entry = None
+            if color in palette and all(abs(v - 16 * level) <= 8 for v, level in zip(value, color)):
+                entry = palette.index(color)
+            if entry is None:
+                entry = near(value)
+            indices[x] = entry
+            error = [v - 16 * p for v, p in zip(value, palette[entry])] if is_seen else [0, 0, 0]
+            for c, e in enumerate(error):
+                behind, under, ahead[c] = 3 * e // 16, 5 * e // 16, 7 * e // 16
+                below[x][c] += under
+                below[x - step if 0 <= x - step < width else x][c] += behind
+                below[x + step if 0 <= x + step < width else x][c] += e - behind - under - ahead[c]
+                if not 0 <= x + step < width:
+                    below[x][c] += ahead[c]
+        errors = below
+        result.append(indices)
+    return result
+
+
+# Records and comparison
+
+
+def lines_of(data, width, height):
+    pixels = [tuple(data[i:i + 4]) for i in range(0, 4 * width * height, 4)]
+    return [pixels[y * width:(y + 1) * width] for y in range(height)]
+
+
+def unpacked(data, width, height, bits):
+    line_bytes = (width * bits + 7) // 8
+    index = lambda y, x: data[y * line_bytes + x * bits // 8] >> (8 - bits - x * bits % 8) & (1 << bits) - 1
+    return [[index(y, x) for x in range(width)] for y in range(height)]
+
+
+class Record:
+    def __init__(self, stream, line):
+        self.line = line
+        self.words = dict(word.split("=", 1) for word in line.split())
+        self.width, self.height = self.size("in")
+        self.out_width, self.out_height = self.size("out")
+        self.bits = int(self.words["bits"])
+        self.input = lines_of(stream.read(4 * self.width * self.height), self.width, self.height)
+        self.output = stream.read((self.out_width * self.bits + 7) // 8 * self.out_height)
+        entries = int(self.words["palette"])
+        self.palette = lines_of(stream.read(4 * entries), entries, 1)[0]
+
+    def size(self, word):
+        return map(int, self.words[word].split("x"))
+
+    def number(self, word):
+        return float.fromhex(self.words[word])
+
+    def expected(self):
+        """The pixels, or of what has a palette (palette, indices)."""
+        words, filter_name = self.words, self.words["filter"]
+        if filter_name in ("brightness", "contrast", "saturation", "sharpening"):
+            return globals()[filter_name](self.input, self.number("amount"))
+        if filter_name == "desaturation":
+            return desaturation(self.input)
+        if filter_name == "mode":
+            return mode(self.input, int(words["side"]), words["mode"])
+        if filter_name == "convolution":
+            kernel = [float.fromhex(k) for k in words["kernel"].split(",")]
+            return convolution(self.input, int(words["side"]), kernel, self.number("divisor"), self.number("bias"))
+        if filter_name == "median":
+            return median(self.input, int(words["span"]))
+        if filter_name == "resize":
+            return resize(self.input, words["kernel"], self.out_width, self.out_height)
+        if filter_name == "quantizer":
+            return quantizer(self.input, words["by"], int(words["colors"]))
+        if filter_name == "ditherer":
+            if words["given"] == "own":
+                return ditherer(self.input, words["by"], [entry[:3] for entry in self.palette])
+            room = 256 if self.bits == 32 else 1 << self.bits
+            return ditherer(self.input, words["by"], fixed_palette(int(words["given"]) or room))
+        raise ValueError("no such filter: " + filter_name)
+
+    def difference(self):
+        """What is not as expected, as a text; an empty one if all is."""
+        expected = self.expected()
+        if isinstance(expected, tuple):
+            palette, indices = expected
+            if [entry[:3] for entry in self.palette] != [tuple(entry) for entry in palette]:
+                return f"the palette is {self.palette}, not {palette}"
+            if any(entry[3] for entry in self.palette):
+                return "the palette's fourth bytes are not 0"
+            if self.bits == 32:
+                expected = [[tuple(palette[i]) + pixel[3:] for i, pixel in zip(line, pixels)]
+                            for line, pixels in zip(indices, self.input)]
+            else:
+                expected = indices
+        if self.bits == 32:
+            given = lines_of(self.output, self.out_width, self.out_height)
+        else:
+            given = unpacked(self.output, self.out_width, self.out_height, self.bits)
+        differing = [(x, y) for y in range(self.out_height) for x in range(self.out_width)
+                     if given[y][x] != expected[y][x]]
+        if not differing:
+            return ""
+        x, y = differing[0]
+        return f"{len(differing)} pixels differ; ({x}, {y}) is {given[y][x]}, not {expected[y][x]}"
+
+
+KINDS = {"brightness", "contrast", "saturation", "desaturation", "sharpening", "mode", "convolution", "median",
+         "resize", "quantizer", "ditherer"}
+
+
+def main():
+    dump = subprocess.Popen([sys.argv[1]], stdout=subprocess.PIPE)
+    met, failures, count = set(), 0, 0
+    for header in iter(dump.stdout.readline, b""):
+        record = Record(dump.stdout, header.decode().strip())
+        met.add(record.words["filter"])
+        count += 1
+        difference = record.difference()
+        if difference:
+            failures += 1
+            print(f"{record.line[:200]}\n    {difference[:400]}")
+    if dump.wait() != 0:
+        sys.exit("the program that runs the filters failed")
+    if met != KINDS:
+        sys.exit(f"not met: {KINDS - met}")
+    print(f"{count} results compared, {failures} differ")
+    sys.exit(failures != 0)
+
+
+if __name__ == "__main__":
+    main()
