@@ -101,9 +101,10 @@ bool RenameFile(const ZString& from, const ZString& to) noexcept {
     try {
         // Made before anything is done, since they need memory.
         const std::string oldName = NativePath(from), newName = NativePath(to);
-        const std::string folder = newName.substr(0, newName.rfind('/') + 1);
+        const std::size_t separator = newName.rfind('/');
+        const std::string folder = separator == std::string::npos ? "." : newName.substr(0, separator + 1);
         return !IsFaultInjected(FileCall::rename) && std::rename(oldName.c_str(), newName.c_str()) == 0 &&
-               SyncFolder(folder.empty() ? "." : folder);
+               SyncFolder(folder);
     } catch (const std::bad_alloc&) {
         errno = ENOMEM;
         return false;
