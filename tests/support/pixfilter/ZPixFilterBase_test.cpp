@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <new>
+#include <stdexcept>
 
 #include "zpixf/ZPixfNull.h"
 
@@ -132,6 +133,37 @@ TEST(ZPixFilterBase, MemoryThatRunsOutInStartIsAFailureNotAnException) {
     EXPECT_FALSE(filter.Start());
     EXPECT_FALSE(filter.IsStarted());
     EXPECT_FALSE(filter.GetErrorDescription().IsEmpty());
+}
+
+TEST(ZPixFilterBase, AStartThatFailsInAnyWayHoldsNothing) {
+    /// Makes something, and then fails as it is told to.
+    class Failing : public ZPixfNull {
+    public:
+        void Stop() override {
+            holds = false;
+            ZPixfNull::Stop();
+        }
+        bool (*fail)() = nullptr;
+        bool holds = false;
+
+    protected:
+        bool OnStart() override {
+            holds = true;
+            return fail();
+        }
+    };
+    Source source;
+    Failing filter;
+    Connect(filter, source);
+    filter.fail = [] { return false; };
+    EXPECT_FALSE(filter.Start());
+    EXPECT_FALSE(filter.holds) << "after a refusal";
+    filter.fail = []() -> bool { throw std::bad_alloc(); };
+    EXPECT_FALSE(filter.Start());
+    EXPECT_FALSE(filter.holds) << "after a want of memory";
+    filter.fail = []() -> bool { throw std::runtime_error("the source's"); };
+    EXPECT_THROW(filter.Start(), std::runtime_error);
+    EXPECT_FALSE(filter.holds) << "after an exception of the source";
 }
 
 TEST(ZPixFilterBase, APictureWithoutLinesStartsAndHasNone) {
