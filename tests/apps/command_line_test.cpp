@@ -1,6 +1,9 @@
 // Arguments, exit codes and what is printed.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
+
 #include "apps/Image.h"
 #include "apps/Scratch.h"
 #include "apps/ToolRun.h"
@@ -49,7 +52,14 @@ INSTANTIATE_TEST_SUITE_P(
                     std::vector<std::string>{"unpack", "a", "b.gif"}, std::vector<std::string>{"unpack", "a", "-"},
                     std::vector<std::string>{"unpack", "a", "b.jpg", "--quality", "0"},
                     std::vector<std::string>{"unpack", "a", "b.jpg", "--quality", "101"},
-                    std::vector<std::string>{"info"}, std::vector<std::string>{"info", "a", "b"}));
+                    std::vector<std::string>{"info"}, std::vector<std::string>{"info", "a", "b"}),
+    [](const auto& tested) {
+        std::string name = "Case" + std::to_string(tested.index);
+        for (const std::string& word : tested.param) name += '_' + word;
+        std::replace_if(
+            name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
+        return name;
+    });
 
 TEST(CommandLine, TakesOptionsAnywhere) {
     const ScratchFolder folder;

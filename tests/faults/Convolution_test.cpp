@@ -14,6 +14,7 @@ using zpixf::ZPixFilterBase;
 constexpr unsigned kWidth = 30, kHeight = 12;
 
 struct FilterKind {
+    const char* name;
     std::unique_ptr<ZPixFilterBase> (*make)();
     unsigned requests;  ///< for memory, at Start
     unsigned reach;     ///< lines below that a line needs
@@ -36,12 +37,13 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(Filters, PointFilterFaults,
-                         testing::Values(FilterKind{&MakeFilter<zpixf::ZPixfConvolution3>, 2, 1},
-                                         FilterKind{&MakeGaussian5, 2, 2},
-                                         FilterKind{&MakeFilter<zpixf::ZPixfBrightness>, 1, 0},
-                                         FilterKind{&MakeFilter<zpixf::ZPixfContrast>, 1, 0},
-                                         FilterKind{&MakeFilter<zpixf::ZPixfSaturation>, 0, 0},
-                                         FilterKind{&MakeFilter<zpixf::ZPixfDesaturate>, 0, 0}));
+                         testing::Values(FilterKind{"Convolution3", &MakeFilter<zpixf::ZPixfConvolution3>, 2, 1},
+                                         FilterKind{"Gaussian5", &MakeGaussian5, 2, 2},
+                                         FilterKind{"Brightness", &MakeFilter<zpixf::ZPixfBrightness>, 1, 0},
+                                         FilterKind{"Contrast", &MakeFilter<zpixf::ZPixfContrast>, 1, 0},
+                                         FilterKind{"Saturation", &MakeFilter<zpixf::ZPixfSaturation>, 0, 0},
+                                         FilterKind{"Desaturate", &MakeFilter<zpixf::ZPixfDesaturate>, 0, 0}),
+                         kNameOfParameter);
 
 TEST_P(PointFilterFaults, FailingRequestsAreStatedAndLeaveTheFilterUsable) {
     const unsigned failed = ExpectFailingRequestsAreSurvived(MakeJob);

@@ -13,18 +13,19 @@ constexpr unsigned kWidth = 50, kHeight = 20;
 
 std::uint32_t OpaquePixel(unsigned x, unsigned line) { return ScatteredPixel(x, line) | 0xFF000000u; }
 
-class DitherFaults : public testing::TestWithParam<std::unique_ptr<ZPixFilterBase> (*)()> {
+class DitherFaults : public testing::TestWithParam<FilterMaker> {
 protected:
     static FilterJob MakeJob(unsigned bits) {
-        auto filter = GetParam()();
+        auto filter = GetParam().make();
         filter->SetInputFormat(TrueColor(kWidth, kHeight));
         filter->SetOutputFormat(ZPixFormat(kWidth, kHeight, 1, bits));
         return FilterJob(std::move(filter), &OpaquePixel);
     }
 };
 INSTANTIATE_TEST_SUITE_P(BothDitherers, DitherFaults,
-                         testing::Values(&MakeFilter<zpixf::ZPixfDitherOrdered>,
-                                         &MakeFilter<zpixf::ZPixfDitherDiffuse>));
+                         testing::Values(FilterMaker{"Ordered", &MakeFilter<zpixf::ZPixfDitherOrdered>},
+                                         FilterMaker{"Diffuse", &MakeFilter<zpixf::ZPixfDitherDiffuse>}),
+                         kNameOfParameter);
 
 TEST_P(DitherFaults, FailingRequestsAreStatedAndLeaveTheFilterUsable) {
     for (const unsigned bits : {1u, 4u, 8u}) {

@@ -81,6 +81,13 @@ std::unique_ptr<zpixf::ZPixFilterBase> MakeFilter() {
     return std::make_unique<Filter>();
 }
 
+/// How to make a filter, for suites of tests that run over several.
+struct FilterMaker {
+    const char* name;
+    std::unique_ptr<zpixf::ZPixFilterBase> (*make)();
+};
+inline constexpr auto kNameOfParameter = [](const auto& tested) { return std::string(tested.param.name); };
+
 /// What a plain run gives.
 template <class MakeJob>
 Lines LinesOf(MakeJob make) {

@@ -18,7 +18,8 @@ protected:
         return FilterJob(std::move(filter));
     }
 };
-INSTANTIATE_TEST_SUITE_P(Spans, MedianFaults, testing::Values(1u, 3u, 5u, 7u, 31u, 255u));
+INSTANTIATE_TEST_SUITE_P(Spans, MedianFaults, testing::Values(1u, 3u, 5u, 7u, 31u, 255u),
+                         testing::PrintToStringParamName());
 
 TEST_P(MedianFaults, FailingRequestsAreStatedAndLeaveTheFilterUsable) {
     const unsigned failed = ExpectFailingRequestsAreSurvived(MakeJob);

@@ -21,19 +21,20 @@ std::unique_ptr<ZPixFilterBase> MakeQuantizer() {
     return filter;
 }
 
-class QuantizeFaults : public testing::TestWithParam<std::unique_ptr<ZPixFilterBase> (*)()> {
+class QuantizeFaults : public testing::TestWithParam<FilterMaker> {
 protected:
     static FilterJob MakeJob() {
-        auto filter = GetParam()();
+        auto filter = GetParam().make();
         filter->SetInputFormat(TrueColor(kWidth, kHeight));
         filter->SetOutputFormat(ZPixFormat(kWidth, kHeight, 1, 8));
         return FilterJob(std::move(filter), &CloseColor);
     }
 };
 INSTANTIATE_TEST_SUITE_P(Filters, QuantizeFaults,
-                         testing::Values(&MakeQuantizer<zpixf::ZPixfQuantizeMedian5>,
-                                         &MakeQuantizer<zpixf::ZPixfQuantizeMedian8>,
-                                         &MakeQuantizer<zpixf::ZPixfQuantizePopularity>));
+                         testing::Values(FilterMaker{"Median5", &MakeQuantizer<zpixf::ZPixfQuantizeMedian5>},
+                                         FilterMaker{"Median8", &MakeQuantizer<zpixf::ZPixfQuantizeMedian8>},
+                                         FilterMaker{"Popularity", &MakeQuantizer<zpixf::ZPixfQuantizePopularity>}),
+                         kNameOfParameter);
 
 TEST_P(QuantizeFaults, FailingRequestsAreStatedAndLeaveTheFilterUsable) {
     const unsigned failed = ExpectFailingRequestsAreSurvived(

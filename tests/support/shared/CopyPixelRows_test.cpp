@@ -17,7 +17,12 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(AllFormats, CopyPixelRowsOf,
                          testing::Combine(testing::Range(1, kColorFormats),
-                                          testing::Values(CopyWrites::cached, CopyWrites::streamed)));
+                                          testing::Values(CopyWrites::cached, CopyWrites::streamed)),
+                         [](const auto& tested) {
+                             const bool cached = std::get<1>(tested.param) == CopyWrites::cached;
+                             return "Format" + std::to_string(std::get<0>(tested.param)) +
+                                    (cached ? "Cached" : "Streamed");
+                         });
 
 /// Rows in a block of bytes, from the top or from the bottom up.
 template <class Byte>

@@ -22,7 +22,8 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(AllFormats, CopyPixelsOfFormat, testing::Range(1, kColorFormats));
+INSTANTIATE_TEST_SUITE_P(AllFormats, CopyPixelsOfFormat, testing::Range(1, kColorFormats),
+                         [](const auto& tested) { return "Format" + std::to_string(tested.param); });
 
 TEST_P(CopyPixelsOfFormat, CopiesAsTheLoopOverSinglePixelsAndLeavesTheNeighboursAlone) {
     std::mt19937 random(static_cast<unsigned>(GetParam()));
