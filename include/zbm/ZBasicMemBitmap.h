@@ -1,18 +1,13 @@
 #pragma once
-#include <cstdint>
-#include <memory>
 #include <vector>
 
+#include "zbm/FilterState.h"
 #include "zbm/ZBitmap.h"
-
-namespace zpixf {
-class ZPixfQuantize;
-}
 
 namespace zbm {
 
 class CPixFilterContext;
-class CPixFilterPipeline;
+class LineSource;
 
 /// A bitmap with every tile in memory. Locking costs nothing and commits do nothing.
 ///
@@ -80,24 +75,12 @@ protected:
     // Filtering into this bitmap: the lines of `inputRect` of `input` go through the stage.
     bool FilterScanLines(const CPixFilterContext* context, ZBitmap* input, shr::IProgress* progress);
     void GetInputBitmapScanLine(CPixFilterContext* context, unsigned char* line, int y);
-    /// Of large pictures that are not filtered in place, past the caches: shr::FinishCopyWrites comes after the last
-    /// line.
     void SetBitmapScanLine(const std::vector<unsigned char>& alpha, const unsigned char* line, int y);
     void CreateInputScanRectRow(int row);
     void ReadInputScanRectRow(int row);
     void FreeInputBitmap() noexcept;
 
-    // The state of a filtering that runs: one tile row of its input, or none where its own tiles can be read, and one
-    // line of each kind.
-    std::unique_ptr<ZBasicMemBitmap> inputRowCopy;
-    std::int32_t currentInputRow = -1;
-    RECT inputRect{};
-    std::vector<std::uint8_t> inputLine;
-    std::vector<std::uint8_t> outputLine;
-    std::vector<std::uint8_t> outputLine32;
-    std::vector<std::uint8_t> inputLine32;
-    ZBitmap* inputBitmap = nullptr;
-    std::int64_t awaitedInputLine = 0;  ///< the one behind the line that was read last
+    FilterState filterState;
 
 private:
     static void* CreateInstance();
@@ -105,13 +88,13 @@ private:
                ZScanRect::Content content);
     void TakeFittingTiles(ZScanRectRow& row, ZScanRectRow& former, ZScanRect::Content content);
     static bool ReadScanLine(void* context, unsigned line, void* buffer);
-    bool AddQuantizer(CPixFilterPipeline& pipeline, zpixf::ZPixfQuantize& quantizer,
-                      const zpixf::ZPixFilterBase& former);
-    void BeginInputRow(int row);
-    void WriteFilteredLines(CPixFilterPipeline& pipeline, bool indexed, shr::IProgress* progress);
+    LineSource InputLines() noexcept;
+    template <class Steps>
+    bool CreateBy(const Steps& steps);
     bool CopyTiles(ZBitmap& source, shr::IProgress* progress);
     bool FilterFrom(ZBitmap& source, const RECT& rect, zpixf::ZPixFilterBase& filter, shr::IProgress* progress);
-    void TakeDetails(const ZBasicMemBitmap& source);
+    void TakeDetails(const ZBitmap& source);
+    void TakeResolution(const ZBitmap& source);
     bool StoreTiles(SerializeIO& io, shr::IProgress* progress);
     bool LoadTiles(SerializeIO& io, shr::IProgress* progress);
     bool LoadTile(SerializeIO& io, int row, int col);

@@ -6,6 +6,8 @@
 
 namespace zbm {
 
+class ToldTileReading;
+
 /// A bitmap in memory that also keeps reductions of itself, each half the size of the one before, for quick display at
 /// small scales. Every change makes them stale; CommitAll builds them again.
 class ZBM_API ZMemBitmap : public ZBasicMemBitmap {
@@ -17,7 +19,8 @@ public:
     ~ZMemBitmap() override;
     const shr::CTypeInfo* GetTypeId() const override;
 
-    // As the base class's; the reductions become stale, but stay until the next CommitAll or changed tile.
+    // As the base class's; the reductions become stale, also when it fails, but stay until the next CommitAll or
+    // changed tile.
     void Create(int width, int height, shr::ColorFormat format, int tileWidth = 512, int tileHeight = 512);
     void Create(const BITMAPINFO& dib, int tileWidth, int tileHeight);
     void Create(const BITMAPINFOHEADER* header, const void* bits, const RGBQUAD* colors, int tileWidth, int tileHeight);
@@ -55,6 +58,8 @@ protected:
 
 private:
     static void* CreateInstance();
+    static const ZBitmap* CurrentLevel(const ZBitmap& bitmap, unsigned level);
+    static const ToldTileReading toldTileReading;
     template <class CreateBase>
     bool CreateFrom(const ZBitmap& source, const CreateBase& create);
     bool BuildLevels(std::vector<std::unique_ptr<ZBasicMemBitmap>>& former, shr::IProgress* progress);

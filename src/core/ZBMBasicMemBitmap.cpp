@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "core/PackedDib.h"
+#include "core/TileReading.h"
 #include "core/checks/BasicMemBitmapChecks.h"
 #include "shr/ScopeExit.h"
 
@@ -9,6 +11,14 @@ namespace zbm {
 
 const shr::CTypeInfo ZBasicMemBitmap::ClassTypeId("ZBasicMemBitmap", &ZBasicMemBitmap::CreateInstance,
                                                   &ZBitmap::ClassTypeId);
+
+namespace {
+const ToldTileReading toldTileReading(typeid(ZBasicMemBitmap), {.resident = &TileInMemory});
+}
+
+const ZScanRect& TileInMemory(const ZBitmap& bitmap, int row, int col) {
+    return static_cast<const ZBasicMemBitmap&>(bitmap).ZBasicMemBitmap::LockScanRect(row, col);
+}
 
 void* ZBasicMemBitmap::CreateInstance() {
     return static_cast<shr::CTypedObject*>(new ZBasicMemBitmap(1, 1, shr::BGRA_32, 512, 512));
@@ -38,13 +48,8 @@ void ZBasicMemBitmap::Create(int width, int height, shr::ColorFormat format, int
 }
 
 void ZBasicMemBitmap::Create(const BITMAPINFO& dib, int tileWidth, int tileHeight) {
-    const BITMAPINFOHEADER& header = dib.bmiHeader;
-    const auto* start = reinterpret_cast<const std::uint8_t*>(&dib);
-    std::size_t colors = header.biClrUsed;
-    if (colors == 0 && header.biBitCount < 9) colors = std::size_t{1} << header.biBitCount;
-    const std::size_t entries = colors + (header.biCompression == BI_BITFIELDS ? 3 : 0);
-    const auto* table = colors >= 1 ? reinterpret_cast<const RGBQUAD*>(start + sizeof(BITMAPINFOHEADER)) : nullptr;
-    Create(&header, start + header.biSize + 4 * entries, table, tileWidth, tileHeight);
+    const PackedDib parts(dib);
+    Create(parts.header, parts.bits, parts.colors, tileWidth, tileHeight);
 }
 
 void ZBasicMemBitmap::Create(const BITMAPINFOHEADER* header, const void*, const RGBQUAD*, int, int) {
@@ -58,7 +63,7 @@ void ZBasicMemBitmap::Create(const ZBasicMemBitmap& source) {
 
 void ZBasicMemBitmap::Init(int newPixelHeight, int newPixelWidth, shr::ColorFormat newFormat, int tileHeight,
                            int tileWidth) {
-    inputRowCopy.reset();
+    filterState.inputRowCopy.reset();
     ZBitmap::Init(newPixelHeight, newPixelWidth, newFormat, tileHeight, tileWidth);
 }
 
@@ -97,7 +102,7 @@ void ZBasicMemBitmap::AllocateScanRects() {
 }
 
 void ZBasicMemBitmap::CreateCleanup() noexcept {
-    inputRowCopy.reset();
+    filterState.inputRowCopy.reset();
     Free();
 }
 
@@ -114,10 +119,14 @@ void ZBasicMemBitmap::CopyAll(const ZBasicMemBitmap& source) {
     leaveEmpty.Release();
 }
 
-void ZBasicMemBitmap::TakeDetails(const ZBasicMemBitmap& source) {
+void ZBasicMemBitmap::TakeDetails(const ZBitmap& source) {
     CopyColorTable(source);
-    SetXResolution(source.xResolution);
-    SetYResolution(source.yResolution);
+    TakeResolution(source);
+}
+
+void ZBasicMemBitmap::TakeResolution(const ZBitmap& source) {
+    SetXResolution(source.GetXResolution());
+    SetYResolution(source.GetYResolution());
 }
 
 void ZBasicMemBitmap::ChangeFrom(ZBasicMemBitmap& source) {
@@ -130,7 +139,7 @@ void ZBasicMemBitmap::ChangeFrom(ZBasicMemBitmap& source) {
     onePixel.scanRectRows[0].tiles[0].reset();
     for (std::size_t row = 0; row < scanRectRows.size(); ++row)
         scanRectRows[row].tiles.swap(source.scanRectRows[row].tiles);
-    source.inputRowCopy.reset();
+    source.filterState.inputRowCopy.reset();
     source.TakeOver(onePixel);
     leaveEmpty.Release();
 }

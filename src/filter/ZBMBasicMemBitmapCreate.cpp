@@ -1,9 +1,9 @@
 // Bitmaps in memory made from bitmaps of any class.
 #include "core/LockedTile.h"
 #include "core/checks/BasicMemBitmapChecks.h"
+#include "filter/Creation.h"
+#include "filter/FilterRun.h"
 #include "filter/MakeResizeFilter.h"
-#include "shr/ScopeExit.h"
-#include "zbm/CPixFilterPipeline.h"
 #include "zbm/ZBasicMemBitmap.h"
 #include "zpixf/ZPixfNull.h"
 
@@ -11,27 +11,34 @@ namespace zbm {
 
 namespace {
 
+constexpr ResizeChecks kResizeChecks{
+    .self = BasicMemBitmapCheck::resizedSelf,
+    .left = BasicMemBitmapCheck::resizedLeft,
+    .right = BasicMemBitmapCheck::resizedRight,
+    .top = BasicMemBitmapCheck::resizedTop,
+    .bottom = BasicMemBitmapCheck::resizedBottom,
+    .width = BasicMemBitmapCheck::resizedWidth,
+    .height = BasicMemBitmapCheck::resizedHeight,
+};
 constexpr int kTileSide = 512;
-constexpr const wchar_t* kTaskText = L"Creating image...";
-
-zpixf::ZPixFormat TrueColor(int width, int height) {
-    return zpixf::ZPixFormat(static_cast<unsigned>(width), static_cast<unsigned>(height), 4, 8, 0);
-}
 
 }  // namespace
 
+template <class Steps>
+bool ZBasicMemBitmap::CreateBy(const Steps& steps) {
+    return CreateOrCleanUp(steps, [this] { CreateCleanup(); });
+}
+
 bool ZBasicMemBitmap::Create(ZBitmap& source, shr::IProgress* progress) {
     if (&source == this) return true;
-    shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
-    Renew(source.GetPixelWidth(), source.GetPixelHeight(), source.GetColorFormat(), source.GetScanRectWidth(),
-          source.GetScanRectHeight(), ZScanRect::Content::overwritten);
-    const shr::CScopedIProgressTask task(progress, kTaskText);
-    if (!CopyTiles(source, progress)) return false;
-    CopyColorTable(source);
-    SetXResolution(source.GetXResolution());
-    SetYResolution(source.GetYResolution());
-    leaveEmpty.Release();
-    return true;
+    return CreateBy([&] {
+        Renew(source.GetPixelWidth(), source.GetPixelHeight(), source.GetColorFormat(), source.GetScanRectWidth(),
+              source.GetScanRectHeight(), ZScanRect::Content::overwritten);
+        const shr::CScopedIProgressTask task(progress, kCreatingImage);
+        if (!CopyTiles(source, progress)) return false;
+        TakeDetails(source);
+        return true;
+    });
 }
 
 bool ZBasicMemBitmap::CopyTiles(ZBitmap& source, shr::IProgress* progress) {
@@ -54,45 +61,33 @@ bool ZBasicMemBitmap::Create(shr::ColorFormat format, ZBitmap& source, shr::IPro
     if (format == source.GetColorFormat()) return ZBasicMemBitmap::Create(source, progress);
 
     const int width = source.GetPixelWidth(), height = source.GetPixelHeight();
-    shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
-    Renew(width, height, format, kTileSide, kTileSide, ZScanRect::Content::overwritten);
-    const shr::CScopedIProgressTask task(progress, kTaskText);
-    zpixf::ZPixfNull handThrough;
-    if (!FilterFrom(source, {0, 0, width, height}, handThrough, progress)) return false;
-    leaveEmpty.Release();
-    return true;
+    return CreateBy([&] {
+        Renew(width, height, format, kTileSide, kTileSide, ZScanRect::Content::overwritten);
+        const shr::CScopedIProgressTask task(progress, kCreatingImage);
+        zpixf::ZPixfNull handThrough;
+        return FilterFrom(source, {0, 0, width, height}, handThrough, progress);
+    });
 }
 
 bool ZBasicMemBitmap::Create(int width, int height, ZBitmap& source, RECT rect, ResizeMethod method,
                              shr::IProgress* progress) {
-    require(&source != this, BasicMemBitmapCheck::resizedSelf);
-    require(rect.left >= 0 && rect.left <= source.GetPixelWidth(), BasicMemBitmapCheck::resizedLeft);
-    require(rect.right >= 0 && rect.right <= source.GetPixelWidth(), BasicMemBitmapCheck::resizedRight);
-    require(rect.top >= 0 && rect.top <= source.GetPixelHeight(), BasicMemBitmapCheck::resizedTop);
-    require(rect.bottom >= 0 && rect.bottom <= source.GetPixelHeight(), BasicMemBitmapCheck::resizedBottom);
-    require(rect.right > rect.left, BasicMemBitmapCheck::resizedWidth);
-    require(rect.bottom > rect.top, BasicMemBitmapCheck::resizedHeight);
-
-    shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
-    Renew(width, height, source.GetColorFormat(), kTileSide, kTileSide, ZScanRect::Content::overwritten);
-    const shr::CScopedIProgressTask task(progress, kTaskText);
-    const std::unique_ptr<zpixf::ZPixFilterBase> filter = MakeResizeFilter(method);
-    require(filter != nullptr, BasicMemBitmapCheck::resizeMethod);
-    if (!FilterFrom(source, rect, *filter, progress)) return false;
-    leaveEmpty.Release();
-    return true;
+    CheckResize(kResizeChecks, *this, source, rect);
+    return CreateBy([&] {
+        Renew(width, height, source.GetColorFormat(), kTileSide, kTileSide, ZScanRect::Content::overwritten);
+        const shr::CScopedIProgressTask task(progress, kCreatingImage);
+        const std::unique_ptr<zpixf::ZPixFilterBase> filter = MakeResizeFilter(method);
+        require(filter != nullptr, BasicMemBitmapCheck::resizeMethod);
+        return FilterFrom(source, rect, *filter, progress);
+    });
 }
 
 bool ZBasicMemBitmap::FilterFrom(ZBitmap& source, const RECT& rect, zpixf::ZPixFilterBase& filter,
                                  shr::IProgress* progress) {
-    inputRect = rect;
-    filter.SetInputFormat(
-        TrueColor(static_cast<int>(rect.right - rect.left), static_cast<int>(rect.bottom - rect.top)));
-    filter.SetOutputFormat(TrueColor(pixelWidth, pixelHeight));
+    filterState.inputRect = rect;
+    SetTrueColors(filter, {rect.right - rect.left, rect.bottom - rect.top}, {pixelWidth, pixelHeight});
     const CPixFilterContext stage(&filter, &ZBasicMemBitmap::ReadScanLine, this);
     if (!FilterScanLines(&stage, &source, progress)) return false;
-    SetXResolution(source.GetXResolution());
-    SetYResolution(source.GetYResolution());
+    TakeResolution(source);
     return true;
 }
 

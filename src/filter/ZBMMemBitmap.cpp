@@ -3,7 +3,9 @@
 #include <algorithm>
 
 #include "core/ArchiveValues.h"
+#include "core/TileReading.h"
 #include "core/checks/MemBitmapChecks.h"
+#include "filter/ReductionSizes.h"
 #include "shr/ScopeExit.h"
 
 namespace zbm {
@@ -12,6 +14,15 @@ const shr::CTypeInfo ZMemBitmap::ClassTypeId("ZMemBitmap", &ZMemBitmap::CreateIn
 
 void* ZMemBitmap::CreateInstance() {
     return static_cast<shr::CTypedObject*>(new ZMemBitmap(1, 1, shr::BGRA_32, 512, 512));
+}
+
+const ToldTileReading ZMemBitmap::toldTileReading(typeid(ZMemBitmap), {.resident = &TileInMemory,
+                                                                       .currentLevel = &ZMemBitmap::CurrentLevel});
+
+const ZBitmap* ZMemBitmap::CurrentLevel(const ZBitmap& bitmap, unsigned level) {
+    const auto& self = static_cast<const ZMemBitmap&>(bitmap);
+    if (level == 0) return &self;
+    return self.needsRebuild || self.reductions.size() < level ? nullptr : self.reductions[level - 1].get();
 }
 
 const shr::CTypeInfo* ZMemBitmap::GetTypeId() const { return &ClassTypeId; }
@@ -141,27 +152,26 @@ bool ZMemBitmap::CreatePOTReductions(shr::IProgress* progress) {
 bool ZMemBitmap::BuildLevels(std::vector<std::unique_ptr<ZBasicMemBitmap>>& former, shr::IProgress* progress) {
     ZBitmap* source = this;
     ZBasicMemBitmap trueColor(1, 1, shr::BGRA_32);
-    if (shr::ColorFmtToTblSize[colorFormat] > 0) {
+    if (IsReducedInTrueColors(*this)) {
         if (!trueColor.Create(shr::BGRA_32, *this, progress)) return true;  // cancelled: there is nothing to reduce
         source = &trueColor;
     }
-    constexpr int kLargestWithout = 16;
-    for (;;) {
-        const int width = source->GetPixelWidth(), height = source->GetPixelHeight();
-        if (width / 2 <= kLargestWithout || height / 2 <= kLargestWithout) return true;
+    while (const std::optional<SIZE> size = ReducedSize(*source)) {
         const std::size_t number = reductions.size();
         auto level = number < former.size() ? std::move(former[number])
                                             : std::make_unique<ZBasicMemBitmap>(1, 1, shr::BGRA_32, 512, 512);
-        if (!level->Create(width / 2, height / 2, *source, {0, 0, width, height}, ResizeBilinear, progress))
+        const RECT whole{0, 0, source->GetPixelWidth(), source->GetPixelHeight()};
+        if (!level->Create(static_cast<int>(size->cx), static_cast<int>(size->cy), *source, whole, ResizeBilinear,
+                           progress))
             return false;
         reductions.push_back(std::move(level));
         source = reductions.back().get();
     }
+    return true;
 }
 
 ZBitmap* ZMemBitmap::GetPtrToPOTReduction(unsigned level) {
-    constexpr int kMinSide = 16;
-    if (level == 0 || std::min(pixelWidth, pixelHeight) < kMinSide) return this;
+    if (level == 0 || IsItsOwnReduction(*this)) return this;
     if (reductions.size() < level) return nullptr;
     return reductions[level - 1].get();
 }

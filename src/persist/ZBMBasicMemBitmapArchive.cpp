@@ -13,7 +13,7 @@ bool ZBasicMemBitmap::Serialize(SerializeIO& io, shr::IProgress* progress, ISeri
         SerializeFormatInfo(io, nullptr);
         return StoreTiles(io, progress);
     }
-    inputRowCopy.reset();
+    filterState.inputRowCopy.reset();
     SerializeFormatInfo(io, nullptr);
     return LoadTiles(io, progress);
 }

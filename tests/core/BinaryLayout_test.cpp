@@ -85,17 +85,20 @@ TEST(BinaryLayout, OfABitmap) {
 TEST(BinaryLayout, OfABitmapInMemory) {
     testkit::OpenBasicMemBitmap open(2, 2, shr::BGRA_32);
     const zbm::ZBasicMemBitmap* bitmap = &open;
-    EXPECT_EQ(Distance(bitmap, &open.inputRowCopy), static_cast<std::ptrdiff_t>(sizeof(zbm::ZBitmap)));
-    EXPECT_EQ(Distance(&open.inputRowCopy, &open.currentInputRow), static_cast<std::ptrdiff_t>(sizeof(void*)));
-    EXPECT_EQ(Distance(&open.currentInputRow, &open.inputRect), 4);
-    EXPECT_GT(Distance(&open.inputRect, &open.inputLine), 0);
+    EXPECT_EQ(Distance(bitmap, &open.filterState.inputRowCopy), static_cast<std::ptrdiff_t>(sizeof(zbm::ZBitmap)));
+    EXPECT_EQ(Distance(&open.filterState.inputRowCopy, &open.filterState.currentInputRow),
+              static_cast<std::ptrdiff_t>(sizeof(void*)));
+    EXPECT_EQ(Distance(&open.filterState.currentInputRow, &open.filterState.inputRect), 4);
+    EXPECT_GT(Distance(&open.filterState.inputRect, &open.filterState.inputLine), 0);
     const auto vectorBytes = static_cast<std::ptrdiff_t>(sizeof(std::vector<int>));
-    EXPECT_EQ(Distance(&open.inputLine, &open.outputLine), vectorBytes);
-    EXPECT_EQ(Distance(&open.outputLine, &open.outputLine32), vectorBytes);
-    EXPECT_EQ(Distance(&open.outputLine32, &open.inputLine32), vectorBytes);
-    EXPECT_EQ(Distance(&open.inputLine32, &open.inputBitmap), vectorBytes);
-    EXPECT_EQ(Distance(&open.inputBitmap, &open.awaitedInputLine), static_cast<std::ptrdiff_t>(sizeof(void*)));
-    EXPECT_EQ(Distance(bitmap, &open.awaitedInputLine) + 8, static_cast<std::ptrdiff_t>(sizeof(zbm::ZBasicMemBitmap)));
+    EXPECT_EQ(Distance(&open.filterState.inputLine, &open.filterState.outputLine), vectorBytes);
+    EXPECT_EQ(Distance(&open.filterState.outputLine, &open.filterState.outputLine32), vectorBytes);
+    EXPECT_EQ(Distance(&open.filterState.outputLine32, &open.filterState.inputLine32), vectorBytes);
+    EXPECT_EQ(Distance(&open.filterState.inputLine32, &open.filterState.inputBitmap), vectorBytes);
+    EXPECT_EQ(Distance(&open.filterState.inputBitmap, &open.filterState.awaitedInputLine),
+              static_cast<std::ptrdiff_t>(sizeof(void*)));
+    EXPECT_EQ(Distance(bitmap, &open.filterState.awaitedInputLine) + 8,
+              static_cast<std::ptrdiff_t>(sizeof(zbm::ZBasicMemBitmap)));
 }
 
 TEST(BinaryLayout, OfABitmapWithReductions) {

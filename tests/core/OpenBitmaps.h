@@ -133,15 +133,7 @@ public:
     using ZBasicMemBitmap::Init;
     using ZBasicMemBitmap::SetBitmapScanLine;
 
-    using ZBasicMemBitmap::awaitedInputLine;
-    using ZBasicMemBitmap::currentInputRow;
-    using ZBasicMemBitmap::inputBitmap;
-    using ZBasicMemBitmap::inputLine;
-    using ZBasicMemBitmap::inputLine32;
-    using ZBasicMemBitmap::inputRect;
-    using ZBasicMemBitmap::inputRowCopy;
-    using ZBasicMemBitmap::outputLine;
-    using ZBasicMemBitmap::outputLine32;
+    using ZBasicMemBitmap::filterState;
     using ZBitmap::scanRectRows;
 
     mutable std::vector<std::string> calls;

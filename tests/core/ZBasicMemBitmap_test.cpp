@@ -322,11 +322,11 @@ TEST(InputRowCopy, GoesWithEveryReCreation) {
     ZBasicMemBitmap source(3, 3, shr::BGRA_32);
     const auto expectGone = [](const char* what, auto act) {
         OpenBasicMemBitmap bitmap(2, 2, shr::BGRA_32);
-        bitmap.inputRowCopy = std::make_unique<Counted>();
+        bitmap.filterState.inputRowCopy = std::make_unique<Counted>();
         ASSERT_EQ(Counted::alive, 1);
         act(bitmap);
         EXPECT_EQ(Counted::alive, 0) << what;
-        EXPECT_EQ(bitmap.inputRowCopy, nullptr) << what;
+        EXPECT_EQ(bitmap.filterState.inputRowCopy, nullptr) << what;
     };
     expectGone("Create", [](auto& bitmap) { bitmap.Create(2, 2, shr::BGRA_32); });
     expectGone("failing Create",
@@ -344,27 +344,27 @@ TEST(InputRowCopy, GoesWithEveryReCreation) {
     });
     {
         OpenBasicMemBitmap bitmap(2, 2, shr::BGRA_32);
-        bitmap.inputRowCopy = std::make_unique<Counted>();
+        bitmap.filterState.inputRowCopy = std::make_unique<Counted>();
     }
     EXPECT_EQ(Counted::alive, 0) << "destruction";
 }
 
 TEST(InputRowCopy, IsNotCopied) {
     OpenBasicMemBitmap bitmap(2, 2, shr::BGRA_32);
-    bitmap.inputRowCopy = std::make_unique<Counted>();
-    bitmap.currentInputRow = 5;
+    bitmap.filterState.inputRowCopy = std::make_unique<Counted>();
+    bitmap.filterState.currentInputRow = 5;
     const OpenBasicMemBitmap copy(bitmap);
-    EXPECT_EQ(copy.inputRowCopy, nullptr);
-    EXPECT_EQ(copy.currentInputRow, -1);
+    EXPECT_EQ(copy.filterState.inputRowCopy, nullptr);
+    EXPECT_EQ(copy.filterState.currentInputRow, -1);
 }
 
 TEST(ZBasicMemBitmap, StartsWithoutAFilteringUnderWay) {
     const OpenBasicMemBitmap bitmap(2, 2, shr::BGRA_32);
-    EXPECT_EQ(bitmap.inputRowCopy, nullptr);
-    EXPECT_EQ(bitmap.currentInputRow, -1);
-    EXPECT_TRUE(IsRectEmpty(&bitmap.inputRect));
-    EXPECT_TRUE(bitmap.inputLine.empty() && bitmap.outputLine.empty() && bitmap.outputLine32.empty() &&
-                bitmap.inputLine32.empty());
+    EXPECT_EQ(bitmap.filterState.inputRowCopy, nullptr);
+    EXPECT_EQ(bitmap.filterState.currentInputRow, -1);
+    EXPECT_TRUE(IsRectEmpty(&bitmap.filterState.inputRect));
+    EXPECT_TRUE(bitmap.filterState.inputLine.empty() && bitmap.filterState.outputLine.empty() &&
+                bitmap.filterState.outputLine32.empty() && bitmap.filterState.inputLine32.empty());
 }
 
 TEST(ZBasicMemBitmap, InitLaysOutWithoutMakingTiles) {

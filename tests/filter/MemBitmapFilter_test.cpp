@@ -380,13 +380,13 @@ bool LookAtRowCopies(void* context, unsigned, void*) {
     std::vector<unsigned char> line(64);
     for (const auto& [y, height] : {std::pair{0, 4}, std::pair{5, 4}, std::pair{8, 2}, std::pair{3, 4}}) {
         self.GetInputBitmapScanLine(&stage, line.data(), y);
-        const ZBasicMemBitmap& copy = *self.inputRowCopy;
+        const ZBasicMemBitmap& copy = *self.filterState.inputRowCopy;
         EXPECT_EQ(copy.GetPixelWidth(), 11);
         EXPECT_EQ(copy.GetPixelHeight(), height);
-        EXPECT_EQ(copy.GetColorFormat(), self.inputBitmap->GetColorFormat());
+        EXPECT_EQ(copy.GetColorFormat(), self.filterState.inputBitmap->GetColorFormat());
         EXPECT_EQ(copy.GetScanRectWidth(), 3);
         EXPECT_EQ(copy.GetScanRectHeight(), 4);
-        EXPECT_EQ(self.currentInputRow, y / 4);
+        EXPECT_EQ(self.filterState.currentInputRow, y / 4);
     }
     return true;
 }
@@ -397,10 +397,10 @@ TEST(MemBitmapFilter, TheCopyOfARowOfTilesHasTheShapeOfTheRow) {
         LineFilter filter(ZPixfType::Brightness);
         filter.SetInputFormat(zpixf::ZPixFormat(2, 10));
         filter.SetOutputFormat(zpixf::ZPixFormat(2, 1));
-        result.inputRect = {4, 0, 6, 10};
+        result.filterState.inputRect = {4, 0, 6, 10};
         const zbm::CPixFilterContext stage(&filter, &LookAtRowCopies, &result);
         ASSERT_TRUE(result.FilterScanLines(&stage, &source, nullptr));
-        EXPECT_EQ(result.inputRowCopy, nullptr);
+        EXPECT_EQ(result.filterState.inputRowCopy, nullptr);
     }
 }
 
@@ -408,9 +408,9 @@ TEST(MemBitmapFilter, LinesAreAsLongAsRowsAndStayForTheNextFiltering) {
     OpenBasicMemBitmap bitmap(33, 3, shr::BGR_24, 16, 8);
     const auto expectLines = [&] {
         ASSERT_TRUE(bitmap.ChangeContrast(0.5, nullptr));
-        EXPECT_EQ(bitmap.inputLine.size(), 100u);
-        EXPECT_EQ(bitmap.outputLine.size(), 100u);
-        EXPECT_EQ(bitmap.outputLine32.size(), 132u);
+        EXPECT_EQ(bitmap.filterState.inputLine.size(), 100u);
+        EXPECT_EQ(bitmap.filterState.outputLine.size(), 100u);
+        EXPECT_EQ(bitmap.filterState.outputLine32.size(), 132u);
     };
     expectLines();
     bitmap.Create(5, 3, shr::GRAYSCALE_8, 16, 8);
@@ -456,7 +456,7 @@ TEST(MemBitmapFilter, ReadsARowOfTilesAgainForAFilterThatGoesBack) {
             self.GetInputBitmapScanLine(static_cast<zbm::CPixFilterContext*>(context), line.data(), y);
         return true;
     };
-    result.inputRect = {0, 0, 4, 12};
+    result.filterState.inputRect = {0, 0, 4, 12};
     const zbm::CPixFilterContext stage(&filter, backAndForth, &result);
     source.calls.clear();
     ASSERT_TRUE(result.FilterScanLines(&stage, &source, nullptr));
@@ -474,13 +474,13 @@ TEST(MemBitmapFilter, LinesOutsideTheTilesAreInternalErrors) {
     };
     filter.SetInputFormat(zpixf::ZPixFormat(4, 12));
     filter.SetOutputFormat(zpixf::ZPixFormat(4, 12));
-    bitmap.inputRect = {0, 0, 4, 12};
+    bitmap.filterState.inputRect = {0, 0, 4, 12};
     const zbm::CPixFilterContext stage(&filter, outside, &bitmap);
     EXPECT_TRUE(RaisesInternalError([&] { bitmap.FilterScanLines(&stage, &bitmap, nullptr); }, kSourceFile, 1237));
-    EXPECT_EQ(bitmap.inputRowCopy, nullptr);
+    EXPECT_EQ(bitmap.filterState.inputRowCopy, nullptr);
     const std::vector<unsigned char> line(64);
     EXPECT_TRUE(RaisesInternalError([&] { bitmap.SetBitmapScanLine({}, line.data(), 12); }, kSourceFile, 1299));
-    bitmap.inputRect = {0, 12, 4, 13};
+    bitmap.filterState.inputRect = {0, 12, 4, 13};
     EXPECT_TRUE(RaisesInternalError([&] { bitmap.FilterScanLines(&stage, &bitmap, nullptr); }, kSourceFile, 949));
 }
 
@@ -566,11 +566,11 @@ TEST(MemBitmapFilter, AStartThatIsCancelledGivesFalseAndLeavesTheBitmapAsItWas) 
             if (filter == &waiting && format != shr::INDEXED_8) continue;
             filter->SetInputFormat(zpixf::ZPixFormat(33, 20));
             filter->SetOutputFormat(zpixf::ZPixFormat(33, 20));
-            bitmap.inputRect = {0, 0, 33, 20};
+            bitmap.filterState.inputRect = {0, 0, 33, 20};
             const zbm::CPixFilterContext stage(filter, &CancelPipeline, &bitmap);
             TestProgress progress;
             EXPECT_FALSE(bitmap.FilterScanLines(&stage, &bitmap, &progress));
-            EXPECT_EQ(bitmap.inputRowCopy, nullptr);
+            EXPECT_EQ(bitmap.filterState.inputRowCopy, nullptr);
             EXPECT_FALSE(filter->IsStarted());
             EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
         }
@@ -588,7 +588,7 @@ TEST(MemBitmapFilter, CancellingPassesOnFromEveryReportAndTheBitmapIsUsable) {
             try {
                 EXPECT_TRUE(bitmap.FilterScanLines(filter, &progress));
             } catch (const shr::AbortException&) { cancelled = true; }
-            EXPECT_EQ(bitmap.inputRowCopy, nullptr);
+            EXPECT_EQ(bitmap.filterState.inputRowCopy, nullptr);
             int locks = 0;
             for (const std::string& call : bitmap.calls) locks += call[0] == 'L' ? 1 : call[0] == 'U' ? -1 : 0;
             EXPECT_EQ(locks, 0);

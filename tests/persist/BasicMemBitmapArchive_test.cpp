@@ -261,9 +261,9 @@ TEST(BitmapArchive, IsStoredAndLoadedThroughTheLockProtocol) {
 
 TEST(BitmapArchive, LoadedDropsACopyOfAnInputRow) {
     OpenBasicMemBitmap bitmap(5, 6, shr::BGRA_32, 4, 4);
-    bitmap.inputRowCopy = std::make_unique<ZBasicMemBitmap>(1, 1, shr::BGRA_32);
+    bitmap.filterState.inputRowCopy = std::make_unique<ZBasicMemBitmap>(1, 1, shr::BGRA_32);
     Load(bitmap, FourTiles());
-    EXPECT_EQ(bitmap.inputRowCopy, nullptr);
+    EXPECT_EQ(bitmap.filterState.inputRowCopy, nullptr);
 }
 
 TEST(BitmapArchive, OfAMissingTileIsNotStored) {

@@ -1,0 +1,122 @@
+#include "filter/FilterRun.h"
+
+#include <algorithm>
+
+#include "convert/Quantize.h"
+#include "convert/ZBMColorFormat.h"
+#include "shr/ScopeExit.h"
+
+namespace zbm {
+
+namespace {
+
+void GrowToLine(std::vector<std::uint8_t>& line, std::uint32_t width, shr::ColorFormat format) {
+    const auto bytes = static_cast<std::size_t>(shr::RowBytes(width, format));
+    if (line.size() < bytes) line.resize(bytes);
+}
+
+std::uint32_t WidthOf(const RECT& rect) { return static_cast<std::uint32_t>(rect.right - rect.left); }
+std::uint32_t WidthOf(const ZBitmap& bitmap) { return static_cast<std::uint32_t>(bitmap.GetPixelWidth()); }
+
+bool HasColorTable(const ZBitmap& bitmap) {
+    return bitmap.GetNumColorTableItems() != 0 && shr::ColorFmtToTblSize[bitmap.GetColorFormat()] != 0;
+}
+
+bool PullForward(std::span<const CPixFilterContext> stages) {
+    return std::all_of(stages.begin(), stages.end(), [](const auto& stage) { return stage.filter->PullsForward(); });
+}
+
+/// The filters give true colours; for an indexed bitmap one more chooses the colours of its table.
+std::unique_ptr<zpixf::ZPixFilterBase> QuantizerFor(const ZBitmap& bitmap, int method) {
+    zpixf::ZPixFormat format;
+    InitPixFormat(format, bitmap.GetPixelWidth(), bitmap.GetPixelHeight(), bitmap.GetColorFormat(),
+                  bitmap.GetConstColorTablePtr(), bitmap.GetNumColorTableItems());
+    auto quantizer = MakeQuantizer(method, bitmap.GetNumColorTableItems());
+    quantizer->SetOutputFormat(format);
+    return quantizer;
+}
+
+/// False when the start of one was cancelled.
+bool AddStages(CPixFilterPipeline& pipeline, std::span<const CPixFilterContext> stages,
+               zpixf::ZPixFilterBase* quantizer) {
+    for (const CPixFilterContext& stage : stages)
+        if (!pipeline.AddPixFilter(stage)) return false;
+    if (quantizer == nullptr) return true;
+    const CPixFilterContext& first = stages.front();
+    quantizer->SetInputFormat(stages.back().filter->GetOutputFormat());
+    return pipeline.AddPixFilter(CPixFilterContext(quantizer, first.scanLineFunction, first.bitmap));
+}
+
+void TakePalette(ZBitmap& bitmap, const zpixf::ZPixFormat& format) {
+    if (format.GetColors() == nullptr) return;
+    std::vector<shr::Color4b> colors(format.GetNumColors());
+    shr::CopyRGBQUADToColor4b(colors.data(), format.GetColors(), format.GetNumColors(), false);
+    bitmap.FillColorTable(colors.data(), format.GetNumColors());
+}
+
+}  // namespace
+
+bool FilterRun::Run(ZBitmap& input, std::span<const CPixFilterContext> stages, shr::IProgress* progress) {
+    LineSource source(family, state);
+    const auto freeCopies = [&] {
+        source.Free();
+        sink.Free();
+    };
+    const shr::ScopeExit atTheEnd(freeCopies);
+    freeCopies();
+    if (HasNoPixels() && input.GetNumScanRectRows() > 0) return true;
+    const bool overwritesInput = &input == &output;
+    source.Begin(input,
+                 overwritesInput && !PullForward(stages) ? LineSource::RowCopy::needed : LineSource::RowCopy::needless);
+    sink.Begin();
+    GrowLines();
+
+    std::unique_ptr<zpixf::ZPixFilterBase> quantizer;  // outlives the pipeline
+    if (HasColorTable(output)) quantizer = QuantizerFor(output, family.quantizer);
+    CPixFilterPipeline pipeline;
+    pipeline.progress = progress;
+    pipeline.progressLastLine = static_cast<std::uint32_t>(output.GetPixelHeight()) - 1;
+    pipeline.CollectAlphaChanges(!shr::ColorFmtHasAlphaChannel[output.GetColorFormat()]);
+    if (!AddStages(pipeline, stages, quantizer.get())) return false;
+    WriteLines(pipeline, quantizer != nullptr);
+    sink.Finish();
+    freeCopies();
+    if (quantizer) TakePalette(output, quantizer->GetOutputFormat());
+    return true;
+}
+
+bool FilterRun::HasNoPixels() const {
+    return output.GetPixelWidth() == 0 || output.GetPixelHeight() == 0 || WidthOf(state.inputRect) == 0;
+}
+
+void FilterRun::GrowLines() {
+    GrowToLine(state.inputLine, WidthOf(state.inputRect), state.inputBitmap->GetColorFormat());
+    GrowToLine(state.outputLine, WidthOf(output), output.GetColorFormat());
+    GrowToLine(state.outputLine32, WidthOf(output), shr::BGRA_32);
+}
+
+void FilterRun::WriteLines(CPixFilterPipeline& pipeline, bool indexed) {
+    const int height = output.GetPixelHeight();
+    const shr::ColorFormat format = output.GetColorFormat();
+    const bool converts = !indexed && format != shr::BGRA_32;
+    for (int y = 0; y < height; ++y) {
+        pipeline.FilterScanline(converts ? state.outputLine32.data() : state.outputLine.data(), y);
+        if (converts)
+            ConvertPixels({state.outputLine.data(), format, 0}, {state.outputLine32.data(), shr::BGRA_32, 0},
+                          WidthOf(output), 1);
+        sink.Write(pipeline.changedAlpha, state.outputLine.data(), y);
+        if (pipeline.progress != nullptr && y % 100 == 0)
+            pipeline.progress->SetProgress(static_cast<double>(y) / height);
+    }
+    if (pipeline.progress != nullptr) pipeline.progress->SetProgress(1.0);
+}
+
+void SetTrueColors(zpixf::ZPixFilterBase& filter, SIZE input, SIZE result) {
+    const auto trueColor = [](SIZE size) {
+        return zpixf::ZPixFormat(static_cast<unsigned>(size.cx), static_cast<unsigned>(size.cy), 4, 8, 0);
+    };
+    filter.SetInputFormat(trueColor(input));
+    filter.SetOutputFormat(trueColor(result));
+}
+
+}  // namespace zbm
