@@ -20,6 +20,11 @@ public:
     ZBasicMemBitmap(int width, int height, shr::ColorFormat format, int tileWidth = 512, int tileHeight = 512);
     ZBasicMemBitmap(const ZBasicMemBitmap& source);
     ZBasicMemBitmap& operator=(const ZBasicMemBitmap& source);
+    /// Takes the source's tiles without copying them, and what else it holds. The source is then empty (IsEmpty), as
+    /// after a failed creation, and can be created anew. Unlike ChangeFrom, neither calls a virtual operation nor
+    /// throws.
+    ZBasicMemBitmap(ZBasicMemBitmap&& source) noexcept;
+    ZBasicMemBitmap& operator=(ZBasicMemBitmap&& source) noexcept;
     ~ZBasicMemBitmap() override;
     const shr::CTypeInfo* GetTypeId() const override;
 
@@ -93,6 +98,7 @@ private:
     bool CreateBy(const Steps& steps);
     bool CopyTiles(ZBitmap& source, shr::IProgress* progress);
     bool FilterFrom(ZBitmap& source, const RECT& rect, zpixf::ZPixFilterBase& filter, shr::IProgress* progress);
+    void MoveFrom(ZBasicMemBitmap& source) noexcept;
     void TakeDetails(const ZBitmap& source);
     void TakeResolution(const ZBitmap& source);
     bool StoreTiles(SerializeIO& io, shr::IProgress* progress);

@@ -89,6 +89,10 @@ protected:
     virtual void SerializeFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy);
 
 public:
+    /// Whether there is no picture: no format and no tiles, as after a creation or a load that failed. A picture of
+    /// width or height 0 is one. What is empty can be created anew.
+    bool IsEmpty() const noexcept { return colorFormat == shr::FORMAT_NONE; }
+
     int GetPixelWidth() const noexcept { return pixelWidth; }
     int GetPixelHeight() const noexcept { return pixelHeight; }
     int GetScanRectWidth() const noexcept { return scanRectWidth; }

@@ -16,6 +16,9 @@ public:
     /// Takes the source's reductions too, and for current even when the source held them for stale.
     ZMemBitmap(const ZMemBitmap& source);
     ZMemBitmap& operator=(const ZMemBitmap& source);
+    /// As the base class's. The reductions go with the picture, current or not; the source has none.
+    ZMemBitmap(ZMemBitmap&& source) noexcept;
+    ZMemBitmap& operator=(ZMemBitmap&& source) noexcept;
     ~ZMemBitmap() override;
     const shr::CTypeInfo* GetTypeId() const override;
 
@@ -60,6 +63,7 @@ private:
     static void* CreateInstance();
     static const ZBitmap* CurrentLevel(const ZBitmap& bitmap, unsigned level);
     static const ToldTileReading toldTileReading;
+    void MoveReductionsFrom(ZMemBitmap& source) noexcept;
     template <class CreateBase>
     bool CreateFrom(const ZBitmap& source, const CreateBase& create);
     bool BuildLevels(std::vector<std::unique_ptr<ZBasicMemBitmap>>& former, shr::IProgress* progress);

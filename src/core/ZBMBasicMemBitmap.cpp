@@ -39,6 +39,13 @@ ZBasicMemBitmap& ZBasicMemBitmap::operator=(const ZBasicMemBitmap& source) {
     return *this;
 }
 
+ZBasicMemBitmap::ZBasicMemBitmap(ZBasicMemBitmap&& source) noexcept : ZBitmap() { MoveFrom(source); }
+
+ZBasicMemBitmap& ZBasicMemBitmap::operator=(ZBasicMemBitmap&& source) noexcept {
+    if (this != &source) MoveFrom(source);
+    return *this;
+}
+
 ZBasicMemBitmap::~ZBasicMemBitmap() = default;
 
 void ZBasicMemBitmap::Create(int width, int height, shr::ColorFormat format, int tileWidth, int tileHeight) {
@@ -117,6 +124,12 @@ void ZBasicMemBitmap::CopyAll(const ZBasicMemBitmap& source) {
     }
     TakeDetails(source);
     leaveEmpty.Release();
+}
+
+void ZBasicMemBitmap::MoveFrom(ZBasicMemBitmap& source) noexcept {
+    CreateCleanup();
+    TakeOver(source);
+    source.CreateCleanup();
 }
 
 void ZBasicMemBitmap::TakeDetails(const ZBitmap& source) {

@@ -7,11 +7,11 @@
 
 namespace zbm {
 
-/// The size of the reduction that is made from such a picture; none if a side would be too short.
+/// The size of the reduction that is made from such a picture; none if a side would be too short, or of no picture.
 inline std::optional<SIZE> ReducedSize(const ZBitmap& bitmap) {
     constexpr LONG kShortestSide = 17;
     const SIZE half{bitmap.GetPixelWidth() / 2, bitmap.GetPixelHeight() / 2};
-    if (std::min(half.cx, half.cy) < kShortestSide) return std::nullopt;
+    if (bitmap.IsEmpty() || std::min(half.cx, half.cy) < kShortestSide) return std::nullopt;
     return half;
 }
 

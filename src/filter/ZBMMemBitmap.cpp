@@ -37,6 +37,23 @@ ZMemBitmap& ZMemBitmap::operator=(const ZMemBitmap& source) {
     return *this;
 }
 
+ZMemBitmap::ZMemBitmap(ZMemBitmap&& source) noexcept : ZBasicMemBitmap(std::move(source)) {
+    MoveReductionsFrom(source);
+}
+
+ZMemBitmap& ZMemBitmap::operator=(ZMemBitmap&& source) noexcept {
+    if (this == &source) return *this;
+    ZBasicMemBitmap::operator=(std::move(source));
+    MoveReductionsFrom(source);
+    return *this;
+}
+
+void ZMemBitmap::MoveReductionsFrom(ZMemBitmap& source) noexcept {
+    FreeAllPOTReductions();
+    reductions.swap(source.reductions);
+    needsRebuild = std::exchange(source.needsRebuild, true);
+}
+
 ZMemBitmap::~ZMemBitmap() { FreeAllPOTReductions(); }
 
 void ZMemBitmap::Create(int width, int height, shr::ColorFormat format, int tileWidth, int tileHeight) {
@@ -45,14 +62,14 @@ void ZMemBitmap::Create(int width, int height, shr::ColorFormat format, int tile
 }
 
 void ZMemBitmap::Create(const BITMAPINFO& dib, int tileWidth, int tileHeight) {
+    shr::ScopeExit markStale([this] { needsRebuild = true; });
     ZBasicMemBitmap::Create(dib, tileWidth, tileHeight);
-    needsRebuild = true;
 }
 
 void ZMemBitmap::Create(const BITMAPINFOHEADER* header, const void* bits, const RGBQUAD* colors, int tileWidth,
                         int tileHeight) {
+    shr::ScopeExit markStale([this] { needsRebuild = true; });
     ZBasicMemBitmap::Create(header, bits, colors, tileWidth, tileHeight);
-    needsRebuild = true;
 }
 
 void ZMemBitmap::Create(const ZBasicMemBitmap& source) {

@@ -279,6 +279,54 @@ TEST(ZBasicMemBitmapCopy, OfABitmapWithoutFormatFailsAndLeavesAnEmptyOne) {
     EXPECT_TRUE(IsEmpty(target));
 }
 
+static_assert(std::is_nothrow_move_constructible_v<ZBasicMemBitmap> &&
+              std::is_nothrow_move_assignable_v<ZBasicMemBitmap>);
+
+TEST(ZBasicMemBitmapMove, TakesTheTilesAndLeavesAnEmptyBitmapThatCanBeCreatedAnew) {
+    ZBasicMemBitmap source = FormulaBitmap(37, 23, shr::INDEXED_4, 13, 9);
+    const zbm::ZScanRect* tile = &source.LockScanRect(1, 1);
+    ZBasicMemBitmap constructed(std::move(source)), assigned = FormulaBitmap(5, 5, shr::BGRA_32, 2, 2);
+    EXPECT_TRUE(IsFormulaPicture(constructed));
+    EXPECT_EQ(&constructed.LockScanRect(1, 1), tile);
+    EXPECT_TRUE(IsEmpty(source));
+    assigned = std::move(constructed);
+    EXPECT_TRUE(IsFormulaPicture(assigned));
+    EXPECT_EQ(&assigned.LockScanRect(1, 1), tile);
+    EXPECT_EQ(assigned.GetXResolution(), FormulaBitmap(37, 23, shr::INDEXED_4, 13, 9).GetXResolution());
+    EXPECT_TRUE(IsEmpty(constructed));
+    constructed.Create(2, 2, shr::BGR_24);
+    EXPECT_EQ(testkit::GetPixel(constructed, 1, 1), 0u);
+    EXPECT_FALSE(IsEmpty(constructed));
+}
+
+TEST(ZBasicMemBitmapMove, ToItselfChangesNothingAndOfAnEmptyOneGivesAnEmptyOne) {
+    ZBasicMemBitmap bitmap = FormulaBitmap(37, 23, shr::INDEXED_4, 13, 9), empty(1, 1, shr::BGRA_32);
+    ZBasicMemBitmap& same = bitmap;
+    bitmap = std::move(same);
+    EXPECT_TRUE(IsFormulaPicture(bitmap));
+    EXPECT_THROW(empty.Create(1, 1, shr::FORMAT_NONE), shr::InternalError);
+    bitmap = std::move(empty);
+    EXPECT_TRUE(IsEmpty(bitmap));
+}
+
+TEST(ZBasicMemBitmapMove, CallsNoVirtualOperation) {
+    OpenBasicMemBitmap source(5, 5, shr::INDEXED_4, 4, 4), target(1, 1, shr::BGRA_32);
+    source.calls = target.calls = {};
+    target = std::move(source);
+    EXPECT_TRUE(target.calls.empty());
+    EXPECT_EQ(target.GetPixelWidth(), 5);
+}
+
+TEST(ZBasicMemBitmap, IsEmptyOnlyWithoutAPicture) {
+    ZBasicMemBitmap bitmap(3, 3, shr::BGRA_32);
+    EXPECT_FALSE(bitmap.IsEmpty());
+    bitmap.Create(0, 0, shr::BGRA_32);
+    EXPECT_FALSE(bitmap.IsEmpty());
+    EXPECT_THROW(bitmap.Create(3, 3, shr::BGRA_32, 0, 1), shr::InternalError);
+    EXPECT_TRUE(bitmap.IsEmpty());
+    EXPECT_TRUE(testkit::OpenBitmap().IsEmpty());
+}
+
 TEST(ChangeFrom, LeavesTheSourceAtOnePixelWithoutItsTile) {
     ZBasicMemBitmap source = FormulaBitmap(37, 23, shr::INDEXED_4, 13, 9), target(1, 1, shr::BGRA_32);
     target.ChangeFrom(source);

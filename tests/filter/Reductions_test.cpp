@@ -151,6 +151,35 @@ TEST(Reductions, AreStaleAfterEveryCreation) {
     ExpectStaleAfterEveryCreation<KeepingMemBitmap>();
 }
 
+TEST(Reductions, AreStaleAfterEveryCreationThatFailsAlsoFromADib) {
+    BITMAPINFO dib{};
+    dib.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+    const auto expectStale = [](auto create) {
+        OpenMemBitmap bitmap = FormulaMemBitmap(40, 40, shr::BGR_24);
+        ASSERT_TRUE(bitmap.CommitAll(nullptr));
+        EXPECT_THROW(create(bitmap), shr::InternalError);
+        EXPECT_TRUE(bitmap.needsRebuild);
+        EXPECT_EQ(bitmap.reductions.size(), 1u);
+    };
+    expectStale([](auto& bitmap) { bitmap.Create(40, 40, shr::FORMAT_NONE); });
+    expectStale([&](auto& bitmap) { bitmap.Create(dib, 512, 512); });
+    expectStale([&](auto& bitmap) { bitmap.Create(&dib.bmiHeader, &dib, nullptr, 512, 512); });
+    expectStale([&](auto& bitmap) { bitmap.Create(nullptr, nullptr, nullptr, 512, 512); });
+}
+
+TEST(Reductions, AreNoneOfABitmapWithoutAPicture) {
+    OpenMemBitmap bitmap = FormulaMemBitmap(100, 100, shr::BGR_24), source = bitmap;
+    ASSERT_TRUE(bitmap.CommitAll(nullptr));
+    TestProgress cancelling(1);
+    ASSERT_FALSE(bitmap.Create(static_cast<zbm::ZBitmap&>(source), &cancelling));
+    ASSERT_TRUE(bitmap.IsEmpty());
+    EXPECT_TRUE(bitmap.CommitAll(nullptr, true));
+    EXPECT_TRUE(bitmap.reductions.empty());
+    ASSERT_TRUE(bitmap.Create(static_cast<zbm::ZBitmap&>(source), nullptr));
+    ASSERT_TRUE(bitmap.CommitAll(nullptr));
+    EXPECT_EQ(bitmap.reductions.size(), 2u);
+}
+
 TEST(Reductions, ACreationThatGivesFalseDoesNotMarkThem) {
     ZBasicMemBitmap source = testkit::FormulaBitmap(90, 90, shr::BGR_24, 64, 64);
     OpenMemBitmap bitmap(100, 100, shr::BGRA_32);

@@ -74,6 +74,39 @@ TEST(ZMemBitmap, CopiesTheReductionsAndTakesThemForCurrent) {
     }
 }
 
+static_assert(std::is_nothrow_move_constructible_v<zbm::ZMemBitmap> &&
+              std::is_nothrow_move_assignable_v<zbm::ZMemBitmap>);
+
+TEST(ZMemBitmap, MovesItsReductionsWithItsTilesAndIsLeftEmpty) {
+    for (const bool stale : {false, true}) {
+        OpenMemBitmap source = WithTwoReductions();
+        const ZBasicMemBitmap* first = source.reductions[0].get();
+        source.needsRebuild = stale;
+        OpenMemBitmap constructed(std::move(source)), assigned = WithTwoReductions();
+        assigned = std::move(constructed);
+        EXPECT_TRUE(IsFormulaPicture(assigned));
+        EXPECT_EQ(assigned.needsRebuild, stale);
+        ASSERT_EQ(assigned.reductions.size(), 2u);
+        EXPECT_EQ(assigned.reductions[0].get(), first);
+        for (OpenMemBitmap* left : {&source, &constructed}) {
+            EXPECT_TRUE(left->IsEmpty());
+            EXPECT_TRUE(left->reductions.empty());
+            EXPECT_TRUE(left->needsRebuild);
+            left->Create(40, 40, shr::BGRA_32);
+            ASSERT_TRUE(left->CommitAll(nullptr));
+            EXPECT_EQ(left->reductions.size(), 1u);
+        }
+    }
+}
+
+TEST(ZMemBitmap, MovedToItselfStaysAsItIs) {
+    OpenMemBitmap bitmap = WithTwoReductions();
+    OpenMemBitmap& same = bitmap;
+    bitmap = std::move(same);
+    EXPECT_TRUE(IsFormulaPicture(bitmap));
+    EXPECT_EQ(bitmap.reductions.size(), 2u);
+}
+
 TEST(ZMemBitmap, AssignedToItselfStaysAsItIs) {
     OpenMemBitmap bitmap = WithTwoReductions();
     const ZBasicMemBitmap* first = bitmap.reductions[0].get();
