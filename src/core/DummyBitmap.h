@@ -1,0 +1,25 @@
+#pragma once
+#include "core/Require.h"
+#include "zbm/ZBitmap.h"
+
+namespace zbm {
+
+/// A bitmap without pixels, for what needs no more than a bitmap's layout, or one to belong to. Its tiles cannot be
+/// locked.
+class ZDummyBitmap : public ZBitmap {
+public:
+    using ZBitmap::Init;
+
+    ZScanRect& LockScanRect(int, int) const override { Refuse(); }
+    void UnlockScanRect(int, int) const override { Refuse(); }
+    void CommitScanRect(int, int) override { Refuse(); }
+    bool CommitAll(shr::IProgress*) override { return true; }
+    ZBitmap* GetPtrToPOTReduction(unsigned) override { return nullptr; }
+    bool Serialize(SerializeIO&, shr::IProgress*, ISerializeLegacyGCS*) override { Refuse(); }
+    bool FilterScanLines(zpixf::ZPixFilterBase&, shr::IProgress*) override { Refuse(); }
+
+private:
+    [[noreturn]] static void Refuse() { Require("DummyBitmap").Fail(__LINE__); }
+};
+
+}  // namespace zbm

@@ -1,0 +1,107 @@
+#include "zbm/RunFilters.h"
+
+#include <algorithm>
+
+#include "convert/ZBMColorFormat.h"
+#include "core/DummyBitmap.h"
+#include "core/LockedTile.h"
+#include "core/TileReading.h"
+#include "filter/FilterRun.h"
+
+namespace zbm {
+
+namespace {
+
+constexpr FilterFamily kFamily{
+    .require = Require("RunFilters"),
+    .firstRow = 9000,
+    .inputLine = 9001,
+    .outputLine = 9002,
+    .quantizer = QuantizeBy::median5,
+};
+constexpr int kGivenTwice = 9003;
+
+/// Holds the state of the run in place of the bitmap, which knows of none.
+class Runner final : public ZDummyBitmap {
+public:
+    static bool ReadLine(void* context, unsigned line, void* buffer) {
+        auto& stage = *static_cast<CPixFilterContext*>(context);
+        LineSource(kFamily, static_cast<Runner&>(*stage.bitmap).state)
+            .ReadAsBgra(stage, static_cast<std::uint8_t*>(buffer), static_cast<int>(line));
+        return true;
+    }
+
+    FilterState state;
+};
+
+/// Rows of tiles that go into the bitmap under its locks.
+class LockedRowSink final : public RowSink {
+public:
+    using RowSink::RowSink;
+
+private:
+    void Deliver(const ZScanRect& tile, int row, int col) override {
+        const LockedTile place(bitmap, row, col);
+        *place = tile;
+        bitmap.CommitScanRect(row, col);
+    }
+};
+
+/// Hands lines through, so that what the stage before makes of alpha is taken: that of a last stage after others is
+/// not.
+class HandThrough final : public zpixf::ZPixFilterBase {
+public:
+    zpixf::ZPixfType FilterType() const override { return zpixf::ZPixfType::KeepsAlpha; }
+    bool FilterScanline(unsigned line, void* buffer) override { return IsReadyFor(line) && PullLine(line, buffer); }
+    bool PullsForward() const override { return true; }
+
+protected:
+    bool OnStart() override { return true; }
+};
+
+bool HasMask(const ZBitmap& bitmap) { return !shr::ColorFmtHasAlphaChannel[bitmap.GetColorFormat()]; }
+
+bool EachIsGivenOnce(std::vector<zpixf::ZPixFilterBase*> filters) {
+    std::sort(filters.begin(), filters.end(), std::less<>());
+    return std::adjacent_find(filters.begin(), filters.end()) == filters.end();
+}
+
+void AddStage(std::vector<CPixFilterContext>& stages, zpixf::ZPixFilterBase* filter, Runner& runner, SIZE size) {
+    if (filter != nullptr) SetTrueColors(*filter, size, size);
+    stages.emplace_back(filter, &Runner::ReadLine, &runner);
+}
+
+/// Only the first stage is asked whether the mask becomes alpha of its lines; so it answers for all.
+void UseAlphaFromTheFirst(std::vector<CPixFilterContext>& stages) {
+    stages.front().usesInputAlpha =
+        std::any_of(stages.begin(), stages.end(), [](const auto& stage) { return stage.usesInputAlpha; });
+}
+
+}  // namespace
+
+bool RunFilters(ZBitmap& bitmap, const std::vector<zpixf::ZPixFilterBase*>& filters, shr::IProgress* progress) {
+    if (filters.empty()) return true;
+    kFamily.require(EachIsGivenOnce(filters), kGivenTwice);
+    const SIZE size{bitmap.GetPixelWidth(), bitmap.GetPixelHeight()};
+    Runner runner;
+    runner.state.inputRect = {0, 0, size.cx, size.cy};
+
+    HandThrough behind;
+    std::vector<CPixFilterContext> stages;
+    for (zpixf::ZPixFilterBase* filter : filters) AddStage(stages, filter, runner, size);
+    if (stages.size() > 1 && stages.back().changesAlpha && HasMask(bitmap)) AddStage(stages, &behind, runner, size);
+    UseAlphaFromTheFirst(stages);
+
+    const auto runInto = [&](LineSink& sink) {
+        return FilterRun(kFamily, runner.state, bitmap, sink).Run(bitmap, stages, progress);
+    };
+    if (StayInMemory(bitmap)) {
+        TileSink tiles(kFamily, bitmap, shr::CopyWrites::cached);
+        return runInto(tiles);
+    }
+    OutputRowState rowState;
+    LockedRowSink rows(kFamily, rowState, bitmap);
+    return runInto(rows);
+}
+
+}  // namespace zbm
