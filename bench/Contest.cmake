@@ -45,6 +45,5 @@ else()
     set_target_properties(contest PROPERTIES EXCLUDE_FROM_ALL ON)
     target_compile_definitions(contest PRIVATE
         "ZBM_PILLOW_CONTEST=\"${CMAKE_CURRENT_SOURCE_DIR}/pillow_contest.py\"")
-    target_link_libraries(contest PRIVATE rivals ZPixFilteru)
-    zbm_compile_in_converter(contest)
+    target_link_libraries(contest PRIVATE rivals ZBMLib2_internals)
 endif()

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "Harness.h"
-#include "convert/MatcherKernelLevel.h"
+#include "convert/MatcherKernels.h"
 #include "convert/ZBMColorFormat.h"
 #include "zbm/ColorTableMatcher.h"
 

@@ -10,6 +10,9 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE Release)
 endif()
+if(NOT DEFINED BUILD_SHARED_LIBS)
+    set(BUILD_SHARED_LIBS ON)
+endif()
 
 # Programs and libraries side by side, so that a .exe finds its .dlls and a test its siblings.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
@@ -19,12 +22,13 @@ set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
 # An installed library or tool finds its siblings wherever the prefix is moved.
 set(CMAKE_INSTALL_RPATH "$ORIGIN" "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 
-# A cross-built program finds the compiler's own libraries beside itself.
-if(MINGW AND CMAKE_CROSSCOMPILING)
+# The DLLs of the compiler that our programs need, which find them beside themselves.
+if(MINGW)
     foreach(library libstdc++-6 libgcc_s_seh-1 libwinpthread-1)
         execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${library}.dll
             OUTPUT_VARIABLE file OUTPUT_STRIP_TRAILING_WHITESPACE)
         file(COPY "${file}" DESTINATION "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
+        zbm_install_dlls("${file}")
     endforeach()
 endif()
 
@@ -45,20 +49,53 @@ function(zbm_set_warnings target)
     endif()
 endfunction()
 
-# zbm_add_library(<name> EXPORT_MACRO <stem> INCLUDE <public include folder> SOURCES <files...>)
-# One of the four shared libraries; <stem>_EXPORTS is defined while the library itself is compiled.
+# zbm_add_library(<name> STEM <stem> SOURCES <folder> INCLUDE <public include folder>
+#                 [PUBLIC <libraries...>] [PRIVATE <libraries...>])
+#
+# One of the four libraries, shared unless BUILD_SHARED_LIBS is OFF, of every file in the folder and in those below it.
+# <stem>_EXPORTS is defined while the library itself is compiled, and ZBM_STATIC for everyone if it is static.
+#
+# Its object files are the target <name>_internals: what tests and benchmarks link instead of the library to get at what
+# it does not export. Nothing that is linked with the library may be linked with them as well.
 function(zbm_add_library name)
-    cmake_parse_arguments(arg "" "EXPORT_MACRO;INCLUDE" "SOURCES" ${ARGN})
-    add_library(${name} SHARED ${arg_SOURCES})
+    cmake_parse_arguments(arg "" "STEM;SOURCES;INCLUDE" "PUBLIC;PRIVATE" ${ARGN})
+    set(internals ${name}_internals)
+    zbm_glob_sources(sources "${arg_SOURCES}")
+    add_library(${internals} OBJECT ${sources})
+    zbm_add_kernels(${internals} "${arg_SOURCES}")
+    zbm_set_warnings(${internals})
+    target_compile_definitions(${internals} PUBLIC ${arg_STEM}_EXPORTS)
+    target_include_directories(${internals} PUBLIC "${arg_SOURCES}" $<BUILD_INTERFACE:${arg_INCLUDE}>)
+    target_link_libraries(${internals} PUBLIC ${arg_PUBLIC} ${arg_PRIVATE} zbm_cpu)
+
+    add_library(${name} $<TARGET_OBJECTS:${internals}>)
     add_library(ZBMLib2::${name} ALIAS ${name})
-    target_compile_definitions(${name} PRIVATE ${arg_EXPORT_MACRO}_EXPORTS)
-    target_compile_features(${name} PUBLIC cxx_std_20)
     target_include_directories(${name} PUBLIC
         $<BUILD_INTERFACE:${arg_INCLUDE}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-    set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
-    zbm_set_warnings(${name})
-    set_property(GLOBAL APPEND PROPERTY ZBM_INSTALLED_LIBRARIES ${name})
-    install(DIRECTORY ${arg_INCLUDE}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+    target_link_libraries(${name} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE})
+    # Before 1.0 a minor version may break what programs were built against.
+    set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX
+        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+
+    foreach(target ${name} ${internals})
+        target_compile_features(${target} PUBLIC cxx_std_20)
+        if(NOT BUILD_SHARED_LIBS)
+            target_compile_definitions(${target} PUBLIC ZBM_STATIC)
+        endif()
+    endforeach()
+    zbm_install_library(${name} "${arg_INCLUDE}")
+endfunction()
+
+# zbm_glob_sources(<variable> <folder>): the files below the folder, without kernels and those of other systems.
+function(zbm_glob_sources variable folder)
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${folder}/*.cpp")
+    list(FILTER sources EXCLUDE REGEX "_(base|avx2|avx512)\\.cpp$")
+    if(WIN32)
+        list(FILTER sources EXCLUDE REGEX "_linux\\.cpp$")
+    else()
+        list(FILTER sources EXCLUDE REGEX "_windows\\.cpp$")
+    endif()
+    set(${variable} ${sources} PARENT_SCOPE)
 endfunction()
 
 # zbm_add_executable(<name> <sources...>): a program of ours, with our warnings.
@@ -67,53 +104,33 @@ function(zbm_add_executable name)
     zbm_set_warnings(${name})
 endfunction()
 
-# zbm_add_kernels(<target> <stem>): compiles <stem>_base.cpp, <stem>_avx2.cpp and <stem>_avx512.cpp, as far as they
-# exist, each with the flags of its level. Kernels are always optimised for vectorising, and never contract floating
-# point, so that every level gives the same bits.
-function(zbm_add_kernels target stem)
-    set(flags_base "")
-    set(flags_avx2 -mavx2 -mbmi -mbmi2 -mfma)
-    set(flags_avx512 ${flags_avx2} -mavx512f -mavx512bw -mavx512vl -mavx512dq -mprefer-vector-width=512)
-    foreach(level base avx2 avx512)
-        set(file "${CMAKE_CURRENT_SOURCE_DIR}/${stem}_${level}.cpp")
-        if(NOT EXISTS "${file}")
+# The levels above the base that kernels are compiled for, and their flags.
+set(ZBM_WIDE_LEVELS "")
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$" AND CMAKE_SIZEOF_VOID_P EQUAL 8 AND NOT MSVC)
+    set(ZBM_WIDE_LEVELS avx2 avx512)
+endif()
+set(ZBM_FLAGS_avx2 -mavx2 -mbmi -mbmi2 -mfma)
+set(ZBM_FLAGS_avx512 ${ZBM_FLAGS_avx2} -mavx512f -mavx512bw -mavx512vl -mavx512dq -mprefer-vector-width=512)
+if(MINGW)
+    # 64-bit Windows aligns the stack to 16 bytes only; wider vectors are spilled unaligned.
+    list(APPEND ZBM_FLAGS_avx2 -Wa,-muse-unaligned-vector-move)
+    list(APPEND ZBM_FLAGS_avx512 -Wa,-muse-unaligned-vector-move)
+endif()
+
+# zbm_add_kernels(<target> <folder>): compiles the kernels below the folder into the target: X_base.cpp, X_avx2.cpp and
+# so on, each with the flags of its level. They are always optimised for vectorising, and never contract floating point,
+# so that every level gives the same bits.
+function(zbm_add_kernels target folder)
+    foreach(level base ${ZBM_WIDE_LEVELS})
+        file(GLOB_RECURSE kernels CONFIGURE_DEPENDS "${folder}/*_${level}.cpp")
+        if(NOT kernels)
             continue()
         endif()
-        target_sources(${target} PRIVATE "${file}")
         set(flags "")
         if(NOT MSVC)
-            set(flags -ffp-contract=off ${flags_${level}})
-            if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
-                list(APPEND flags -O3)
-            endif()
-            if(MINGW AND NOT level STREQUAL "base")
-                # 64-bit Windows aligns the stack to 16 bytes only; wider vectors are spilled unaligned.
-                list(APPEND flags -Wa,-muse-unaligned-vector-move)
-            endif()
+            set(flags -ffp-contract=off $<$<NOT:$<CONFIG:Debug>>:-O3> ${ZBM_FLAGS_${level}})
         endif()
-        set_source_files_properties("${file}" TARGET_DIRECTORY ${target} PROPERTIES COMPILE_OPTIONS "${flags}")
+        target_sources(${target} PRIVATE ${kernels})
+        set_source_files_properties(${kernels} TARGET_DIRECTORY ${target} PROPERTIES COMPILE_OPTIONS "${flags}")
     endforeach()
-endfunction()
-
-# zbm_add_all_kernels(<target> <folder>): zbm_add_kernels for every stem in the folder, a path from the current one,
-# and in the folders below it.
-function(zbm_add_all_kernels target folder)
-    file(GLOB_RECURSE bases CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*_base.cpp")
-    foreach(base IN LISTS bases)
-        string(REGEX REPLACE "_base\\.cpp$" "" stem "${base}")
-        zbm_add_kernels(${target} ${stem})
-    endforeach()
-endfunction()
-
-# zbm_compile_in_converter(<target>): the converter's functions are no part of the library's interface; programs that
-# test and measure them compile them in.
-function(zbm_compile_in_converter target)
-    file(RELATIVE_PATH folder "${CMAKE_CURRENT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/src/convert")
-    file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/src/convert/*.cpp")
-    list(FILTER sources EXCLUDE REGEX "_(base|avx2|avx512)\\.cpp$")
-    list(FILTER sources EXCLUDE REGEX "/(ColorTableMatcher|ZBMPixelRect)\\.cpp$")  # exported, and linked as such
-    target_sources(${target} PRIVATE ${sources} "${PROJECT_SOURCE_DIR}/src/core/Checks.cpp")
-    target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/src")
-    target_link_libraries(${target} PRIVATE ZBMLib2 cpu)
-    zbm_add_all_kernels(${target} "${folder}")
 endfunction()

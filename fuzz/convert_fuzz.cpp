@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "convert/Reference.h"
-#include "convert/RowKernelLevel.h"
 #include "convert/ZBMColorFormat.h"
+#include "core/Kernels.h"
 
 namespace {
 
@@ -94,7 +94,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     const bool quantizes = zbm::reference::Quantizes(dstFormat, srcFormat);
     for (const cpu::Level level : {cpu::Level::base, cpu::Level::avx2, cpu::Level::avx512}) {
-        if (!zbm::UseConvertKernels(level)) continue;
+        if (!zbm::UseKernels(level)) continue;
         Block dst(dstFormat, dstShape);
         FillResult(dst);
         zbm::ConvertPixels(dst.Rows(), src.ConstRows(), width, height, method);

@@ -1,6 +1,6 @@
 #include "zbm/ColorTableMatcher.h"
 
-#include "convert/MatcherKernelLevel.h"
+#include "convert/MatcherKernels.h"
 #include "core/checks/ColorTableMatcherChecks.h"
 
 namespace zbm {

@@ -51,6 +51,9 @@ struct MatcherKernels {
     MapLevelsFunction* mapLevels[kLevelSources][kIndexTargets];
 };
 
-extern const MatcherKernels kMatcherKernels_base, kMatcherKernels_avx2, kMatcherKernels_avx512;
+extern const MatcherKernels kBaseMatcherKernels, kAvx2MatcherKernels, kAvx512MatcherKernels;
+
+/// The kernels in use, chosen once per process.
+const MatcherKernels& ActiveMatcherKernels() noexcept;
 
 }  // namespace zbm

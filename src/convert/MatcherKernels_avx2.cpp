@@ -3,4 +3,4 @@ constexpr int kVectorBytes = 32;
 }
 #include "MatcherKernels.inl"
 
-const zbm::MatcherKernels zbm::kMatcherKernels_avx2 = zbm::kKernels;
+const zbm::MatcherKernels zbm::kAvx2MatcherKernels = zbm::kKernels;

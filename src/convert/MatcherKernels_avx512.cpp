@@ -3,4 +3,4 @@ constexpr int kVectorBytes = 32;
 }
 #include "MatcherKernels.inl"
 
-const zbm::MatcherKernels zbm::kMatcherKernels_avx512 = zbm::kKernels;
+const zbm::MatcherKernels zbm::kAvx512MatcherKernels = zbm::kKernels;

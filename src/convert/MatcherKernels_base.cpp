@@ -3,4 +3,4 @@ constexpr int kVectorBytes = 16;
 }
 #include "MatcherKernels.inl"
 
-const zbm::MatcherKernels zbm::kMatcherKernels_base = zbm::kKernels;
+const zbm::MatcherKernels zbm::kBaseMatcherKernels = zbm::kKernels;

@@ -1,7 +1,7 @@
 // Rows of pixels into an indexed format whose colour table is fixed.
 #include <algorithm>
 
-#include "convert/MatcherKernelLevel.h"
+#include "convert/MatcherKernels.h"
 #include "convert/MatcherMaps.h"
 #include "convert/ZBMColorFormat.h"
 

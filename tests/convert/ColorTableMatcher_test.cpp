@@ -5,10 +5,12 @@
 #include <memory>
 #include <type_traits>
 
-#include "convert/MatcherKernelLevel.h"
+#include "convert/MatcherKernels.h"
 #include "convert/MatcherMaps.h"
 #include "convert/PlainMatcher.h"
+#include "core/Kernels.h"
 #include "support_code/ExpectError.h"
+#include "support_code/KernelLevels.h"
 
 namespace zbm {
 namespace {
@@ -189,18 +191,18 @@ TEST(MatcherKernels, BuildThePlainInverseMapAtEveryLevel) {
     for (const Colors& table : ManyTables()) {
         const std::vector<std::uint8_t> plain = PlainInverseMap(table);
         for (const cpu::Level level : testkit::LevelsHere()) {
-            ASSERT_TRUE(UseMatcherKernels(level));
+            ASSERT_TRUE(UseKernels(level));
             std::vector<std::uint8_t> map(kCells, 0xEE);
             ActiveMatcherKernels().buildInverseMap(BytesOf(table), work.get(), map.data());
             EXPECT_EQ(map, plain) << table.size() << " colours, level " << testkit::NameOf(level);
         }
     }
-    UseMatcherKernels(cpu::Choose());
+    UseKernels(cpu::Choose());
 }
 
 TEST(MatcherKernels, FindThePlainNearestEntryAtEveryLevel) {
     for (const cpu::Level level : testkit::LevelsHere()) {
-        ASSERT_TRUE(UseMatcherKernels(level));
+        ASSERT_TRUE(UseKernels(level));
         SCOPED_TRACE(testkit::NameOf(level));
         for (unsigned count = 1; count <= 256; ++count) {
             const Colors table = testkit::RandomTable(count, count);  // reads past it show under a sanitizer
@@ -213,7 +215,7 @@ TEST(MatcherKernels, FindThePlainNearestEntryAtEveryLevel) {
             }
         }
     }
-    UseMatcherKernels(cpu::Choose());
+    UseKernels(cpu::Choose());
 }
 
 }  // namespace

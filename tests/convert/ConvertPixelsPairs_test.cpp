@@ -192,8 +192,7 @@ TEST_P(ConvertPixelsPairs, WriteTheSameBlocksPastTheCachesAsIntoThem) {
     });
 }
 
-INSTANTIATE_TEST_SUITE_P(Levels, ConvertPixelsPairs, testing::ValuesIn(testkit::LevelsThatRunHere()),
-                         testkit::LevelName);
+INSTANTIATE_TEST_SUITE_P(Levels, ConvertPixelsPairs, testing::ValuesIn(testkit::LevelsHere()), testkit::kLevelName);
 
 }  // namespace
 }  // namespace zbm

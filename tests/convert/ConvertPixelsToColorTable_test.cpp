@@ -3,10 +3,11 @@
 #include <array>
 #include <memory>
 
-#include "convert/MatcherKernelLevel.h"
 #include "convert/PlainMatcher.h"
 #include "convert/Reference.h"
 #include "convert/ZBMColorFormat.h"
+#include "core/Kernels.h"
+#include "support_code/KernelLevels.h"
 #include "support_code/Pixels.h"
 #include "zbm/ColorTableMatcher.h"
 
@@ -95,7 +96,7 @@ void ExpectLikePlain(const Target& target, ColorFormat srcFormat, const Colors& 
     const int sign = shape.upwards ? -1 : 1;
     const auto block = std::make_unique<std::uint8_t[]>(dstSize);
     for (const cpu::Level level : testkit::LevelsHere()) {
-        ASSERT_TRUE(UseMatcherKernels(level));
+        ASSERT_TRUE(UseKernels(level));
         std::copy(poison.begin(), poison.end(), block.get());
         ConvertPixelsToColorTable(
             {block.get() + rowAt(dstStep, firstRow), target.format, sign * static_cast<int>(dstStep)},
@@ -106,7 +107,7 @@ void ExpectLikePlain(const Target& target, ColorFormat srcFormat, const Colors& 
             << testkit::FormatName(srcFormat) << " to " << testkit::FormatName(target.format) << ", " << shape.width
             << " x " << shape.height << ", level " << testkit::NameOf(level);
     }
-    UseMatcherKernels(cpu::Choose());
+    UseKernels(cpu::Choose());
 }
 
 TEST(ConvertPixelsToColorTable, MatchesEveryPixelAsThePlainSearchDoes) {
@@ -249,13 +250,13 @@ TEST(ConvertPixelsToColorTable, AgreesWithTheMatcherForEveryColorOfACrowdedTable
             }
     const auto count = static_cast<std::uint32_t>(plain.size());
     for (const cpu::Level level : testkit::LevelsHere()) {
-        ASSERT_TRUE(UseMatcherKernels(level));
+        ASSERT_TRUE(UseKernels(level));
         Bytes indices(count);
         ConvertPixelsToColorTable({indices.data(), shr::INDEXED_8, 0}, 256, {source.data(), shr::BGRA_32, 0}, 0, count,
                                   1, matcher);
         EXPECT_EQ(indices, plain) << testkit::NameOf(level);
     }
-    UseMatcherKernels(cpu::Choose());
+    UseKernels(cpu::Choose());
 }
 
 }  // namespace

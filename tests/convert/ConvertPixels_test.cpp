@@ -378,8 +378,7 @@ TEST_P(ConvertPixelsRules, FlipAPictureByANegativeStride) {
     EXPECT_EQ(deep, (Bytes{5, 5, 6, 6, 3, 3, 4, 4, 1, 1, 2, 2}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Levels, ConvertPixelsRules, testing::ValuesIn(testkit::LevelsThatRunHere()),
-                         testkit::LevelName);
+INSTANTIATE_TEST_SUITE_P(Levels, ConvertPixelsRules, testing::ValuesIn(testkit::LevelsHere()), testkit::kLevelName);
 
 }  // namespace
 }  // namespace zbm

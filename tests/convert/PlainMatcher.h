@@ -4,7 +4,6 @@
 #include <random>
 #include <vector>
 
-#include "cpu/CpuLevel.h"
 #include "shr/Color4b.h"
 
 namespace testkit {
@@ -68,15 +67,5 @@ inline Colors RandomTable(unsigned count, unsigned seed) {
     }
     return table;
 }
-
-/// The levels of kernels that this processor runs.
-inline std::vector<cpu::Level> LevelsHere() {
-    std::vector<cpu::Level> levels;
-    for (const cpu::Level level : {cpu::Level::base, cpu::Level::avx2, cpu::Level::avx512})
-        if (cpu::Runs(level)) levels.push_back(level);
-    return levels;
-}
-
-inline const char* NameOf(cpu::Level level) { return cpu::kLevelNames[static_cast<int>(level)]; }
 
 }  // namespace testkit

@@ -1,6 +1,10 @@
-# The CMakeLists.txt of the consumer's project.
+# The CMakeLists.txt of a project that installed the library: one program of each source beside it.
 cmake_minimum_required(VERSION 3.25)
-project(Consumer LANGUAGES CXX)
+project(Consumers LANGUAGES CXX)
 find_package(ZBMLib2 0.1 CONFIG REQUIRED COMPONENTS ZBMLib2)
-add_executable(consumer consumer.cpp)
-target_link_libraries(consumer PRIVATE ZBMLib2::ZBMLib2)
+file(GLOB sources *.cpp)
+foreach(source IN LISTS sources)
+    cmake_path(GET source STEM program)
+    add_executable(${program} ${source})
+    target_link_libraries(${program} PRIVATE ZBMLib2::ZBMLib2)
+endforeach()

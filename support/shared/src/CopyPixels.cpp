@@ -1,36 +1,17 @@
-#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
 #include "CopyBits.h"
+#include "Kernels.h"
 #include "StreamCopy.h"
-#include "cpu/CpuLevel.h"
+#include "cpu/KernelSet.h"
 #include "shr/ColorFormat.h"
 #include "shr/CopyPixelRows.h"
 
 namespace shr {
 namespace {
 
-CopyBitsFunction* KernelFor(cpu::Level level) {
-    switch (level) {
-        case cpu::Level::avx512: return &CopyBits_avx512;
-        case cpu::Level::avx2: return &CopyBits_avx2;
-        case cpu::Level::base: break;
-    }
-    return &CopyBits_base;
-}
-
-CopyBitsFunction ChooseAndCopy;
-
-// Set before any constructor runs, so that pixels can be copied by the constructors of any module.
-constinit std::atomic<CopyBitsFunction*> copyBits = &ChooseAndCopy;
-
-/// Takes the first call. Threads that come here at once all choose the same.
-void ChooseAndCopy(const BitRuns& runs) noexcept {
-    CopyBitsFunction* const kernel = KernelFor(cpu::Choose());
-    copyBits.store(kernel, std::memory_order_relaxed);
-    kernel(runs);
-}
+constinit cpu::KernelSet<CopyBitsFunction> copyBits(CopyBits_base, CPU_WIDE(CopyBits_avx2), CPU_WIDE(CopyBits_avx512));
 
 /// Where a run of pixels lies in its row, in bits.
 struct BitRun {
@@ -53,6 +34,8 @@ bool HasPixels(int destinationX, int sourceX, int count, ColorFormat format) {
 
 }  // namespace
 
+bool UseKernels(cpu::Level level) noexcept { return cpu::UseLevel(level, copyBits); }
+
 void CopyPixels(void* destinationRow, int destinationX, const void* sourceRow, int sourceX, int count,
                 ColorFormat format) noexcept {
     // Not by way of CopyPixelRows: what that sets up for its rows would cost a short row three times its copying.
@@ -64,7 +47,7 @@ void CopyPixels(void* destinationRow, int destinationX, const void* sourceRow, i
     if (((to.phase | from.phase | bitCount) & 7) == 0) {
         std::memcpy(target, origin, bitCount / 8);
     } else {
-        copyBits.load(std::memory_order_relaxed)({target, 0, to.phase, origin, 0, from.phase, bitCount, 1});
+        copyBits.Active()({target, 0, to.phase, origin, 0, from.phase, bitCount, 1});
     }
 }
 
@@ -104,8 +87,7 @@ void CopyPixelRows(PixelRuns<std::uint8_t> destination, PixelRuns<const std::uin
         originStep = -originStep;
     }
     if ((to.phase | from.phase | (bitCount & 7)) != 0) {
-        copyBits.load(std::memory_order_relaxed)(
-            {target, targetStep, to.phase, origin, originStep, from.phase, bitCount, rows});
+        copyBits.Active()({target, targetStep, to.phase, origin, originStep, from.phase, bitCount, rows});
     } else if (writes == CopyWrites::streamed) {
         for (int row = 0; row < rows; ++row, target += targetStep, origin += originStep)
             StreamCopy(target, origin, bitCount / 8, row + 1 < rows ? origin + originStep : origin);

@@ -7,7 +7,8 @@
 #include <cstdlib>
 
 #include "Blocks.h"
-#include "KernelLevel.h"
+#include "Kernels.h"
+#include "support_code/KernelLevels.h"
 
 namespace codec_tests {
 namespace {
@@ -19,21 +20,12 @@ using zcdl::Predictor;
 constexpr Predictor kPredictors[] = {Predictor::none, Predictor::left, Predictor::up, Predictor::median};
 constexpr std::size_t kMargin = zcdl::kRowMargin;
 
-std::vector<cpu::Level> LevelsThatRunHere() {
-    std::vector<cpu::Level> levels;
-    for (const cpu::Level level : {cpu::Level::base, cpu::Level::avx2})
-        if (cpu::Runs(level)) levels.push_back(level);
-    return levels;
-}
-
 /// Runs a test's body with the kernels of a level, and goes back to the best.
 class EachLevel : public testing::TestWithParam<cpu::Level> {
 protected:
     void SetUp() override { ASSERT_TRUE(zcdl::UseKernels(GetParam())); }
     void TearDown() override { zcdl::UseKernels(cpu::Choose()); }
-    const PlaneKernels& Kernels() const {
-        return GetParam() == cpu::Level::base ? zcdl::kBaseKernels : zcdl::kAvx2Kernels;
-    }
+    static const PlaneKernels& Kernels() { return zcdl::ActiveKernels(); }
 };
 
 Bytes RandomBytes(std::size_t count, std::uint64_t seed, std::uint32_t limit = 256) {
@@ -304,9 +296,7 @@ TEST_P(EachLevel, GivesTheBlocksAndPixelsOfTheBaseLevel) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(PlaneKernels, EachLevel, testing::ValuesIn(LevelsThatRunHere()), [](const auto& level) {
-    return std::string(cpu::kLevelNames[static_cast<int>(level.param)]);
-});
+INSTANTIATE_TEST_SUITE_P(PlaneKernels, EachLevel, testing::ValuesIn(testkit::LevelsHere()), testkit::kLevelName);
 
 }  // namespace
 }  // namespace codec_tests

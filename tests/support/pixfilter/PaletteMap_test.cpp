@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "palette/PaletteMapLevel.h"
+#include "base/Kernels.h"
 
 namespace zpixf {
 namespace {
@@ -73,7 +73,7 @@ const PaletteCase kPalettes[] = {
 
 class PaletteMapOf : public testing::TestWithParam<PaletteCase> {
 protected:
-    ~PaletteMapOf() override { UsePaletteMapKernels(cpu::Choose()); }
+    ~PaletteMapOf() override { UseKernels(cpu::Choose()); }
     static Palette Make() {
         std::mt19937 random(3);
         Palette palette;
@@ -87,7 +87,7 @@ TEST_P(PaletteMapOf, FindsTheNearestEntryAndOfSeveralTheFirst) {
     constexpr unsigned kProbes = 30000;
     const std::vector<std::uint8_t> pixels = Probes(palette, kProbes);
     for (const cpu::Level level : {cpu::Level::base, cpu::Level::avx2, cpu::Level::avx512}) {
-        if (!UsePaletteMapKernels(level)) continue;
+        if (!UseKernels(level)) continue;
         PaletteMap map;
         map.Build(palette.data(), static_cast<unsigned>(palette.size()));
         std::vector<std::uint8_t> indices(kProbes);

@@ -9,8 +9,8 @@
 #include <string>
 
 #include "PointPicture.h"
-#include "adjust/AdjustKernelsLevel.h"
 #include "adjust/ZPixfAdjustLevels.h"
+#include "base/Kernels.h"
 
 // The kernels as they are for a processor whose vectors are not known.
 #define ZPIXF_PLAIN_VECTORS
@@ -25,8 +25,8 @@ constexpr cpu::Level kLevels[] = {cpu::Level::base, cpu::Level::avx2, cpu::Level
 template <class Test>
 void OnEveryLevel(const Test& test) {
     for (const cpu::Level level : kLevels)
-        if (UseAdjustKernels(level)) test();
-    UseAdjustKernels(cpu::Choose());
+        if (UseKernels(level)) test();
+    UseKernels(cpu::Choose());
 }
 
 /// 256 pixels with all levels in each colour, and another alpha each.

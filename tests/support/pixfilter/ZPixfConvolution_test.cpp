@@ -8,7 +8,7 @@
 #include <string>
 
 #include "PointPicture.h"
-#include "convolve/ConvolutionKernelsLevel.h"
+#include "base/Kernels.h"
 #include "convolve/ZPixfConvolutionForm.h"
 
 // The kernels as they are for a processor whose vectors are not known.
@@ -30,8 +30,8 @@ struct Kernel {
 template <class Test>
 void OnEveryLevel(const Test& test) {
     for (const cpu::Level level : {cpu::Level::base, cpu::Level::avx2, cpu::Level::avx512})
-        if (UseConvolutionKernels(level)) test();
-    UseConvolutionKernels(cpu::Choose());
+        if (UseKernels(level)) test();
+    UseKernels(cpu::Choose());
 }
 
 /// Sums over the neighbourhood of every pixel, by what `toLevel` makes of the levels there.

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "dither/DitherKernelsLevel.h"
+#include "base/Kernels.h"
 
 namespace zpixf {
 namespace {
@@ -526,7 +526,7 @@ TEST_P(EitherDitherer, EveryLevelGivesTheSameBytes) {
             large.Set(x, y, {static_cast<int>(x % 256), static_cast<int>(2 * y), static_cast<int>(x / 2)});
     const auto run = [&](cpu::Level level) {
         std::vector<Bytes> all;
-        if (!UseDitherKernels(level)) return all;
+        if (!UseKernels(level)) return all;
         for (const unsigned count : {2u, 16u, 256u}) all.push_back(Dither(GetParam(), large, count).indices);
         all.push_back(Dither(GetParam(), large, 0, PictureLikePalette()).indices);
         return all;
@@ -536,7 +536,7 @@ TEST_P(EitherDitherer, EveryLevelGivesTheSameBytes) {
         const auto found = run(level);
         if (!found.empty()) { EXPECT_EQ(found, wanted); }
     }
-    UseDitherKernels(cpu::Choose());
+    UseKernels(cpu::Choose());
 }
 
 TEST_P(EitherDitherer, GivesTheSameForAPartOfThePicture) {

@@ -11,7 +11,7 @@
 #include <tuple>
 #include <vector>
 
-#include "median/MedianKernelsLevel.h"
+#include "base/Kernels.h"
 
 // The kernels as they are for a processor whose vectors are not known.
 #define ZPIXF_PLAIN_VECTORS
@@ -20,7 +20,7 @@
 namespace median_tests {
 namespace {
 
-using zpixf::UseMedianKernels;
+using zpixf::UseKernels;
 using zpixf::ZPixfMedian;
 using zpixf::ZPixFormat;
 using zpixf::ZPixfType;
@@ -122,12 +122,12 @@ enum class Kernels { base, avx2, avx512, plain };
 class MedianLevel : public testing::TestWithParam<Kernels> {
 protected:
     void SetUp() override {
-        if (GetParam() == Kernels::plain) return UseMedianKernels(zpixf::kKernels);
+        if (GetParam() == Kernels::plain) return UseKernels(zpixf::kKernels);
         const auto level = static_cast<cpu::Level>(GetParam());
         // A processor without the level has nothing of it to be tested.
-        UseMedianKernels(cpu::Runs(level) ? level : cpu::Level::base);
+        UseKernels(cpu::Runs(level) ? level : cpu::Level::base);
     }
-    ~MedianLevel() override { UseMedianKernels(cpu::Choose()); }
+    ~MedianLevel() override { UseKernels(cpu::Choose()); }
 
     static void ExpectMedians(Picture picture, unsigned span) {
         SCOPED_TRACE(testing::Message() << picture.width << " x " << picture.height << ", span " << span);

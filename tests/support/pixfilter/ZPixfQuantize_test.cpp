@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "palette/PaletteMapLevel.h"
+#include "base/Kernels.h"
 
 namespace zpixf {
 namespace {
@@ -161,7 +161,7 @@ const Kind kKinds[] = {
 class EveryQuantizer : public testing::TestWithParam<Kind> {
 protected:
     EveryQuantizer() : filter(GetParam().make()) {}
-    ~EveryQuantizer() override { UsePaletteMapKernels(cpu::Choose()); }
+    ~EveryQuantizer() override { UseKernels(cpu::Choose()); }
     std::unique_ptr<ZPixfQuantize> filter;
 };
 
@@ -304,10 +304,10 @@ TEST_P(EveryQuantizer, GivesTheSameLineWheneverItIsAskedFor) {
 
 TEST_P(EveryQuantizer, GivesTheSameOnEveryKernelLevel) {
     Picture picture = ShadesPicture(90);
-    ASSERT_TRUE(UsePaletteMapKernels(cpu::Level::base));
+    ASSERT_TRUE(UseKernels(cpu::Level::base));
     const Result base = Quantize(*filter, picture, 100);
     for (const cpu::Level level : {cpu::Level::avx2, cpu::Level::avx512}) {
-        if (!UsePaletteMapKernels(level)) continue;
+        if (!UseKernels(level)) continue;
         const Result other = Quantize(*filter, picture, 100);
         EXPECT_EQ(other.palette, base.palette);
         EXPECT_EQ(other.indices, base.indices);

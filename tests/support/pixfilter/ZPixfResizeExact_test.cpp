@@ -4,8 +4,9 @@
 #include <cmath>
 
 #include "ResizePictures.h"
-#include "resample/ResampleKernelsLevel.h"
+#include "base/Kernels.h"
 #include "resample/ResampleWeights.h"
+#include "support_code/KernelLevels.h"
 
 namespace zpixf::resampling {
 namespace {
@@ -76,11 +77,8 @@ ResizePicture Reference(Method method, const ResizePicture& from, unsigned width
 
 class EveryLevel : public testing::TestWithParam<cpu::Level> {
 protected:
-    void SetUp() override {
-        if (!UseResampleKernels(GetParam())) levelRuns = false;
-    }
-    void TearDown() override { UseResampleKernels(cpu::Choose()); }
-    bool levelRuns = true;
+    void SetUp() override { ASSERT_TRUE(UseKernels(GetParam())); }
+    void TearDown() override { UseKernels(cpu::Choose()); }
 };
 
 struct Sizes {
@@ -94,7 +92,6 @@ constexpr Sizes kSizes[] = {
 };
 
 TEST_P(EveryLevel, GivesTheSumsOfThePlainReference) {
-    if (!levelRuns) return;
     for (const Method method : kWeighted)
         for (const Sizes& s : kSizes)
             for (const Alpha alpha : {Alpha::opaque, Alpha::varied, Alpha::rare}) {
@@ -108,7 +105,6 @@ TEST_P(EveryLevel, GivesTheSumsOfThePlainReference) {
 
 // One pixel that is not opaque, far off, has only some lines, or all sums of a line, go the way of alpha.
 TEST_P(EveryLevel, GivesOpaquePixelsTheSameWithAndWithoutTheArithmeticOfAlpha) {
-    if (!levelRuns) return;
     for (const Method method : kWeighted)
         for (const Sizes& s :
              {Sizes{80, 60, 31, 23}, Sizes{20, 15, 77, 52}, Sizes{80, 60, 40, 30}, Sizes{9, 300, 7, 3}}) {
@@ -125,7 +121,6 @@ TEST_P(EveryLevel, GivesOpaquePixelsTheSameWithAndWithoutTheArithmeticOfAlpha) {
 
 // The colours are such that a pixel that is almost opaque changes the mean of its four, whichever way halves go there.
 TEST_P(EveryLevel, OverlooksNoPixelThatIsNotOpaqueWhenItHalves) {
-    if (!levelRuns) return;
     constexpr std::uint8_t kOpaque[] = {1, 254, 100, 255}, kPierced[] = {255, 0, 100, 254};
     for (unsigned width = 2; width <= 70; width += width < 40 ? 2 : 10)
         for (unsigned y = 0; y < 2; ++y)
@@ -144,7 +139,6 @@ TEST_P(EveryLevel, OverlooksNoPixelThatIsNotOpaqueWhenItHalves) {
 
 // All sums of four, in each channel, and halves both ways.
 TEST_P(EveryLevel, HalvesEverySumOfFour) {
-    if (!levelRuns) return;
     ResizePicture from(2 * 1021, 4);
     for (unsigned x = 0; x < 1021; ++x)
         for (unsigned i = 0; i < 8; ++i) {
@@ -155,8 +149,7 @@ TEST_P(EveryLevel, HalvesEverySumOfFour) {
     EXPECT_EQ(Resized(Method::bilinear, from, 1021, 2).bytes, Reference(Method::bilinear, from, 1021, 2).bytes);
 }
 
-INSTANTIATE_TEST_SUITE_P(Resample, EveryLevel, testing::Values(cpu::Level::base, cpu::Level::avx2, cpu::Level::avx512),
-                         [](const auto& level) { return cpu::kLevelNames[static_cast<int>(level.param)]; });
+INSTANTIATE_TEST_SUITE_P(Resample, EveryLevel, testing::ValuesIn(testkit::LevelsHere()), testkit::kLevelName);
 
 /// The kernels as published, by distance in their own unit.
 double KernelOf(Method method, double t) {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "CopyBits.h"
-#include "cpu/CpuLevel.h"
+#include "cpu/KernelSet.h"
 #include "support/shared/PackedPixels.h"
 
 namespace shr::test {
@@ -15,8 +15,8 @@ struct LevelCase {
 std::vector<LevelCase> LevelsOfThisProcessor() {
     std::vector<LevelCase> levels;
     for (const LevelCase& one :
-         {LevelCase{cpu::Level::base, &CopyBits_base}, LevelCase{cpu::Level::avx2, &CopyBits_avx2},
-          LevelCase{cpu::Level::avx512, &CopyBits_avx512}}) {
+         {LevelCase{cpu::Level::base, &CopyBits_base}, LevelCase{cpu::Level::avx2, CPU_WIDE(CopyBits_avx2)},
+          LevelCase{cpu::Level::avx512, CPU_WIDE(CopyBits_avx512)}}) {
         if (cpu::Runs(one.level)) levels.push_back(one);
     }
     return levels;

@@ -39,7 +39,7 @@ public:
     const std::uint8_t* GetEncodedBytes() const noexcept;
 
 private:
-    struct State;
+    struct ZCDL_LOCAL State;
     std::unique_ptr<State> state;
 };
 
@@ -62,7 +62,7 @@ public:
     bool Decode(std::uint8_t* dst, std::size_t byteCount);
 
 private:
-    struct State;
+    struct ZCDL_LOCAL State;
     std::unique_ptr<State> state;
 };
 

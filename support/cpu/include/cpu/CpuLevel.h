@@ -5,6 +5,7 @@
 // only from files that are built without level flags.
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
 namespace cpu {
 
@@ -16,7 +17,7 @@ constexpr const char* kLevelNames[] = {"base", "avx2", "avx512"};
 
 /// Whether this processor and operating system run the kernels of `level`.
 [[maybe_unused]] bool Runs(Level level) {
-#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
+#if defined(CPU_WIDE_LEVELS)
     switch (level) {
         case Level::base: return true;
         case Level::avx2:

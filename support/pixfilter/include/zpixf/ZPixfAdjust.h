@@ -25,7 +25,7 @@ protected:
     virtual std::array<std::uint8_t, 256> Levels() const = 0;
 
 private:
-    struct State;
+    struct ZPIXF_LOCAL State;
     std::unique_ptr<State> state;
 };
 

@@ -46,7 +46,7 @@ protected:
     bool StartWith(unsigned side, const double* coefficients, double divisor, double bias);
 
 private:
-    struct State;
+    struct ZPIXF_LOCAL State;
     std::unique_ptr<State> state;
 };
 

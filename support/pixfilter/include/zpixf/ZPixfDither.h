@@ -35,7 +35,7 @@ protected:
     ZPixfDither();
     bool StartWith(MakeDitherer makeDitherer);
 
-    struct State;
+    struct ZPIXF_LOCAL State;
     std::unique_ptr<State> state;  ///< what a started filter holds
 };
 

@@ -32,7 +32,7 @@ protected:
     bool OnStart() override;
 
 private:
-    struct State;
+    struct ZPIXF_LOCAL State;
     std::unique_ptr<State> state;
     unsigned span = 3;
 };

@@ -38,7 +38,7 @@ protected:
     /// Puts at most `desiredColors` colours in the place of the picture's, which are more.
     virtual void ChooseColors(std::vector<ColorPoint>& colors) const = 0;
 
-    struct State;
+    struct ZPIXF_LOCAL State;
     std::unique_ptr<State> state;  ///< what a started filter holds
     unsigned desiredColors = 256;
 

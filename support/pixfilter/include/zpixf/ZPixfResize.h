@@ -25,7 +25,7 @@ protected:
     bool OnStart() override;
 
 private:
-    struct State;
+    struct ZPIXF_LOCAL State;
     std::unique_ptr<State> state;
 };
 
@@ -45,7 +45,7 @@ protected:
     bool StartWith(ResampleKernel kernel);
 
 private:
-    struct State;
+    struct ZPIXF_LOCAL State;
     std::unique_ptr<State> state;
 };
 

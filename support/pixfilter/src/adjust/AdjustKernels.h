@@ -4,8 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "zpixf/Export.h"
-
 namespace zpixf {
 
 /// A table of levels as arithmetic, for a look-up is slower than memory. Level c becomes
@@ -46,6 +44,6 @@ extern const AdjustKernels kBaseAdjustKernels;
 extern const AdjustKernels kAvx2AdjustKernels;
 
 /// The kernels in use, chosen once per process.
-ZPIXF_API const AdjustKernels& ActiveAdjustKernels() noexcept;
+const AdjustKernels& ActiveAdjustKernels() noexcept;
 
 }  // namespace zpixf

@@ -4,7 +4,6 @@
 #include <optional>
 
 #include "adjust/AdjustKernels.h"
-#include "zpixf/Export.h"
 
 namespace zpixf {
 
@@ -16,6 +15,6 @@ LevelTable ContrastLevels(double amount);
 
 /// The form that gives exactly these levels. Every line of BrightnessLevels and ContrastLevels has one; other tables
 /// may have none.
-ZPIXF_API std::optional<LevelForm> FindLevelForm(const LevelTable& levels);
+std::optional<LevelForm> FindLevelForm(const LevelTable& levels);
 
 }  // namespace zpixf

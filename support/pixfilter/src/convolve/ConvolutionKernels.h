@@ -4,8 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "zpixf/Export.h"
-
 namespace zpixf {
 
 constexpr unsigned kMaxConvolutionSide = 5;
@@ -106,6 +104,6 @@ extern const ConvolutionKernels kBaseConvolutionKernels;
 extern const ConvolutionKernels kAvx2ConvolutionKernels;
 
 /// The kernels in use, chosen once per process.
-ZPIXF_API const ConvolutionKernels& ActiveConvolutionKernels() noexcept;
+const ConvolutionKernels& ActiveConvolutionKernels() noexcept;
 
 }  // namespace zpixf

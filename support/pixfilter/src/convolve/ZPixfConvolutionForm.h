@@ -1,6 +1,5 @@
 #pragma once
 #include "convolve/ConvolutionKernels.h"
-#include "zpixf/Export.h"
 
 namespace zpixf {
 
@@ -9,7 +8,7 @@ enum class ConvolutionWay { separable, narrow, wide, fraction, plain };
 
 /// Finds the way of a kernel of `side` x `side` coefficients, and fills in what its kernel needs. The divisor is not 0;
 /// all numbers are finite, and so is the sum of the coefficients times 255.
-ZPIXF_API ConvolutionWay FindConvolutionForm(unsigned side, const double* coefficients, double divisor, double bias,
-                                             ConvolutionForm& form);
+ConvolutionWay FindConvolutionForm(unsigned side, const double* coefficients, double divisor, double bias,
+                                   ConvolutionForm& form);
 
 }  // namespace zpixf

@@ -3,8 +3,6 @@
 #include <cstdint>
 #include <vector>
 
-#include "zpixf/Export.h"
-
 namespace zpixf {
 
 /// A set of pixels of like colour: how many they are, and the sums of their B, G and R. Enough for a picture of 2^56
@@ -24,13 +22,13 @@ inline void Add(ColorPoint& to, const ColorPoint& point) noexcept {
 void SetMean(ColorPoint& point) noexcept;
 
 /// Puts together the points whose means agree in the upper `bits` of each channel.
-ZPIXF_API std::vector<ColorPoint> Merge(const std::vector<ColorPoint>& points, unsigned bits);
+std::vector<ColorPoint> Merge(const std::vector<ColorPoint>& points, unsigned bits);
 
 /// Counts the colours of a picture in bounded memory: every colour for itself while there are few, and in cells of
 /// 6 bits a channel from then on, which keep the sums of the full 8 bits.
 ///
 /// Pixels of alpha 0 count only as long as there are no others.
-class ZPIXF_API ColorHistogram {
+class ColorHistogram {
 public:
     /// May raise std::bad_alloc, as all else here.
     ColorHistogram();

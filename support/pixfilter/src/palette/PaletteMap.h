@@ -7,7 +7,6 @@
 
 #include "gdi/gdi.h"
 #include "palette/PaletteMapKernels.h"
-#include "zpixf/Export.h"
 
 namespace zpixf {
 
@@ -17,7 +16,7 @@ namespace zpixf {
 /// The cube of colours is cut into cells. A cell knows the few entries that can be nearest to some colour in it, which
 /// it finds out when the first colour of it is looked up: so a lookup is no const operation, and may raise
 /// std::bad_alloc; the map stays usable then. Memory stays below 10 MB whatever the palette.
-class ZPIXF_API PaletteMap {
+class PaletteMap {
 public:
     PaletteMap();
     ~PaletteMap();

@@ -1,8 +1,6 @@
 #pragma once
 #include <cstdint>
 
-#include "zpixf/Export.h"
-
 namespace zpixf {
 
 /// How pixels weigh by their distance. The box is the mean of the two pixels that an exact half puts into one.
@@ -14,7 +12,7 @@ enum class ResampleKernel : int { box, triangle, catmullRom, mitchell, bSpline }
 ///
 /// A weight is the growth of the kernel's running sum over the pixels, and it is that sum which is rounded. So there is
 /// no residue to give away, and however many pixels weigh too little to be counted singly, together they count.
-class ZPIXF_API ResampleWeights {
+class ResampleWeights {
 public:
     /// `newInput` pixels become `newOutput`; neither is 0.
     ResampleWeights(ResampleKernel newKernel, unsigned newInput, unsigned newOutput);
@@ -38,7 +36,7 @@ public:
     Span SpanOf(unsigned outputPixel) const;
 
     /// The weights of one output pixel, one after another.
-    class ZPIXF_API Walk {
+    class Walk {
     public:
         Walk(const ResampleWeights& from, const Span& span);
         /// The weight of the next pixel, beginning with the span's first. It may be 0.

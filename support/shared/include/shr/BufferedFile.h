@@ -75,7 +75,7 @@ public:
     void Close();
 
 private:
-    struct State;
+    struct SHR_LOCAL State;
     std::unique_ptr<State> state;
 };
 

@@ -39,7 +39,7 @@ public:
     ZString GetFilePath() const;
 
 private:
-    struct State;
+    struct SHR_LOCAL State;
     std::unique_ptr<State> state;
 };
 

@@ -1,12 +1,11 @@
 #pragma once
-// For tests and benchmarks, which walk the levels that a program otherwise chooses from once. Not installed.
+// For tests and benchmarks, which walk the levels that a program otherwise chooses from once.
 #include "cpu/CpuLevel.h"
-#include "zcdl/Export.h"
 
 namespace zcdl {
 
 /// Has all encoding and decoding from now on use the kernels of `level`; false, changing nothing, if this processor
 /// does not run them. Not to be called while another thread encodes or decodes.
-ZCDL_API bool UseKernels(cpu::Level level) noexcept;
+bool UseKernels(cpu::Level level) noexcept;
 
 }  // namespace zcdl

@@ -1,0 +1,3 @@
+#include "core/MaskKernels.inl"
+
+const zbm::MaskKernels zbm::kBaseMaskKernels = zbm::kKernels;

@@ -1,0 +1,16 @@
+#pragma once
+// For tests and benchmarks, which walk the levels that a program otherwise chooses from once.
+#include "cpu/CpuLevel.h"
+
+namespace zpixf {
+
+struct MedianKernels;
+
+/// Has every filter from now on use the kernels of `level`; false, changing nothing, if this processor does not run
+/// them. Not to be called while another thread filters.
+bool UseKernels(cpu::Level level) noexcept;
+
+/// Has every median filter use kernels of the caller's, which must outlive their use.
+void UseKernels(const MedianKernels& kernels) noexcept;
+
+}  // namespace zpixf
