@@ -53,16 +53,12 @@ struct Pixels;
 namespace zbm {
 namespace {
 
-constexpr bool IsGrey(ColorFormat format) { return format >= shr::GRAYSCALE_1 && format <= shr::GRAYSCALE_32; }
-constexpr bool IsIndexed(ColorFormat format) { return format >= shr::INDEXED_1 && format <= shr::INDEXED_8; }
-constexpr bool IsColor(ColorFormat format) { return format >= shr::BGR_24 && format <= shr::PBGRA_32; }
-constexpr bool HasAlpha(ColorFormat format) {
-    return format == shr::BGRA_32 || format == shr::RGBA_32 || format == shr::PBGRA_32;
-}
-constexpr int BitsPerPixel(ColorFormat format) {
-    constexpr int kBits[] = {0, 1, 4, 8, 16, 32, 1, 4, 8, 24, 32, 32, 32, 32};
-    return kBits[format];
-}
+// For the compiler alone: code that runs would bring what is called here, with weak linkage.
+constexpr bool IsGrey(ColorFormat format) { return shr::TraitsOf(format).IsGrey(); }
+constexpr bool IsIndexed(ColorFormat format) { return shr::TraitsOf(format).IsIndexed(); }
+constexpr bool IsColor(ColorFormat format) { return shr::TraitsOf(format).IsColor(); }
+constexpr bool HasAlpha(ColorFormat format) { return shr::TraitsOf(format).hasAlphaChannel; }
+constexpr int BitsPerPixel(ColorFormat format) { return shr::TraitsOf(format).bitsPerPixel; }
 
 struct Pair {
     ColorFormat dst, src;
@@ -70,10 +66,10 @@ struct Pair {
 
 /// The grey format of an index's width, and back.
 constexpr ColorFormat GreyLike(ColorFormat indexed) {
-    return static_cast<ColorFormat>(indexed - shr::INDEXED_1 + shr::GRAYSCALE_1);
+    return shr::FormatOf(shr::FormatKind::grey, BitsPerPixel(indexed));
 }
 constexpr ColorFormat IndexedLike(ColorFormat grey) {
-    return static_cast<ColorFormat>(grey - shr::GRAYSCALE_1 + shr::INDEXED_1);
+    return shr::FormatOf(shr::FormatKind::indexed, BitsPerPixel(grey));
 }
 
 /// Indices into a wider table stay as they are; grey levels narrow to the width of the index.

@@ -12,8 +12,8 @@ namespace {
 using shr::Color4b;
 using shr::ColorFormat;
 
-constexpr bool IsGrey(ColorFormat format) { return format >= shr::GRAYSCALE_1 && format <= shr::GRAYSCALE_32; }
-constexpr bool IsIndexed(ColorFormat format) { return format >= shr::INDEXED_1 && format <= shr::INDEXED_8; }
+bool IsGrey(ColorFormat format) { return shr::TraitsOf(format).IsGrey(); }
+bool IsIndexed(ColorFormat format) { return shr::TraitsOf(format).IsIndexed(); }
 
 int TableSize(ColorFormat format) { return shr::IsColorFormat(format) ? shr::ColorFmtToTblSize[format] : 0; }
 

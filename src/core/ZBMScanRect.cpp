@@ -15,7 +15,7 @@ using shr::ColorFormat;
 
 namespace {
 
-bool HasMask(ColorFormat format) { return !shr::ColorFmtHasAlphaChannel[format]; }
+bool HasMask(ColorFormat format) { return shr::TraitsOf(format).HasMask(); }
 
 /// Rows bottom-up: the first in the block is the last of the picture.
 void PointAtRows(std::vector<std::uint8_t*>& rows, std::uint8_t* block, std::size_t rowBytes) {

@@ -164,7 +164,7 @@ void CPixFilterPipeline::Destroy() {
 
 void InitPixFormat(zpixf::ZPixFormat& format, int width, int height, shr::ColorFormat colorFormat,
                    const shr::Color4b* colorTable, unsigned numColors) {
-    const bool isPacked = shr::IsColorFormat(colorFormat) && colorFormat <= shr::INDEXED_8;
+    const bool isPacked = shr::IsColorFormat(colorFormat) && !shr::TraitsOf(colorFormat).IsColor();
     format.SetWidth(static_cast<unsigned>(width));
     format.SetHeight(static_cast<unsigned>(height));
     format.SetChannels(isPacked ? 1 : colorFormat == shr::BGR_24 ? 3 : 4);

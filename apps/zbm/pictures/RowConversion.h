@@ -14,9 +14,9 @@ namespace tool {
 // Wide samples are handled as they lie in memory.
 static_assert(std::endian::native == std::endian::little);
 
-constexpr bool IsGrey(shr::ColorFormat format) { return format >= shr::GRAYSCALE_1 && format <= shr::GRAYSCALE_32; }
-constexpr bool IsIndexed(shr::ColorFormat format) { return format >= shr::INDEXED_1 && format <= shr::INDEXED_8; }
-constexpr bool HasMask(shr::ColorFormat format) { return !shr::ColorFmtHasAlphaChannel[format]; }
+constexpr bool IsGrey(shr::ColorFormat format) { return shr::TraitsOf(format).IsGrey(); }
+constexpr bool IsIndexed(shr::ColorFormat format) { return shr::TraitsOf(format).IsIndexed(); }
+constexpr bool HasMask(shr::ColorFormat format) { return shr::TraitsOf(format).HasMask(); }
 
 /// Rounds a 16-bit sample to 8 bits; full scale stays full scale.
 constexpr std::uint8_t To8Bits(std::uint16_t sample) {

@@ -3,15 +3,12 @@
 namespace shr {
 
 ColorFormat ColorFormatClosestToDIB(const BITMAPINFOHEADER& header) noexcept {
-    switch (header.biBitCount) {
-        case 1: return INDEXED_1;
-        case 4: return INDEXED_4;
-        case 8: return INDEXED_8;
-        case 16:
-        case 24: return BGR_24;
-        case 32: return BGRA_32;
-        default: return FORMAT_NONE;
+    const int bits = header.biBitCount == 16 ? 24 : header.biBitCount;  // 5 or 6 bits a channel become 8
+    for (int i = 1; i < kColorFormats; ++i) {
+        const auto format = static_cast<ColorFormat>(i);
+        if (!TraitsOf(format).IsGrey() && TraitsOf(format).dibBitsPerPixel == bits) return format;
     }
+    return FORMAT_NONE;
 }
 
 }  // namespace shr

@@ -45,6 +45,23 @@ TEST(ColorFormat, TablesHoldTheFactsOfEachFormat) {
     EXPECT_TRUE((std::is_same_v<decltype(ColorFmtToTblSize[0]), const std::int32_t&>));
 }
 
+TEST(ColorFormat, IsFoundByKindAndDepth) {
+    EXPECT_EQ(FormatOf(FormatKind::grey, 1), GRAYSCALE_1);
+    EXPECT_EQ(FormatOf(FormatKind::grey, 32), GRAYSCALE_32);
+    EXPECT_EQ(FormatOf(FormatKind::indexed, 4), INDEXED_4);
+    EXPECT_EQ(FormatOf(FormatKind::color, 24), BGR_24);
+    EXPECT_EQ(FormatOf(FormatKind::color, 32), BGRA_32);
+    EXPECT_EQ(FormatOf(FormatKind::indexed, 16), FORMAT_NONE);
+    EXPECT_EQ(FormatOf(FormatKind::none, 0), FORMAT_NONE);
+}
+
+TEST(ColorFormat, HasTheNameOfItsValue) {
+    EXPECT_STREQ(TraitsOf(FORMAT_NONE).name, "none");
+    EXPECT_STREQ(TraitsOf(GRAYSCALE_16).name, "GRAYSCALE_16");
+    EXPECT_STREQ(TraitsOf(INDEXED_8).name, "INDEXED_8");
+    EXPECT_STREQ(TraitsOf(PBGRA_32).name, "PBGRA_32");
+}
+
 TEST(RowBytes, AreWholeWordsThatHoldThePixels) {
     for (const FormatFacts& facts : kFacts) {
         const auto format = static_cast<ColorFormat>(facts.value);

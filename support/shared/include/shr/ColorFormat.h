@@ -27,15 +27,70 @@ enum ColorFormat : std::int32_t {
 };
 inline constexpr int kColorFormats = 14;  ///< entries of the tables below, FORMAT_NONE included
 
-constexpr bool IsColorFormat(ColorFormat format) noexcept { return format >= GRAYSCALE_1 && format <= PBGRA_32; }
+enum class FormatKind : std::uint8_t { none, grey, indexed, color };
+
+/// What there is to know of a format but how its bits lie.
+struct ColorFormatTraits {
+    const char* name;
+    FormatKind kind;
+    std::int32_t bitsPerPixel;
+    bool hasAlphaChannel;          ///< a format without one has a mask of 1 bit a pixel beside its pixels
+    std::int32_t dibBitsPerPixel;  ///< of the DIB as which a picture of the format is exported
+
+    constexpr bool IsGrey() const noexcept { return kind == FormatKind::grey; }
+    constexpr bool IsIndexed() const noexcept { return kind == FormatKind::indexed; }
+    constexpr bool IsColor() const noexcept { return kind == FormatKind::color; }
+    constexpr bool HasMask() const noexcept { return !hasAlphaChannel; }
+    constexpr std::int32_t TableSize() const noexcept { return IsIndexed() ? 1 << bitsPerPixel : 0; }
+};
+inline constexpr ColorFormatTraits kColorFormatTraits[kColorFormats] = {
+    {"none", FormatKind::none, 0, false, 0},          {"GRAYSCALE_1", FormatKind::grey, 1, false, 1},
+    {"GRAYSCALE_4", FormatKind::grey, 4, false, 4},   {"GRAYSCALE_8", FormatKind::grey, 8, false, 8},
+    {"GRAYSCALE_16", FormatKind::grey, 16, false, 8}, {"GRAYSCALE_32", FormatKind::grey, 32, false, 8},
+    {"INDEXED_1", FormatKind::indexed, 1, false, 1},  {"INDEXED_4", FormatKind::indexed, 4, false, 4},
+    {"INDEXED_8", FormatKind::indexed, 8, false, 8},  {"BGR_24", FormatKind::color, 24, false, 24},
+    {"BGRA_32", FormatKind::color, 32, true, 32},     {"RGBA_32", FormatKind::color, 32, true, 32},
+    {"BGRX_32", FormatKind::color, 32, false, 32},    {"PBGRA_32", FormatKind::color, 32, true, 32},
+};
+
+constexpr bool IsColorFormat(ColorFormat format) noexcept { return format > FORMAT_NONE && format < kColorFormats; }
+
+/// Of a format or of FORMAT_NONE.
+constexpr const ColorFormatTraits& TraitsOf(ColorFormat format) noexcept { return kColorFormatTraits[format]; }
+
+/// The first format of that kind and depth; FORMAT_NONE if there is none.
+constexpr ColorFormat FormatOf(FormatKind kind, std::int32_t bitsPerPixel) noexcept {
+    for (int i = 1; i < kColorFormats; ++i)
+        if (kColorFormatTraits[i].kind == kind && kColorFormatTraits[i].bitsPerPixel == bitsPerPixel)
+            return static_cast<ColorFormat>(i);
+    return FORMAT_NONE;
+}
+
+/// The traits by columns, made from the rows above.
+struct ColorFormatColumns {
+    std::int32_t bitsPerPixel[kColorFormats] = {};
+    std::int32_t tableSize[kColorFormats] = {};
+    bool hasAlphaChannel[kColorFormats] = {};
+    std::int32_t dibBitsPerPixel[kColorFormats] = {};
+
+    constexpr ColorFormatColumns() noexcept {
+        for (int i = 0; i < kColorFormats; ++i) {
+            const ColorFormatTraits& traits = kColorFormatTraits[i];
+            bitsPerPixel[i] = traits.bitsPerPixel;
+            tableSize[i] = traits.TableSize();
+            hasAlphaChannel[i] = traits.hasAlphaChannel;
+            dibBitsPerPixel[i] = traits.dibBitsPerPixel;
+        }
+    }
+};
+inline constexpr ColorFormatColumns kColorFormatColumns;
 
 /// Facts of each format, indexed by its value. All are 0 or false for FORMAT_NONE.
-inline constexpr std::int32_t ColorFmtToBPP[kColorFormats] = {0, 1, 4, 8, 16, 32, 1, 4, 8, 24, 32, 32, 32, 32};
-inline constexpr std::int32_t ColorFmtToTblSize[kColorFormats] = {0, 0, 0, 0, 0, 0, 2, 16, 256, 0, 0, 0, 0, 0};
-inline constexpr bool ColorFmtHasAlphaChannel[kColorFormats] = {false, false, false, false, false, false, false,
-                                                                false, false, false, true,  true,  false, true};
+inline constexpr const std::int32_t (&ColorFmtToBPP)[kColorFormats] = kColorFormatColumns.bitsPerPixel;
+inline constexpr const std::int32_t (&ColorFmtToTblSize)[kColorFormats] = kColorFormatColumns.tableSize;
+inline constexpr const bool (&ColorFmtHasAlphaChannel)[kColorFormats] = kColorFormatColumns.hasAlphaChannel;
 /// Bits per pixel of the DIB as which a picture of the format is exported.
-inline constexpr std::int32_t ColorFmtToDibBPP[kColorFormats] = {0, 1, 4, 8, 8, 8, 1, 4, 8, 24, 32, 32, 32, 32};
+inline constexpr const std::int32_t (&ColorFmtToDibBPP)[kColorFormats] = kColorFormatColumns.dibBitsPerPixel;
 
 /// Grey ramps: entry i is the grey of level i, the first black and the last white.
 SHR_API extern const Color4b GRAYSCALE_1_Color4bTable[2];
