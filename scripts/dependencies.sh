@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the project needs and that are missing, as root or with sudo.
 #
-#   scripts/dependencies.sh [build] [demo] [checks] [windows] [rivals]      (build, if none is named)
+#   scripts/dependencies.sh [build] [demo] [checks] [windows] [aarch64] [libcxx] [rivals]      (build, if none is named)
 #
 #   build    the libraries, the tool, the tests and the benchmarks
 #   demo     scripts/demo.sh
 #   checks   scripts/sanitize.sh, fuzz.sh, format.sh and tidy.sh
 #   windows  scripts/windows.sh
+#   aarch64  scripts/aarch64.sh
+#   libcxx   scripts/libcxx.sh
 #   rivals   scripts/contest.sh: the libraries that ours are set beside; nothing is linked with them but the contest
 #
 #   scripts/dependencies.sh --lists PACKAGE      only makes sure that apt-get knows where to get PACKAGE
@@ -19,6 +21,8 @@ packages_build=(g++ cmake ninja-build pkg-config googletest libbenchmark-dev lib
 packages_demo=(python3-pil)
 packages_checks=(clang-14 libclang-rt-14-dev llvm-14 clang-format-14 clang-tidy-14 python3)
 packages_windows=(g++-mingw-w64-x86-64-posix wine wine64 gcc make dpkg-dev libjpeg62-turbo-dev)
+packages_aarch64=(g++-aarch64-linux-gnu qemu-user)
+packages_libcxx=(clang-16 libc++-16-dev libc++abi-16-dev)
 packages_rivals=(libyuv-dev libopencv-core-dev libopencv-imgproc-dev libbabl-dev libimagequant-dev libvips-dev
     python3-pil)
 
@@ -54,7 +58,7 @@ fi
 wanted=()
 for group in "${@:-build}"; do
     case $group in
-        build | demo | checks | windows | rivals) ;;
+        build | demo | checks | windows | rivals | aarch64 | libcxx) ;;
         *) fail "no such group: $group" ;;
     esac
     declare -n packages="packages_$group"
