@@ -1,5 +1,5 @@
 #pragma once
-#include "core/Require.h"
+#include "core/checks/DummyBitmapChecks.h"
 #include "zbm/ZBitmap.h"
 
 namespace zbm {
@@ -19,7 +19,7 @@ public:
     bool FilterScanLines(zpixf::ZPixFilterBase&, shr::IProgress*) override { Refuse(); }
 
 private:
-    [[noreturn]] static void Refuse() { Require("DummyBitmap").Fail(__LINE__); }
+    [[noreturn]] static void Refuse() { require.Fail(DummyBitmapCheck::pixels); }
 };
 
 }  // namespace zbm

@@ -6,6 +6,7 @@
 #include "core/DummyBitmap.h"
 #include "core/LockedTile.h"
 #include "core/TileReading.h"
+#include "core/checks/RunFiltersChecks.h"
 #include "filter/FilterRun.h"
 
 namespace zbm {
@@ -13,13 +14,11 @@ namespace zbm {
 namespace {
 
 constexpr FilterFamily kFamily{
-    .require = Require("RunFilters"),
-    .firstRow = 9000,
-    .inputLine = 9001,
-    .outputLine = 9002,
+    .firstRow = RunFiltersCheck::firstInputRow,
+    .inputRow = RunFiltersCheck::inputRow,
+    .outputRow = RunFiltersCheck::outputRow,
     .quantizer = QuantizeBy::median5,
 };
-constexpr int kGivenTwice = 9003;
 
 /// Holds the state of the run in place of the bitmap, which knows of none.
 class Runner final : public ZDummyBitmap {
@@ -81,7 +80,7 @@ void UseAlphaFromTheFirst(std::vector<CPixFilterContext>& stages) {
 
 bool RunFilters(ZBitmap& bitmap, const std::vector<zpixf::ZPixFilterBase*>& filters, shr::IProgress* progress) {
     if (filters.empty()) return true;
-    kFamily.require(EachIsGivenOnce(filters), kGivenTwice);
+    require(EachIsGivenOnce(filters), RunFiltersCheck::filterGivenTwice);
     const SIZE size{bitmap.GetPixelWidth(), bitmap.GetPixelHeight()};
     Runner runner;
     runner.state.inputRect = {0, 0, size.cx, size.cy};
