@@ -61,7 +61,10 @@ struct JpegOptions {
     int quality = 90;
     bool fullColor = true;  // 4:4:4
     bool progressive = false;
-    bool cmyk = false;  // four channels: an rgba image's samples as they are
+    bool arithmetic = false;  // coding
+    bool onlyMeans = false;   // progressive, and of each block its mean alone
+    int restartRows = 0;      // rows of blocks between restarts
+    bool cmyk = false;        // four channels: an rgba image's samples as they are
     Bytes exif = {};
     bool profile = false;  // some bytes as a colour profile
     int densityUnit = 0, density = 1;

@@ -27,6 +27,13 @@ Bytes EncodeJpeg(const Image& image, const JpegOptions& options) {
     jpeg_set_quality(&encoder, options.quality, TRUE);
     if (options.fullColor) encoder.comp_info[0].h_samp_factor = encoder.comp_info[0].v_samp_factor = 1;
     if (options.progressive) jpeg_simple_progression(&encoder);
+    const jpeg_scan_info means{encoder.num_components, {0, 1, 2, 3}, 0, 0, 0, 0};
+    if (options.onlyMeans) {
+        encoder.scan_info = &means;
+        encoder.num_scans = 1;
+    }
+    encoder.arith_code = options.arithmetic ? TRUE : FALSE;
+    encoder.restart_in_rows = options.restartRows;
     encoder.density_unit = static_cast<UINT8>(options.densityUnit);
     encoder.X_density = encoder.Y_density = static_cast<UINT16>(options.density);
     jpeg_start_compress(&encoder, TRUE);

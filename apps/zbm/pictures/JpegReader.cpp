@@ -1,10 +1,8 @@
-// jpeglib.h needs FILE, but does not include it.
-#include <cstdio>
-// Keep this order.
-#include <jpeglib.h>
+#include "pictures/JpegInput.h"
+// Keep this order: the messages need the library's header.
+#include <jerror.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -19,7 +17,6 @@ namespace tool {
 
 namespace {
 
-constexpr std::size_t kBufferBytes = 65536;
 /// A progressive picture is gone over once a scan; real ones have about ten scans, forged ones thousands.
 constexpr int kMostScans = 500;
 
@@ -36,15 +33,14 @@ public:
 private:
     void OpenFile();
     void ReadHeader();
+    std::uint64_t Blocks() const;
     void RefuseImplausibleSize() const;
+    void RefuseMissingScans();
     void ReadResolution(const Exif& exif);
     Exif FindExif() const;
     void ReadColorProfile();
 
     static JpegReader& Of(j_common_ptr library) { return *static_cast<JpegReader*>(library->client_data); }
-    static JpegReader& Of(j_decompress_ptr library) { return *static_cast<JpegReader*>(library->client_data); }
-    static boolean OnFill(j_decompress_ptr library);
-    static void OnSkip(j_decompress_ptr library, long byteCount);
     static void OnError(j_common_ptr library);
     static void OnMessage(j_common_ptr library, int level);
     static void OnProgress(j_common_ptr library);
@@ -55,12 +51,12 @@ private:
     PictureInfo pictureInfo;
     jpeg_decompress_struct decoder{};
     jpeg_error_mgr errors{};
-    jpeg_source_mgr input{};
     jpeg_progress_mgr scans{};
-    std::array<JOCTET, kBufferBytes> buffer;
+    JpegInput input;
 };
 
-JpegReader::JpegReader(PictureSource& pictureSource, Notes& target) : source(pictureSource), notes(target) {
+JpegReader::JpegReader(PictureSource& pictureSource, Notes& target)
+    : source(pictureSource), notes(target), input(source, guard) {
     decoder.err = jpeg_std_error(&errors);
     errors.error_exit = &OnError;
     errors.emit_message = &OnMessage;
@@ -77,12 +73,7 @@ JpegReader::JpegReader(PictureSource& pictureSource, Notes& target) : source(pic
 void JpegReader::OpenFile() {
     guard.Run([this] {
         jpeg_create_decompress(&decoder);
-        input.init_source = [](j_decompress_ptr) {};
-        input.fill_input_buffer = &OnFill;
-        input.skip_input_data = &OnSkip;
-        input.resync_to_restart = &jpeg_resync_to_restart;
-        input.term_source = [](j_decompress_ptr) {};
-        decoder.src = &input;
+        input.AttachTo(decoder);
         scans.progress_monitor = &OnProgress;
         decoder.progress = &scans;
         jpeg_save_markers(&decoder, JPEG_APP0 + 1, 0xFFFF);  // EXIF
@@ -118,13 +109,19 @@ void JpegReader::ReadHeader() {
     ReadColorProfile();
 }
 
-void JpegReader::RefuseImplausibleSize() const {
-    // Huffman coding takes a bit at least for each block of 64 samples; arithmetic coding may take less.
+std::uint64_t JpegReader::Blocks() const {
     const std::uint64_t pixels = std::uint64_t{decoder.image_width} * decoder.image_height;
-    const std::uint64_t perBlock = 64u * static_cast<unsigned>(decoder.max_h_samp_factor * decoder.max_v_samp_factor);
-    if (decoder.arith_code == FALSE) {
-        source.RefuseUnlessHolding(pixels / perBlock / 8, pictureInfo.width, pictureInfo.height);
-    }
+    return pixels / 64 * static_cast<unsigned>(decoder.num_components);
+}
+
+void JpegReader::RefuseImplausibleSize() const {
+    // Huffman coding takes a bit at least for each of the units into which a scan divides the picture. Arithmetic
+    // coding knows no such limit, but it takes this much for all but huge pictures of a single colour.
+    constexpr unsigned kHuffmanUnitsPerByte = 8, kArithmeticUnitsPerByte = 4096;
+    const std::uint64_t pixels = std::uint64_t{decoder.image_width} * decoder.image_height;
+    const std::uint64_t perUnit = 64u * static_cast<unsigned>(decoder.max_h_samp_factor * decoder.max_v_samp_factor);
+    const unsigned unitsPerByte = decoder.arith_code == FALSE ? kHuffmanUnitsPerByte : kArithmeticUnitsPerByte;
+    source.RefuseUnlessHolding(pixels / perUnit / unitsPerByte, pictureInfo.width, pictureInfo.height);
 }
 
 void JpegReader::ReadResolution(const Exif& exif) {
@@ -158,7 +155,11 @@ void JpegReader::ReadColorProfile() {
 }
 
 void JpegReader::ReadInto(TileRows& rows, shr::IProgress& progress) {
-    guard.Run([this] { jpeg_start_decompress(&decoder); });
+    guard.Run([this] {
+        if (decoder.arith_code != FALSE) input.WatchArithmeticData(Blocks());
+        jpeg_start_decompress(&decoder);
+    });
+    RefuseMissingScans();
     if (decoder.output_width != decoder.image_width || decoder.output_height != decoder.image_height) {
         throw std::runtime_error("its size is not what its header says");
     }
@@ -170,30 +171,24 @@ void JpegReader::ReadInto(TileRows& rows, shr::IProgress& progress) {
         rows.Store(0, y, pictureInfo.width, row.data(), nullptr);
     }
     guard.Run([this] { jpeg_finish_decompress(&decoder); });
+    input.RequireWholeData();
 }
 
-boolean JpegReader::OnFill(j_decompress_ptr library) {
-    JpegReader& self = Of(library);
-    std::size_t count = 0;
-    if (!self.guard.Try([&] { count = self.source.Read(self.buffer.data(), self.buffer.size()); })) self.guard.Fail("");
-    // The library would make up the rest of the picture.
-    if (count == 0) self.guard.Fail(kEndsTooEarly);
-    self.input.next_input_byte = self.buffer.data();
-    self.input.bytes_in_buffer = count;
-    return TRUE;
-}
-
-void JpegReader::OnSkip(j_decompress_ptr library, long byteCount) {
-    JpegReader& self = Of(library);
-    if (byteCount <= 0) return;
-    const auto skipped = static_cast<std::size_t>(byteCount);
-    const std::size_t buffered = std::min(skipped, self.input.bytes_in_buffer);
-    self.input.next_input_byte += buffered;
-    self.input.bytes_in_buffer -= buffered;
-    const auto beyond = static_cast<std::int64_t>(skipped - buffered);
-    if (beyond == 0) return;
-    if (beyond > self.source.Length() - self.source.Position()) self.guard.Fail(kEndsTooEarly);
-    if (!self.guard.Try([&] { self.source.Seek(self.source.Position() + beyond); })) self.guard.Fail("");
+/// Of a picture in several scans, all of which were read: what the library shows where one is missing is grey or
+/// blurred.
+void JpegReader::RefuseMissingScans() {
+    constexpr const char* kMissing = "some of its scans are missing";
+    bool detailsMissing = false;
+    for (int i = 0; i < decoder.num_components; ++i) {
+        if (decoder.comp_info[i].quant_table == nullptr) throw std::runtime_error(kMissing);
+        if (decoder.progressive_mode == FALSE) continue;
+        // For each coefficient: how many of its low bits are yet to come, or -1 if nothing of it was there.
+        const auto& missingBits = decoder.coef_bits[i];
+        const bool begun = std::any_of(missingBits, missingBits + DCTSIZE2, [](int bits) { return bits > 0; });
+        if (begun || missingBits[0] < 0) throw std::runtime_error(kMissing);
+        detailsMissing |= std::any_of(missingBits, missingBits + DCTSIZE2, [](int bits) { return bits < 0; });
+    }
+    if (detailsMissing) notes.Warn("it holds no fine details; they may have been cut off");
 }
 
 void JpegReader::OnError(j_common_ptr library) {
@@ -202,11 +197,28 @@ void JpegReader::OnError(j_common_ptr library) {
     Of(library).guard.Fail(message);
 }
 
+/// Whether the warning tells that pixels are missing, for which the library shows something made up.
+bool TellsOfMissingData(int message) {
+    switch (message) {
+        case JWRN_ARITH_BAD_CODE:
+        case JWRN_BOGUS_PROGRESSION:
+        case JWRN_HIT_MARKER:
+        case JWRN_HUFF_BAD_CODE:
+        case JWRN_JPEG_EOF:
+        case JWRN_MUST_RESYNC: return true;
+        default: return false;
+    }
+}
+
 void JpegReader::OnMessage(j_common_ptr library, int level) {
     if (level >= 0) return;  // traces; warnings are negative
     JpegReader& self = Of(library);
+    if (library->err->msg_code == JWRN_EXTRANEOUS_DATA && self.decoder.arith_code != FALSE) {
+        return self.input.NoteSkippedBytes();
+    }
     char message[JMSG_LENGTH_MAX];
     library->err->format_message(library, message);
+    if (TellsOfMissingData(library->err->msg_code)) self.guard.Fail(message);
     if (!self.guard.Try([&] { self.notes.Warn(message); })) self.guard.Fail("");
 }
 
