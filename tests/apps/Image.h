@@ -35,6 +35,7 @@ struct PngOptions {
     /// The grey level, or the colour, that is transparent.
     std::vector<std::uint16_t> transparent = {};
     Bytes exif = {};
+    bool exifBehindPixels = false;
 };
 Bytes EncodePng(const Image& image, const PngOptions& options = {});
 Image DecodePng(const Bytes& bytes);

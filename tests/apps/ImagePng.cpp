@@ -85,7 +85,8 @@ Bytes EncodePng(const Image& image, const PngOptions& options) {
                      static_cast<png_uint_32>(image.yPixelsPerMeter), PNG_RESOLUTION_METER);
     }
     Bytes exif = options.exif;
-    if (!exif.empty()) png_set_eXIf_1(png, info, static_cast<png_uint_32>(exif.size()), exif.data());
+    if (!exif.empty() && !options.exifBehindPixels)
+        png_set_eXIf_1(png, info, static_cast<png_uint_32>(exif.size()), exif.data());
     png_write_info(png, info);
     png_set_packing(png);
     const int passes = png_set_interlace_handling(png);
@@ -100,7 +101,11 @@ Bytes EncodePng(const Image& image, const PngOptions& options) {
             png_write_row(png, row.data());
         }
     }
-    png_write_end(png, info);
+    // Without the record: the library would write what it has written once more.
+    if (!exif.empty() && options.exifBehindPixels) {
+        png_write_chunk(png, reinterpret_cast<png_const_bytep>("eXIf"), exif.data(), exif.size());
+    }
+    png_write_end(png, nullptr);
     png_destroy_write_struct(&png, &info);
     return bytes;
 }

@@ -440,33 +440,6 @@ TEST_F(Packing, LeavesAnUnknownResolutionUnknown) {
     }
 }
 
-/// EXIF data of one directory: orientation 6, 72 by 300 pixels an inch.
-Bytes SomeExif() {
-    return {'M',  'M',  0, 42, 0, 0, 0, 8,                //
-            0,    4,                                      // entries
-            0x01, 0x12, 0, 3,  0, 0, 0, 1,  0, 6, 0, 0,   // orientation
-            0x01, 0x1A, 0, 5,  0, 0, 0, 1,  0, 0, 0, 62,  // x resolution
-            0x01, 0x1B, 0, 5,  0, 0, 0, 1,  0, 0, 0, 70,  // y resolution
-            0x01, 0x28, 0, 3,  0, 0, 0, 1,  0, 2, 0, 0,   // unit: inch
-            0,    0,    0, 0,  0, 0, 0, 72, 0, 0, 0, 1,  0, 0, 1, 44, 0, 0, 0, 1};
-}
-
-TEST_F(Packing, NotesAnOrientationThatIsNotApplied) {
-    const Image image = RandomImage(Kind::rgb, 8, 8, 8, 21);
-    const BitmapPtr bitmap = Pack(EncodeJpeg(image, {.exif = SomeExif()}));
-    EXPECT_TRUE(HasNote("note: it is marked to be shown turned (orientation 6)")) << result.errors;
-    EXPECT_EQ(bitmap->GetXResolution(), 2835);
-    EXPECT_EQ(bitmap->GetYResolution(), 11811);
-    Pack(EncodePng(image, {.exif = SomeExif()}));
-    EXPECT_TRUE(HasNote("orientation 6")) << result.errors;
-    TiffOptions turned;
-    turned.orientation = 6;
-    Pack(EncodeTiff(image, turned));
-    EXPECT_TRUE(HasNote("orientation 6")) << result.errors;
-    Pack(EncodeTiff(image));
-    EXPECT_EQ(result.errors, "");
-}
-
 TEST_F(Packing, NotesAColorProfileThatIsNotKept) {
     const Image image = RandomImage(Kind::rgb, 8, 8, 8, 21);
     Pack(EncodeJpeg(image, {.profile = true}));

@@ -37,12 +37,14 @@ Picture ReadPicture(const ZString& name, TileSize tiles, const ReadOptions& opti
         Notes notes(console, name);
         const std::unique_ptr<PictureReader> reader = OpenPicture(source, notes);
         RefuseTooManyPixels(reader->Info().width, reader->Info().height, options.maxPixels);
-        BitmapPtr bitmap = MakeBitmap(reader->Info(), tiles);
+        const PictureInfo info = options.keepOrientation ? reader->Info() : Upright(reader->Info());
+        BitmapPtr bitmap = MakeBitmap(info, tiles);
         const shr::CScopedIProgressTask task(&progress, L"Reading picture...");
-        TileRows rows(*bitmap);
+        TileRows rows(*bitmap,
+                      options.keepOrientation ? Orientation() : Orientation(reader->Info().metadata.orientation));
         reader->ReadInto(rows, progress);
         rows.Finish();
-        return Picture{std::move(bitmap), reader->Info().metadata};
+        return Picture{std::move(bitmap), info.metadata};
     });
 }
 

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace tool {
 
@@ -36,6 +37,16 @@ const FileType* TypeOf(PictureSource& source) {
 }
 
 }  // namespace
+
+PictureInfo Upright(PictureInfo info) {
+    if (Orientation(info.metadata.orientation).transposed) {
+        std::swap(info.width, info.height);
+        std::swap(info.xPixelsPerMeter, info.yPixelsPerMeter);
+        std::swap(info.metadata.xAspect, info.metadata.yAspect);
+    }
+    info.metadata.orientation = 1;
+    return info;
+}
 
 bool BeginsLikePicture(PictureSource& source) { return TypeOf(source) != nullptr; }
 

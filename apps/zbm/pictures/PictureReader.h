@@ -25,6 +25,9 @@ struct PictureInfo {
     std::uint64_t decoderBytes = 0;
 };
 
+/// What it is once the picture is turned upright.
+PictureInfo Upright(PictureInfo info);
+
 /// Decodes one picture, streaming: beside the bitmap there is never more of it in memory than a few rows, or what the
 /// file's own tiles and strips take.
 ///
@@ -34,7 +37,8 @@ class PictureReader {
 public:
     virtual ~PictureReader() = default;
     virtual const PictureInfo& Info() const = 0;
-    /// Fills all rows of a bitmap made after Info(). To be called once.
+    /// Fills all rows of a bitmap made after Info(): as they lie in the file, or turned upright by `rows`. To be called
+    /// once.
     virtual void ReadInto(TileRows& rows, shr::IProgress& progress) = 0;
 
 protected:

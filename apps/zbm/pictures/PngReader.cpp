@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <optional>
 #include <stdexcept>
 
@@ -50,6 +51,7 @@ private:
     void SetTransparentGrey(int bitDepth);
     void ReadColorProfile();
     void ReadOrientation();
+    std::vector<std::uint8_t> ExifBehindPixels();
     void ReadPass(TileRows& rows, shr::IProgress& progress, int pass);
     void FetchPngRow(TileRows& rows, int y);
     void StorePngRow(TileRows& rows, int y);
@@ -269,10 +271,33 @@ void PngReader::ReadColorProfile() {
 }
 
 void PngReader::ReadOrientation() {
-    png_bytep exif = nullptr;
-    png_uint_32 length = 0;
-    guard.Run([&] { png_get_eXIf_1(handle.png, handle.info, &length, &exif); });
-    if (exif != nullptr) pictureInfo.metadata.orientation = ReadExif(exif, length).orientation;
+    png_bytep bytes = nullptr;
+    png_uint_32 byteCount = 0;
+    guard.Run([&] { png_get_eXIf_1(handle.png, handle.info, &byteCount, &bytes); });
+    std::vector<std::uint8_t> exif(bytes, bytes + byteCount);
+    if (exif.empty()) exif = ExifBehindPixels();
+    pictureInfo.metadata.orientation = ReadExif(exif.data(), exif.size()).orientation;
+}
+
+/// EXIF data may follow the pixels, but it is needed before they are stored. Damaged chunks are left to the library.
+std::vector<std::uint8_t> PngReader::ExifBehindPixels() {
+    constexpr std::int64_t kSignatureBytes = 8, kHeadBytes = 8, kChecksumBytes = 4;
+    constexpr std::uint32_t kMostExifBytes = 1 << 20;
+    const std::int64_t position = source.Position();
+    std::vector<std::uint8_t> exif;
+    std::array<std::uint8_t, kHeadBytes> head{};
+    std::int64_t chunk = kSignatureBytes;
+    while (exif.empty() && chunk + kHeadBytes + kChecksumBytes <= source.Length()) {
+        source.Seek(chunk);
+        source.ReadExactly(head.data(), head.size());
+        const std::uint32_t length = png_get_uint_32(head.data());
+        chunk += kHeadBytes + std::int64_t{length} + kChecksumBytes;
+        if (std::memcmp(&head[4], "eXIf", 4) != 0 || length > kMostExifBytes || chunk > source.Length()) continue;
+        exif.resize(length);
+        source.ReadExactly(exif.data(), length);
+    }
+    source.Seek(position);
+    return exif;
 }
 
 void PngReader::OnRead(png_structp png, png_bytep destination, std::size_t byteCount) {
