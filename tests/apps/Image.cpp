@@ -1,5 +1,6 @@
 #include "apps/Image.h"
 
+#include <algorithm>
 #include <random>
 #include <stdexcept>
 
@@ -18,6 +19,23 @@ std::uint32_t& Image::At(int x, int y, int channel) {
     return samples.at((static_cast<std::size_t>(y) * static_cast<unsigned>(width) + static_cast<unsigned>(x)) *
                           static_cast<unsigned>(Channels()) +
                       static_cast<unsigned>(channel));
+}
+
+Bytes MakeProfile(const std::string& colors, std::size_t length) {
+    Bytes profile(length);
+    for (std::size_t i = 132; i < length; ++i) profile[i] = static_cast<std::uint8_t>(i * i / 7);
+    for (std::size_t i = 0; i < 4; ++i) profile[i] = static_cast<std::uint8_t>(length >> (24 - 8 * i));
+    const auto put = [&](std::size_t offset, const std::string& text) {
+        std::copy(text.begin(), text.end(), profile.begin() + static_cast<std::ptrdiff_t>(offset));
+    };
+    put(8, "\2\x40");
+    put(12, "mntr");
+    put(16, colors);
+    put(20, "XYZ ");
+    put(36, "acsp");
+    const Bytes whitePoint{0, 0, 0xF6, 0xD6, 0, 1, 0, 0, 0, 0, 0xD3, 0x2D};  // D50
+    std::copy(whitePoint.begin(), whitePoint.end(), profile.begin() + 68);
+    return profile;
 }
 
 Image RandomImage(Kind kind, int bits, int width, int height, unsigned seed) {

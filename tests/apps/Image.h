@@ -19,13 +19,18 @@ struct Image {
     std::vector<std::uint32_t> samples;                // row by row, pixel by pixel
     std::vector<std::array<std::uint8_t, 4>> palette;  // R, G, B, A
     int xPixelsPerMeter = 0, yPixelsPerMeter = 0;
-    bool associated = false;  // colours are multiplied by alpha (TIFF)
+    int xAspect = 0, yAspect = 0;  // the resolution in a unit that is not known
+    bool associated = false;       // colours are multiplied by alpha (TIFF)
+    Bytes profile = {};            // ICC
 
     int Channels() const;
     std::uint32_t Largest() const { return bits == 32 ? UINT32_MAX : (1u << bits) - 1; }
     std::uint32_t& At(int x, int y, int channel);
     std::uint32_t At(int x, int y, int channel) const { return const_cast<Image*>(this)->At(x, y, channel); }
 };
+
+/// A colour profile that libraries take for one, for the colours of that name: "GRAY", "RGB " or "CMYK".
+Bytes MakeProfile(const std::string& colors, std::size_t length);
 
 /// Random samples; a palette kind gets a random palette of all entries, opaque.
 Image RandomImage(Kind kind, int bits, int width, int height, unsigned seed);

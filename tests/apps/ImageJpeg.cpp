@@ -36,6 +36,10 @@ Bytes EncodeJpeg(const Image& image, const JpegOptions& options) {
     encoder.restart_in_rows = options.restartRows;
     encoder.density_unit = static_cast<UINT8>(options.densityUnit);
     encoder.X_density = encoder.Y_density = static_cast<UINT16>(options.density);
+    if (image.xAspect > 0) {
+        encoder.X_density = static_cast<UINT16>(image.xAspect);
+        encoder.Y_density = static_cast<UINT16>(image.yAspect);
+    }
     jpeg_start_compress(&encoder, TRUE);
     if (!options.exif.empty()) {
         Bytes marker{'E', 'x', 'i', 'f', 0, 0};
@@ -45,6 +49,9 @@ Bytes EncodeJpeg(const Image& image, const JpegOptions& options) {
     if (options.profile) {
         const Bytes marker{'I', 'C', 'C', '_', 'P', 'R', 'O', 'F', 'I', 'L', 'E', 0, 1, 1, 0};
         jpeg_write_marker(&encoder, JPEG_APP0 + 2, marker.data(), static_cast<unsigned>(marker.size()));
+    }
+    if (!image.profile.empty()) {
+        jpeg_write_icc_profile(&encoder, image.profile.data(), static_cast<unsigned>(image.profile.size()));
     }
     for (int y = 0; y < image.height; ++y) {
         Bytes row;
@@ -67,6 +74,7 @@ Image DecodeJpeg(const Bytes& bytes) {
     decoder.err = jpeg_std_error(&errors);
     jpeg_create_decompress(&decoder);
     jpeg_mem_src(&decoder, bytes.data(), static_cast<unsigned long>(bytes.size()));
+    jpeg_save_markers(&decoder, JPEG_APP0 + 2, 0xFFFF);
     jpeg_read_header(&decoder, TRUE);
     decoder.out_color_space = decoder.num_components == 1 ? JCS_GRAYSCALE : JCS_RGB;
     jpeg_start_decompress(&decoder);
@@ -77,6 +85,16 @@ Image DecodeJpeg(const Bytes& bytes) {
     const double unit = decoder.density_unit == 1 ? 1 / 0.0254 : decoder.density_unit == 2 ? 100 : 0;
     image.xPixelsPerMeter = static_cast<int>(std::lround(decoder.X_density * unit));
     image.yPixelsPerMeter = static_cast<int>(std::lround(decoder.Y_density * unit));
+    if (decoder.density_unit == 0 && decoder.X_density != decoder.Y_density) {
+        image.xAspect = decoder.X_density;
+        image.yAspect = decoder.Y_density;
+    }
+    // The writer puts the parts in their order.
+    for (jpeg_saved_marker_ptr marker = decoder.marker_list; marker != nullptr; marker = marker->next) {
+        constexpr unsigned kHead = 14;  // the name, and the part's number of how many
+        if (marker->data_length < kHead || std::memcmp(marker->data, "ICC_PROFILE", 12) != 0) continue;
+        image.profile.insert(image.profile.end(), marker->data + kHead, marker->data + marker->data_length);
+    }
     Bytes row(static_cast<std::size_t>(image.width * image.Channels()));
     for (int y = 0; y < image.height; ++y) {
         JSAMPROW pointer = row.data();

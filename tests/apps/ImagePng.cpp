@@ -84,6 +84,14 @@ Bytes EncodePng(const Image& image, const PngOptions& options) {
         png_set_pHYs(png, info, static_cast<png_uint_32>(image.xPixelsPerMeter),
                      static_cast<png_uint_32>(image.yPixelsPerMeter), PNG_RESOLUTION_METER);
     }
+    if (image.xAspect > 0) {
+        png_set_pHYs(png, info, static_cast<png_uint_32>(image.xAspect), static_cast<png_uint_32>(image.yAspect),
+                     PNG_RESOLUTION_UNKNOWN);
+    }
+    if (!image.profile.empty()) {
+        png_set_iCCP(png, info, "profile", PNG_COMPRESSION_TYPE_BASE, image.profile.data(),
+                     static_cast<png_uint_32>(image.profile.size()));
+    }
     Bytes exif = options.exif;
     if (!exif.empty() && !options.exifBehindPixels)
         png_set_eXIf_1(png, info, static_cast<png_uint_32>(exif.size()), exif.data());
@@ -128,6 +136,19 @@ Image DecodePng(const Bytes& bytes) {
     image.height = static_cast<int>(png_get_image_height(png, info));
     image.xPixelsPerMeter = static_cast<int>(png_get_x_pixels_per_meter(png, info));
     image.yPixelsPerMeter = static_cast<int>(png_get_y_pixels_per_meter(png, info));
+    png_uint_32 xAspect = 0, yAspect = 0;
+    int unit = PNG_RESOLUTION_METER;
+    if (png_get_pHYs(png, info, &xAspect, &yAspect, &unit) != 0 && unit == PNG_RESOLUTION_UNKNOWN) {
+        image.xAspect = static_cast<int>(xAspect);
+        image.yAspect = static_cast<int>(yAspect);
+    }
+    png_charp name = nullptr;
+    png_bytep profile = nullptr;
+    png_uint_32 profileLength = 0;
+    int compression = 0;
+    if (png_get_iCCP(png, info, &name, &compression, &profile, &profileLength) != 0) {
+        image.profile.assign(profile, profile + profileLength);
+    }
     if (image.kind == Kind::palette) {
         png_colorp colors = nullptr;
         png_bytep alphas = nullptr;

@@ -118,6 +118,14 @@ void SetTags(TIFF* tiff, const Image& image, const TiffOptions& options) {
     set(TIFFTAG_COMPRESSION, options.compression);
     if (options.compression == COMPRESSION_JPEG) set(TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
     if (options.sampleFormat != 0) set(TIFFTAG_SAMPLEFORMAT, options.sampleFormat);
+    if (!image.profile.empty()) {
+        set(TIFFTAG_ICCPROFILE, static_cast<std::uint32_t>(image.profile.size()), image.profile.data());
+    }
+    if (image.xAspect > 0) {
+        set(TIFFTAG_RESOLUTIONUNIT, RESUNIT_NONE);
+        set(TIFFTAG_XRESOLUTION, static_cast<double>(image.xAspect));
+        set(TIFFTAG_YRESOLUTION, static_cast<double>(image.yAspect));
+    }
     if (options.profile) set(TIFFTAG_ICCPROFILE, 4, "icc");
     if (options.orientation != 1) set(TIFFTAG_ORIENTATION, options.orientation);
     if (image.Channels() % 2 == 0 && options.photometric < 0) {
@@ -226,9 +234,18 @@ Image DecodeTiff(const Bytes& bytes) {
     }
     float x = 0, y = 0;
     if (TIFFGetField(tiff, TIFFTAG_XRESOLUTION, &x) == 1 && TIFFGetField(tiff, TIFFTAG_YRESOLUTION, &y) == 1) {
-        const double unit = tag16(TIFFTAG_RESOLUTIONUNIT) == RESUNIT_CENTIMETER ? 100 : 1 / 0.0254;
-        image.xPixelsPerMeter = static_cast<int>(std::lround(static_cast<double>(x) * unit));
-        image.yPixelsPerMeter = static_cast<int>(std::lround(static_cast<double>(y) * unit));
+        const std::uint16_t unitTag = tag16(TIFFTAG_RESOLUTIONUNIT);
+        const double unit = unitTag == RESUNIT_NONE ? 1 : unitTag == RESUNIT_CENTIMETER ? 100 : 1 / 0.0254;
+        (unitTag == RESUNIT_NONE ? image.xAspect : image.xPixelsPerMeter) =
+            static_cast<int>(std::lround(static_cast<double>(x) * unit));
+        (unitTag == RESUNIT_NONE ? image.yAspect : image.yPixelsPerMeter) =
+            static_cast<int>(std::lround(static_cast<double>(y) * unit));
+    }
+    std::uint32_t profileLength = 0;
+    void* profile = nullptr;
+    if (TIFFGetField(tiff, TIFFTAG_ICCPROFILE, &profileLength, &profile) == 1) {
+        const auto* first = static_cast<const std::uint8_t*>(profile);
+        image.profile.assign(first, first + profileLength);
     }
     Bytes row(static_cast<std::size_t>(TIFFScanlineSize(tiff)));
     for (int r = 0; r < image.height; ++r) {

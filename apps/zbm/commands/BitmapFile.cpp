@@ -69,7 +69,6 @@ void WritePicture(const Picture& picture, OutputFile& output, const WriteOptions
         [&] {
             const shr::CScopedIProgressTask task(&progress, L"Writing picture...");
             Notes notes(console, output.Target());
-            NoteLost(picture.metadata, notes);
             PictureJob job{*picture.bitmap, facts, output.File(), picture.metadata, options, notes, progress};
             write(job);
             output.Commit();

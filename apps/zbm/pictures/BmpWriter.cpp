@@ -44,6 +44,7 @@ BmpWriter::BmpWriter(PictureJob& newJob)
       height(static_cast<std::uint64_t>(rows.Height())) {}
 
 void BmpWriter::Write() {
+    NoteLost(job.metadata, job.notes);
     ChooseDepth();
     WriteHeaders();
     if (colors > 0) WriteColorTable();

@@ -67,4 +67,11 @@ Exif ReadExif(const std::uint8_t* data, std::size_t byteCount) {
     return exif;
 }
 
+OrientationExif ExifOf(int orientation) {
+    return {'M',  'M',  0, 42, 0, 0, 0, 8,                                                   // the directory's place
+            0,    1,                                                                         // its entries
+            0x01, 0x12, 0, 3,  0, 0, 0, 1, 0, static_cast<std::uint8_t>(orientation), 0, 0,  //
+            0,    0,    0, 0};                                                               // no other directory
+}
+
 }  // namespace tool

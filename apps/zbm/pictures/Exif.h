@@ -1,4 +1,5 @@
 #pragma once
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -12,5 +13,9 @@ struct Exif {
 
 /// `data` begins with the byte-order mark. Data that is damaged gives the default for what cannot be read.
 Exif ReadExif(const std::uint8_t* data, std::size_t byteCount);
+
+/// A block that holds the orientation alone.
+using OrientationExif = std::array<std::uint8_t, 26>;
+OrientationExif ExifOf(int orientation);
 
 }  // namespace tool

@@ -133,6 +133,10 @@ void JpegReader::ReadResolution(const Exif& exif) {
         pictureInfo.xPixelsPerMeter = exif.xPixelsPerMeter;
         pictureInfo.yPixelsPerMeter = exif.yPixelsPerMeter;
     }
+    if (decoder.saw_JFIF_marker != FALSE && decoder.density_unit == 0 && pictureInfo.xPixelsPerMeter == 0) {
+        pictureInfo.metadata.xAspect = decoder.X_density;
+        pictureInfo.metadata.yAspect = decoder.Y_density;
+    }
 }
 
 Exif JpegReader::FindExif() const {

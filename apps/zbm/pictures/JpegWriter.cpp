@@ -3,11 +3,13 @@
 // Keep this order.
 #include <jpeglib.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <stdexcept>
 #include <vector>
 
+#include "pictures/Exif.h"
 #include "pictures/LibraryGuard.h"
 #include "pictures/PictureWriter.h"
 #include "pictures/Resolution.h"
@@ -35,6 +37,9 @@ private:
     void OpenFile();
     void SetUp();
     void SetResolution();
+    void SetAspect();
+    void WriteColorProfile();
+    void WriteOrientation();
     void WriteRows();
     void PutBuffer(std::size_t byteCount);
 
@@ -108,7 +113,7 @@ void JpegWriter::SetUp() {
 /// A density is a whole number of up to 16 bits, per inch or per centimetre: the unit that comes closer is taken.
 void JpegWriter::SetResolution() {
     const double x = job.bitmap.GetXResolution(), y = job.bitmap.GetYResolution();
-    if (x <= 0 || y <= 0) return;
+    if (x <= 0 || y <= 0) return SetAspect();
     const auto error = [&](double unitsPerMeter) {
         return std::abs(std::round(x / unitsPerMeter) * unitsPerMeter - x) +
                std::abs(std::round(y / unitsPerMeter) * unitsPerMeter - y);
@@ -125,12 +130,42 @@ void JpegWriter::SetResolution() {
     encoder.Y_density = static_cast<UINT16>(yDensity);
 }
 
+void JpegWriter::SetAspect() {
+    const std::uint32_t x = job.metadata.xAspect, y = job.metadata.yAspect;
+    const std::uint32_t divisor = std::max(x, y) / 65536 + 1;
+    if (x / divisor == 0 || y / divisor == 0) return NoteLostAspect(job.metadata, job.notes);
+    encoder.density_unit = 0;
+    encoder.X_density = static_cast<UINT16>(x / divisor);
+    encoder.Y_density = static_cast<UINT16>(y / divisor);
+}
+
+void JpegWriter::WriteColorProfile() {
+    constexpr std::size_t kMostSegments = 255, kSegmentBytes = 65519;
+    NoteLostColorMarks(job.metadata, job.notes);
+    const std::vector<std::uint8_t>* profile = ProfileFor(IsGrey(format), job.metadata, job.notes);
+    if (profile == nullptr) return;
+    if (profile->size() > kMostSegments * kSegmentBytes) return NoteLostProfile(job.metadata, job.notes);
+    guard.Run([&] { jpeg_write_icc_profile(&encoder, profile->data(), static_cast<unsigned>(profile->size())); });
+}
+
+void JpegWriter::WriteOrientation() {
+    if (job.metadata.orientation == 1) return;
+    constexpr std::array<JOCTET, 6> kHead{'E', 'x', 'i', 'f', 0, 0};
+    const OrientationExif exif = ExifOf(job.metadata.orientation);
+    std::array<JOCTET, kHead.size() + exif.size()> segment{};
+    std::copy(exif.begin(), exif.end(), std::copy(kHead.begin(), kHead.end(), segment.begin()));
+    guard.Run(
+        [&] { jpeg_write_marker(&encoder, JPEG_APP0 + 1, segment.data(), static_cast<unsigned>(segment.size())); });
+}
+
 void JpegWriter::WriteRows() {
     const auto width = static_cast<std::size_t>(rows.Width());
     std::vector<std::uint8_t> row(shr::RowBytes(width, format)), encoded(4 * width);
     const bool asIs = format == shr::GRAYSCALE_8 || format == shr::BGR_24 || format == shr::BGRX_32;
     JSAMPROW rowPointer = asIs ? row.data() : encoded.data();
     guard.Run([this] { jpeg_start_compress(&encoder, TRUE); });
+    WriteOrientation();
+    WriteColorProfile();
     for (int y = 0; y < rows.Height(); ++y) {
         job.progress.SetProgress(static_cast<double>(y) / rows.Height());
         rows.Fetch(0, y, rows.Width(), row.data(), nullptr);

@@ -9,6 +9,7 @@
 #include "pictures/Exif.h"
 #include "pictures/LibraryGuard.h"
 #include "pictures/PictureReader.h"
+#include "pictures/PngChunks.h"
 #include "pictures/RowConversion.h"
 
 namespace tool {
@@ -50,6 +51,8 @@ private:
     void ChooseForColor(int bitDepth, bool alpha);
     void SetTransparentGrey(int bitDepth);
     void ReadColorProfile();
+    void ReadColorMarks();
+    void ReadCodingPoints();
     void ReadOrientation();
     std::vector<std::uint8_t> ExifBehindPixels();
     void ReadPass(TileRows& rows, shr::IProgress& progress, int pass);
@@ -89,6 +92,7 @@ void PngReader::OpenFile() {
         // Whether a size is sensible is judged by what the file and the machine can hold.
         png_set_user_limits(handle.png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
         png_set_read_fn(handle.png, this, &OnRead);
+        png_set_keep_unknown_chunks(handle.png, PNG_HANDLE_CHUNK_ALWAYS, kCodingPointsChunk, 1);
         png_read_info(handle.png, handle.info);
     });
 }
@@ -106,6 +110,8 @@ void PngReader::ReadHeader() {
     source.RefuseUnlessHolding(rawRowBytes * height / kLargestExpansion, pictureInfo.width, pictureInfo.height);
     ReadResolution();
     ReadColorProfile();
+    ReadColorMarks();
+    ReadCodingPoints();
     ReadOrientation();
     switch (colorType) {
         case PNG_COLOR_TYPE_PALETTE: ChooseForPalette(bitDepth); break;
@@ -123,7 +129,12 @@ void PngReader::ReadResolution() {
     png_uint_32 x = 0, y = 0;
     int unit = PNG_RESOLUTION_UNKNOWN;
     guard.Run([&] { png_get_pHYs(handle.png, handle.info, &x, &y, &unit); });
-    if (unit != PNG_RESOLUTION_METER || x > PNG_UINT_31_MAX || y > PNG_UINT_31_MAX) return;
+    if (x == 0 || y == 0 || x > PNG_UINT_31_MAX || y > PNG_UINT_31_MAX) return;
+    if (unit != PNG_RESOLUTION_METER) {
+        pictureInfo.metadata.xAspect = x;
+        pictureInfo.metadata.yAspect = y;
+        return;
+    }
     pictureInfo.xPixelsPerMeter = static_cast<int>(x);
     pictureInfo.yPixelsPerMeter = static_cast<int>(y);
 }
@@ -268,6 +279,39 @@ void PngReader::ReadColorProfile() {
     int compression = 0;
     guard.Run([&] { png_get_iCCP(handle.png, handle.info, &name, &compression, &profile, &length); });
     if (profile != nullptr) pictureInfo.metadata.colorProfile.assign(profile, profile + length);
+}
+
+/// The library also derives gamma and chromaticities from a profile or from sRGB; only what the file says itself
+/// counts.
+void PngReader::ReadColorMarks() {
+    ColorMarks& marks = pictureInfo.metadata.colorMarks;
+    if (!pictureInfo.metadata.colorProfile.empty()) return;
+    int intent = 0;
+    std::int32_t gamma = 0;
+    std::array<std::int32_t, 8> c{};
+    std::uint32_t found[3] = {};
+    guard.Run([&] {
+        found[0] = png_get_sRGB(handle.png, handle.info, &intent);
+        found[1] = png_get_gAMA_fixed(handle.png, handle.info, &gamma);
+        found[2] = png_get_cHRM_fixed(handle.png, handle.info, &c[0], &c[1], &c[2], &c[3], &c[4], &c[5], &c[6], &c[7]);
+    });
+    if (found[0] != 0) {
+        marks.srgbIntent = intent;
+        return;
+    }
+    if (found[1] != 0) marks.gamma = gamma;
+    if (found[2] != 0) marks.chromaticities = c;
+}
+
+/// Of a chunk that the library does not know.
+void PngReader::ReadCodingPoints() {
+    png_unknown_chunkp chunks = nullptr;
+    int count = 0;
+    guard.Run([&] { count = png_get_unknown_chunks(handle.png, handle.info, &chunks); });
+    for (int i = 0; i < count; ++i) {
+        if (std::memcmp(chunks[i].name, kCodingPointsChunk, 4) != 0 || chunks[i].size != 4) continue;
+        std::memcpy(pictureInfo.metadata.colorMarks.codingPoints.emplace().data(), chunks[i].data, 4);
+    }
 }
 
 void PngReader::ReadOrientation() {

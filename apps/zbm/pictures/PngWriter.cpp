@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <stdexcept>
 #include <vector>
 
+#include "pictures/Exif.h"
 #include "pictures/LibraryGuard.h"
 #include "pictures/PictureWriter.h"
+#include "pictures/PngChunks.h"
 #include "pictures/RowConversion.h"
 #include "pictures/TileRows.h"
 
@@ -37,7 +40,11 @@ private:
     void ChooseContent();
     void WriteHeader();
     void WritePalette();
-    void WriteResolution();
+    void SetResolution();
+    void SetColorMeaning();
+    void SetColorMarks(const ColorMarks& marks);
+    void SetCodingPoints(const ColorMarks& marks);
+    void SetOrientation();
     void WriteRows();
     const std::uint8_t* Encoded(int y);
 
@@ -62,7 +69,8 @@ void PngWriter::Write() {
     ChooseContent();
     WriteHeader();
     WriteRows();
-    guard.Run([this] { png_write_end(handle.png, handle.info); });
+    // Without the record: the library (1.6.39 does) would write the orientation once more.
+    guard.Run([this] { png_write_end(handle.png, nullptr); });
 }
 
 void PngWriter::OpenFile() {
@@ -107,7 +115,9 @@ void PngWriter::WriteHeader() {
                      PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
     });
     if (colorType == PNG_COLOR_TYPE_PALETTE) WritePalette();
-    WriteResolution();
+    SetResolution();
+    SetColorMeaning();
+    SetOrientation();
     guard.Run([this] {
         png_write_info(handle.png, handle.info);
         if (bitDepth == 16) png_set_swap(handle.png);
@@ -136,13 +146,64 @@ void PngWriter::WritePalette() {
     });
 }
 
-void PngWriter::WriteResolution() {
+void PngWriter::SetResolution() {
     const int x = job.bitmap.GetXResolution(), y = job.bitmap.GetYResolution();
-    if (x <= 0 || y <= 0) return;
+    const bool known = x > 0 && y > 0;
+    if (!known && !job.metadata.HasAspect()) return;
     guard.Run([&] {
-        png_set_pHYs(handle.png, handle.info, static_cast<png_uint_32>(x), static_cast<png_uint_32>(y),
-                     PNG_RESOLUTION_METER);
+        if (known) {
+            png_set_pHYs(handle.png, handle.info, static_cast<png_uint_32>(x), static_cast<png_uint_32>(y),
+                         PNG_RESOLUTION_METER);
+        } else {
+            png_set_pHYs(handle.png, handle.info, job.metadata.xAspect, job.metadata.yAspect, PNG_RESOLUTION_UNKNOWN);
+        }
     });
+}
+
+void PngWriter::SetColorMeaning() {
+    const bool isGrey = (colorType & PNG_COLOR_MASK_COLOR) == 0;
+    const std::vector<std::uint8_t>* profile = ProfileFor(isGrey, job.metadata, job.notes);
+    bool taken = false;
+    guard.Run([&] {
+        if (profile == nullptr) return;
+        png_set_iCCP(handle.png, handle.info, "icc", PNG_COMPRESSION_TYPE_BASE, profile->data(),
+                     static_cast<png_uint_32>(profile->size()));
+        taken = png_get_valid(handle.png, handle.info, PNG_INFO_iCCP) != 0;
+    });
+    // The library looks closely at profiles, and has said what is wrong.
+    if (profile != nullptr && !taken) NoteLostProfile(job.metadata, job.notes);
+    SetColorMarks(job.metadata.colorMarks);
+    SetCodingPoints(job.metadata.colorMarks);
+}
+
+void PngWriter::SetColorMarks(const ColorMarks& marks) {
+    guard.Run([&] {
+        if (marks.srgbIntent) png_set_sRGB(handle.png, handle.info, *marks.srgbIntent);
+        if (marks.gamma) png_set_gAMA_fixed(handle.png, handle.info, *marks.gamma);
+        if (!marks.chromaticities) return;
+        const auto& c = *marks.chromaticities;
+        png_set_cHRM_fixed(handle.png, handle.info, c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7]);
+    });
+}
+
+void PngWriter::SetCodingPoints(const ColorMarks& marks) {
+    if (!marks.codingPoints) return;
+    std::array<std::uint8_t, 4> points = *marks.codingPoints;
+    png_unknown_chunk chunk{};
+    std::memcpy(chunk.name, kCodingPointsChunk, sizeof kCodingPointsChunk);
+    chunk.data = points.data();
+    chunk.size = points.size();
+    chunk.location = PNG_HAVE_IHDR;
+    guard.Run([&] {
+        png_set_keep_unknown_chunks(handle.png, PNG_HANDLE_CHUNK_ALWAYS, kCodingPointsChunk, 1);
+        png_set_unknown_chunks(handle.png, handle.info, &chunk, 1);
+    });
+}
+
+void PngWriter::SetOrientation() {
+    if (job.metadata.orientation == 1) return;
+    OrientationExif exif = ExifOf(job.metadata.orientation);
+    guard.Run([&] { png_set_eXIf_1(handle.png, handle.info, static_cast<png_uint_32>(exif.size()), exif.data()); });
 }
 
 void PngWriter::WriteRows() {

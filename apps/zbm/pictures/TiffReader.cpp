@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -70,6 +71,7 @@ private:
     void ChooseFormat();
     void ReadColorTable();
     void ReadResolution();
+    void ReadAspect(double x, double y);
     void ReadMetadata();
     std::uint16_t Tag16(std::uint32_t tag);
 
@@ -231,8 +233,16 @@ void TiffReader::ReadResolution() {
     float x = 0, y = 0;
     if (TIFFGetField(tiff, TIFFTAG_XRESOLUTION, &x) != 1 || TIFFGetField(tiff, TIFFTAG_YRESOLUTION, &y) != 1) return;
     const auto unit = static_cast<ResolutionUnit>(Tag16(TIFFTAG_RESOLUTIONUNIT));
+    if (unit == ResolutionUnit::none) return ReadAspect(static_cast<double>(x), static_cast<double>(y));
     pictureInfo.xPixelsPerMeter = PixelsPerMeter(static_cast<double>(x), unit);
     pictureInfo.yPixelsPerMeter = PixelsPerMeter(static_cast<double>(y), unit);
+}
+
+void TiffReader::ReadAspect(double x, double y) {
+    constexpr double kScale = 1000, kMost = 1e6;
+    if (!(x > 1 / kScale && x < kMost && y > 1 / kScale && y < kMost)) return;
+    pictureInfo.metadata.xAspect = static_cast<std::uint32_t>(std::lround(x * kScale));
+    pictureInfo.metadata.yAspect = static_cast<std::uint32_t>(std::lround(y * kScale));
 }
 
 void TiffReader::ReadMetadata() {

@@ -63,6 +63,7 @@ private:
     void WriteTags();
     void WriteColorTable();
     void WriteResolution();
+    void WriteColorProfile();
     void WriteRows();
     void FetchEncoded(int y);
     void EncodeGreyAlpha();
@@ -106,7 +107,7 @@ void TiffWriter::WriteTags() {
     SetTag(TIFFTAG_BITSPERSAMPLE, samples.bits);
     SetTag(TIFFTAG_PHOTOMETRIC, samples.photometric);
     SetTag(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    SetTag(TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+    SetTag(TIFFTAG_ORIENTATION, job.metadata.orientation);
     SetTag(TIFFTAG_COMPRESSION, COMPRESSION_LZW);
     // Differences of indices and of packed pixels mean nothing.
     if (samples.bits >= 8 && samples.photometric != PHOTOMETRIC_PALETTE) {
@@ -121,6 +122,7 @@ void TiffWriter::WriteTags() {
     SetTag(TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(stripRows));
     if (samples.photometric == PHOTOMETRIC_PALETTE) WriteColorTable();
     WriteResolution();
+    WriteColorProfile();
 }
 
 void TiffWriter::WriteColorTable() {
@@ -136,11 +138,25 @@ void TiffWriter::WriteColorTable() {
 
 void TiffWriter::WriteResolution() {
     const int x = job.bitmap.GetXResolution(), y = job.bitmap.GetYResolution();
-    if (x <= 0 || y <= 0) return;
+    if (x <= 0 || y <= 0) {
+        if (!job.metadata.HasAspect()) return;
+        SetTag(TIFFTAG_RESOLUTIONUNIT, RESUNIT_NONE);
+        SetTag(TIFFTAG_XRESOLUTION, static_cast<double>(job.metadata.xAspect));
+        SetTag(TIFFTAG_YRESOLUTION, static_cast<double>(job.metadata.yAspect));
+        return;
+    }
     // Per centimetre the numbers have two decimals and survive exactly; per inch they would be rounded.
     SetTag(TIFFTAG_RESOLUTIONUNIT, RESUNIT_CENTIMETER);
     SetTag(TIFFTAG_XRESOLUTION, x / 100.0);
     SetTag(TIFFTAG_YRESOLUTION, y / 100.0);
+}
+
+void TiffWriter::WriteColorProfile() {
+    NoteLostColorMarks(job.metadata, job.notes);
+    const bool isGrey = samples.photometric == PHOTOMETRIC_MINISBLACK;
+    if (const std::vector<std::uint8_t>* profile = ProfileFor(isGrey, job.metadata, job.notes)) {
+        SetTag(TIFFTAG_ICCPROFILE, static_cast<std::uint32_t>(profile->size()), profile->data());
+    }
 }
 
 void TiffWriter::WriteRows() {
