@@ -4,9 +4,9 @@
 #include <vector>
 
 #include "pictures/BmpFormat.h"
+#include "pictures/PictureRows.h"
 #include "pictures/PictureWriter.h"
 #include "pictures/RowConversion.h"
-#include "pictures/TileRows.h"
 
 namespace tool {
 
@@ -28,7 +28,7 @@ private:
     std::uint64_t RowBytes() const { return (width * static_cast<unsigned>(bitCount) + 31) / 32 * 4; }
 
     PictureJob& job;
-    TileRows rows;
+    PictureRows rows;
     const shr::ColorFormat format;
     const std::uint64_t width, height;
     int bitCount = 0;
@@ -38,7 +38,7 @@ private:
 
 BmpWriter::BmpWriter(PictureJob& newJob)
     : job(newJob),
-      rows(job.bitmap),
+      rows(job.bitmap, job.background),
       format(rows.Format()),
       width(static_cast<std::uint64_t>(rows.Width())),
       height(static_cast<std::uint64_t>(rows.Height())) {}
@@ -111,7 +111,7 @@ void BmpWriter::WriteRows() {
     std::vector<std::uint8_t> encoded(RowBytes());
     for (int y = rows.Height() - 1; y >= 0; --y) {
         job.progress.SetProgress(1 - static_cast<double>(y) / rows.Height());
-        rows.Fetch(0, y, rows.Width(), row.data(), mask.data());
+        rows.Fetch(y, row.data(), mask.data());
         Encode(encoded.data(), row.data(), mask.data());
         job.file.Write(encoded.data(), encoded.size());
     }
@@ -123,15 +123,6 @@ void BmpWriter::Encode(std::uint8_t* encoded, const std::uint8_t* row, const std
         std::memcpy(encoded, row, shr::PixelBytes(width, format));
     } else if (!alpha) {
         ToGrey8(encoded, row, format, count);
-    } else if (IsGrey(format)) {
-        // Grey levels, put where the loop below reads them before it overwrites them.
-        std::uint8_t* levels = encoded + 3 * width;
-        ToGrey8(levels, row, format, count);
-        for (int x = 0; x < count; ++x) {
-            const std::uint8_t level = levels[x];
-            std::memset(encoded + 4 * static_cast<std::size_t>(x), level, 3);
-            encoded[4 * static_cast<std::size_t>(x) + 3] = BitAt(mask, x) ? shr::ALPHA_MAX : shr::ALPHA_MIN;
-        }
     } else {
         ToBgra(encoded, row, mask, format, rows.ColorTable(), count);
     }
@@ -139,6 +130,9 @@ void BmpWriter::Encode(std::uint8_t* encoded, const std::uint8_t* row, const std
 
 }  // namespace
 
-void WriteBmp(PictureJob& job) { BmpWriter(job).Write(); }
+void WriteBmp(PictureJob& job) {
+    FlattenIfAsked(job);
+    BmpWriter(job).Write();
+}
 
 }  // namespace tool

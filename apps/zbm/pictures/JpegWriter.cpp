@@ -11,10 +11,10 @@
 
 #include "pictures/Exif.h"
 #include "pictures/LibraryGuard.h"
+#include "pictures/PictureRows.h"
 #include "pictures/PictureWriter.h"
 #include "pictures/Resolution.h"
 #include "pictures/RowConversion.h"
-#include "pictures/TileRows.h"
 
 namespace tool {
 
@@ -26,7 +26,8 @@ constexpr int kFullColorQuality = 90;
 
 class JpegWriter {
 public:
-    explicit JpegWriter(PictureJob& newJob) : job(newJob), rows(newJob.bitmap), format(rows.Format()) {}
+    explicit JpegWriter(PictureJob& newJob)
+        : job(newJob), rows(newJob.bitmap, newJob.background), format(rows.Format()) {}
     ~JpegWriter() { jpeg_destroy_compress(&encoder); }
     JpegWriter(const JpegWriter&) = delete;
     JpegWriter& operator=(const JpegWriter&) = delete;
@@ -52,7 +53,7 @@ private:
     static void OnMessage(j_common_ptr library, int level);
 
     PictureJob& job;
-    TileRows rows;
+    PictureRows rows;
     const shr::ColorFormat format;
     LibraryGuard guard;
     jpeg_compress_struct encoder{};
@@ -70,9 +71,6 @@ void JpegWriter::Write() {
 }
 
 void JpegWriter::RefuseUnsupported() {
-    if (job.facts.hasTransparentPixels) {
-        throw std::runtime_error("the bitmap has transparent pixels, which JPEG cannot hold");
-    }
     if (rows.Width() > JPEG_MAX_DIMENSION || rows.Height() > JPEG_MAX_DIMENSION) {
         throw std::runtime_error("the bitmap is larger than JPEG's 65500 x 65500 pixels");
     }
@@ -168,7 +166,7 @@ void JpegWriter::WriteRows() {
     WriteColorProfile();
     for (int y = 0; y < rows.Height(); ++y) {
         job.progress.SetProgress(static_cast<double>(y) / rows.Height());
-        rows.Fetch(0, y, rows.Width(), row.data(), nullptr);
+        rows.Fetch(y, row.data(), nullptr);
         if (IsGrey(format) && !asIs) ToGrey8(encoded.data(), row.data(), format, rows.Width());
         if (!IsGrey(format) && !asIs) {
             ToBgra(encoded.data(), row.data(), nullptr, format, rows.ColorTable(), rows.Width());
@@ -214,6 +212,10 @@ void JpegWriter::OnMessage(j_common_ptr library, int level) {
 
 }  // namespace
 
-void WriteJpeg(PictureJob& job) { JpegWriter(job).Write(); }
+void WriteJpeg(PictureJob& job) {
+    FlattenIfAsked(job);
+    FlattenOnWhite(job);
+    JpegWriter(job).Write();
+}
 
 }  // namespace tool

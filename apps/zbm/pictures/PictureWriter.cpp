@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "pictures/RowConversion.h"
 #include "shr/Path.h"
 
 namespace tool {
@@ -34,6 +35,26 @@ PictureWriter WriterFor(const ZString& fileName) {
         if (extension == known.name) return known.writer;
     }
     return nullptr;
+}
+
+namespace {
+
+void Flatten(PictureJob& job, shr::Color4b background) {
+    job.background = background;
+    job.facts.hasTransparentPixels = false;
+}
+
+}  // namespace
+
+void FlattenIfAsked(PictureJob& job) {
+    const bool hasAlpha = !HasMask(job.bitmap.GetColorFormat());
+    if (job.options.background && (hasAlpha || job.facts.hasTransparentPixels)) Flatten(job, *job.options.background);
+}
+
+void FlattenOnWhite(PictureJob& job) {
+    if (!job.facts.hasTransparentPixels) return;
+    job.notes.Add("transparent pixels are laid over white: the file type holds none");
+    Flatten(job, shr::Color4b::White);
 }
 
 void NoteReducedGrey(PictureJob& job, int bits) {

@@ -1,4 +1,6 @@
 #pragma once
+#include <optional>
+
 #include "pictures/BitmapFacts.h"
 #include "pictures/Metadata.h"
 #include "pictures/Notes.h"
@@ -9,16 +11,17 @@
 
 namespace tool {
 
-/// All that a writer works with; everything is borrowed. The bitmap is only read; it is not const because tiles are
-/// locked.
+/// All that a writer works with. What is referred to is borrowed. The bitmap is only read; it is not const because
+/// tiles are locked.
 struct PictureJob {
     zbm::ZBitmap& bitmap;
-    const BitmapFacts& facts;
+    BitmapFacts facts;
     shr::CBufferedFile& file;  // empty, at its start, open for reading and writing
     const Metadata& metadata;
     const WriteOptions& options;
     Notes& notes;
     shr::IProgress& progress;
+    std::optional<shr::Color4b> background = {};  // what the bitmap is laid over, once that is decided
 };
 
 /// Encodes the bitmap into the file, in the representation of the file type that is closest to its format, row by row
@@ -34,6 +37,13 @@ void WritePng(PictureJob& job);
 void WriteJpeg(PictureJob& job);
 void WriteTiff(PictureJob& job);
 void WriteBmp(PictureJob& job);
+
+// For writers, before they look at the bitmap: laying it over a background leaves no transparent pixel.
+
+/// Over the background of the options, if there is one and the bitmap has an alpha channel or transparent pixels.
+void FlattenIfAsked(PictureJob& job);
+/// Over white, with a note, if there are transparent pixels still.
+void FlattenOnWhite(PictureJob& job);
 
 /// The note that grey levels lose their low bits.
 void NoteReducedGrey(PictureJob& job, int bits);

@@ -8,10 +8,10 @@
 
 #include "pictures/Exif.h"
 #include "pictures/LibraryGuard.h"
+#include "pictures/PictureRows.h"
 #include "pictures/PictureWriter.h"
 #include "pictures/PngChunks.h"
 #include "pictures/RowConversion.h"
-#include "pictures/TileRows.h"
 
 namespace tool {
 
@@ -29,7 +29,8 @@ struct PngHandle {
 
 class PngWriter {
 public:
-    explicit PngWriter(PictureJob& newJob) : job(newJob), rows(newJob.bitmap), format(rows.Format()) {}
+    explicit PngWriter(PictureJob& newJob)
+        : job(newJob), rows(newJob.bitmap, newJob.background), format(rows.Format()) {}
     void Write();
 
 private:
@@ -54,7 +55,7 @@ private:
     static void OnWarning(png_structp png, png_const_charp message);
 
     PictureJob& job;
-    TileRows rows;
+    PictureRows rows;
     const shr::ColorFormat format;
     LibraryGuard guard;
     PngHandle handle;
@@ -221,7 +222,7 @@ void PngWriter::WriteRows() {
 
 const std::uint8_t* PngWriter::Encoded(int y) {
     const int width = rows.Width();
-    rows.Fetch(0, y, width, row.data(), mask.data());
+    rows.Fetch(y, row.data(), mask.data());
     switch (content) {
         case Content::asIs: return row.data();
         case Content::bgra: ToBgra(encoded.data(), row.data(), mask.data(), format, rows.ColorTable(), width); break;
@@ -256,6 +257,9 @@ void PngWriter::OnWarning(png_structp png, png_const_charp message) {
 
 }  // namespace
 
-void WritePng(PictureJob& job) { PngWriter(job).Write(); }
+void WritePng(PictureJob& job) {
+    FlattenIfAsked(job);
+    PngWriter(job).Write();
+}
 
 }  // namespace tool

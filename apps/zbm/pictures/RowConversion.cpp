@@ -63,6 +63,37 @@ void FromIndices(std::uint8_t* bgra, const std::uint8_t* row, int bits, const sh
 }
 
 template <class Sample>
+void FillTransparent(std::uint8_t* row, const std::uint8_t* mask, std::uint8_t level, int count) {
+    const Sample value = static_cast<Sample>(static_cast<Sample>(-1) / 255 * level);
+    for (int x = 0; x < count; ++x, row += sizeof value) {
+        if (!BitAt(mask, x)) std::memcpy(row, &value, sizeof value);
+    }
+}
+
+/// Levels of that type to the narrower ones, rounded. There are no ties.
+template <class Wide, class Narrow>
+void NarrowLevels(std::uint8_t* narrow, const std::uint8_t* wide, int count) {
+    constexpr std::uint64_t kStep = static_cast<Wide>(-1) / static_cast<Narrow>(-1);
+    for (int x = 0; x < count; ++x, wide += sizeof(Wide), narrow += sizeof(Narrow)) {
+        Wide level;
+        std::memcpy(&level, wide, sizeof level);
+        const auto rounded = static_cast<Narrow>((level + kStep / 2) / kStep);
+        std::memcpy(narrow, &rounded, sizeof rounded);
+    }
+}
+
+void FromGrey(std::uint8_t* bgra, const std::uint8_t* row, shr::ColorFormat format, int count) {
+    // The levels are put into the last quarter of the destination, which is overwritten behind the reading.
+    std::uint8_t* levels = bgra + 3 * static_cast<std::size_t>(count);
+    ToGrey8(levels, row, format, count);
+    for (int x = 0; x < count; ++x, bgra += 4) {
+        const std::uint8_t level = levels[x];
+        std::memset(bgra, level, 3);
+        bgra[3] = shr::ALPHA_MAX;
+    }
+}
+
+template <class Sample>
 void AddAlphaTo(std::uint8_t* greyAlpha, const std::uint8_t* grey, const std::uint8_t* mask, int count) {
     for (int x = 0; x < count; ++x) {
         const Sample alpha = BitAt(mask, x) ? static_cast<Sample>(-1) : Sample{0};
@@ -138,6 +169,11 @@ void ToBgra(std::uint8_t* bgra, const std::uint8_t* row, const std::uint8_t* mas
             const shr::Color4b* colorTable, int count) {
     const auto bytes = 4 * static_cast<std::size_t>(count);
     switch (format) {
+        case shr::GRAYSCALE_1:
+        case shr::GRAYSCALE_4:
+        case shr::GRAYSCALE_8:
+        case shr::GRAYSCALE_16:
+        case shr::GRAYSCALE_32: FromGrey(bgra, row, format, count); break;
         case shr::INDEXED_1:
         case shr::INDEXED_4:
         case shr::INDEXED_8: FromIndices(bgra, row, shr::ColorFmtToBPP[format], colorTable, count); break;
@@ -156,20 +192,44 @@ void ToBgra(std::uint8_t* bgra, const std::uint8_t* row, const std::uint8_t* mas
     }
 }
 
-void ToGrey8(std::uint8_t* grey, const std::uint8_t* row, shr::ColorFormat format, int count) {
-    const int bits = shr::ColorFmtToBPP[format];
-    if (bits <= 8) {
-        ValuesOf(grey, row, bits, count);
-        const unsigned scale = bits == 1 ? 255 : bits == 4 ? 17 : 1;
-        for (int x = 0; x < count; ++x) grey[x] = Byte(grey[x] * scale);
-        return;
+void LayOver(std::uint8_t* bgr, const std::uint8_t* bgra, shr::Color4b background, int count) {
+    const unsigned below[3] = {background.blue, background.green, background.red};
+    for (int x = 0; x < count; ++x, bgr += 3, bgra += 4) {
+        const unsigned alpha = bgra[3];
+        for (int c = 0; c < 3; ++c) bgr[c] = Byte((bgra[c] * alpha + below[c] * (255 - alpha) + 127) / 255);
     }
-    const int bytesPerPixel = bits / 8;
-    for (int x = 0; x < count; ++x) grey[x] = row[x * bytesPerPixel + bytesPerPixel - 1];
+}
+
+void LayPremultipliedOver(std::uint8_t* bgr, const std::uint8_t* pbgra, shr::Color4b background, int count) {
+    const unsigned below[3] = {background.blue, background.green, background.red};
+    for (int x = 0; x < count; ++x, bgr += 3, pbgra += 4) {
+        const unsigned clear = 255u - pbgra[3];
+        for (int c = 0; c < 3; ++c) {
+            const unsigned sum = pbgra[c] + (below[c] * clear + 127) / 255;
+            bgr[c] =
+                Byte(sum < 255 ? sum : 255);  // only a colour above its alpha, which no valid pixel has, exceeds it
+        }
+    }
+}
+
+void FillTransparentGrey(std::uint8_t* row, const std::uint8_t* mask, shr::ColorFormat format, std::uint8_t level,
+                         int count) {
+    if (format == shr::GRAYSCALE_8) FillTransparent<std::uint8_t>(row, mask, level, count);
+    if (format == shr::GRAYSCALE_16) FillTransparent<std::uint16_t>(row, mask, level, count);
+    if (format == shr::GRAYSCALE_32) FillTransparent<std::uint32_t>(row, mask, level, count);
+}
+
+void ToGrey8(std::uint8_t* grey, const std::uint8_t* row, shr::ColorFormat format, int count) {
+    if (format == shr::GRAYSCALE_16) return NarrowLevels<std::uint16_t, std::uint8_t>(grey, row, count);
+    if (format == shr::GRAYSCALE_32) return NarrowLevels<std::uint32_t, std::uint8_t>(grey, row, count);
+    const int bits = shr::ColorFmtToBPP[format];
+    ValuesOf(grey, row, bits, count);
+    const unsigned scale = bits == 1 ? 255 : bits == 4 ? 17 : 1;
+    for (int x = 0; x < count; ++x) grey[x] = Byte(grey[x] * scale);
 }
 
 void ToGrey16(std::uint8_t* grey, const std::uint8_t* row, int count) {
-    for (int x = 0; x < count; ++x, grey += 2, row += 4) std::memcpy(grey, row + 2, 2);
+    NarrowLevels<std::uint32_t, std::uint16_t>(grey, row, count);
 }
 
 void AddAlpha(std::uint8_t* greyAlpha, const std::uint8_t* grey, const std::uint8_t* mask, int bytesPerSample,

@@ -42,14 +42,21 @@ void MaskOfValue16(std::uint8_t* mask, const std::uint8_t* row, int count, std::
 void SplitAlpha(std::uint8_t* bgr, std::uint8_t* mask, const std::uint8_t* bgra, int count);
 void JoinAlpha(std::uint8_t* bgra, const std::uint8_t* bgr, const std::uint8_t* mask, int count);
 
-/// A row of any colour or indexed format (premultiplied ones made straight) to BGRA. Formats without alpha take theirs
+/// A row of any format (premultiplied ones made straight) to BGRA. Formats without alpha take theirs
 /// from `mask`, or are opaque if it is null.
 void ToBgra(std::uint8_t* bgra, const std::uint8_t* row, const std::uint8_t* mask, shr::ColorFormat format,
             const shr::Color4b* colorTable, int count);
 
-/// A row of any grey format to 8 bits: wider ones lose their low bits.
+/// BGRA, straight or premultiplied, over a colour, to BGR: what is exact is rounded once.
+void LayOver(std::uint8_t* bgr, const std::uint8_t* bgra, shr::Color4b background, int count);
+void LayPremultipliedOver(std::uint8_t* bgr, const std::uint8_t* pbgra, shr::Color4b background, int count);
+/// Gives the pixels whose mask bit is clear a level, in a row of grey of 8 bits or more.
+void FillTransparentGrey(std::uint8_t* row, const std::uint8_t* mask, shr::ColorFormat format, std::uint8_t level,
+                         int count);
+
+/// A row of any grey format to 8 bits. Wider levels are rounded; full scale stays full scale.
 void ToGrey8(std::uint8_t* grey, const std::uint8_t* row, shr::ColorFormat format, int count);
-/// The upper 16 bits of 32-bit levels.
+/// 32-bit levels to 16 bits, likewise.
 void ToGrey16(std::uint8_t* grey, const std::uint8_t* row, int count);
 
 /// Pairs of a grey level and alpha, full or none as the mask says, from levels of that many bytes.

@@ -4,10 +4,10 @@
 #include <stdexcept>
 #include <vector>
 
+#include "pictures/PictureRows.h"
 #include "pictures/PictureWriter.h"
 #include "pictures/RowConversion.h"
 #include "pictures/TiffStream.h"
-#include "pictures/TileRows.h"
 
 namespace tool {
 
@@ -71,7 +71,7 @@ private:
     void EncodeRgba();
 
     PictureJob& job;
-    TileRows rows;
+    PictureRows rows;
     const shr::ColorFormat format;
     const std::uint64_t width, height;
     const Samples samples;
@@ -82,7 +82,7 @@ private:
 
 TiffWriter::TiffWriter(PictureJob& newJob)
     : job(newJob),
-      rows(job.bitmap),
+      rows(job.bitmap, job.background),
       format(rows.Format()),
       width(static_cast<std::uint64_t>(rows.Width())),
       height(static_cast<std::uint64_t>(rows.Height())),
@@ -173,8 +173,7 @@ void TiffWriter::WriteRows() {
 
 /// The row as the file's samples, in a buffer that the library may work on in place.
 void TiffWriter::FetchEncoded(int y) {
-    const int count = rows.Width();
-    rows.Fetch(0, y, count, row.data(), mask.data());
+    rows.Fetch(y, row.data(), mask.data());
     switch (samples.perPixel) {
         case 1: std::memcpy(encoded.data(), row.data(), RowBytes()); break;
         case 2: EncodeGreyAlpha(); break;
@@ -212,6 +211,9 @@ void TiffWriter::EncodeRgba() {
 
 }  // namespace
 
-void WriteTiff(PictureJob& job) { TiffWriter(job).Write(); }
+void WriteTiff(PictureJob& job) {
+    FlattenIfAsked(job);
+    TiffWriter(job).Write();
+}
 
 }  // namespace tool
