@@ -4,7 +4,7 @@
 // An input starts with a head of 9 bytes: destination format, source format (16 values each, so that some are none);
 // width, low byte first (2); height (low 3 bits), destination and source upwards (bits 3, 4) and their rows on top of
 // each other (bits 5, 6); bytes between the rows of the destination and of the source; bytes before the first pixel of
-// both (a nibble each); method of quantizing. The rest, over and over, is the source's pixels and table.
+// both (a nibble each); quantizer. The rest, over and over, is the source's pixels and table.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -73,6 +73,10 @@ void FillResult(Block& block) {
     for (std::size_t i = 0; i < block.tableSize; ++i) block.table[i] = Color4b(1, 2, 3, 4);
 }
 
+using enum zpixf::ZPixfType;
+constexpr zpixf::ZPixfType kQuantizers[] = {
+    Null, DitherOrdered, DitherDiffuse, QuantizePopularity, QuantizeMedian5, QuantizeMedian8, Resize, KeepsAlpha};
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -80,7 +84,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto dstFormat = static_cast<ColorFormat>(input.At(0) % 16),
                srcFormat = static_cast<ColorFormat>(input.At(1) % 16);
     const unsigned flags = input.At(4), width = (input.At(2) | input.At(3) << 8) % kMaxWidth, height = flags & 7;
-    const int method = static_cast<int>(input.At(8) % 8);
+    const auto quantizer = kQuantizers[input.At(8) % std::size(kQuantizers)];
     const Shape dstShape{width, height, input.At(5), input.At(7) & 15, (flags & 8) != 0, (flags & 32) != 0};
     const Shape srcShape{width, height, input.At(6), input.At(7) >> 4, (flags & 16) != 0, (flags & 64) != 0};
 
@@ -97,7 +101,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (!zbm::UseKernels(level)) continue;
         Block dst(dstFormat, dstShape);
         FillResult(dst);
-        zbm::ConvertPixels(dst.Rows(), src.ConstRows(), width, height, method);
+        zbm::ConvertPixels(dst.Rows(), src.ConstRows(), width, height, quantizer);
         if (quantizes) continue;  // that it touches no memory but the picture's is all that is known
         for (std::size_t i = 0; i < dst.size; ++i) Require(dst.bytes[i] == expected.bytes[i]);
         for (std::size_t i = 0; i < dst.tableSize; ++i) Require(dst.table[i] == expected.table[i]);

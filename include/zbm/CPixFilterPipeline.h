@@ -99,4 +99,8 @@ private:
 ZBM_API void InitPixFormat(zpixf::ZPixFormat& format, int width, int height, shr::ColorFormat colorFormat,
                            const shr::Color4b* colorTable, unsigned numColors);
 
+/// The palette that a quantizer or ditherer set in its output format becomes the colour table of an indexed bitmap,
+/// which may then have fewer colours than before. Without a palette nothing happens.
+ZBM_API void TakePalette(ZBitmap& bitmap, const zpixf::ZPixFormat& format);
+
 }  // namespace zbm

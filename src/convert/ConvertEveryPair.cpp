@@ -35,8 +35,9 @@ void ByWayOfBgra(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t 
 }  // namespace
 
 void ConvertEveryPair(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t width, std::uint32_t height,
-                      int method) {
-    if (src.format != shr::RGBA_32 || dst.format != shr::BGRX_32) return ConvertPixels(dst, src, width, height, method);
+                      zpixf::ZPixfType quantizer) {
+    if (src.format != shr::RGBA_32 || dst.format != shr::BGRX_32)
+        return ConvertPixels(dst, src, width, height, quantizer);
     ByWayOfBgra(dst, src, width, height, [](const PixelRows& to, const ConstPixelRows& bgra, std::uint32_t count) {
         ConvertPixels(to, bgra, count, 1);
     });

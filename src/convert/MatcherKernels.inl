@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "MatcherKernels.h"
+#include "cpu/PackIndices.inl"
 
 #if defined(__SSE2__)
 #include <immintrin.h>
@@ -191,36 +192,12 @@ struct Rgba32 {
 
 struct Bits {
     static void Store(uint8_t* row, size_t x, const uint8_t* indices, size_t count) {
-        uint8_t* to = row + x / 8;
-        size_t i = 0;
-        for (; i + 8 <= count; i += 8) *to++ = Pack(indices + i);
-        if (i == count) return;
-        uint8_t last[8] = {};
-        std::memcpy(last, indices + i, count - i);
-        const unsigned keep = 0xFFu >> (count - i);
-        *to = static_cast<uint8_t>((*to & keep) | Pack(last));
-    }
-
-private:
-    /// Whether each of 8 bytes is not 0, the first in the highest bit. In the product the bit of byte k, times
-    /// 2^(63 - 9 k), lands at 63 - k; no other two terms meet, so nothing is carried.
-    static uint8_t Pack(const uint8_t* bytes) {
-        constexpr uint64_t kLow7 = 0x7F7F7F7F7F7F7F7F, kOnes = 0x0101010101010101;
-        uint64_t v;
-        std::memcpy(&v, bytes, sizeof v);
-        const uint64_t isSet = (((v & kLow7) + kLow7) | v) >> 7 & kOnes;
-        return static_cast<uint8_t>(isSet * 0x8040201008040201 >> 56);
+        cpu::PackBits(row + x / 8, indices, count);
     }
 };
 struct Nibbles {
     static void Store(uint8_t* row, size_t x, const uint8_t* indices, size_t count) {
-        uint8_t* to = row + x / 2;
-        for (size_t i = 0; i < count / 2; ++i)
-            to[i] = static_cast<uint8_t>(indices[2 * i] << 4 | (indices[2 * i + 1] & 15));
-        if (count % 2 != 0) {
-            uint8_t& last = to[count / 2];
-            last = static_cast<uint8_t>(indices[count - 1] << 4 | (last & 15));
-        }
+        cpu::PackNibbles(row + x / 2, indices, count);
     }
 };
 struct Bytes {

@@ -79,14 +79,14 @@ Levels ExpandNibbles(const uint8_t* src) {
 }
 template <class Out>
 void StoreBits(Out out, uint8_t* dst, const Levels& bits) {
-    uint8_t bytes[kCount / 8] = {};
-    for (size_t i = 0; i < kCount; ++i) bytes[i / 8] |= Byte(uint32_t{bits.at[i]} << (7 - i % 8));
+    uint8_t bytes[kCount / 8];
+    cpu::PackBits(bytes, bits.at, kCount);
     out(dst, bytes);
 }
 template <class Out>
 void StoreNibbles(Out out, uint8_t* dst, const Levels& nibbles) {
     uint8_t bytes[kCount / 2];
-    for (size_t i = 0; i < kCount / 2; ++i) bytes[i] = Byte(uint32_t{nibbles.at[2 * i]} << 4 | nibbles.at[2 * i + 1]);
+    cpu::PackNibbles(bytes, nibbles.at, kCount);
     out(dst, bytes);
 }
 

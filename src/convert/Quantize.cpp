@@ -2,6 +2,7 @@
 
 #include "shr/Exception.h"
 #include "shr/ScopeExit.h"
+#include "zpixf/MakeQuantizer.h"
 
 namespace zbm {
 namespace {
@@ -15,16 +16,16 @@ struct RowReader {
         const auto& [src, width] = *static_cast<const RowReader*>(reader);
         const ConstPixelRows row{src.first + static_cast<std::ptrdiff_t>(line) * src.stride, src.format, src.stride,
                                  src.colorTable};
-        ConvertPixels({static_cast<std::uint8_t*>(buffer), shr::BGRA_32, 0}, row, width, 1, QuantizeBy::median5);
+        ConvertPixels({static_cast<std::uint8_t*>(buffer), shr::BGRA_32, 0}, row, width, 1);
         return true;
     }
 };
 
-void TakePalette(const zpixf::ZPixFilterBase& filter, const PixelRows& dst) {
-    const RGBQUAD* palette = filter.GetOutputFormat().GetColors();
-    if (palette == nullptr || dst.colorTable == nullptr) return;
+/// The whole table, black beyond the palette's entries.
+void FillColorTable(const PixelRows& dst, const zpixf::ZPixFormat& format) {
+    if (format.GetColors() == nullptr || dst.colorTable == nullptr) return;
     const auto count = static_cast<unsigned>(shr::ColorFmtToTblSize[dst.format]);
-    shr::CopyRGBQUADToColor4b(dst.colorTable, palette, count, false);
+    shr::CopyRGBQUADToColor4b(dst.colorTable, format.GetColors(), count, false);
 }
 
 /// The filters tell of failures by their results; callers of ConvertPixels must not take what was not written for
@@ -45,16 +46,17 @@ void QuantizeThrough(zpixf::ZPixFilterBase& filter, const PixelRows& dst, const 
                                              static_cast<unsigned>(shr::ColorFmtToTblSize[dst.format])));
     filter.SetScanLineFunction(&RowReader::Read, &reader);
     bool succeeds = filter.Start();
-    if (succeeds) TakePalette(filter, dst);
+    if (succeeds) FillColorTable(dst, filter.GetOutputFormat());
     for (std::uint32_t y = 0; y < height; ++y)
         succeeds &= filter.FilterScanline(y, dst.first + static_cast<std::ptrdiff_t>(y) * dst.stride);
     if (!succeeds) RaiseErrorOf(filter);
 }
 
-void Quantize(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t width, std::uint32_t height, int method) {
+void Quantize(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t width, std::uint32_t height,
+              zpixf::ZPixfType quantizer) {
     if (width == 0 || height == 0) return;
     const auto colors = static_cast<unsigned>(shr::ColorFmtToTblSize[dst.format]);
-    if (const auto filter = MakeQuantizer(method, colors)) QuantizeThrough(*filter, dst, src, width, height);
+    if (const auto filter = zpixf::MakeQuantizer(quantizer, colors)) QuantizeThrough(*filter, dst, src, width, height);
 }
 
 }  // namespace zbm

@@ -1,19 +1,14 @@
 #pragma once
 // Choosing a palette for pixels: ConvertPixels hands this to a filter of the pixel-filter library.
-#include <memory>
-
 #include "convert/ZBMColorFormat.h"
 #include "zpixf/ZPixFilterBase.h"
 
 namespace zbm {
 
-/// Writes indices and the table, which is black on entry. A method that is none writes nothing, and neither does an
-/// empty rectangle.
-void Quantize(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t width, std::uint32_t height, int method);
-
-/// The filter of a QuantizeBy value, which is to choose `colors` colours if it chooses at all; null for any other
-/// value.
-std::unique_ptr<zpixf::ZPixFilterBase> MakeQuantizer(int method, unsigned colors);
+/// Writes indices and the table, which is black on entry. A type that is no quantizer writes nothing, and neither does
+/// an empty rectangle.
+void Quantize(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t width, std::uint32_t height,
+              zpixf::ZPixfType quantizer);
 
 /// Runs `filter` over all rows and takes its palette. It is stopped at the end, also when a step throws. The filter
 /// pulls source rows one at a time, as BGRA_32; rows are asked of it even if it could not start. When it could not, or

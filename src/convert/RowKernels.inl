@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "convert/RowKernels.h"
+#include "cpu/PackIndices.inl"
 
 #if defined(__GNUC__)
 #define ZBM_INLINE [[gnu::always_inline]] inline  // values of a block are to stay in registers

@@ -48,7 +48,7 @@ void ConvertToIndexed(const PixelRows& dst, const ConstPixelRows& src, std::uint
 }  // namespace
 
 void ConvertPixels(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t width, std::uint32_t height,
-                   int method) {
+                   zpixf::ZPixfType quantizer) {
     const int tableSize = TableSize(dst.format);
     require(tableSize == 0 || dst.colorTable != nullptr, ColorFormatCheck::colorTable);
     if (dst.format == src.format) return CopyEqualFormats(dst, src, width, height);
@@ -59,7 +59,7 @@ void ConvertPixels(const PixelRows& dst, const ConstPixelRows& src, std::uint32_
     if (!IsIndexed(dst.format)) return ConvertRows(dst, src, width, height);
     if (IsGrey(src.format) || (IsIndexed(src.format) && src.format < dst.format))
         return ConvertToIndexed(dst, src, width, height);
-    Quantize(dst, src, width, height, method);
+    Quantize(dst, src, width, height, quantizer);
 }
 
 }  // namespace zbm

@@ -1,43 +1,25 @@
 #pragma once
 #include <cstdint>
 
-#include "shr/Color4b.h"
-#include "shr/ColorFormat.h"
+#include "zbm/PixelRows.h"
 
 namespace zbm {
 
 class ColorTableMatcher;
 
-/// Pixels that the caller owns. Row y starts at first + y * stride; a stride may be negative (rows stored bottom-up) or
-/// 0 (a single row). `colorTable` holds as many entries as the format's table; null where the format has none.
-struct PixelRows {
-    std::uint8_t* first;
-    shr::ColorFormat format;
-    std::int32_t stride;
-    shr::Color4b* colorTable = nullptr;
-};
-struct ConstPixelRows {
-    const std::uint8_t* first;
-    shr::ColorFormat format;
-    std::int32_t stride;
-    const shr::Color4b* colorTable = nullptr;
-};
-
-/// How colours become indices where the destination is indexed and the source is not, or has the wider index. Any other
-/// value produces no pixels.
-namespace QuantizeBy {
-inline constexpr int ditherOrdered = 1, ditherDiffuse = 2, popularity = 3, median5 = 4, median8 = 5;
-}
-
 /// Converts `height` rows of `width` pixels, and builds the destination's colour table where it has one.
 ///
 /// Writes the pixels addressed and the destination's table, nothing else: of packed formats only the bits of these
 /// pixels. Source and destination must not overlap. Equal formats copy the whole bytes that hold pixels, and the table.
-/// A format that is none writes no pixels, and neither does the pair RGBA_32 to BGRX_32: see ConvertEveryPair.h. Raises
-/// an internal error of source file "ZBMColorFormat" (line 43) for an indexed destination without a table, and what a
-/// quantizer fails with, as a shr::Exception, once every row was asked for.
+/// A format that is none writes no pixels, and neither does the pair RGBA_32 to BGRX_32: see ConvertEveryPair.h.
+/// `quantizer`, a type that zpixf::MakeQuantizer makes, is how colours become indices where the destination is indexed
+/// and the source is not, or has the wider index; any other value produces no pixels. For what becomes of premultiplied
+/// pixels see ConvertPixelRows.
+///
+/// Raises an internal error of source file "ZBMColorFormat" (line 43) for an indexed destination without a table, and
+/// what a quantizer fails with, as a shr::Exception, once every row was asked for.
 void ConvertPixels(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t width, std::uint32_t height,
-                   int method = QuantizeBy::median5);
+                   zpixf::ZPixfType quantizer = zpixf::ZPixfType::QuantizeMedian5);
 
 /// Converts rows into an indexed format whose colour table stays as it is: each colour becomes the index that
 /// `matcher`, built over that table, answers. `dstColors` and `srcColors` say how many entries the tables hold; an

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "convert/Quantize.h"
 #include "convert/ZBMColorFormat.h"
 #include "shr/ScopeExit.h"
+#include "zpixf/MakeQuantizer.h"
 
 namespace zbm {
 
@@ -27,11 +27,11 @@ bool PullForward(std::span<const CPixFilterContext> stages) {
 }
 
 /// The filters give true colours; for an indexed bitmap one more chooses the colours of its table.
-std::unique_ptr<zpixf::ZPixFilterBase> QuantizerFor(const ZBitmap& bitmap, int method) {
+std::unique_ptr<zpixf::ZPixFilterBase> QuantizerFor(const ZBitmap& bitmap, zpixf::ZPixfType type) {
     zpixf::ZPixFormat format;
     InitPixFormat(format, bitmap.GetPixelWidth(), bitmap.GetPixelHeight(), bitmap.GetColorFormat(),
                   bitmap.GetConstColorTablePtr(), bitmap.GetNumColorTableItems());
-    auto quantizer = MakeQuantizer(method, bitmap.GetNumColorTableItems());
+    auto quantizer = zpixf::MakeQuantizer(type, bitmap.GetNumColorTableItems());
     quantizer->SetOutputFormat(format);
     return quantizer;
 }
@@ -45,13 +45,6 @@ bool AddStages(CPixFilterPipeline& pipeline, std::span<const CPixFilterContext> 
     const CPixFilterContext& first = stages.front();
     quantizer->SetInputFormat(stages.back().filter->GetOutputFormat());
     return pipeline.AddPixFilter(CPixFilterContext(quantizer, first.scanLineFunction, first.bitmap));
-}
-
-void TakePalette(ZBitmap& bitmap, const zpixf::ZPixFormat& format) {
-    if (format.GetColors() == nullptr) return;
-    std::vector<shr::Color4b> colors(format.GetNumColors());
-    shr::CopyRGBQUADToColor4b(colors.data(), format.GetColors(), format.GetNumColors(), false);
-    bitmap.FillColorTable(colors.data(), format.GetNumColors());
 }
 
 }  // namespace

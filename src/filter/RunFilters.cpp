@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "convert/ZBMColorFormat.h"
 #include "core/DummyBitmap.h"
 #include "core/LockedTile.h"
 #include "core/TileReading.h"
@@ -17,7 +16,7 @@ constexpr FilterFamily kFamily{
     .firstRow = RunFiltersCheck::firstInputRow,
     .inputRow = RunFiltersCheck::inputRow,
     .outputRow = RunFiltersCheck::outputRow,
-    .quantizer = QuantizeBy::median5,
+    .quantizer = zpixf::ZPixfType::QuantizeMedian5,
 };
 
 /// Holds the state of the run in place of the bitmap, which knows of none.

@@ -1,6 +1,5 @@
 // Filters run over a bitmap in memory, in place or from another bitmap. Each line that comes out goes into the tiles at
 // once.
-#include "convert/ZBMColorFormat.h"
 #include "core/WritesFor.h"
 #include "core/checks/BasicMemBitmapChecks.h"
 #include "filter/FilterRun.h"
@@ -15,7 +14,7 @@ constexpr FilterFamily kFamily{
     .firstRow = BasicMemBitmapCheck::firstInputRow,
     .inputRow = BasicMemBitmapCheck::inputRow,
     .outputRow = BasicMemBitmapCheck::outputRow,
-    .quantizer = QuantizeBy::median5,
+    .quantizer = zpixf::ZPixfType::QuantizeMedian5,
 };
 
 /// A line that was just read from where it is written now is in the caches.

@@ -3,10 +3,10 @@
 
 #include "core/checks/BitmapChecks.h"
 #include "zbm/ZBitmap.h"
+#include "zpixf/MakeQuantizer.h"
 #include "zpixf/ZPixfAdjust.h"
 #include "zpixf/ZPixfConvolution.h"
 #include "zpixf/ZPixfMedian.h"
-#include "zpixf/ZPixfQuantize.h"
 
 namespace zbm {
 
@@ -17,11 +17,11 @@ constexpr const wchar_t* kFiltering = L"Filtering image...";
 /// False for what is no number, too.
 bool IsAmount(double amount) { return amount >= -1.0 && amount <= 1.0; }
 
-std::unique_ptr<zpixf::ZPixfQuantize> MakeQuantizer(QuantMethod method) {
+zpixf::ZPixfType QuantizerOf(QuantMethod method) {
     switch (method) {
-        case QuantMedian5: return std::make_unique<zpixf::ZPixfQuantizeMedian5>();
-        case QuantMedian8: return std::make_unique<zpixf::ZPixfQuantizeMedian8>();
-        case QuantPopularity: return std::make_unique<zpixf::ZPixfQuantizePopularity>();
+        case QuantMedian5: return zpixf::ZPixfType::QuantizeMedian5;
+        case QuantMedian8: return zpixf::ZPixfType::QuantizeMedian8;
+        case QuantPopularity: return zpixf::ZPixfType::QuantizePopularity;
     }
     require.Fail(BitmapCheck::quantMethod);
 }
@@ -105,8 +105,7 @@ bool ZBitmap::QuantizeColors(QuantMethod method, int numColors, std::vector<RGBQ
                              shr::IProgress* progress) {
     const shr::CScopedIProgressTask task(progress, L"Converting image color format...");
     palette.clear();
-    const std::unique_ptr<zpixf::ZPixfQuantize> quantizer = MakeQuantizer(method);
-    quantizer->SetDesiredColors(static_cast<unsigned>(numColors));
+    const auto quantizer = zpixf::MakeQuantizer(QuantizerOf(method), static_cast<unsigned>(numColors));
     if (!FilterScanLines(*quantizer, progress)) return false;
     const zpixf::ZPixFormat& format = quantizer->GetOutputFormat();
     for (unsigned i = 0; i < format.GetNumColors(); ++i) {

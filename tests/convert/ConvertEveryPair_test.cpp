@@ -61,13 +61,13 @@ TEST(ConvertEveryPair, ConvertsEveryPairThatNeedsNoQuantizer) {
         }
 }
 
-TEST(ConvertEveryPair, HandsTheMethodToTheConverter) {
+TEST(ConvertEveryPair, HandsTheQuantizerToTheConverter) {
     const Bytes source = SourcePixels(shr::BGRA_32, 64);
     Bytes indices(64 * kHeight, 0xC3);
     Colors colors(256);
     ConvertEveryPair({indices.data(), shr::INDEXED_8, 64, colors.data()}, {source.data(), shr::BGRA_32, 256}, 64,
-                     kHeight, 99);
-    EXPECT_EQ(indices, Bytes(64 * kHeight, 0xC3));  // no such method: no pixels
+                     kHeight, zpixf::ZPixfType::Null);
+    EXPECT_EQ(indices, Bytes(64 * kHeight, 0xC3));  // it is none: no pixels
     ConvertEveryPair({indices.data(), shr::INDEXED_8, 64, colors.data()}, {source.data(), shr::BGRA_32, 256}, 64,
                      kHeight);
     EXPECT_NE(indices, Bytes(64 * kHeight, 0xC3));

@@ -22,6 +22,13 @@ using Log = std::vector<std::string>;
 
 constexpr std::uint32_t kWidth = 5, kHeight = 3;
 
+using zpixf::ZPixfType;
+constexpr ZPixfType kChoosing[] = {ZPixfType::QuantizePopularity, ZPixfType::QuantizeMedian5,
+                                   ZPixfType::QuantizeMedian8};
+constexpr ZPixfType kAll[] = {ZPixfType::DitherOrdered, ZPixfType::DitherDiffuse, kChoosing[0], kChoosing[1],
+                              kChoosing[2]};
+int Number(ZPixfType type) { return static_cast<int>(type); }
+
 std::string Describe(const zpixf::ZPixFormat& f) {
     std::string text;
     for (const unsigned value : {f.GetWidth(), f.GetHeight(), f.GetChannels(), f.GetBitsPerChannel(), f.GetNumColors()})
@@ -190,21 +197,6 @@ TEST(ConvertPixelsQuantize, StopsTheFilterAndPassesOnWhatItThrows) {
     }
 }
 
-TEST(MakeQuantizer, GivesTheFilterOfEachMethodAndNoneForOthers) {
-    using zpixf::ZPixfType;
-    const std::pair<int, ZPixfType> types[] = {{1, ZPixfType::DitherOrdered},
-                                               {2, ZPixfType::DitherDiffuse},
-                                               {3, ZPixfType::QuantizePopularity},
-                                               {4, ZPixfType::QuantizeMedian5},
-                                               {5, ZPixfType::QuantizeMedian8}};
-    for (const auto& [method, type] : types) {
-        const auto filter = MakeQuantizer(method, 16);
-        ASSERT_NE(filter, nullptr);
-        EXPECT_EQ(filter->FilterType(), type);
-    }
-    for (const int method : {0, 6, -1}) EXPECT_EQ(MakeQuantizer(method, 16), nullptr);
-}
-
 /// 20 colours as indices of 8 bits.
 struct TwentyColors {
     Bytes pixels;
@@ -217,17 +209,17 @@ struct TwentyColors {
     }
 };
 
-TEST(ConvertPixelsQuantize, FillsTheDestinationByEveryMethod) {
+TEST(ConvertPixelsQuantize, FillsTheDestinationByEveryQuantizer) {
     const TwentyColors source;
     const auto width = static_cast<std::uint32_t>(source.pixels.size());
-    for (int method = QuantizeBy::ditherOrdered; method <= QuantizeBy::median8; ++method)
+    for (const ZPixfType quantizer : kAll)
         for (const ColorFormat dst : {shr::INDEXED_1, shr::INDEXED_4}) {
             Table table(static_cast<std::size_t>(shr::ColorFmtToTblSize[dst]), Color4b(1, 2, 3, 4));
             Bytes indices(shr::PixelBytes(width, dst));
             ConvertPixels({indices.data(), dst, 0, table.data()},
-                          {source.pixels.data(), shr::INDEXED_8, 0, source.table.data()}, width, 1, method);
-            EXPECT_NE(indices, Bytes(indices.size())) << method << " to " << dst;
-            EXPECT_NE(table[0], table[1]) << method << " to " << dst;
+                          {source.pixels.data(), shr::INDEXED_8, 0, source.table.data()}, width, 1, quantizer);
+            EXPECT_NE(indices, Bytes(indices.size())) << Number(quantizer) << " to " << dst;
+            EXPECT_NE(table[0], table[1]) << Number(quantizer) << " to " << dst;
             for (const Color4b& color : table) EXPECT_EQ(color.alpha, shr::ALPHA_MAX);
         }
 }
@@ -239,13 +231,13 @@ TEST(ConvertPixelsQuantize, GivesFewColorsExactlyAndBlackForTheRestOfTheTable) {
     ConvertPixels({bgra.data(), shr::BGRA_32, 0}, {source.pixels.data(), shr::INDEXED_8, 0, source.table.data()}, width,
                   1);
     for (std::size_t i = 3; i < bgra.size(); i += 4) bgra[i] = shr::ALPHA_MAX;
-    for (const int method : {QuantizeBy::popularity, QuantizeBy::median5, QuantizeBy::median8}) {
+    for (const ZPixfType quantizer : kChoosing) {
         Table table(256, Color4b(1, 2, 3, 4));
         ConvertPixels({indices.data(), shr::INDEXED_8, 0, table.data()}, {bgra.data(), shr::BGRA_32, 0}, width, 1,
-                      method);
+                      quantizer);
         ConvertPixels({back.data(), shr::BGRA_32, 0}, {indices.data(), shr::INDEXED_8, 0, table.data()}, width, 1);
-        EXPECT_EQ(back, bgra) << method;
-        for (std::size_t i = 20; i < 256; ++i) EXPECT_EQ(table[i], Color4b::Black) << method;
+        EXPECT_EQ(back, bgra) << Number(quantizer);
+        for (std::size_t i = 20; i < 256; ++i) EXPECT_EQ(table[i], Color4b::Black) << Number(quantizer);
     }
 }
 

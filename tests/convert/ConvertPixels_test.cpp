@@ -107,10 +107,9 @@ TEST_P(ConvertPixelsRules, MakeTheTableBlackWhereNoPixelsAreProduced) {
     const Table source(256, kPoison);
     std::uint8_t pixel = 0x3C;
     const std::uint8_t from[] = {9, 9, 9, 9};
-    for (const int method : {0, 6, -1}) {
+    for (const auto type : {zpixf::ZPixfType::Null, zpixf::ZPixfType::MakesAlpha, zpixf::ZPixfType(99)}) {
         Table table(16, kPoison);
-        ConvertPixels({&pixel, shr::INDEXED_4, 4, table.data()}, {from, shr::INDEXED_8, 4, source.data()}, 1, 1,
-                      method);
+        ConvertPixels({&pixel, shr::INDEXED_4, 4, table.data()}, {from, shr::INDEXED_8, 4, source.data()}, 1, 1, type);
         EXPECT_EQ(pixel, 0x3C);
         EXPECT_EQ(table, Table(16, Color4b::Black));
     }

@@ -9,7 +9,7 @@ namespace faults {
 namespace {
 
 /// Bytes asked for while a picture of 40 colours is quantized into an indexed one.
-std::uint64_t BytesToQuantize(std::uint32_t height, int method) {
+std::uint64_t BytesToQuantize(std::uint32_t height, zpixf::ZPixfType quantizer) {
     constexpr std::uint32_t kWidth = 40;
     std::vector<std::uint8_t> pixels;
     for (std::uint32_t i = 0; i < kWidth * height; ++i)
@@ -19,14 +19,15 @@ std::uint64_t BytesToQuantize(std::uint32_t height, int method) {
     std::vector<shr::Color4b> table(16);
     ResetRequests();
     zbm::ConvertPixels({indices.data(), shr::INDEXED_4, kWidth / 2, table.data()},
-                       {pixels.data(), shr::BGRA_32, 4 * kWidth}, kWidth, height, method);
+                       {pixels.data(), shr::BGRA_32, 4 * kWidth}, kWidth, height, quantizer);
     return RequestsSinceReset().total;
 }
 
 TEST(ConvertPixelsMemory, AskedForDoesNotGrowWithThePictureThatIsQuantized) {
-    for (int method = zbm::QuantizeBy::ditherOrdered; method <= zbm::QuantizeBy::median8; ++method) {
-        BytesToQuantize(8, method);  // what is made once and kept
-        EXPECT_EQ(BytesToQuantize(20000, method), BytesToQuantize(8, method)) << "method " << method;
+    using enum zpixf::ZPixfType;
+    for (const auto quantizer : {DitherOrdered, DitherDiffuse, QuantizePopularity, QuantizeMedian5, QuantizeMedian8}) {
+        BytesToQuantize(8, quantizer);  // what is made once and kept
+        EXPECT_EQ(BytesToQuantize(20000, quantizer), BytesToQuantize(8, quantizer)) << static_cast<int>(quantizer);
     }
 }
 

@@ -7,9 +7,9 @@
 
 #include "commands/MemoryLimit.h"
 #include "pictures/RowConversion.h"
+#include "zbm/CPixFilterPipeline.h"
 #include "zbm/ZPixelRect.h"
-#include "zpixf/ZPixfDither.h"
-#include "zpixf/ZPixfQuantize.h"
+#include "zpixf/MakeQuantizer.h"
 
 namespace tool {
 
@@ -119,46 +119,23 @@ private:
     std::optional<zbm::ZPixelRect> band;
 };
 
-struct QuantizerFilter {
-    std::unique_ptr<zpixf::ZPixFilterBase> filter;
-    unsigned passes;  ///< how often it reads the picture
-};
-
-template <class Filter>
-QuantizerFilter Choosing(unsigned colors) {
-    auto filter = std::make_unique<Filter>();
-    filter->SetDesiredColors(colors);
-    return {std::move(filter), 2};
-}
-
-QuantizerFilter MakeFilter(Quantizer quantizer, unsigned colors) {
-    switch (quantizer) {
-        case Quantizer::median5: return Choosing<zpixf::ZPixfQuantizeMedian5>(colors);
-        case Quantizer::median8: return Choosing<zpixf::ZPixfQuantizeMedian8>(colors);
-        case Quantizer::popularity: return Choosing<zpixf::ZPixfQuantizePopularity>(colors);
-        case Quantizer::ordered: return {std::make_unique<zpixf::ZPixfDitherOrdered>(), 1};
-        case Quantizer::diffuse: break;
-    }
-    return {std::make_unique<zpixf::ZPixfDitherDiffuse>(), 1};
+/// How often a filter reads the picture: those that choose colours do before they give them.
+unsigned PassesOf(zpixf::ZPixfType quantizer) {
+    using enum zpixf::ZPixfType;
+    return quantizer == DitherOrdered || quantizer == DitherDiffuse ? 1 : 2;
 }
 
 void RequireFilter(bool succeeded, const zpixf::ZPixFilterBase& filter) {
     if (!succeeded) throw std::runtime_error(filter.GetErrorDescription().ToUtf8());
 }
 
-void TakePalette(zbm::ZBasicMemBitmap& result, const zpixf::ZPixFormat& format) {
-    std::vector<shr::Color4b> colors(format.GetNumColors());
-    shr::CopyRGBQUADToColor4b(colors.data(), format.GetColors(), format.GetNumColors(), false);
-    result.FillColorTable(colors.data(), format.GetNumColors());
-}
-
-void Quantize(const zbm::ZBasicMemBitmap& source, zbm::ZBasicMemBitmap& result, Quantizer quantizer,
+void Quantize(const zbm::ZBasicMemBitmap& source, zbm::ZBasicMemBitmap& result, zpixf::ZPixfType quantizer,
               shr::IProgress& progress) {
     const shr::ColorFormat format = result.GetColorFormat();
     const int width = source.GetPixelWidth(), height = source.GetPixelHeight();
     const auto columns = static_cast<unsigned>(width), lines = static_cast<unsigned>(height);
-    const auto [filter, passes] = MakeFilter(quantizer, static_cast<unsigned>(shr::ColorFmtToTblSize[format]));
-    BgraLines bgra(source, passes, progress);
+    const auto filter = zpixf::MakeQuantizer(quantizer, static_cast<unsigned>(shr::ColorFmtToTblSize[format]));
+    BgraLines bgra(source, PassesOf(quantizer), progress);
     filter->SetInputFormat(zpixf::ZPixFormat(columns, lines));
     filter->SetOutputFormat(zpixf::ZPixFormat(columns, lines, 1, static_cast<unsigned>(shr::ColorFmtToBPP[format])));
     filter->SetScanLineFunction(&BgraLines::Pull, &bgra);
@@ -171,7 +148,7 @@ void Quantize(const zbm::ZBasicMemBitmap& source, zbm::ZBasicMemBitmap& result, 
         result.StoreRegion(row.data(), stride, 0, y, width, 1);
         result.SetMaskFromAlpha(bgra.Line(y), 4 * width, {0, y, width, y + 1});
     }
-    TakePalette(result, filter->GetOutputFormat());
+    zbm::TakePalette(result, filter->GetOutputFormat());
     filter->Stop();
 }
 
@@ -183,13 +160,13 @@ bool GivesIndices(shr::ColorFormat source, shr::ColorFormat indexed) {
 
 }  // namespace
 
-BitmapPtr ConvertBitmap(const zbm::ZBasicMemBitmap& source, shr::ColorFormat format, std::optional<Quantizer> quantizer,
-                        shr::IProgress& progress) {
+BitmapPtr ConvertBitmap(const zbm::ZBasicMemBitmap& source, shr::ColorFormat format,
+                        std::optional<zpixf::ZPixfType> quantizer, shr::IProgress& progress) {
     const shr::ColorFormat from = source.GetColorFormat();
     BitmapPtr result = MakeAlike(source, format);
     const shr::CScopedIProgressTask task(&progress, L"Converting pixels...");
     if (IsIndexed(format) && (quantizer || !GivesIndices(from, format))) {
-        Quantize(source, *result, quantizer.value_or(Quantizer::median8), progress);
+        Quantize(source, *result, quantizer.value_or(zpixf::ZPixfType::QuantizeMedian8), progress);
     } else if (from == format || (HasMask(from) && HasMask(format))) {
         ForEachTile(source, progress, DirectConversion(source, *result));
     } else {

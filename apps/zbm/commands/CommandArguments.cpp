@@ -25,12 +25,13 @@ const std::map<std::string, zcdl::CodecMethod>& Methods() {
     return methods;
 }
 
-const std::map<std::string, Quantizer>& Quantizers() {
-    static const std::map<std::string, Quantizer> quantizers{{"median5", Quantizer::median5},
-                                                             {"median8", Quantizer::median8},
-                                                             {"popularity", Quantizer::popularity},
-                                                             {"ordered", Quantizer::ordered},
-                                                             {"diffuse", Quantizer::diffuse}};
+const std::map<std::string, zpixf::ZPixfType>& Quantizers() {
+    using enum zpixf::ZPixfType;
+    static const std::map<std::string, zpixf::ZPixfType> quantizers{{"median5", QuantizeMedian5},
+                                                                    {"median8", QuantizeMedian8},
+                                                                    {"popularity", QuantizePopularity},
+                                                                    {"ordered", DitherOrdered},
+                                                                    {"diffuse", DitherDiffuse}};
     return quantizers;
 }
 

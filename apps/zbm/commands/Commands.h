@@ -25,7 +25,7 @@ struct UnpackOptions {
 struct ConvertOptions {
     ZString input, output;
     shr::ColorFormat format = shr::FORMAT_NONE;
-    std::optional<Quantizer> quantizer;
+    std::optional<zpixf::ZPixfType> quantizer;
     ReadOptions reading;
     WriteOptions writing;
 };

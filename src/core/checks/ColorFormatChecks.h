@@ -4,8 +4,9 @@
 
 namespace zbm {
 
-#define ZBM_COLOR_FORMAT_CHECKS(CHECK) \
-    CHECK(colorTable, 43, internalError, "pixels of an indexed format must come with a colour table to fill")
+#define ZBM_COLOR_FORMAT_CHECKS(CHECK)                                                                        \
+    CHECK(colorTable, 43, internalError, "pixels of an indexed format must come with a colour table to fill") \
+    CHECK(sourceTable, 9000, internalError, "the source's indices must come with their colour table")
 
 ZBM_DEFINE_CHECKS(ColorFormatCheck, "ZBMColorFormat", ZBM_COLOR_FORMAT_CHECKS)
 

@@ -61,13 +61,6 @@ struct DitherKernels {
 
     /// The entry nearest to a colour, which may lie outside the cube (up to 2^17 levels); of several the first.
     unsigned (*nearest)(const SearchPalette& palette, std::int32_t blue, std::int32_t green, std::int32_t red);
-
-    /// Replaces B, G and R of each pixel by those of its palette entry (0x00RRGGBB).
-    void (*colorize)(std::uint8_t* pixels, const std::uint8_t* indices, std::size_t count,
-                     const std::uint32_t* palette);
-    /// Packs indices of 1 or 4 bits. What lies beyond the last pixel of the last byte stays.
-    void (*pack1)(std::uint8_t* packed, const std::uint8_t* indices, std::size_t count);
-    void (*pack4)(std::uint8_t* packed, const std::uint8_t* indices, std::size_t count);
 };
 
 extern const DitherKernels kBaseDitherKernels;

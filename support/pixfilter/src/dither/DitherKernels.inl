@@ -84,30 +84,7 @@ unsigned Nearest(const SearchPalette& palette, int32_t blue, int32_t green, int3
     return first;
 }
 
-void Colorize(uint8_t* pixels, const uint8_t* indices, size_t count, const uint32_t* palette) {
-    for (size_t x = 0; x < count; ++x)
-        StorePixel(pixels + 4 * x, (LoadPixel(pixels + 4 * x) & 0xFF000000) | palette[indices[x]]);
-}
-
-template <unsigned kBits>
-void Pack(uint8_t* packed, const uint8_t* indices, size_t count) {
-    constexpr size_t kPerByte = 8 / kBits;
-    const size_t whole = count / kPerByte;
-    for (size_t i = 0; i < whole; ++i) {
-        unsigned byte = 0;
-        for (size_t j = 0; j < kPerByte; ++j) byte = byte << kBits | indices[i * kPerByte + j];
-        packed[i] = static_cast<uint8_t>(byte);
-    }
-    const size_t rest = count % kPerByte;
-    if (rest == 0) return;
-    unsigned byte = 0;
-    for (size_t j = 0; j < rest; ++j) byte = byte << kBits | indices[whole * kPerByte + j];
-    const size_t unused = 8 - rest * kBits;
-    const unsigned kept = packed[whole] & ((1u << unused) - 1);
-    packed[whole] = static_cast<uint8_t>(byte << unused | kept);
-}
-
-constexpr DitherKernels kKernels = {&ToGrey, &Ordered, &Nearest, &Colorize, &Pack<1>, &Pack<4>};
+constexpr DitherKernels kKernels = {&ToGrey, &Ordered, &Nearest};
 
 }  // namespace
 }  // namespace zpixf

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "palette/PackedColor.h"
+
 namespace zpixf {
 namespace {
 

@@ -6,13 +6,7 @@
 
 namespace zpixf {
 
-/// B in the low byte, then G and R, as a pixel's first three bytes read as a number.
-constexpr std::uint32_t PackedColor(const RGBQUAD& color) {
-    return color.rgbBlue | static_cast<std::uint32_t>(color.rgbGreen) << 8 |
-           static_cast<std::uint32_t>(color.rgbRed) << 16;
-}
-
-/// The colour of a pixel of 4 bytes in that form.
+/// The colour of a pixel of 4 bytes in the form of PackedColor.
 inline std::uint32_t PixelColor(const std::uint8_t* pixel) {
     return pixel[0] | static_cast<std::uint32_t>(pixel[1]) << 8 | static_cast<std::uint32_t>(pixel[2]) << 16;
 }

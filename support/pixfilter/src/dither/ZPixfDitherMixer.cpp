@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "dither/ZPixfDitherExact.h"
+#include "palette/PackedColor.h"
 
 namespace zpixf {
 

@@ -1,5 +1,5 @@
 #pragma once
-// The work per pixel of PaletteMap, compiled once per instruction-set level. Every level gives the same indices.
+// The work per pixel of palettes, compiled once per instruction-set level. Every level gives the same bytes.
 #include <cstddef>
 #include <cstdint>
 
@@ -31,6 +31,14 @@ struct PaletteMapKernels {
     /// lies in a cell that has not been built. Returns how many it did.
     std::size_t (*mapRow)(const std::uint32_t* cells, const CandidateGroup* groups, const std::uint8_t* pixels,
                           std::size_t count, std::uint8_t* indices);
+
+    /// Gives pixels the colours of their palette entries (0x00RRGGBB) and the alpha of `pixels`, which may be where the
+    /// colours go.
+    void (*colorize)(std::uint8_t* colors, const std::uint8_t* pixels, const std::uint8_t* indices, std::size_t count,
+                     const std::uint32_t* palette);
+    /// Packs indices of 1 or 4 bits. What lies beyond the last pixel of the last byte stays.
+    void (*pack1)(std::uint8_t* packed, const std::uint8_t* indices, std::size_t count);
+    void (*pack4)(std::uint8_t* packed, const std::uint8_t* indices, std::size_t count);
 };
 
 extern const PaletteMapKernels kBasePaletteMapKernels;

@@ -1,4 +1,4 @@
-// Kernels of PaletteMap; the including file defines the table of its level. Nothing here calls the standard library or
+// Kernels of palettes; the including file defines the table of its level. Nothing here calls the standard library or
 // is inline with external linkage, so no copy compiled for a wide level can stand in for another.
 #include <cstring>
 #if defined(__AVX2__)
@@ -7,6 +7,7 @@
 #include <emmintrin.h>
 #endif
 
+#include "cpu/PackIndices.inl"
 #include "palette/PaletteMapKernels.h"
 
 namespace zpixf {
@@ -221,7 +222,18 @@ std::size_t MapRow(const std::uint32_t* cells, const CandidateGroup* groups, con
 
 #endif
 
-constexpr PaletteMapKernels kKernels = {&MapRow};
+// (A whole pixel at a time: from four bytes the compilers make no vectors.)
+void Colorize(std::uint8_t* colors, const std::uint8_t* pixels, const std::uint8_t* indices, std::size_t count,
+              const std::uint32_t* palette) {
+    for (std::size_t x = 0; x < count; ++x) {
+        std::uint32_t pixel;
+        std::memcpy(&pixel, pixels + 4 * x, sizeof pixel);
+        pixel = (pixel & 0xFF000000) | palette[indices[x]];
+        std::memcpy(colors + 4 * x, &pixel, sizeof pixel);
+    }
+}
+
+constexpr PaletteMapKernels kKernels = {&MapRow, &Colorize, &cpu::PackBits, &cpu::PackNibbles};
 
 }  // namespace
 }  // namespace zpixf
