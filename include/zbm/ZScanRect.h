@@ -82,8 +82,7 @@ private:
     friend class ZBasicMemBitmap;
 
     enum class Content { zero, overwritten };  // whether the maker is certain to overwrite all pixels and the mask
-    struct ZBM_LOCAL Planes;
-    struct ZBM_LOCAL Place;  // the tile that a loaded record must be
+    struct ZBM_LOCAL Place;                    // the tile that a loaded record must be
 
     bool IsShapedAs(int otherWidth, int otherHeight, shr::ColorFormat otherFormat) const noexcept;
     void CreateWith(int newWidth, int newHeight, shr::ColorFormat newFormat, Content content);

@@ -4,6 +4,7 @@
 #include <limits>
 #include <new>
 
+#include "core/TilePlanes.h"
 #include "core/checks/ScanRectChecks.h"
 #include "shr/BufferedFile.h"
 #include "zbm/ZBMLib2.h"
@@ -15,28 +16,12 @@ using shr::ColorFormat;
 
 namespace {
 
-bool HasMask(ColorFormat format) { return shr::TraitsOf(format).HasMask(); }
-
 /// Rows bottom-up: the first in the block is the last of the picture.
 void PointAtRows(std::vector<std::uint8_t*>& rows, std::uint8_t* block, std::size_t rowBytes) {
     for (std::size_t row = rows.size(); row-- > 0; block += rowBytes) rows[row] = block;
 }
 
 }  // namespace
-
-/// The byte sizes of a tile's two blocks.
-struct ZScanRect::Planes {
-    std::uint64_t stride, pixelBytes, alphaStride, alphaBytes;
-
-    Planes(int width, int height, ColorFormat format)
-        : stride(shr::RowBytes(static_cast<std::uint64_t>(width), format)),
-          pixelBytes(stride * static_cast<std::uint64_t>(height)),
-          alphaStride(HasMask(format) ? shr::RowBytes(static_cast<std::uint64_t>(width), shr::GRAYSCALE_1) : 0),
-          alphaBytes(alphaStride * static_cast<std::uint64_t>(height)) {
-        // GetStride gives the row's bytes as an int.
-        if (stride > std::numeric_limits<std::int32_t>::max()) throw std::bad_alloc();
-    }
-};
 
 ZScanRect::ZScanRect(int w, int h, ColorFormat format) { Create(w, h, format); }
 
@@ -62,8 +47,10 @@ void ZScanRect::Create(int newWidth, int newHeight, ColorFormat newFormat) {
 void ZScanRect::CreateWith(int newWidth, int newHeight, ColorFormat newFormat, Content content) {
     require(newHeight >= 1 && newWidth >= 1, ScanRectCheck::size);
     require(shr::IsColorFormat(newFormat), ScanRectCheck::formatRange);
-    const Planes planes(newWidth, newHeight, newFormat);
-    const bool masked = HasMask(newFormat);
+    const TilePlanes planes(newWidth, newHeight, newFormat);
+    // GetStride gives the row's bytes as an int.
+    if (planes.stride > std::numeric_limits<std::int32_t>::max()) throw std::bad_alloc();
+    const bool masked = planes.alphaBytes != 0;
     const auto rows = static_cast<std::size_t>(newHeight);
 
     ByteBuffer newPixels =

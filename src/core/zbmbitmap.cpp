@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "core/RectAt.h"
+#include "core/TileGrid.h"
 #include "core/checks/BitmapChecks.h"
 #include "shr/Units.h"
 #include "zbm/ZBitmap.h"
@@ -110,20 +111,18 @@ void ZBitmap::Copy(const ZBitmap& source) {
 }
 
 void ZBitmap::CreateScanRectLayout(int tileHeight, int tileWidth) {
-    const int fullRows = pixelHeight / tileHeight, rest = pixelHeight % tileHeight;
-    scanRectRows.reserve(scanRectRows.size() + static_cast<std::size_t>(fullRows) + (rest >= 1 ? 1 : 0));
-    for (int i = 0; i < fullRows; ++i)
-        SetScanRectRowInfo(scanRectRows.emplace_back(), i * tileHeight, tileHeight, tileWidth);
-    if (rest >= 1) SetScanRectRowInfo(scanRectRows.emplace_back(), fullRows * tileHeight, rest, tileWidth);
+    const TileSide down(pixelHeight, tileHeight);
+    scanRectRows.reserve(scanRectRows.size() + static_cast<std::size_t>(down.Count()));
+    for (int i = 0; i < down.Count(); ++i)
+        SetScanRectRowInfo(scanRectRows.emplace_back(), down.Begin(i), down.Length(i), tileWidth);
 }
 
 void ZBitmap::SetScanRectRowInfo(ZScanRectRow& row, int top, int rowHeight, int tileWidth) const {
-    const int fullCols = pixelWidth / tileWidth, rest = pixelWidth % tileWidth;
-    const std::size_t added = static_cast<std::size_t>(fullCols) + (rest >= 1 ? 1 : 0);
+    const TileSide across(pixelWidth, tileWidth);
+    const auto added = static_cast<std::size_t>(across.Count());
     row.boxes.reserve(row.boxes.size() + added);
-    for (int j = 0; j < fullCols; ++j)
-        row.boxes.push_back(RECT{j * tileWidth, top, (j + 1) * tileWidth, top + rowHeight});
-    if (rest >= 1) row.boxes.push_back(RECT{fullCols * tileWidth, top, fullCols * tileWidth + rest, top + rowHeight});
+    for (int j = 0; j < across.Count(); ++j)
+        row.boxes.push_back(RECT{across.Begin(j), top, across.End(j), top + rowHeight});
     row.tiles.resize(row.tiles.size() + added);
 }
 

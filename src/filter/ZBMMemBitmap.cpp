@@ -2,9 +2,7 @@
 
 #include <algorithm>
 
-#include "core/ArchiveValues.h"
 #include "core/TileReading.h"
-#include "core/checks/MemBitmapChecks.h"
 #include "filter/ReductionSizes.h"
 #include "shr/ScopeExit.h"
 
@@ -191,66 +189,6 @@ ZBitmap* ZMemBitmap::GetPtrToPOTReduction(unsigned level) {
     if (level == 0 || IsItsOwnReduction(*this)) return this;
     if (reductions.size() < level) return nullptr;
     return reductions[level - 1].get();
-}
-
-bool ZMemBitmap::Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) {
-    require(legacy == nullptr, MemBitmapCheck::legacy);
-    return io.IsStoring() ? StoreWithReductions(io, progress) : LoadWithReductions(io, progress);
-}
-
-/// What is held is stored as it is: stale reductions are not built again first.
-bool ZMemBitmap::StoreWithReductions(SerializeIO& io, shr::IProgress* progress) {
-    io.WriteObjVersion(1);
-    if (!ZBasicMemBitmap::Serialize(io, progress, nullptr)) return false;
-    const bool withReductions = io.StoringPOTReductions();
-    WriteU32(io, withReductions ? 1 : 0);
-    if (!withReductions) return true;
-    WriteU32(io, static_cast<std::uint32_t>(reductions.size()));
-    for (const auto& level : reductions)
-        if (!level->Serialize(io, progress, nullptr)) return false;
-    return true;
-}
-
-/// An archive that fails even here leaves the bitmap empty.
-unsigned short ZMemBitmap::ReadVersion(SerializeIO& io) {
-    shr::ScopeExit leaveEmpty([this] {
-        FreeAllPOTReductions();
-        CreateCleanup();
-    });
-    const unsigned short version = io.ReadObjVersion();
-    leaveEmpty.Release();
-    return version;
-}
-
-bool ZMemBitmap::LoadWithReductions(SerializeIO& io, shr::IProgress* progress) {
-    require(ReadVersion(io) == 1, MemBitmapCheck::recordVersion);
-    FreeAllPOTReductions();
-    needsRebuild = true;
-    return ZBasicMemBitmap::Serialize(io, progress, nullptr) && LoadReductions(io, progress);
-}
-
-bool ZMemBitmap::LoadReductions(SerializeIO& io, shr::IProgress* progress) {
-    std::unique_ptr<ZBasicMemBitmap> level;
-    shr::ScopeExit undo([&] {
-        FreeAllPOTReductions();
-        // A level that holds something is one of an unknown version: then what was read stays. Others were emptied.
-        if (level == nullptr || level->GetColorFormat() == shr::FORMAT_NONE) CreateCleanup();
-    });
-    const bool stored = ReadU32(io) != 0;
-    for (std::uint32_t count = stored ? ReadU32(io) : 0; count > 0; --count) {
-        reductions.emplace_back();
-        level = std::make_unique<ZBasicMemBitmap>(1, 1, shr::BGRA_32, 512, 512);
-        if (!level->Serialize(io, progress, nullptr)) {
-            FreeAllPOTReductions();
-            Create(1, 1, shr::BGRA_32, 512, 512);
-            undo.Release();
-            return false;
-        }
-        reductions.back() = std::move(level);
-    }
-    needsRebuild = !stored;
-    undo.Release();
-    return true;
 }
 
 }  // namespace zbm

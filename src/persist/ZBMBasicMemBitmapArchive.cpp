@@ -1,8 +1,9 @@
 // A memory bitmap's record in an archive: the format information, u16 version 1, then the tiles, row by row.
-#include "core/ScanRectRecord.h"
+#include "core/TileRecord.h"
 #include "core/checks/BasicMemBitmapChecks.h"
 #include "core/checks/ScanRectChecks.h"
 #include "shr/ScopeExit.h"
+#include "zbm/SerializeIO.h"
 #include "zbm/ZBasicMemBitmap.h"
 
 namespace zbm {
@@ -65,7 +66,7 @@ bool ZBasicMemBitmap::LoadTile(SerializeIO& io, int row, int col) {
     const ZScanRect::Place place{static_cast<int>(box.right - box.left), static_cast<int>(box.bottom - box.top),
                                  colorFormat};
     const auto remaining = io.RemainingBytes();
-    if (remaining && TilePlanes(place.width, place.height, place.format).MinRecordBytes() > *remaining)
+    if (remaining && MinRecordBytes(TilePlanes(place.width, place.height, place.format)) > *remaining)
         require.Fail(BasicMemBitmapCheck::recordLength);
     scanRectRows[static_cast<std::size_t>(row)].tiles[static_cast<std::size_t>(col)] =
         std::make_unique<ZScanRect>(place.width, place.height, place.format);

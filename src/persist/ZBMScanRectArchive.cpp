@@ -1,35 +1,11 @@
 // A tile's record in an archive: u16 version 1, i32 width, height and format, the pixels as one compressed block, and
 // for a format without alpha channel the mask as a second one.
-#include <limits>
-
 #include "core/ArchiveValues.h"
-#include "core/ScanRectRecord.h"
+#include "core/TileRecord.h"
 #include "core/checks/ScanRectChecks.h"
-#include "zbm/ZScanRect.h"
+#include "zbm/SerializeIO.h"
 
 namespace zbm {
-
-namespace {
-
-/// The longest block whose encoded form can surely be framed by a 32-bit length.
-bool CanBeFramed(std::uint64_t byteCount) {
-    return byteCount <= std::numeric_limits<std::uint32_t>::max() &&
-           zcdl::MaxEncodedSize(byteCount) <= std::numeric_limits<std::uint32_t>::max();
-}
-
-}  // namespace
-
-TilePlanes::TilePlanes(int width, int height, shr::ColorFormat format) {
-    const auto w = static_cast<std::uint64_t>(width), h = static_cast<std::uint64_t>(height);
-    pixelBytes = shr::RowBytes(w, format) * h;
-    maskBytes = shr::ColorFmtHasAlphaChannel[format] ? 0 : shr::RowBytes(w, shr::GRAYSCALE_1) * h;
-}
-
-std::uint64_t TilePlanes::MinRecordBytes() const {
-    constexpr std::uint64_t kHead = 2 + 3 * 4, kLength = 4;
-    const std::uint64_t mask = maskBytes == 0 ? 0 : kLength + zcdl::MinEncodedSize(maskBytes);
-    return kHead + kLength + zcdl::MinEncodedSize(pixelBytes) + mask;
-}
 
 void ZScanRect::Serialize(SerializeIO& io) {
     if (io.IsStoring()) return Store(io);
@@ -37,7 +13,7 @@ void ZScanRect::Serialize(SerializeIO& io) {
 }
 
 void ZScanRect::Store(SerializeIO& io) const {
-    require(CanBeFramed(pixels.Size()) && CanBeFramed(alpha.Size()), ScanRectCheck::storedBlocks);
+    require(CanBeFramed(TilePlanes(width, height, colorFormat)), ScanRectCheck::storedBlocks);
     io.WriteObjVersion(1);
     WriteI32(io, width);
     WriteI32(io, height);
@@ -57,7 +33,7 @@ bool ZScanRect::Load(SerializeIO& io, const Place* place) {
     require(place == nullptr || *place == Place{newWidth, newHeight, newFormat}, ScanRectCheck::recordPlace);
 
     const TilePlanes planes(newWidth, newHeight, newFormat);
-    require(CanBeFramed(planes.pixelBytes) && CanBeFramed(planes.maskBytes), ScanRectCheck::recordBlocks);
+    require(CanBeFramed(planes), ScanRectCheck::recordBlocks);
     const auto remaining = io.RemainingBytes();
     require(!remaining || zcdl::MinEncodedSize(planes.pixelBytes) <= *remaining, ScanRectCheck::recordLength);
 

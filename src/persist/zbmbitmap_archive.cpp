@@ -1,7 +1,7 @@
 // The format information with which every stored bitmap begins: u16 version 1; i32 pixel height, pixel width, format,
 // tile height, tile width, x and y resolution; u32 number of colours; the colours.
 #include "core/ArchiveValues.h"
-#include "core/ScanRectRecord.h"
+#include "core/TileRecord.h"
 #include "core/checks/BitmapChecks.h"
 #include "shr/ScopeExit.h"
 #include "zbm/ISerializeLegacyGCS.h"
@@ -27,7 +27,7 @@ bool CanHoldTiles(SerializeIO& io, int height, int width, shr::ColorFormat forma
     if (!remaining) return down.Count() * across.Count() <= kBelievedTiles && down.Count() <= kBelievedTiles;
 
     const auto bytes = [&](int w, int h) {
-        return w == 0 || h == 0 ? 0.0 : static_cast<double>(TilePlanes(w, h, format).MinRecordBytes());
+        return w == 0 || h == 0 ? 0.0 : static_cast<double>(MinRecordBytes(TilePlanes(w, h, format)));
     };
     const double needed = bytes(tileWidth, tileHeight) * across.full * down.full +
                           bytes(across.rest, tileHeight) * down.full + bytes(tileWidth, down.rest) * across.full +
