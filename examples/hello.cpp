@@ -27,6 +27,7 @@ int main() {
     zbm::SerializeIO in(loading, false);
     zbm::ZMemBitmap loaded(1, 1, shr::BGRA_32);
     loaded.Serialize(in, nullptr, nullptr);
+    if (in.DamagedBlocks() != 0) std::puts("The file is damaged: parts of the picture are missing.");
 
     std::uint8_t pixel[4];
     loaded.FetchRegion(pixel, 4, 1234, 567, 1, 1);

@@ -63,7 +63,8 @@ void Require(bool condition) {
     if (!condition) std::abort();
 }
 
-bool Load(zbm::ZBasicMemBitmap& bitmap, shr::ISerialize& archive) {
+template <class Archive>
+bool Load(zbm::ZBasicMemBitmap& bitmap, Archive& archive) {
     zbm::SerializeIO io(archive, true);
     try {
         return bitmap.Serialize(io, nullptr, nullptr);

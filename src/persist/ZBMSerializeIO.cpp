@@ -1,6 +1,6 @@
 #include <algorithm>
 #include <cstring>
-#include <stdexcept>
+#include <vector>
 
 #include "zbm/SerializeIO.h"
 
@@ -9,6 +9,9 @@ namespace zbm {
 static_assert(sizeof(unsigned int) == 4 && sizeof(unsigned short) == 2);
 
 namespace {
+
+/// Room for so many bytes is made before they have come: a block of a usual tile is read at once.
+constexpr std::uint32_t kPieceBytes = 4 << 20;
 
 void Drain(shr::ISerialize& archive, std::uint32_t byteCount) {
     unsigned char piece[4096];
@@ -41,16 +44,46 @@ void SerializeIO::Read(unsigned char* dst, unsigned int byteCount) { archive.Rea
 void SerializeIO::Write(const unsigned char* src, unsigned int byteCount) { archive.Write(src, byteCount); }
 
 void SerializeIO::ReadCompressed(unsigned char* dst, unsigned int byteCount) {
+    FetchBlock(byteCount);
+    DecodeBlock(dst, byteCount);
+}
+
+std::uint32_t SerializeIO::FetchBlock(unsigned int byteCount) {
     std::uint32_t encodedBytes = 0;
     archive.Read(&encodedBytes, sizeof encodedBytes);
     if (encodedBytes > zcdl::MaxEncodedSize(byteCount)) {
         Drain(archive, encodedBytes);  // no encoder wrote this; keep in step with what follows
-        std::memset(dst, 0, byteCount);
-        return;
+        decoder.SetEncodeBufferSize(0);
+    } else if (HoldsAtOnce(encodedBytes)) {
+        decoder.SetEncodeBufferSize(encodedBytes);
+        archive.Read(decoder.GetEncodeBuffer(), encodedBytes);
+    } else {
+        GatherBlock(encodedBytes);
+    }
+    return encodedBytes;
+}
+
+bool SerializeIO::HoldsAtOnce(std::uint32_t byteCount) {
+    if (byteCount <= kPieceBytes) return true;
+    const auto remaining = RemainingBytes();
+    return remaining && byteCount <= *remaining;
+}
+
+/// Piece by piece, each as long as all before it, so that no more room is made than has come.
+void SerializeIO::GatherBlock(std::uint32_t encodedBytes) {
+    std::vector<unsigned char> block;
+    while (block.size() < encodedBytes) {
+        const std::size_t come = block.size();
+        const std::size_t piece = std::min(encodedBytes - come, std::max<std::size_t>(come, kPieceBytes));
+        block.resize(come + piece);
+        archive.Read(block.data() + come, static_cast<unsigned>(piece));
     }
     decoder.SetEncodeBufferSize(encodedBytes);
-    archive.Read(decoder.GetEncodeBuffer(), encodedBytes);
-    decoder.Decode(dst, byteCount);
+    std::memcpy(decoder.GetEncodeBuffer(), block.data(), encodedBytes);
+}
+
+void SerializeIO::DecodeBlock(unsigned char* dst, unsigned int byteCount) {
+    if (!decoder.Decode(dst, byteCount)) ++damagedBlocks;
 }
 
 void SerializeIO::WriteCompressed(const unsigned char* src, unsigned int byteCount) {
@@ -61,7 +94,6 @@ void SerializeIO::WriteCompressed(const unsigned char* src, unsigned int byteCou
 }
 
 std::optional<std::uint64_t> SerializeIO::RemainingBytes() {
-    auto* extent = dynamic_cast<shr::ISerializeExtent*>(&archive);
     if (extent == nullptr) return std::nullopt;
     return extent->RemainingBytes();
 }

@@ -115,6 +115,8 @@ TEST(BinaryLayout, OfAStream) {
         void* encoder;
         void* decoder;
         bool storePOTReductions;
+        shr::ISerializeExtent* extent;
+        std::uint64_t damagedBlocks;
     };
     static_assert(sizeof(StreamImage) == sizeof(zbm::SerializeIO));
     shr::MemoryArchive archive;
@@ -123,6 +125,8 @@ TEST(BinaryLayout, OfAStream) {
         StreamImage image{};
         std::memcpy(static_cast<void*>(&image), &io, sizeof image);
         EXPECT_EQ(image.archive, &archive);
+        EXPECT_EQ(image.extent, &archive);
+        EXPECT_EQ(image.damagedBlocks, 0u);
         EXPECT_NE(image.encoder, nullptr);
         EXPECT_NE(image.decoder, nullptr);
         EXPECT_EQ(image.storePOTReductions, withReductions);

@@ -116,7 +116,8 @@ inline Bytes Stored(ZBasicMemBitmap& bitmap, zcdl::CodecMethod method, Reduction
     return archive.Bytes();
 }
 
-inline bool Load(ZBasicMemBitmap& bitmap, shr::ISerialize& archive, shr::IProgress* progress = nullptr) {
+template <class Archive>
+bool Load(ZBasicMemBitmap& bitmap, Archive& archive, shr::IProgress* progress = nullptr) {
     zbm::SerializeIO io(archive, true);
     return bitmap.Serialize(io, progress, nullptr);
 }

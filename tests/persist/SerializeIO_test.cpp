@@ -189,6 +189,35 @@ TEST(CompressedBlock, LongerThanAnyEncoderMakesItIsDrainedAndReadsAsZeroes) {
     }
 }
 
+constexpr unsigned kPiece = 4 << 20;  // the room that a claim alone gets
+
+TEST(CompressedBlock, ThatIsLongComesInPiecesWhereTheArchiveDoesNotTellItsLength) {
+    for (const std::size_t size : {kPiece - 5u, kPiece - 4u, 3 * kPiece, 9 * kPiece + 1}) {
+        const Bytes data = SomeBytes(size, 3);
+        PlainArchive loading(ArchiveWriter().Block(data).U16(77).Take());
+        SerializeIO in(loading, false);
+        ASSERT_TRUE(Read(in, size) == data) << size;
+        EXPECT_EQ(in.DamagedBlocks(), 0u);
+        EXPECT_EQ(in.ReadObjVersion(), 77u);
+        unsigned come = 0;
+        for (std::size_t i = 1; i + 1 < loading.sizes.size(); come += loading.sizes[i++])
+            EXPECT_LE(loading.sizes[i], std::max(come, kPiece)) << "no more than has come";
+        EXPECT_EQ(come, size + 5);
+    }
+}
+
+TEST(CompressedBlock, ThatIsLongIsReadAtOnceWhereTheArchiveHoldsIt) {
+    const Bytes data = SomeBytes(3 * kPiece, 3);
+    PlainArchive loading(ArchiveWriter().Block(data).Take());
+    struct Rest : shr::ISerializeExtent {
+        std::uint64_t RemainingBytes() override { return 3 * kPiece + 5; }
+    } rest;
+    SerializeIO in(loading, false);
+    in.SetExtent(&rest);
+    EXPECT_TRUE(Read(in, data.size()) == data);
+    EXPECT_EQ(loading.sizes, (std::vector<unsigned>{4, 3 * kPiece + 5}));
+}
+
 TEST(CompressedBlock, ThatClaimsFourGigabytesEndsWithTheArchivesError) {
     PlainArchive loading(ArchiveWriter().U32(0xFFFFFFFF).Raw(Bytes(5000, 1)).Take());
     SerializeIO in(loading, false);
@@ -228,6 +257,47 @@ TEST(SerializeIO, TellsWhatIsLeftWhereTheArchiveDoes) {
     EXPECT_EQ(with.RemainingBytes(), 10u);
     with.ReadObjVersion();
     EXPECT_EQ(with.RemainingBytes(), 8u);
+}
+
+TEST(SerializeIO, AsksNobodyForTheExtentOfAnArchiveThatIsOnlyKnownByItsInterfaceUntilItIsTold) {
+    shr::MemoryArchive memory(Bytes(10));
+    shr::ISerialize& asHostsHandItOn = memory;
+    SerializeIO io(asHostsHandItOn, false);
+    EXPECT_EQ(io.RemainingBytes(), std::nullopt);
+    io.SetExtent(&memory);
+    EXPECT_EQ(io.RemainingBytes(), 10u);
+    io.SetExtent(nullptr);
+    EXPECT_EQ(io.RemainingBytes(), std::nullopt);
+}
+
+TEST(SerializeIO, CountsTheDamagedBlocksAmongThoseThatItReads) {
+    const Bytes data = SomeBytes(400), encoded = testkit::Encode(data, CodecMethod::balanced);
+    Bytes damaged = encoded;
+    damaged[encoded.size() / 2] ^= 0x55;
+    const auto tooLong = static_cast<std::size_t>(zcdl::MaxEncodedSize(400)) + 1;
+    PlainArchive loading(ArchiveWriter()
+                             .Framed(encoded)
+                             .Framed(damaged)
+                             .Framed(encoded)
+                             .U32(0)
+                             .Framed(Bytes(tooLong, 0xEE))
+                             .Block(SomeBytes(399))
+                             .Framed(encoded)
+                             .Take());
+    SerializeIO in(loading, false);
+    std::vector<std::uint64_t> counts{in.DamagedBlocks()};
+    for (int block = 0; block < 7; ++block) {
+        Read(in, 400);
+        counts.push_back(in.DamagedBlocks());
+    }
+    EXPECT_EQ(counts, (std::vector<std::uint64_t>{0, 0, 1, 1, 2, 3, 4, 4}));
+}
+
+TEST(SerializeIO, CountsNoDamagedBlocksWhileItWrites) {
+    PlainArchive storing;
+    SerializeIO out(storing, false);
+    Write(out, SomeBytes(400));
+    EXPECT_EQ(out.DamagedBlocks(), 0u);
 }
 
 TEST(SerializeIO, GivesTheSameBytesWhetherBuffersAreFreshOrUsed) {

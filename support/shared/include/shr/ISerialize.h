@@ -23,8 +23,9 @@ protected:
     ~ISerialize() = default;
 };
 
-/// An archive may implement this beside ISerialize to tell how much is left to read. Readers then refuse a count that
-/// the rest of the archive cannot back before they allocate for it.
+/// An archive may implement this beside ISerialize to tell how much is left to read. It is handed to the reader, which
+/// then refuses a count that the rest of the archive cannot back before it allocates for it; an archive behind an
+/// ISerialize is never asked what else it is, as hosts may be compiled without run-time types.
 class SHR_API ISerializeExtent {
 public:
     virtual std::uint64_t RemainingBytes() = 0;
