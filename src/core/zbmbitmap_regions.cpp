@@ -100,6 +100,7 @@ void ZBitmap::StoreRegion(const unsigned char* src, int srcStride, int x, int y,
 
 void ZBitmap::GetAlphaFromMask(unsigned char* dst, int dstStride, const RECT& rect, unsigned pixelStep) const {
     require(!shr::ColorFmtHasAlphaChannel[colorFormat], BitmapCheck::alphaFetchedFormat);
+    require(pixelStep >= 1, BitmapCheck::alphaFetchedStep);
     ForEachPart(scanRectRows, rect, BitmapCheck::alphaFetchedPart, [&](const TilePart& part) {
         const ZScanRect& tile = LockScanRect(part.row, part.col);
         for (int k = 0; k < part.height; ++k) {

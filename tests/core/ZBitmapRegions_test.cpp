@@ -230,6 +230,14 @@ TEST(MaskExchange, OfAFormatWithAlphaChannelIsAnInternalError) {
     }
 }
 
+TEST(GetAlphaFromMask, OfPixelsWithoutBytesIsAnInternalError) {
+    OpenBitmap bitmap(4, 4, shr::GRAYSCALE_8, 8, 8);
+    std::vector<std::uint8_t> pixels(64, 0xCC);
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.GetAlphaFromMask(pixels.data(), 16, RECT{0, 0, 4, 4}, 0); }, kFile));
+    EXPECT_EQ(pixels, std::vector<std::uint8_t>(64, 0xCC));
+    EXPECT_TRUE(bitmap.calls.empty()) << "no tile is locked for it";
+}
+
 TEST(FetchRegion, RefusesEachNegativeCoordinate) {
     OpenBitmap bitmap(9, 9, shr::GRAYSCALE_8, 4, 4);
     std::uint8_t byte = 0;
@@ -283,6 +291,14 @@ TEST(FetchRegion, LocksAndUnlocksOnlyTheTilesThatItMeetsInTheirOrder) {
     OpenBitmap bitmap(12, 12, shr::GRAYSCALE_8, 4, 4);
     std::vector<std::uint8_t> pixels(25);
     bitmap.FetchRegion(pixels.data(), 5, RECT{4, 3, 9, 8});
+    EXPECT_EQ(bitmap.calls, (std::vector<std::string>{"Lock 0,1", "Unlock 0,1", "Lock 0,2", "Unlock 0,2", "Lock 1,1",
+                                                      "Unlock 1,1", "Lock 1,2", "Unlock 1,2"}));
+}
+
+TEST(GetAlphaFromMask, LocksAndUnlocksOnlyTheTilesThatItMeetsInTheirOrder) {
+    OpenBitmap bitmap(12, 12, shr::GRAYSCALE_8, 4, 4);
+    std::vector<std::uint8_t> pixels(25);
+    bitmap.GetAlphaFromMask(pixels.data(), 5, RECT{4, 3, 9, 8}, 1);
     EXPECT_EQ(bitmap.calls, (std::vector<std::string>{"Lock 0,1", "Unlock 0,1", "Lock 0,2", "Unlock 0,2", "Lock 1,1",
                                                       "Unlock 1,1", "Lock 1,2", "Unlock 1,2"}));
 }
@@ -365,6 +381,31 @@ TEST(RegionsGivenAsPlaceAndSize, BecomeRectangles) {
     shr::CDib dib;
     bitmap.FetchDib(dib, 3, 4, 5, 6);
     EXPECT_EQ(bitmap.kept, (std::vector<int>{3, 4, 8, 10, 0}));
+}
+
+constexpr int kMost = std::numeric_limits<int>::max(), kLeast = std::numeric_limits<int>::min();
+
+TEST(RegionsGivenAsPlaceAndSize, EndAtTheLargestNumberWhereTheSumIsLarger) {
+    RectRecorder bitmap(9, 9, shr::GRAYSCALE_8, 4, 4);
+    std::uint8_t byte = 0;
+    bitmap.FetchRegion(&byte, 1, 5, 7, kMost, kMost);
+    EXPECT_EQ(bitmap.kept, (std::vector<int>{5, 7, kMost, kMost, 1}));
+    bitmap.StoreRegion(&byte, 1, -5, kMost, kMost, 1);
+    EXPECT_EQ(bitmap.kept, (std::vector<int>{-5, kMost, kMost - 5, kMost, 1}));
+    bitmap.FetchRegion(&byte, 1, kLeast, 0, -1, kLeast);
+    EXPECT_EQ(bitmap.kept, (std::vector<int>{kLeast, 0, kLeast, kLeast, 1}));
+}
+
+TEST(RegionsGivenAsPlaceAndSize, AreCutToThePictureHoweverLargeTheyAre) {
+    OpenBitmap bitmap(3, 2, shr::GRAYSCALE_8, 2, 2);
+    std::uint8_t pixels[2] = {7, 8};
+    bitmap.StoreRegion(pixels, 2, 1, 1, kMost, kMost);
+    EXPECT_EQ(testkit::GetPixel(bitmap, 1, 1), 7u);
+    EXPECT_EQ(testkit::GetPixel(bitmap, 2, 1), 8u);
+    std::uint8_t fetched[2] = {};
+    bitmap.FetchRegion(fetched, 2, 1, 1, kMost, kMost);
+    EXPECT_EQ(fetched[0], 7);
+    EXPECT_EQ(fetched[1], 8);
 }
 
 }  // namespace
