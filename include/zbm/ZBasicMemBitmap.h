@@ -8,6 +8,7 @@ namespace zbm {
 
 class CPixFilterContext;
 class LineSource;
+struct TileGrid;
 
 /// A bitmap with every tile in memory. Locking costs nothing and commits do nothing.
 ///
@@ -61,7 +62,9 @@ public:
     bool CommitAll(shr::IProgress* progress) override;
     ZBitmap* GetPtrToPOTReduction(unsigned level) override;
     /// A load that is cancelled leaves a bitmap of 1 x 1, and one that fails an empty one; only after a record of an
-    /// unknown version is there what was read before it, with tiles missing. `legacy` must be null (line 770).
+    /// unknown version is there what was read before it, with tiles missing (of a grid that was laid out).
+    /// SerializeIO::DamagedBlocks tells afterwards whether pixels are lost. An empty bitmap is not stored: that raises
+    /// ERR_ZBM_WRITE_ARCHIVE before anything is written. `legacy` must be null (line 770).
     bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) override;
     /// Raises an internal error for a bitmap without rows (line 949). What a filter or the progress throws passes on;
     /// the lines written until then stay.
@@ -71,7 +74,11 @@ public:
     static const shr::CTypeInfo ClassTypeId;
 
 protected:
-    /// ZBitmap::Init, after dropping the copy of an input row.
+    /// A large grid of an archive that does not tell how much is left is not laid out on loading: Serialize adds each
+    /// tile's place when the tile arrives.
+    void SerializeFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy) override;
+    /// ZBitmap::Init, after dropping the copy of an input row. Raises std::bad_alloc, before anything is laid out, for
+    /// more pixels than any memory holds.
     void Init(int newPixelHeight, int newPixelWidth, shr::ColorFormat newFormat, int newTileHeight, int newTileWidth);
     void CopyAll(const ZBasicMemBitmap& source);
     void AllocateScanRects();
@@ -103,7 +110,8 @@ private:
     void TakeResolution(const ZBitmap& source);
     bool StoreTiles(SerializeIO& io, shr::IProgress* progress);
     bool LoadTiles(SerializeIO& io, shr::IProgress* progress);
-    bool LoadTile(SerializeIO& io, int row, int col);
+    bool LoadTile(SerializeIO& io, const TileGrid& grid, int row, int col);
+    std::unique_ptr<ZScanRect>& PlaceOf(const TileGrid& grid, int row, int col);
 };
 
 }  // namespace zbm

@@ -55,7 +55,8 @@ public:
 
     /// Copies a rectangle in the bitmap's own format into the caller's rows, `dst` being its top row and `dstStride`
     /// the bytes to the next. What lies outside the bitmap is not written. Raises internal errors for a negative
-    /// coordinate (line 519) and for a width (521) or height (522) below 1.
+    /// coordinate (line 519) and for a width (521) or height (522) below 1. Given as a corner and a size, a rectangle
+    /// may end beyond the largest number.
     virtual void FetchRegion(unsigned char* dst, int dstStride, const RECT& rect) const;
     virtual void FetchRegion(unsigned char* dst, int dstStride, int x, int y, int w, int h) const;
     /// Copies the caller's rows into a rectangle and commits the tiles that it meets. The rectangle may reach outside
@@ -76,7 +77,8 @@ public:
     virtual bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) = 0;
 
     /// Expands the mask of a rectangle: the last byte of each destination pixel of `pixelStep` bytes becomes 255 where
-    /// the bitmap is opaque and 0 where not. Only for formats without alpha channel (else an internal error).
+    /// the bitmap is opaque and 0 where not. Only for formats without alpha channel, and steps of 1 or more (else
+    /// internal errors).
     virtual void GetAlphaFromMask(unsigned char* dst, int dstStride, const RECT& rect, unsigned pixelStep) const;
     /// The reverse from pixels of 4 bytes: opaque where the fourth byte is 128 or more. Commits the tiles that it
     /// meets.
@@ -171,6 +173,9 @@ protected:
     /// below 1 (879) and an unknown format (122); the bitmap is then without format and rows.
     void Init(int newPixelHeight, int newPixelWidth, shr::ColorFormat newFormat, int newScanRectHeight,
               int newScanRectWidth);
+    /// All of Init but the layout.
+    void InitWithoutLayout(int newPixelHeight, int newPixelWidth, shr::ColorFormat newFormat, int newScanRectHeight,
+                           int newScanRectWidth);
     /// Only on a bitmap without format (120).
     void SetColorFormat(shr::ColorFormat newFormat);
     /// Drops all tiles, the format and the table's count; keeps the sizes.
@@ -182,6 +187,10 @@ protected:
     void TakeOver(ZBitmap& source) noexcept;
     void CreateScanRectLayout(int tileHeight, int tileWidth);
     void SetScanRectRowInfo(ZScanRectRow& row, int top, int rowHeight, int tileWidth) const;
+    /// What becomes of a large grid of which nothing is known to be in the archive: it is laid out (and refused if it
+    /// is larger still), or left out for a bitmap that adds the places of tiles as these arrive.
+    enum class UnprovenGrid { laidOut, leftOut };
+    void LoadFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy, UnprovenGrid unproven);
     void SetPixelWidth(int value) noexcept { pixelWidth = value; }
     void SetPixelHeight(int value) noexcept { pixelHeight = value; }
     void SetScanRectWidth(int value) noexcept { scanRectWidth = value; }
@@ -202,7 +211,6 @@ private:
     bool FilterAsTask(zpixf::ZPixFilterBase& filter, const wchar_t* taskText, shr::IProgress* progress);
     void CopyFields(const ZBitmap& source) noexcept;
     void StoreFormatInfo(SerializeIO& io) const;
-    void LoadFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy);
 };
 
 }  // namespace zbm

@@ -1,13 +1,30 @@
 #include "zbm/ZBasicMemBitmap.h"
 
 #include <algorithm>
+#include <new>
 
 #include "core/PackedDib.h"
+#include "core/TileGrid.h"
+#include "core/TilePlanes.h"
 #include "core/TileReading.h"
 #include "core/checks/BasicMemBitmapChecks.h"
 #include "shr/ScopeExit.h"
 
 namespace zbm {
+
+namespace {
+
+/// Whether some computer has that much memory; whether this one has shows when the tiles are made.
+bool CanBeInMemory(const TileGrid& grid, shr::ColorFormat format) {
+    constexpr double kAddressSpace = static_cast<double>(std::uint64_t{1} << 48);
+    const double bytes = grid.Sum([&](int width, int height) {
+        const TilePlanes planes(width, height, format);
+        return static_cast<double>(planes.pixelBytes) + static_cast<double>(planes.alphaBytes);
+    });
+    return bytes <= kAddressSpace;
+}
+
+}  // namespace
 
 const shr::CTypeInfo ZBasicMemBitmap::ClassTypeId("ZBasicMemBitmap", &ZBasicMemBitmap::CreateInstance,
                                                   &ZBitmap::ClassTypeId);
@@ -71,7 +88,12 @@ void ZBasicMemBitmap::Create(const ZBasicMemBitmap& source) {
 void ZBasicMemBitmap::Init(int newPixelHeight, int newPixelWidth, shr::ColorFormat newFormat, int tileHeight,
                            int tileWidth) {
     filterState.inputRowCopy.reset();
-    ZBitmap::Init(newPixelHeight, newPixelWidth, newFormat, tileHeight, tileWidth);
+    InitWithoutLayout(newPixelHeight, newPixelWidth, newFormat, tileHeight, tileWidth);
+    if (!CanBeInMemory(TileGrid(newPixelHeight, newPixelWidth, tileHeight, tileWidth), newFormat)) {
+        Free();
+        throw std::bad_alloc();
+    }
+    CreateScanRectLayout(tileHeight, tileWidth);
 }
 
 /// Pages that the system has yet to map cost several times what writing them does. So tiles that fit their place in the

@@ -73,6 +73,12 @@ void ZBitmap::CopyFields(const ZBitmap& source) noexcept {
 
 void ZBitmap::Init(int newPixelHeight, int newPixelWidth, ColorFormat newFormat, int newScanRectHeight,
                    int newScanRectWidth) {
+    InitWithoutLayout(newPixelHeight, newPixelWidth, newFormat, newScanRectHeight, newScanRectWidth);
+    CreateScanRectLayout(scanRectHeight, scanRectWidth);
+}
+
+void ZBitmap::InitWithoutLayout(int newPixelHeight, int newPixelWidth, ColorFormat newFormat, int newScanRectHeight,
+                                int newScanRectWidth) {
     Free();
     require(newPixelHeight >= 0 && newPixelWidth >= 0, BitmapCheck::pixelSize);
     require(newScanRectHeight >= 1 && newScanRectWidth >= 1, BitmapCheck::tileSize);
@@ -85,7 +91,6 @@ void ZBitmap::Init(int newPixelHeight, int newPixelWidth, ColorFormat newFormat,
     numColorTableItems = static_cast<std::uint32_t>(shr::ColorFmtToTblSize[colorFormat]);
     // A picture of unknown size is taken for 6 inches along its longer side.
     xResolution = yResolution = Round(std::max(pixelWidth, pixelHeight) / 6.0 * shr::INCHES_PER_METER);
-    CreateScanRectLayout(scanRectHeight, scanRectWidth);
 }
 
 void ZBitmap::SetColorFormat(ColorFormat newFormat) {

@@ -1,4 +1,5 @@
 // A memory bitmap's record in an archive: the format information, u16 version 1, then the tiles, row by row.
+#include "core/TileGrid.h"
 #include "core/TileRecord.h"
 #include "core/checks/BasicMemBitmapChecks.h"
 #include "core/checks/ScanRectChecks.h"
@@ -19,6 +20,11 @@ bool ZBasicMemBitmap::Serialize(SerializeIO& io, shr::IProgress* progress, ISeri
     return LoadTiles(io, progress);
 }
 
+void ZBasicMemBitmap::SerializeFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy) {
+    if (io.IsStoring()) return ZBitmap::SerializeFormatInfo(io, legacy);
+    LoadFormatInfo(io, legacy, UnprovenGrid::leftOut);
+}
+
 bool ZBasicMemBitmap::StoreTiles(SerializeIO& io, shr::IProgress* progress) {
     const shr::CScopedIProgressTask task(progress, L"Storing image...");
     io.WriteObjVersion(1);
@@ -35,22 +41,22 @@ bool ZBasicMemBitmap::StoreTiles(SerializeIO& io, shr::IProgress* progress) {
     return true;
 }
 
-/// Each tile is made when its record's turn comes, so a short archive never makes us allocate the whole picture.
+/// Each tile, and of a grid that was not laid out each place, is made when its record's turn comes: a short archive
+/// never makes us allocate the whole picture.
 bool ZBasicMemBitmap::LoadTiles(SerializeIO& io, shr::IProgress* progress) {
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
-    if (io.ReadObjVersion() != 1) {
-        leaveEmpty.Release();  // what was read before a record of an unknown version stays
-        require.Fail(BasicMemBitmapCheck::recordVersion);
-    }
+    const TileGrid grid(pixelHeight, pixelWidth, scanRectHeight, scanRectWidth);
+    const int rows = grid.down.Count(), tiles = grid.across.Count();
+    const bool laidOut = GetNumScanRectRows() == rows;
+    const auto requireVersion = [&](bool known, Check check) {
+        if (!known && laidOut) leaveEmpty.Release();  // what was read before a record of an unknown version stays
+        require(known, check);
+    };
+    requireVersion(io.ReadObjVersion() == 1, BasicMemBitmapCheck::recordVersion);
     const shr::CScopedIProgressTask task(progress, L"Loading image...");
-    const int rows = GetNumScanRectRows();
     for (int row = 0; row < rows; ++row) {
-        const int tiles = GetNumScanRects(row);
         for (int col = 0; col < tiles; ++col)
-            if (!LoadTile(io, row, col)) {
-                leaveEmpty.Release();  // of a picture with a tile that we do not know, what was read stays
-                require.Fail(ScanRectCheck::recordVersion);
-            }
+            requireVersion(LoadTile(io, grid, row, col), ScanRectCheck::recordVersion);
         if (!SRProgress(progress, row, tiles, rows, tiles)) {
             Create(1, 1, shr::BGRA_32, 512, 512);
             leaveEmpty.Release();
@@ -61,19 +67,23 @@ bool ZBasicMemBitmap::LoadTiles(SerializeIO& io, shr::IProgress* progress) {
     return true;
 }
 
-bool ZBasicMemBitmap::LoadTile(SerializeIO& io, int row, int col) {
-    const RECT box = GetScanRectBBox(row, col);
-    const ZScanRect::Place place{static_cast<int>(box.right - box.left), static_cast<int>(box.bottom - box.top),
-                                 colorFormat};
-    const auto remaining = io.RemainingBytes();
-    if (remaining && MinRecordBytes(TilePlanes(place.width, place.height, place.format)) > *remaining)
-        require.Fail(BasicMemBitmapCheck::recordLength);
-    scanRectRows[static_cast<std::size_t>(row)].tiles[static_cast<std::size_t>(col)] =
-        std::make_unique<ZScanRect>(place.width, place.height, place.format);
+/// The tile stays one pixel until its first block is there.
+bool ZBasicMemBitmap::LoadTile(SerializeIO& io, const TileGrid& grid, int row, int col) {
+    PlaceOf(grid, row, col) = std::make_unique<ZScanRect>();
+    const ZScanRect::Place place{grid.across.Length(col), grid.down.Length(row), colorFormat};
     const bool known = LockScanRect(row, col).Load(io, &place);
     if (known) CommitScanRect(row, col);
     UnlockScanRect(row, col);
     return known;
+}
+
+std::unique_ptr<ZScanRect>& ZBasicMemBitmap::PlaceOf(const TileGrid& grid, int row, int col) {
+    const auto r = static_cast<std::size_t>(row), c = static_cast<std::size_t>(col);
+    if (r == scanRectRows.size()) scanRectRows.emplace_back();
+    ZScanRectRow& places = scanRectRows[r];
+    if (c == places.boxes.size()) places.boxes.push_back(grid.Box(row, col));
+    if (c == places.tiles.size()) places.tiles.emplace_back();
+    return places.tiles[c];
 }
 
 }  // namespace zbm

@@ -7,6 +7,13 @@
 
 namespace zbm {
 
+namespace {
+
+/// Halving the longest side that there is gives a side of one pixel after 30 times.
+constexpr std::uint32_t kMostReductions = 31;
+
+}  // namespace
+
 bool ZMemBitmap::Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) {
     require(legacy == nullptr, MemBitmapCheck::legacy);
     return io.IsStoring() ? StoreWithReductions(io, progress) : LoadWithReductions(io, progress);
@@ -14,6 +21,7 @@ bool ZMemBitmap::Serialize(SerializeIO& io, shr::IProgress* progress, ISerialize
 
 /// What is held is stored as it is: stale reductions are not built again first.
 bool ZMemBitmap::StoreWithReductions(SerializeIO& io, shr::IProgress* progress) {
+    require(colorFormat != shr::FORMAT_NONE, MemBitmapCheck::storedFormat);
     io.WriteObjVersion(1);
     if (!ZBasicMemBitmap::Serialize(io, progress, nullptr)) return false;
     const bool withReductions = io.StoringPOTReductions();
@@ -51,8 +59,10 @@ bool ZMemBitmap::LoadReductions(SerializeIO& io, shr::IProgress* progress) {
         if (level == nullptr || level->GetColorFormat() == shr::FORMAT_NONE) CreateCleanup();
     });
     const bool stored = ReadU32(io) != 0;
-    for (std::uint32_t count = stored ? ReadU32(io) : 0; count > 0; --count) {
-        reductions.emplace_back();
+    const std::uint32_t count = stored ? ReadU32(io) : 0;
+    require(count <= kMostReductions, MemBitmapCheck::reductionCount);
+    reductions.reserve(count);
+    for (std::uint32_t number = 0; number < count; ++number) {
         level = std::make_unique<ZBasicMemBitmap>(1, 1, shr::BGRA_32, 512, 512);
         if (!level->Serialize(io, progress, nullptr)) {
             FreeAllPOTReductions();
@@ -60,7 +70,9 @@ bool ZMemBitmap::LoadReductions(SerializeIO& io, shr::IProgress* progress) {
             undo.Release();
             return false;
         }
-        reductions.back() = std::move(level);
+        const bool hasPixels = level->GetPixelWidth() > 0 && level->GetPixelHeight() > 0;
+        reductions.push_back(std::move(level));
+        require(hasPixels, MemBitmapCheck::reductionSize);
     }
     needsRebuild = !stored;
     undo.Release();

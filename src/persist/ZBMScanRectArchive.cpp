@@ -7,6 +7,19 @@
 
 namespace zbm {
 
+namespace {
+
+/// A block too short for a tile is a damaged one, whose tile reads as zeroes. But few bytes are not taken for the
+/// remains of a tile that is far larger than usual, its table of rows included.
+bool IsBacked(const TilePlanes& planes, int height, std::uint32_t encodedBytes) {
+    constexpr std::uint64_t kUsualBytes = 2 << 20, kRowBytes = 2 * sizeof(void*);
+    const std::uint64_t tileBytes =
+        planes.pixelBytes + planes.alphaBytes + kRowBytes * static_cast<std::uint64_t>(height);
+    return tileBytes <= kUsualBytes || encodedBytes >= zcdl::MinEncodedSize(planes.pixelBytes);
+}
+
+}  // namespace
+
 void ZScanRect::Serialize(SerializeIO& io) {
     if (io.IsStoring()) return Store(io);
     require(Load(io, nullptr), ScanRectCheck::recordVersion);
@@ -22,8 +35,8 @@ void ZScanRect::Store(SerializeIO& io) const {
     if (!alpha.IsEmpty()) io.WriteCompressed(alpha.Data(), static_cast<unsigned>(alpha.Size()));
 }
 
-/// A tile that is already of the record's shape keeps its memory. A record that is not of `place`'s shape, or that the
-/// rest of the archive cannot back, is refused before it sizes anything.
+/// A tile that is already of the record's shape keeps its memory. What a record is not of `place`'s shape, or cannot be
+/// backed by its first block, is refused before it sizes anything.
 bool ZScanRect::Load(SerializeIO& io, const Place* place) {
     if (io.ReadObjVersion() != 1) return false;
     const int newWidth = ReadI32(io), newHeight = ReadI32(io);
@@ -34,11 +47,11 @@ bool ZScanRect::Load(SerializeIO& io, const Place* place) {
 
     const TilePlanes planes(newWidth, newHeight, newFormat);
     require(CanBeFramed(planes), ScanRectCheck::recordBlocks);
-    const auto remaining = io.RemainingBytes();
-    require(!remaining || zcdl::MinEncodedSize(planes.pixelBytes) <= *remaining, ScanRectCheck::recordLength);
+    const std::uint32_t encodedBytes = io.FetchBlock(static_cast<unsigned>(planes.pixelBytes));
+    require(IsBacked(planes, newHeight, encodedBytes), ScanRectCheck::recordLength);
 
     if (!IsShapedAs(newWidth, newHeight, newFormat)) Create(newWidth, newHeight, newFormat);
-    io.ReadCompressed(pixels.Data(), static_cast<unsigned>(pixels.Size()));
+    io.DecodeBlock(pixels.Data(), static_cast<unsigned>(pixels.Size()));
     if (!alpha.IsEmpty()) io.ReadCompressed(alpha.Data(), static_cast<unsigned>(alpha.Size()));
     return true;
 }

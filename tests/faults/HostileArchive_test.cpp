@@ -89,7 +89,7 @@ public:
 
 private:
     // A grid that the archive's length does not back is believed to this size.
-    static constexpr std::uint64_t kBelievedBytes = 256 << 20;
+    static constexpr std::uint64_t kBelievedBytes = 64 << 20;
 
     Answer TryLoad() {
         ResetRequests();

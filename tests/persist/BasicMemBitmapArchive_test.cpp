@@ -274,6 +274,18 @@ TEST(BitmapArchive, OfAMissingTileIsNotStored) {
     EXPECT_TRUE(RaisesInternalError([&] { source.Serialize(io, nullptr, nullptr); }, kFile));
 }
 
+TEST(BitmapArchive, OfAnEmptyBitmapIsNotStored) {
+    ZBasicMemBitmap bitmap(5, 6, shr::BGRA_32, 4, 4);
+    EXPECT_ANY_THROW(bitmap.Create(-1, 1, shr::BGRA_32));
+    PlainArchive archive;
+    SerializeIO io(archive, false);
+    EXPECT_TRUE(testkit::RaisesNamedError([&] { bitmap.Serialize(io, nullptr, nullptr); }, testkit::kWriteArchiveText,
+                                          L"zbmbitmap"));
+    EXPECT_TRUE(archive.sizes.empty());
+    NoLegacy legacy;
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(io, nullptr, &legacy); }, kFile, 770)) << "the first check";
+}
+
 // Records of unknown versions: what was read before them stays.
 
 TEST(BitmapArchiveVersion, OfTheFormatInformationLeavesTheBitmapUntouched) {
@@ -417,9 +429,27 @@ TEST(BitmapArchive, WithADamagedBlockLoadsTheRest) {
     writer.TileHead(4, 4, shr::BGRA_32).Framed(Bytes(7, 0xEE));
     writer.TileHead(4, 4, shr::BGRA_32).Block(Bytes(64, 5));
     ZBasicMemBitmap bitmap(1, 1, shr::BGRA_32);
-    EXPECT_TRUE(Load(bitmap, writer.Take()));
+    PlainArchive archive(writer.Take());
+    SerializeIO io(archive, false);
+    EXPECT_TRUE(bitmap.Serialize(io, nullptr, nullptr));
+    EXPECT_EQ(io.DamagedBlocks(), 1u);
     EXPECT_EQ(testkit::GetPixel(bitmap, 3, 3), 0u);
     EXPECT_EQ(testkit::GetPixel(bitmap, 4, 0), 0x05050505u);
+}
+
+TEST(BitmapArchive, WithABlockTooShortForAUsualTileLoadsItAsZeroes) {
+    for (const unsigned bytes : {0u, 1u, 5u}) {
+        ArchiveWriter writer;
+        writer.FormatInfo(512, 512, shr::INDEXED_8, 512, 512).U16(1).TileHead(512, 512, shr::INDEXED_8);
+        writer.Framed(Bytes(bytes, 0xEE)).Framed(Bytes(bytes, 0xEE));
+        PlainArchive archive(writer.Take());
+        SerializeIO io(archive, false);
+        ZBasicMemBitmap bitmap(1, 1, shr::BGRA_32);
+        EXPECT_TRUE(bitmap.Serialize(io, nullptr, nullptr));
+        EXPECT_EQ(io.DamagedBlocks(), 2u);
+        EXPECT_EQ(testkit::GetPixel(bitmap, 511, 511), 0u);
+        EXPECT_FALSE(testkit::GetMask(bitmap, 511, 511));
+    }
 }
 
 TEST(BitmapArchive, IsLoadedOverAnyBitmapAndTwiceInARow) {

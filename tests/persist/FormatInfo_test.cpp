@@ -227,6 +227,53 @@ TEST(FormatInfo, OfAFullTableIsTaken) {
     EXPECT_EQ(std::memcmp(bitmap.GetConstColorTablePtr(), colors.data(), 1024), 0);
 }
 
+TEST(FormatInfo, HasUpTo256ColorsInAnyFormat) {
+    Bytes colors;
+    for (int i = 0; i < 1024; ++i) colors.push_back(static_cast<std::uint8_t>(i * 3));
+    for (const shr::ColorFormat format : testkit::kFormats)
+        for (const std::uint32_t count : {1u, 17u, 255u, 256u}) {
+            const Bytes table(colors.begin(), colors.begin() + 4 * static_cast<std::ptrdiff_t>(count));
+            const Bytes bytes = ArchiveWriter()
+                                    .U16(1)
+                                    .I32(5)
+                                    .I32(5)
+                                    .I32(format)
+                                    .I32(4)
+                                    .I32(4)
+                                    .I32(1)
+                                    .I32(1)
+                                    .U32(count)
+                                    .Raw(table)
+                                    .Take();
+            OpenBitmap bitmap;
+            Load(bitmap, bytes);
+            EXPECT_EQ(bitmap.GetNumColorTableItems(), count) << testkit::FormatName(format);
+            EXPECT_EQ(std::memcmp(bitmap.GetConstColorTablePtr(), table.data(), table.size()), 0);
+            PlainArchive archive;
+            SerializeIO io(archive, false);
+            bitmap.SerializeFormatInfo(io, nullptr);
+            EXPECT_EQ(archive.bytes, bytes) << "and is stored again as it was";
+        }
+}
+
+TEST(FormatInfo, OfABitmapWithoutFormatIsNotStored) {
+    OpenBitmap bitmap(5, 5, shr::INDEXED_8, 4, 4);
+    bitmap.Free();
+    PlainArchive archive;
+    SerializeIO io(archive, false);
+    EXPECT_TRUE(
+        testkit::RaisesNamedError([&] { bitmap.SerializeFormatInfo(io, nullptr); }, testkit::kWriteArchiveText, kFile));
+    EXPECT_TRUE(archive.bytes.empty());
+}
+
+TEST(FormatInfo, OfABitmapOfAnyClassLaysItsGridOutWhetherOrNotTheArchiveTellsItsLength) {
+    const Bytes bytes = ArchiveWriter().FormatInfo(300, 301, 10, 1, 1).Take();
+    OpenBitmap bitmap;
+    Load(bitmap, bytes);
+    EXPECT_EQ(bitmap.GetNumScanRectRows(), 300);
+    EXPECT_EQ(bitmap.GetNumScanRects(299), 301);
+}
+
 TEST(FormatInfo, OfAGridThatTheRestOfTheArchiveCannotHoldIsRefused) {
     constexpr int kMax = std::numeric_limits<int>::max();
     struct Case {

@@ -268,16 +268,62 @@ TEST(MemBitmapArchiveFailure, OfTheArchiveAtAnyReadAfterTheVersionsPassesOnAndLe
     }
 }
 
-TEST(MemBitmapArchiveFailure, AtMoreReductionsThanTheArchiveHoldsPassesOn) {
+// Whether or not the archive tells how much is left.
+
+void ExpectRefusedAndEmpty(const Bytes& bytes) {
+    PlainArchive plain(bytes);
+    shr::MemoryArchive telling(bytes);
+    SerializeIO plainIn(plain, false), tellingIn(telling, false);
+    for (SerializeIO* io : {&plainIn, &tellingIn}) {
+        OpenMemBitmap bitmap = WithReductions();
+        EXPECT_TRUE(RaisesReadArchive([&] { bitmap.Serialize(*io, nullptr, nullptr); }, kFile));
+        EXPECT_EQ(bitmap.GetColorFormat(), shr::FORMAT_NONE);
+        EXPECT_EQ(bitmap.GetNumScanRectRows(), 0);
+        EXPECT_TRUE(bitmap.reductions.empty());
+    }
+}
+
+/// A picture of 5 x 5 pixels with so many reductions of a given size.
+Bytes PictureWithReductions(std::uint32_t count, int width, int height) {
+    ZBasicMemBitmap picture = FormulaBitmap(5, 5, shr::BGRA_32, 4, 4), level(1, 1, shr::BGRA_32);
+    level.Create(width, height, shr::GRAYSCALE_8, 7, 7);
+    ArchiveWriter writer;
+    writer.U16(1).Raw(Stored(picture, false)).U32(1).U32(count);
+    for (std::uint32_t i = 0; i < count; ++i) writer.Raw(Stored(level, false));
+    return writer.Take();
+}
+
+TEST(MemBitmapArchive, HasUpTo31ReductionsOfAnySize) {
+    for (const auto& [count, width, height] : {std::tuple{1u, 1, 1}, {31u, 9, 8}, {31u, 1, 30}}) {
+        OpenMemBitmap bitmap = WithReductions();
+        EXPECT_TRUE(Load(bitmap, PictureWithReductions(count, width, height)));
+        ASSERT_EQ(bitmap.reductions.size(), count);
+        EXPECT_EQ(bitmap.reductions.back()->GetPixelWidth(), width);
+        EXPECT_EQ(bitmap.reductions.back()->GetPixelHeight(), height);
+    }
+}
+
+TEST(MemBitmapArchiveFailure, AtMoreThan31ReductionsLeavesAnEmptyBitmap) {
+    ExpectRefusedAndEmpty(PictureWithReductions(32, 3, 3));
     ZBasicMemBitmap picture = FormulaBitmap(5, 5, shr::BGRA_32, 4, 4);
-    const Bytes bytes = ArchiveWriter().U16(1).Raw(Stored(picture, false)).U32(1).U32(0xFFFFFFFF).Take();
-    OpenMemBitmap plain = WithReductions(), knowing = WithReductions();
-    EXPECT_THROW(Load(plain, bytes), ArchiveFailure);
-    EXPECT_TRUE(plain.reductions.empty());
-    shr::MemoryArchive archive(bytes);
-    SerializeIO io(archive, false);
-    EXPECT_THROW(knowing.Serialize(io, nullptr, nullptr), shr::Exception);
-    EXPECT_EQ(knowing.GetColorFormat(), shr::FORMAT_NONE);
+    ExpectRefusedAndEmpty(ArchiveWriter().U16(1).Raw(Stored(picture, false)).U32(1).U32(0xFFFFFFFF).Take());
+}
+
+TEST(MemBitmapArchiveFailure, AtAReductionWithoutPixelsLeavesAnEmptyBitmap) {
+    for (const auto& [width, height] : {std::pair{0, 9}, {9, 0}, {0, 0}})
+        ExpectRefusedAndEmpty(PictureWithReductions(1, width, height));
+}
+
+TEST(MemBitmapArchive, OfAnEmptyBitmapIsNotStored) {
+    OpenMemBitmap bitmap = WithReductions();
+    EXPECT_ANY_THROW(bitmap.Create(-1, 1, shr::BGRA_32));
+    PlainArchive archive;
+    SerializeIO io(archive, true);
+    EXPECT_TRUE(
+        testkit::RaisesNamedError([&] { bitmap.Serialize(io, nullptr, nullptr); }, testkit::kWriteArchiveText, kFile));
+    EXPECT_TRUE(archive.sizes.empty());
+    NoLegacy legacy;
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(io, nullptr, &legacy); }, kFile, 323)) << "the first check";
 }
 
 }  // namespace

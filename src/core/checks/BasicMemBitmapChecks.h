@@ -24,8 +24,7 @@ namespace zbm {
     CHECK(firstInputRow, 949, internalError, "the bitmap to filter must have tiles at the first line") \
     CHECK(inputRow, 1237, internalError, "the line that a filter asks for must lie in the bitmap")     \
     CHECK(outputRow, 1299, internalError, "the line to write must lie in the bitmap")                  \
-    CHECK(tile, 9000, internalError, "the tile must lie in the bitmap, and be there")                  \
-    CHECK(recordLength, 9001, readArchive, "the archive must be long enough for a tile of the size that it states")
+    CHECK(tile, 9000, internalError, "the tile must lie in the bitmap, and be there")
 
 ZBM_DEFINE_CHECKS(BasicMemBitmapCheck, "ZBMBasicMemBitmap", ZBM_BASIC_MEM_BITMAP_CHECKS)
 

@@ -33,8 +33,9 @@ namespace zbm {
           "the pixel format must be one with a mask, without alpha of its own, to take new alpha")                    \
     CHECK(archivedTiles, 9003, readArchive,                                                                           \
           "the archive must be long enough for all tiles of the size that it states")                                 \
-    CHECK(archivedColorCount, 9004, readArchive, "the archive must not state more colours than the pixel format has") \
-    CHECK(alphaFetchedStep, 9005, internalError, "the pixels to take alpha must have at least 1 byte")
+    CHECK(archivedColorCount, 9004, readArchive, "the archive must not state more than 256 colours")                  \
+    CHECK(alphaFetchedStep, 9005, internalError, "the pixels to take alpha must have at least 1 byte")                \
+    CHECK(storedFormat, 9006, writeArchive, "a bitmap that is stored must have a pixel format")
 
 ZBM_DEFINE_CHECKS(BitmapCheck, "zbmbitmap", ZBM_BITMAP_CHECKS)
 

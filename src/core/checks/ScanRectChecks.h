@@ -16,7 +16,8 @@ namespace zbm {
     CHECK(storedBlocks, 9001, writeArchive, "a tile's pixels must be few enough for one block of an archive")         \
     CHECK(recordPlace, 9002, readArchive, "a tile's record must have the size and format of its place in the bitmap") \
     CHECK(recordBlocks, 9003, readArchive, "the pixels of a tile's record must be few enough for one block")          \
-    CHECK(recordLength, 9004, readArchive, "the archive must be long enough for the pixels of a tile's record")
+    CHECK(recordLength, 9004, readArchive,                                                                            \
+          "the first block of a large tile's record must be long enough for its pixels")
 
 ZBM_DEFINE_CHECKS(ScanRectCheck, "ZBMScanRect", ZBM_SCAN_RECT_CHECKS)
 
