@@ -1,12 +1,8 @@
 #include "core/Checks.h"
 
-#include <algorithm>
-
 #include "zbm/ZBMLib2.h"
 
 namespace zbm {
-
-const CheckRow& Check::Row() const noexcept { return *std::ranges::find(list->rows, line, &CheckRow::line); }
 
 void Require::Fail(Check check) const {
     const CheckRow& row = check.Row();

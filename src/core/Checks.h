@@ -4,7 +4,7 @@
 // hold, in words. Lines from 9000 on are ours to give; all others are promised to callers.
 //
 //     require(amount >= -1 && amount <= 1, BitmapCheck::brightnessRange);
-#include <cstddef>
+#include <algorithm>
 #include <span>
 
 namespace zbm {
@@ -49,7 +49,7 @@ public:
 
     constexpr const char* Source() const noexcept { return list->source; }
     constexpr int Line() const noexcept { return line; }
-    const CheckRow& Row() const noexcept;
+    constexpr const CheckRow& Row() const noexcept { return *std::ranges::find(list->rows, line, &CheckRow::line); }
 
 private:
     const CheckList* list;

@@ -9,6 +9,7 @@
 #include "convert/MatcherMaps.h"
 #include "convert/PlainMatcher.h"
 #include "core/Kernels.h"
+#include "core/checks/ColorTableMatcherChecks.h"
 #include "support_code/ExpectError.h"
 #include "support_code/KernelLevels.h"
 
@@ -82,10 +83,11 @@ TEST(ColorTableMatcher, HoldsTheTableAndTheTwoMaps) {
 
 TEST(ColorTableMatcher, RaisesAnErrorForATableThatIsEmptyOrTooLong) {
     const Colors table(257);
-    constexpr const wchar_t* kFile = L"ZBMColorTableMatcher";
-    EXPECT_TRUE(testkit::RaisesInternalError([&] { ColorTableMatcher(table.data(), 0); }, kFile));
-    EXPECT_TRUE(testkit::RaisesInternalError([&] { ColorTableMatcher(table.data(), 257); }, kFile));
-    EXPECT_TRUE(testkit::RaisesInternalError([] { ColorTableMatcher(nullptr, 1); }, kFile));
+    EXPECT_TRUE(
+        testkit::RaisesInternalError([&] { ColorTableMatcher(table.data(), 0); }, ColorTableMatcherCheck::colorCount));
+    EXPECT_TRUE(testkit::RaisesInternalError([&] { ColorTableMatcher(table.data(), 257); },
+                                             ColorTableMatcherCheck::colorCount));
+    EXPECT_TRUE(testkit::RaisesInternalError([] { ColorTableMatcher(nullptr, 1); }, ColorTableMatcherCheck::table));
 }
 
 TEST(ColorTableMatcher, KeepsACopyOfTheTable) {

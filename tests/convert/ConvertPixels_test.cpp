@@ -4,6 +4,7 @@
 #include "convert/EachKernelLevel.h"
 #include "convert/TestRows.h"
 #include "convert/ZBMColorFormat.h"
+#include "core/checks/ColorFormatChecks.h"
 #include "support_code/ExpectError.h"
 
 namespace zbm {
@@ -56,7 +57,7 @@ TEST_P(ConvertPixelsRules, RefuseAnIndexedDestinationWithoutATableBeforeAnything
                     [&] {
                         ConvertPixels({result, dst, 4}, {pixels, src, 4, table.data()}, width, 1);
                     },
-                    L"ZBMColorFormat", 43));
+                    ColorFormatCheck::colorTable));
             EXPECT_EQ(result[0], 5);
         }
 }

@@ -9,6 +9,8 @@
 #include "convert/Reference.h"
 #include "convert/ZBMColorFormat.h"
 #include "core/OpenBitmaps.h"
+#include "core/checks/ColorTableMatcherChecks.h"
+#include "core/checks/PixelRectChecks.h"
 #include "support_code/ExpectError.h"
 #include "support_code/FormulaPicture.h"
 #include "zbm/ColorTableMatcher.h"
@@ -22,8 +24,6 @@ using testkit::FormulaBitmap;
 using testkit::kFormats;
 
 using Bytes = std::vector<std::uint8_t>;
-
-constexpr const wchar_t* kFile = L"ZBMPixelRect";
 
 // 13 x 9 pixels in tiles of 5 x 4, and a region that meets several of them at odd places.
 constexpr int kWidth = 13, kHeight = 9;
@@ -123,7 +123,8 @@ TEST(ZPixelRect, RefusesAFormatThatIsNone) {
     const ZBasicMemBitmap bitmap = Picture(shr::BGRA_32);
     for (const int format : {-1, 0, 14, 1000})
         EXPECT_TRUE(testkit::RaisesInternalError(
-            [&] { ZPixelRect(bitmap, kRegion, static_cast<ColorFormat>(format), nullptr); }, kFile, 270));
+            [&] { ZPixelRect(bitmap, kRegion, static_cast<ColorFormat>(format), nullptr); },
+            PixelRectCheck::formatRange));
 }
 
 TEST(ZPixelRect, ChecksTheFormatBeforeTheRegion) {
@@ -132,38 +133,45 @@ TEST(ZPixelRect, ChecksTheFormatBeforeTheRegion) {
         [&] {
             ZPixelRect(bitmap, RECT{-1, -1, -1, -1}, shr::FORMAT_NONE, nullptr);
         },
-        kFile, 270));
+        PixelRectCheck::formatRange));
 }
 
 struct BadRegion {
     const char* name;
     RECT region;
-    int line;
+    PixelRectCheck check;
 };
 class ZPixelRectRegion : public testing::TestWithParam<BadRegion> {};
 TEST_P(ZPixelRectRegion, IsRefused) {
     const ZBasicMemBitmap bitmap = Picture(shr::GRAYSCALE_8);
     const RECT region = GetParam().region;
-    const int line = GetParam().line;
+    const PixelRectCheck check = GetParam().check;
     for (const ColorFormat format : {shr::GRAYSCALE_8, shr::BGRA_32})
-        EXPECT_TRUE(testkit::RaisesInternalError([&] { ZPixelRect(bitmap, region, format, nullptr); }, kFile, line));
+        EXPECT_TRUE(testkit::RaisesInternalError([&] { ZPixelRect(bitmap, region, format, nullptr); }, check));
     ZPixelRect rect(bitmap, kRegion, shr::GRAYSCALE_8, nullptr);
-    EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.Fetch(region, nullptr); }, kFile, line));
+    EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.Fetch(region, nullptr); }, check));
     EXPECT_EQ(rect.GetWidth(), 11u);  // as it was
     EXPECT_EQ(PixelOf(rect, 0, 0), testkit::FormulaPixel(shr::GRAYSCALE_8, 1, 2));
 }
 INSTANTIATE_TEST_SUITE_P(
     Checks, ZPixelRectRegion,
-    testing::Values(BadRegion{"LeftBelow0", {-1, 0, 5, 5}, 393}, BadRegion{"LeftBeyond", {14, 0, 5, 5}, 393},
-                    BadRegion{"RightBelow0", {0, 0, -1, 5}, 394}, BadRegion{"RightBeyond", {0, 0, 14, 5}, 394},
-                    BadRegion{"TopBelow0", {0, -1, 5, 5}, 395}, BadRegion{"TopBeyond", {0, 10, 5, 5}, 395},
-                    BadRegion{"BottomBelow0", {0, 0, 5, -1}, 396}, BadRegion{"BottomBeyond", {0, 0, 5, 10}, 396},
-                    BadRegion{"NoWidth", {5, 0, 5, 5}, 398}, BadRegion{"NegativeWidth", {6, 0, 5, 5}, 398},
-                    BadRegion{"NoHeight", {0, 5, 5, 5}, 399}, BadRegion{"NegativeHeight", {0, 6, 5, 5}, 399},
-                    BadRegion{"LeftBeforeRight", {-1, 0, 14, 5}, 393}, BadRegion{"RightBeforeTop", {0, -1, 14, 5}, 394},
-                    BadRegion{"TopBeforeBottom", {0, -1, 5, 10}, 395},
-                    BadRegion{"BottomBeforeEmptyWidth", {5, 0, 5, 10}, 396},
-                    BadRegion{"EmptyWidthBeforeEmptyHeight", {5, 5, 5, 5}, 398}),
+    testing::Values(BadRegion{"LeftBelow0", {-1, 0, 5, 5}, PixelRectCheck::regionLeft},
+                    BadRegion{"LeftBeyond", {14, 0, 5, 5}, PixelRectCheck::regionLeft},
+                    BadRegion{"RightBelow0", {0, 0, -1, 5}, PixelRectCheck::regionRight},
+                    BadRegion{"RightBeyond", {0, 0, 14, 5}, PixelRectCheck::regionRight},
+                    BadRegion{"TopBelow0", {0, -1, 5, 5}, PixelRectCheck::regionTop},
+                    BadRegion{"TopBeyond", {0, 10, 5, 5}, PixelRectCheck::regionTop},
+                    BadRegion{"BottomBelow0", {0, 0, 5, -1}, PixelRectCheck::regionBottom},
+                    BadRegion{"BottomBeyond", {0, 0, 5, 10}, PixelRectCheck::regionBottom},
+                    BadRegion{"NoWidth", {5, 0, 5, 5}, PixelRectCheck::regionWidth},
+                    BadRegion{"NegativeWidth", {6, 0, 5, 5}, PixelRectCheck::regionWidth},
+                    BadRegion{"NoHeight", {0, 5, 5, 5}, PixelRectCheck::regionHeight},
+                    BadRegion{"NegativeHeight", {0, 6, 5, 5}, PixelRectCheck::regionHeight},
+                    BadRegion{"LeftBeforeRight", {-1, 0, 14, 5}, PixelRectCheck::regionLeft},
+                    BadRegion{"RightBeforeTop", {0, -1, 14, 5}, PixelRectCheck::regionRight},
+                    BadRegion{"TopBeforeBottom", {0, -1, 5, 10}, PixelRectCheck::regionTop},
+                    BadRegion{"BottomBeforeEmptyWidth", {5, 0, 5, 10}, PixelRectCheck::regionBottom},
+                    BadRegion{"EmptyWidthBeforeEmptyHeight", {5, 5, 5, 5}, PixelRectCheck::regionWidth}),
     [](const auto& checked) { return std::string(checked.param.name); });
 
 TEST(ZPixelRect, TakesTheWholeBitmap) {
@@ -184,7 +192,7 @@ TEST(ZPixelRect, TakesARegionAsRectangleOrAsCornerAndSize) {
     rect.Fetch(bitmap, 1, 2, 11, 6, shr::BGRA_32, nullptr);
     EXPECT_EQ(PixelsOf(rect), PixelsOf(expected));
     EXPECT_TRUE(testkit::RaisesInternalError([&] { ZPixelRect(bitmap, 5, 5, 2147483647, 1, shr::BGRA_32, nullptr); },
-                                             kFile, 394));
+                                             PixelRectCheck::regionRight));
 }
 
 TEST(ZPixelRect, FetchesAndStoresPixelsOfTheSameFormatDirectly) {
@@ -380,10 +388,10 @@ TEST(ZPixelRect, IsNotFetchedAnewOnceItsTableWasEdited) {
     ZPixelRect rect(bitmap, kRegion, shr::INDEXED_4, nullptr);
     rect.SetColorTableItem(1, Color4b::White);
     const auto pixels = PixelsOf(rect);
-    EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.Fetch(kRegion, nullptr); }, kFile, 161));
-    EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.Fetch(0, 0, 99, 1, nullptr); }, kFile, 161));
+    EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.Fetch(kRegion, nullptr); }, PixelRectCheck::fetchedTable));
+    EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.Fetch(0, 0, 99, 1, nullptr); }, PixelRectCheck::fetchedTable));
     rect.CommitPixels(nullptr);
-    EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.Fetch(kRegion, nullptr); }, kFile, 161));
+    EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.Fetch(kRegion, nullptr); }, PixelRectCheck::fetchedTable));
     EXPECT_EQ(PixelsOf(rect), pixels);
     rect.Fetch(bitmap, kRegion, shr::INDEXED_4, nullptr);
     EXPECT_EQ(rect.GetColorTableItem(1), testkit::FormulaColor(1));
@@ -483,7 +491,7 @@ TEST(ZPixelRect, RefusesToCommitIntoABitmapWithColorsButNoTable) {
     ZPixelRect rect(bitmap, 0, 0, 4, 4, shr::BGRA_32, nullptr);
     bitmap.numColorTableItems = 1;
     bitmap.calls.clear();
-    EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.CommitPixels(nullptr); }, kFile, 221));
+    EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.CommitPixels(nullptr); }, PixelRectCheck::committedColors));
     EXPECT_TRUE(bitmap.calls.empty());
     bitmap.numColorTableItems = 0;
     rect.CommitPixels(nullptr);
@@ -495,7 +503,7 @@ TEST(ZPixelRect, RaisesAnErrorBeforeItWritesIntoABitmapWithoutColors) {
     ZPixelRect rect(bitmap, 0, 0, 4, 4, shr::BGRA_32, nullptr);
     bitmap.numColorTableItems = 0;
     bitmap.calls.clear();
-    EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.CommitPixels(nullptr); }, L"ZBMColorTableMatcher"));
+    EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.CommitPixels(nullptr); }, ColorTableMatcherCheck::colorCount));
     EXPECT_TRUE(bitmap.calls.empty());
 }
 
@@ -542,8 +550,8 @@ TEST(ZPixelRect, HoldsNoPixelsAfterAFailedStartAndCanBeFetchedInto) {
     const ZBasicMemBitmap bitmap = Picture(shr::INDEXED_4);
     const auto expectEmpty = [&](ZPixelRect& rect) {
         EXPECT_TRUE(HoldsNoPixels(rect));
-        EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.Fetch(kRegion, nullptr); }, kFile, 160));
-        EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.CommitPixels(nullptr); }, kFile, 200));
+        EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.Fetch(kRegion, nullptr); }, PixelRectCheck::fetchedBitmap));
+        EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.CommitPixels(nullptr); }, PixelRectCheck::committedBitmap));
         EXPECT_TRUE(HoldsNoPixels(ZPixelRect(rect)));
         ZPixelRect assigned(bitmap, kRegion, shr::BGR_24, nullptr);
         assigned = rect;
@@ -557,18 +565,20 @@ TEST(ZPixelRect, HoldsNoPixelsAfterAFailedStartAndCanBeFetchedInto) {
         [&] {
             rect.Fetch(bitmap, RECT{0, 0, 14, 1}, shr::BGRA_32, nullptr);
         },
-        kFile, 394));
+        PixelRectCheck::regionRight));
     expectEmpty(rect);
-    EXPECT_TRUE(
-        testkit::RaisesInternalError([&] { rect.Fetch(bitmap, kRegion, shr::FORMAT_NONE, nullptr); }, kFile, 270));
+    EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.Fetch(bitmap, kRegion, shr::FORMAT_NONE, nullptr); },
+                                             PixelRectCheck::formatRange));
     expectEmpty(rect);
 }
 
 TEST(ZPixelRect, RefusesColorsPastItsTable) {
     const ZBasicMemBitmap bitmap = Picture(shr::INDEXED_8);
     OpenRect rect(bitmap, kRegion, shr::INDEXED_8, nullptr);
-    EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.SetColorTableItem(256, Color4b::White); }, kFile, 310));
-    EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.SetColorTableItem(~0u, Color4b::White); }, kFile, 310));
+    EXPECT_TRUE(
+        testkit::RaisesInternalError([&] { rect.SetColorTableItem(256, Color4b::White); }, PixelRectCheck::colorIndex));
+    EXPECT_TRUE(
+        testkit::RaisesInternalError([&] { rect.SetColorTableItem(~0u, Color4b::White); }, PixelRectCheck::colorIndex));
     EXPECT_FALSE(rect.colorTableChanged);
     rect.SetColorTableItem(255, Color4b::White);
     EXPECT_TRUE(rect.colorTableChanged);
@@ -593,7 +603,8 @@ TEST(ZPixelRect, CommitsWhatIsLeftOfABitmapThatHasShrunk) {
         SetPixelOf(rect, 2, 1, 0xFFFFFF);
         rect.CommitPixels(nullptr);
         EXPECT_EQ(testkit::GetPixel(bitmap, 2, 1), format == shr::BGR_24 ? 0xFFFFFFu : 1u);
-        EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.Fetch(0, 0, kWidth, kHeight, nullptr); }, kFile, 394));
+        EXPECT_TRUE(testkit::RaisesInternalError([&] { rect.Fetch(0, 0, kWidth, kHeight, nullptr); },
+                                                 PixelRectCheck::regionRight));
     }
 }
 

@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "core/OpenBitmaps.h"
+#include "core/checks/BasicMemBitmapChecks.h"
+#include "core/checks/BitmapChecks.h"
 #include "support_code/ExpectError.h"
 #include "support_code/FormulaPicture.h"
 
@@ -20,9 +22,9 @@ using testkit::FormulaBitmap;
 using testkit::IsFormulaPicture;
 using testkit::OpenBasicMemBitmap;
 using testkit::RaisesInternalError;
+using zbm::BasicMemBitmapCheck;
+using zbm::BitmapCheck;
 using zbm::ZBasicMemBitmap;
-
-constexpr const wchar_t* kFile = L"ZBMBasicMemBitmap";
 
 testing::AssertionResult IsEmpty(const zbm::ZBitmap& bitmap) {
     if (bitmap.GetColorFormat() != shr::FORMAT_NONE || bitmap.GetNumScanRectRows() != 0 ||
@@ -63,12 +65,12 @@ TEST(ZBasicMemBitmap, HasTilesOf512UnlessToldOtherwise) {
 
 TEST(ZBasicMemBitmap, CannotBeConstructedWithoutPixels) {
     for (const auto& [width, height] : {std::pair{0, 5}, {5, 0}, {-1, 5}, {5, -1}})
-        EXPECT_TRUE(
-            RaisesInternalError([&, w = width, h = height] { ZBasicMemBitmap(w, h, shr::BGRA_32, 0, 0); }, kFile, 60));
+        EXPECT_TRUE(RaisesInternalError([&, w = width, h = height] { ZBasicMemBitmap(w, h, shr::BGRA_32, 0, 0); },
+                                        BasicMemBitmapCheck::size));
     for (const auto& [width, height] : {std::pair{0, 5}, {5, 0}, {-1, 5}, {5, -1}})
         EXPECT_TRUE(RaisesInternalError([&, w = width, h = height] { ZBasicMemBitmap(5, 5, shr::FORMAT_NONE, w, h); },
-                                        kFile, 61));
-    EXPECT_TRUE(RaisesInternalError([] { ZBasicMemBitmap(5, 5, shr::FORMAT_NONE); }, L"zbmbitmap", 122));
+                                        BasicMemBitmapCheck::tileSize));
+    EXPECT_TRUE(RaisesInternalError([] { ZBasicMemBitmap(5, 5, shr::FORMAT_NONE); }, BitmapCheck::formatRange));
 }
 
 TEST(ZBasicMemBitmap, CanBeCreatedWithoutPixels) {
@@ -128,7 +130,8 @@ TEST(ZBasicMemBitmap, LocksGiveTheSameTileEveryTime) {
 TEST(ZBasicMemBitmap, LockOutsideTheGridIsAnInternalError) {
     ZBasicMemBitmap bitmap(10, 10, shr::BGR_24, 4, 4);
     for (const auto& [row, col] : {std::pair{3, 0}, {0, 3}, {-1, 0}, {0, -1}, {std::numeric_limits<int>::min(), 0}})
-        EXPECT_TRUE(RaisesInternalError([&, r = row, c = col] { bitmap.LockScanRect(r, c); }, kFile));
+        EXPECT_TRUE(
+            RaisesInternalError([&, r = row, c = col] { bitmap.LockScanRect(r, c); }, BasicMemBitmapCheck::tile));
 }
 
 TEST(ZBasicMemBitmap, HasNothingToCommitAndNoReductions) {
@@ -272,10 +275,10 @@ TEST(ZBasicMemBitmapCopy, OfItselfChangesNothing) {
 TEST(ZBasicMemBitmapCopy, OfABitmapWithoutFormatFailsAndLeavesAnEmptyOne) {
     ZBasicMemBitmap source(5, 5, shr::BGRA_32), target(5, 5, shr::BGRA_32);
     EXPECT_THROW(source.Create(-1, 1, shr::BGRA_32), shr::InternalError);
-    EXPECT_TRUE(RaisesInternalError([&] { target.Create(source); }, L"zbmbitmap", 122));
+    EXPECT_TRUE(RaisesInternalError([&] { target.Create(source); }, BitmapCheck::formatRange));
     EXPECT_TRUE(IsEmpty(target));
     target.Create(5, 5, shr::BGRA_32);
-    EXPECT_TRUE(RaisesInternalError([&] { target.ChangeFrom(source); }, L"zbmbitmap", 122));
+    EXPECT_TRUE(RaisesInternalError([&] { target.ChangeFrom(source); }, BitmapCheck::formatRange));
     EXPECT_TRUE(IsEmpty(target));
 }
 
@@ -336,10 +339,18 @@ TEST(ChangeFrom, LeavesTheSourceAtOnePixelWithoutItsTile) {
     EXPECT_EQ(source.GetScanRectWidth(), 512);
     EXPECT_EQ(source.GetScanRectHeight(), 512);
     EXPECT_EQ(source.GetNumScanRectRows(), 1);
-    EXPECT_TRUE(RaisesInternalError([&] { source.LockScanRect(0, 0); }, kFile));
+    EXPECT_TRUE(RaisesInternalError([&] { source.LockScanRect(0, 0); }, BasicMemBitmapCheck::tile));
     std::uint8_t pixel[4];
-    EXPECT_TRUE(RaisesInternalError([&] { source.FetchRegion(pixel, 4, RECT{0, 0, 1, 1}); }, kFile));
-    EXPECT_TRUE(RaisesInternalError([&] { source.StoreRegion(pixel, 4, RECT{0, 0, 1, 1}); }, kFile));
+    EXPECT_TRUE(RaisesInternalError(
+        [&] {
+            source.FetchRegion(pixel, 4, RECT{0, 0, 1, 1});
+        },
+        BasicMemBitmapCheck::tile));
+    EXPECT_TRUE(RaisesInternalError(
+        [&] {
+            source.StoreRegion(pixel, 4, RECT{0, 0, 1, 1});
+        },
+        BasicMemBitmapCheck::tile));
 }
 
 TEST(ChangeFrom, LeavesASourceThatCanBeCopiedTakenFromAndCreatedAnew) {
@@ -347,12 +358,12 @@ TEST(ChangeFrom, LeavesASourceThatCanBeCopiedTakenFromAndCreatedAnew) {
     target.ChangeFrom(source);
     ZBasicMemBitmap copy(source);
     EXPECT_EQ(copy.GetPixelWidth(), 1);
-    EXPECT_TRUE(RaisesInternalError([&] { copy.LockScanRect(0, 0); }, kFile));
+    EXPECT_TRUE(RaisesInternalError([&] { copy.LockScanRect(0, 0); }, BasicMemBitmapCheck::tile));
     copy = source;
     ZBasicMemBitmap taker(4, 4, shr::BGR_24);
     taker.ChangeFrom(source);
     EXPECT_EQ(taker.GetPixelWidth(), 1);
-    EXPECT_TRUE(RaisesInternalError([&] { taker.LockScanRect(0, 0); }, kFile));
+    EXPECT_TRUE(RaisesInternalError([&] { taker.LockScanRect(0, 0); }, BasicMemBitmapCheck::tile));
     source.Create(2, 2, shr::BGR_24);
     EXPECT_EQ(testkit::GetPixel(source, 1, 1), 0u);
 }
@@ -436,23 +447,25 @@ TEST(ZBasicMemBitmap, CreateCleanupEmptiesIt) {
 
 TEST(ZBasicMemBitmapFromDib, IsAlwaysRefusedAndChangesNothing) {
     ZBasicMemBitmap bitmap = FormulaBitmap(37, 23, shr::INDEXED_4, 13, 9);
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Create(nullptr, nullptr, nullptr, 512, 512); }, kFile, 196));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Create(nullptr, nullptr, nullptr, 512, 512); },
+                                    BasicMemBitmapCheck::dibHeader));
 
     BITMAPINFO dib{};
     dib.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
     dib.bmiHeader.biWidth = dib.bmiHeader.biHeight = 1;
     dib.bmiHeader.biPlanes = 1;
     dib.bmiHeader.biBitCount = 24;
-    EXPECT_TRUE(
-        RaisesInternalError([&] { bitmap.Create(&dib.bmiHeader, dib.bmiColors, nullptr, 512, 512); }, kFile, 198));
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Create(dib, 512, 512); }, kFile, 198));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Create(&dib.bmiHeader, dib.bmiColors, nullptr, 512, 512); },
+                                    BasicMemBitmapCheck::dibCreation));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Create(dib, 512, 512); }, BasicMemBitmapCheck::dibCreation));
     for (const int bitCount : {0, 1, 4, 8, 9, 16, 32})
         for (const DWORD used : {0u, 5u, 0xFFFFFFFFu})
             for (const DWORD compression : {BI_RGB, BI_BITFIELDS}) {
                 dib.bmiHeader.biBitCount = static_cast<WORD>(bitCount);
                 dib.bmiHeader.biClrUsed = used;
                 dib.bmiHeader.biCompression = compression;
-                EXPECT_TRUE(RaisesInternalError([&] { bitmap.Create(dib, 512, 512); }, kFile, 198));
+                EXPECT_TRUE(
+                    RaisesInternalError([&] { bitmap.Create(dib, 512, 512); }, BasicMemBitmapCheck::dibCreation));
             }
     EXPECT_TRUE(IsFormulaPicture(bitmap));
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/OpenBitmaps.h"
+#include "core/checks/BitmapChecks.h"
 #include "shr/Dib.h"
 #include "support_code/ExpectError.h"
 #include "support_code/Pixels.h"
@@ -18,9 +19,8 @@ using shr::ColorFormat;
 using testkit::kFormats;
 using testkit::OpenBitmap;
 using testkit::RaisesInternalError;
+using zbm::BitmapCheck;
 using zbm::ZBitmap;
-
-constexpr const wchar_t* kFile = L"zbmbitmap";
 
 using Random = std::mt19937;
 
@@ -224,8 +224,12 @@ TEST(MaskExchange, OfAFormatWithAlphaChannelIsAnInternalError) {
             [&] {
                 bitmap.GetAlphaFromMask(pixels.data(), 16, RECT{0, 0, 4, 4}, 4);
             },
-            kFile));
-        EXPECT_TRUE(RaisesInternalError([&] { bitmap.SetMaskFromAlpha(pixels.data(), 16, RECT{0, 0, 4, 4}); }, kFile));
+            BitmapCheck::alphaFetchedFormat));
+        EXPECT_TRUE(RaisesInternalError(
+            [&] {
+                bitmap.SetMaskFromAlpha(pixels.data(), 16, RECT{0, 0, 4, 4});
+            },
+            BitmapCheck::alphaStoredFormat));
         EXPECT_TRUE(bitmap.calls.empty()) << "no tile is locked for it";
     }
 }
@@ -242,32 +246,56 @@ TEST(FetchRegion, RefusesEachNegativeCoordinate) {
     OpenBitmap bitmap(9, 9, shr::GRAYSCALE_8, 4, 4);
     std::uint8_t byte = 0;
     for (const RECT& rect : {RECT{-1, 0, 5, 5}, RECT{0, -1, 5, 5}, RECT{0, 0, -1, 5}, RECT{0, 0, 5, -1}})
-        EXPECT_TRUE(RaisesInternalError([&] { bitmap.FetchRegion(&byte, 1, rect); }, kFile, 519));
+        EXPECT_TRUE(RaisesInternalError([&] { bitmap.FetchRegion(&byte, 1, rect); }, BitmapCheck::fetchedCorners));
     EXPECT_TRUE(bitmap.calls.empty());
 }
 
 TEST(FetchRegion, RefusesEmptyRectanglesByWidthThenHeight) {
     OpenBitmap bitmap(9, 9, shr::GRAYSCALE_8, 4, 4);
     std::uint8_t byte = 0;
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FetchRegion(&byte, 1, RECT{0, 0, 0, 5}); }, kFile, 521));
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FetchRegion(&byte, 1, RECT{5, 0, 4, 5}); }, kFile, 521));
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FetchRegion(&byte, 1, RECT{0, 0, 5, 0}); }, kFile, 522));
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FetchRegion(&byte, 1, RECT{0, 5, 5, 4}); }, kFile, 522));
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FetchRegion(&byte, 1, RECT{0, 0, 0, 0}); }, kFile, 521));
+    EXPECT_TRUE(RaisesInternalError(
+        [&] {
+            bitmap.FetchRegion(&byte, 1, RECT{0, 0, 0, 5});
+        },
+        BitmapCheck::fetchedWidth));
+    EXPECT_TRUE(RaisesInternalError(
+        [&] {
+            bitmap.FetchRegion(&byte, 1, RECT{5, 0, 4, 5});
+        },
+        BitmapCheck::fetchedWidth));
+    EXPECT_TRUE(RaisesInternalError(
+        [&] {
+            bitmap.FetchRegion(&byte, 1, RECT{0, 0, 5, 0});
+        },
+        BitmapCheck::fetchedHeight));
+    EXPECT_TRUE(RaisesInternalError(
+        [&] {
+            bitmap.FetchRegion(&byte, 1, RECT{0, 5, 5, 4});
+        },
+        BitmapCheck::fetchedHeight));
+    EXPECT_TRUE(RaisesInternalError(
+        [&] {
+            bitmap.FetchRegion(&byte, 1, RECT{0, 0, 0, 0});
+        },
+        BitmapCheck::fetchedWidth));
 }
 
 TEST(FetchRegion, ChecksCoordinatesFirst) {
     OpenBitmap bitmap(9, 9, shr::GRAYSCALE_8, 4, 4);
     std::uint8_t byte = 0;
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FetchRegion(&byte, 1, RECT{-1, 0, -1, 0}); }, kFile, 519));
+    EXPECT_TRUE(RaisesInternalError(
+        [&] {
+            bitmap.FetchRegion(&byte, 1, RECT{-1, 0, -1, 0});
+        },
+        BitmapCheck::fetchedCorners));
 }
 
 TEST(FetchRegion, ChecksARectangleThatComesAsASizeTheSameWay) {
     OpenBitmap bitmap(9, 9, shr::GRAYSCALE_8, 4, 4);
     std::uint8_t byte = 0;
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FetchRegion(&byte, 1, -1, 0, 2, 2); }, kFile, 519));
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FetchRegion(&byte, 1, 0, 0, 0, 2); }, kFile, 521));
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FetchRegion(&byte, 1, 0, 0, 2, 0); }, kFile, 522));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FetchRegion(&byte, 1, -1, 0, 2, 2); }, BitmapCheck::fetchedCorners));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FetchRegion(&byte, 1, 0, 0, 0, 2); }, BitmapCheck::fetchedWidth));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FetchRegion(&byte, 1, 0, 0, 2, 0); }, BitmapCheck::fetchedHeight));
 }
 
 TEST(FetchRegion, OfAPictureWithoutPixelsWritesNothing) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/OpenBitmaps.h"
+#include "core/checks/BitmapChecks.h"
 #include "shr/Units.h"
 #include "support_code/ExpectError.h"
 #include "support_code/Pixels.h"
@@ -17,8 +18,7 @@ using shr::Color4b;
 using shr::ColorFormat;
 using testkit::OpenBitmap;
 using testkit::RaisesInternalError;
-
-constexpr const wchar_t* kFile = L"zbmbitmap";
+using zbm::BitmapCheck;
 
 std::vector<int> Values(const RECT& rect) { return {rect.left, rect.top, rect.right, rect.bottom}; }
 
@@ -55,8 +55,8 @@ TEST(ZBitmapInit, TakesHeightsBeforeWidths) {
 TEST(ZBitmapInit, RefusesNegativeSizesAndIsEmptyThen) {
     for (const auto& [height, width] : {std::pair{-1, 5}, {5, -1}, {-1, -1}}) {
         OpenBitmap bitmap(8, 8, shr::INDEXED_8, 4, 4);
-        EXPECT_TRUE(
-            RaisesInternalError([&, h = height, w = width] { bitmap.Init(h, w, shr::BGRA_32, 0, 0); }, kFile, 878));
+        EXPECT_TRUE(RaisesInternalError([&, h = height, w = width] { bitmap.Init(h, w, shr::BGRA_32, 0, 0); },
+                                        BitmapCheck::pixelSize));
         EXPECT_EQ(bitmap.GetColorFormat(), shr::FORMAT_NONE);
         EXPECT_EQ(bitmap.GetNumColorTableItems(), 0u);
         EXPECT_EQ(bitmap.GetNumScanRectRows(), 0);
@@ -67,7 +67,7 @@ TEST(ZBitmapInit, RefusesTileSizesBelowOneAndIsEmptyThen) {
     for (const auto& [tileHeight, tileWidth] : {std::pair{0, 5}, {5, 0}, {-1, 5}, {5, -1}}) {
         OpenBitmap bitmap(8, 8, shr::INDEXED_8, 4, 4);
         EXPECT_TRUE(RaisesInternalError([&, h = tileHeight, w = tileWidth] { bitmap.Init(5, 5, shr::BGRA_32, h, w); },
-                                        kFile, 879));
+                                        BitmapCheck::tileSize));
         EXPECT_EQ(bitmap.GetColorFormat(), shr::FORMAT_NONE);
         EXPECT_EQ(bitmap.GetNumColorTableItems(), 0u);
         EXPECT_EQ(bitmap.GetNumScanRectRows(), 0);
@@ -77,8 +77,8 @@ TEST(ZBitmapInit, RefusesTileSizesBelowOneAndIsEmptyThen) {
 TEST(ZBitmapInit, RefusesWhatIsNoFormatAndIsEmptyThen) {
     for (const int format : {0, 14, -1, 99}) {
         OpenBitmap bitmap(8, 8, shr::INDEXED_8, 4, 4);
-        EXPECT_TRUE(
-            RaisesInternalError([&] { bitmap.Init(5, 5, static_cast<ColorFormat>(format), 4, 4); }, kFile, 122));
+        EXPECT_TRUE(RaisesInternalError([&] { bitmap.Init(5, 5, static_cast<ColorFormat>(format), 4, 4); },
+                                        BitmapCheck::formatRange));
         EXPECT_EQ(bitmap.GetColorFormat(), shr::FORMAT_NONE);
         EXPECT_EQ(bitmap.GetNumScanRectRows(), 0);
     }
@@ -139,15 +139,16 @@ TEST(ZBitmapInit, OfTheWidestPictureKeepsItsResolutionInRange) {
 TEST(ZBitmapFormat, CanBeSetOnlyOnce) {
     OpenBitmap bitmap;
     bitmap.SetColorFormat(shr::BGR_24);
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.SetColorFormat(shr::BGRA_32); }, kFile, 120));
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.SetColorFormat(shr::FORMAT_NONE); }, kFile, 120));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.SetColorFormat(shr::BGRA_32); }, BitmapCheck::formatIsSetOnce));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.SetColorFormat(shr::FORMAT_NONE); }, BitmapCheck::formatIsSetOnce));
     EXPECT_EQ(bitmap.GetColorFormat(), shr::BGR_24);
 }
 
 TEST(ZBitmapFormat, IsOneOfThirteen) {
     for (const int format : {0, 14, -1}) {
         OpenBitmap bitmap;
-        EXPECT_TRUE(RaisesInternalError([&] { bitmap.SetColorFormat(static_cast<ColorFormat>(format)); }, kFile, 122));
+        EXPECT_TRUE(RaisesInternalError([&] { bitmap.SetColorFormat(static_cast<ColorFormat>(format)); },
+                                        BitmapCheck::formatRange));
         EXPECT_EQ(bitmap.GetColorFormat(), shr::FORMAT_NONE);
     }
     for (const ColorFormat format : testkit::kFormats) {
@@ -253,28 +254,29 @@ TEST(ColorTable, RefusesMoreColorsThanTheFormatHasAndStaysAsItWas) {
     for (const ColorFormat format : testkit::kFormats) {
         OpenBitmap bitmap(2, 2, format, 4, 4);
         const auto most = static_cast<unsigned>(testkit::TableSize(format));
-        EXPECT_TRUE(RaisesInternalError([&] { bitmap.FillColorTable(colors.data(), most + 1); }, kFile, 156));
+        EXPECT_TRUE(
+            RaisesInternalError([&] { bitmap.FillColorTable(colors.data(), most + 1); }, BitmapCheck::colorCount));
         EXPECT_EQ(bitmap.GetNumColorTableItems(), most);
         EXPECT_TRUE(IsBlackFrom(bitmap, 0));
         EXPECT_NO_THROW(bitmap.FillColorTable(colors.data(), most));
     }
     OpenBitmap without;
-    EXPECT_TRUE(RaisesInternalError([&] { without.FillColorTable(colors.data(), 1); }, kFile, 156));
+    EXPECT_TRUE(RaisesInternalError([&] { without.FillColorTable(colors.data(), 1); }, BitmapCheck::colorCount));
 }
 
 TEST(ColorTable, GivesNoColorPastItsCount) {
     OpenBitmap bitmap(2, 2, shr::INDEXED_4, 4, 4);
     EXPECT_EQ(bitmap.GetColorTableItem(15), Color4b::Black);
     for (const unsigned index : {16u, 255u, 256u, 0xFFFFFFFFu})
-        EXPECT_TRUE(RaisesInternalError([&] { bitmap.GetColorTableItem(index); }, kFile, 190));
+        EXPECT_TRUE(RaisesInternalError([&] { bitmap.GetColorTableItem(index); }, BitmapCheck::colorIndex));
 }
 
 TEST(ColorTable, OfAFormatWithoutTableHasNoColorAtAll) {
     for (const ColorFormat format : testkit::kFormats)
         if (testkit::TableSize(format) == 0) {
             OpenBitmap bitmap(2, 2, format, 4, 4);
-            EXPECT_TRUE(RaisesInternalError([&] { bitmap.GetColorTableItem(0); }, kFile, 186));
-            EXPECT_TRUE(RaisesInternalError([&] { bitmap.GetColorTableItem(999); }, kFile, 186));
+            EXPECT_TRUE(RaisesInternalError([&] { bitmap.GetColorTableItem(0); }, BitmapCheck::colorTable));
+            EXPECT_TRUE(RaisesInternalError([&] { bitmap.GetColorTableItem(999); }, BitmapCheck::colorTable));
         }
 }
 
@@ -306,7 +308,7 @@ TEST(ColorTable, ThatIsEmptyIsCopiedAsNoColors) {
 
 TEST(ColorTable, CannotBeCopiedIntoAFormatWithASmallerOne) {
     OpenBitmap source(2, 2, shr::INDEXED_8, 4, 4), target(2, 2, shr::INDEXED_4, 4, 4);
-    EXPECT_TRUE(RaisesInternalError([&] { target.CopyColorTable(source); }, kFile, 156));
+    EXPECT_TRUE(RaisesInternalError([&] { target.CopyColorTable(source); }, BitmapCheck::colorCount));
 }
 
 TEST(ZBitmapCopy, TakesEverythingButTheResolutions) {
@@ -332,7 +334,7 @@ TEST(ZBitmapCopy, TakesEverythingButTheResolutions) {
 
 TEST(ZBitmapCopy, NeedsABitmapThatWasFreed) {
     OpenBitmap source(10, 6, shr::INDEXED_4, 4, 5), target(3, 3, shr::BGRA_32, 4, 4);
-    EXPECT_TRUE(RaisesInternalError([&] { target.Copy(source); }, kFile, 120));
+    EXPECT_TRUE(RaisesInternalError([&] { target.Copy(source); }, BitmapCheck::formatIsSetOnce));
     target.Free();
     target.Copy(source);
     EXPECT_EQ(target.GetColorFormat(), shr::INDEXED_4);

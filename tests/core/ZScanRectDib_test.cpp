@@ -6,6 +6,7 @@
 #include <limits>
 #include <vector>
 
+#include "core/checks/ScanRectChecks.h"
 #include "shr/Color4b.h"
 #include "support_code/ExpectError.h"
 #include "support_code/Pixels.h"
@@ -16,9 +17,8 @@ namespace {
 using shr::ColorFormat;
 using testkit::RaisesInternalError;
 using testkit::RaisesNamedError;
+using zbm::ScanRectCheck;
 using zbm::ZScanRect;
-
-constexpr const wchar_t* kFile = L"ZBMScanRect";
 
 /// A DIB whose header (with the masks behind it) and bits have buffers of their exact size, so that reading outside
 /// of either shows.
@@ -118,23 +118,24 @@ TEST_P(DibDepth, RefusesARectangleThatReachesOutsideAndChangesNothing) {
     TestDib dib(10, 6, GetParam().bitCount);
     constexpr int kMax = std::numeric_limits<int>::max(), kMin = std::numeric_limits<int>::min();
     struct Case {
-        int x, y, line;
+        int x, y;
+        ScanRectCheck check;
     };
-    for (const Case& c : {Case{6, 0, 67},
-                          {7, 0, 67},
-                          {kMax, 0, 67},
-                          {-1, 0, 67},
-                          {kMin, 0, 67},
-                          {0, 4, 68},
-                          {0, kMax, 68},
-                          {0, -1, 68},
-                          {0, kMin, 68},
-                          {6, 4, 67},
-                          {-1, -1, 67}}) {
+    for (const Case& c : {Case{6, 0, ScanRectCheck::dibWidth},
+                          {7, 0, ScanRectCheck::dibWidth},
+                          {kMax, 0, ScanRectCheck::dibWidth},
+                          {-1, 0, ScanRectCheck::dibWidth},
+                          {kMin, 0, ScanRectCheck::dibWidth},
+                          {0, 4, ScanRectCheck::dibHeight},
+                          {0, kMax, ScanRectCheck::dibHeight},
+                          {0, -1, ScanRectCheck::dibHeight},
+                          {0, kMin, ScanRectCheck::dibHeight},
+                          {6, 4, ScanRectCheck::dibWidth},
+                          {-1, -1, ScanRectCheck::dibWidth}}) {
         ZScanRect tile(5, 3, shr::GRAYSCALE_16);
         std::memset(tile.GetRowPtr(2), 0x5A, 3 * 12);
         const std::uint8_t* row = tile.GetRowPtr(2);
-        EXPECT_TRUE(RaisesInternalError([&] { CopyInto(tile, dib, c.x, c.y); }, kFile, c.line))
+        EXPECT_TRUE(RaisesInternalError([&] { CopyInto(tile, dib, c.x, c.y); }, c.check))
             << "(" << c.x << ", " << c.y << ")";
         EXPECT_EQ(tile.GetColorFormat(), shr::GRAYSCALE_16);
         EXPECT_EQ(tile.GetRowPtr(2), row);
@@ -165,7 +166,7 @@ TEST(CopyFromDib, AlwaysRefusesATopDownDib) {
     for (const int bitCount : {1, 8, 16, 24, 32}) {
         TestDib dib(10, -10, bitCount);
         ZScanRect tile(3, 3, shr::BGRA_32);
-        EXPECT_TRUE(RaisesInternalError([&] { CopyInto(tile, dib, 0, 0); }, kFile, 68));
+        EXPECT_TRUE(RaisesInternalError([&] { CopyInto(tile, dib, 0, 0); }, ScanRectCheck::dibHeight));
     }
 }
 
@@ -173,7 +174,7 @@ TEST(CopyFromDib, RefusesADibOfNegativeWidth) {
     TestDib dib(4, 4, 8);
     dib.Header()->biWidth = -4;
     ZScanRect tile(1, 1, shr::BGRA_32);
-    EXPECT_TRUE(RaisesInternalError([&] { CopyInto(tile, dib, 0, 0); }, kFile, 67));
+    EXPECT_TRUE(RaisesInternalError([&] { CopyInto(tile, dib, 0, 0); }, ScanRectCheck::dibWidth));
 }
 
 TEST(CopyFromDib, RefusesOtherDepthsAndChangesNothing) {
@@ -182,7 +183,7 @@ TEST(CopyFromDib, RefusesOtherDepthsAndChangesNothing) {
         dib.Header()->biBitCount = static_cast<WORD>(bitCount);
         ZScanRect tile(2, 2, shr::GRAYSCALE_8);
         tile.GetRowPtr(1)[1] = 77;
-        EXPECT_TRUE(RaisesInternalError([&] { CopyInto(tile, dib, 0, 0); }, kFile, 333)) << bitCount;
+        EXPECT_TRUE(RaisesInternalError([&] { CopyInto(tile, dib, 0, 0); }, ScanRectCheck::dibDepth)) << bitCount;
         EXPECT_EQ(tile.GetColorFormat(), shr::GRAYSCALE_8);
         EXPECT_EQ(tile.GetRowPtr(1)[1], 77);
     }
@@ -196,7 +197,8 @@ TEST(CopyFromDib, RefusesCompressionsThatItDoesNotDecode) {
     for (const Case& c : {Case{8, 1}, {4, 2}, {24, 4}, {32, 5}, {16, 1}, {1, 2}, {8, 4}, {8, 5}}) {
         TestDib dib(4, 4, c.bitCount, c.compression);
         ZScanRect tile(2, 2, shr::GRAYSCALE_16);
-        EXPECT_TRUE(RaisesNamedError([&] { CopyInto(tile, dib, 0, 0); }, testkit::kUnsupportedDibText, kFile))
+        EXPECT_TRUE(RaisesNamedError([&] { CopyInto(tile, dib, 0, 0); }, testkit::kUnsupportedDibText,
+                                     ScanRectCheck::dibCompression))
             << c.bitCount << " bits, compression " << c.compression;
         EXPECT_EQ(tile.GetColorFormat(), shr::GRAYSCALE_16);
     }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "core/OpenBitmaps.h"
+#include "core/checks/ScanRectChecks.h"
 #include "support_code/AsanOptions.h"
 #include "support_code/ExpectError.h"
 #include "support_code/Pixels.h"
@@ -21,9 +22,8 @@ using testkit::kFormats;
 using testkit::OpenScanRect;
 using testkit::PaddedRowBytes;
 using testkit::RaisesInternalError;
+using zbm::ScanRectCheck;
 using zbm::ZScanRect;
-
-constexpr const wchar_t* kFile = L"ZBMScanRect";
 
 std::size_t PixelBytes(const ZScanRect& tile) {
     return static_cast<std::size_t>(-tile.GetStride()) * static_cast<std::size_t>(tile.GetHeight());
@@ -127,16 +127,18 @@ TEST(ZScanRect, PixelsOfANewTileReadAsZeroInMemoryThatWasUsedBefore) {
 
 TEST(ZScanRect, RefusesSizesBelowOne) {
     for (const auto& [width, height] : {std::pair{0, 1}, {1, 0}, {-1, 1}, {1, -1}, {0, 0}})
-        EXPECT_TRUE(RaisesInternalError([&, w = width, h = height] { ZScanRect(w, h, shr::BGRA_32); }, kFile, 342));
+        EXPECT_TRUE(
+            RaisesInternalError([&, w = width, h = height] { ZScanRect(w, h, shr::BGRA_32); }, ScanRectCheck::size));
 }
 
 TEST(ZScanRect, RefusesWhatIsNoFormat) {
     for (const int format : {0, 14, -1, 1000, std::numeric_limits<int>::min()})
-        EXPECT_TRUE(RaisesInternalError([&] { ZScanRect(1, 1, static_cast<ColorFormat>(format)); }, kFile, 343));
+        EXPECT_TRUE(RaisesInternalError([&] { ZScanRect(1, 1, static_cast<ColorFormat>(format)); },
+                                        ScanRectCheck::formatRange));
 }
 
 TEST(ZScanRect, ChecksItsSizeBeforeItsFormat) {
-    EXPECT_TRUE(RaisesInternalError([] { ZScanRect(0, 0, shr::FORMAT_NONE); }, kFile, 342));
+    EXPECT_TRUE(RaisesInternalError([] { ZScanRect(0, 0, shr::FORMAT_NONE); }, ScanRectCheck::size));
 }
 
 TEST(ZScanRect, TooLargeForMemoryRaisesBadAlloc) {
@@ -250,8 +252,8 @@ TEST(ZScanRect, FailedCreateLeavesTheTileAsItWas) {
     const auto pixels = PixelBlock(tile), mask = MaskBlock(tile);
     const std::uint8_t *row = tile.GetRowPtr(1), *maskRow = tile.GetAlphaRowPtr(1);
 
-    EXPECT_TRUE(RaisesInternalError([&] { tile.Create(-1, 5, shr::BGRA_32); }, kFile, 342));
-    EXPECT_TRUE(RaisesInternalError([&] { tile.Create(5, 5, shr::FORMAT_NONE); }, kFile, 343));
+    EXPECT_TRUE(RaisesInternalError([&] { tile.Create(-1, 5, shr::BGRA_32); }, ScanRectCheck::size));
+    EXPECT_TRUE(RaisesInternalError([&] { tile.Create(5, 5, shr::FORMAT_NONE); }, ScanRectCheck::formatRange));
     EXPECT_THROW(tile.Create(1 << 28, 1 << 20, shr::BGRA_32), std::bad_alloc);
 
     EXPECT_EQ(tile.GetWidth(), 13);

@@ -35,11 +35,12 @@ void Resize(ZMemBitmap& source, zbm::ZBasicMemBitmap& result) {
 }
 
 const Operation kOperations[] = {
-    {"ChangeBrightness", [](auto& source, auto&) { source.ChangeBrightness(0.3, nullptr); }},
-    {"Saturation", [](auto& source, auto&) { source.ChangeSaturation(0.3, nullptr); }},
-    {"Sharpen", [](auto& source, auto&) { source.Sharpen(0.3, nullptr); }},
-    {"Gaussian5x5", [](auto& source, auto&) { source.Convolute5x5(zpixf::ZPixf5x5Mode::gaussian, nullptr); }},
-    {"Median3", [](auto& source, auto&) { source.MedianFilter(3, nullptr); }},
+    {"ChangeBrightness", [](auto& source, auto&) { EXPECT_TRUE(source.ChangeBrightness(0.3, nullptr)); }},
+    {"Saturation", [](auto& source, auto&) { EXPECT_TRUE(source.ChangeSaturation(0.3, nullptr)); }},
+    {"Sharpen", [](auto& source, auto&) { EXPECT_TRUE(source.Sharpen(0.3, nullptr)); }},
+    {"Gaussian5x5",
+     [](auto& source, auto&) { EXPECT_TRUE(source.Convolute5x5(zpixf::ZPixf5x5Mode::gaussian, nullptr)); }},
+    {"Median3", [](auto& source, auto&) { EXPECT_TRUE(source.MedianFilter(3, nullptr)); }},
     {"CreateInFormat", [](auto& source, auto& result) { EXPECT_TRUE(result.Create(shr::BGR_24, source, nullptr)); }},
     {"Halve", &Resize<zbm::ResizeBilinear>},
     {"HalveBicubic", &Resize<zbm::ResizeBicubic0>},

@@ -66,24 +66,24 @@ void CreateFrom(const Create& create) {
 }
 
 const Operation kOperations[] = {
-    {"ChangeBrightness", [](ZMemBitmap& p, IProgress* progress) { p.ChangeBrightness(0.3, progress); }},
-    {"ChangeContrast", [](ZMemBitmap& p, IProgress* progress) { p.ChangeContrast(0.3, progress); }},
-    {"ChangeSaturation", [](ZMemBitmap& p, IProgress* progress) { p.ChangeSaturation(0.3, progress); }},
-    {"ConvertToGrayScale", [](ZMemBitmap& p, IProgress* progress) { p.ConvertToGrayScale(progress); }},
-    {"Sharpen", [](ZMemBitmap& p, IProgress* progress) { p.Sharpen(0.5, progress); }},
+    {"ChangeBrightness", [](ZMemBitmap& p, IProgress* progress) { EXPECT_TRUE(p.ChangeBrightness(0.3, progress)); }},
+    {"ChangeContrast", [](ZMemBitmap& p, IProgress* progress) { EXPECT_TRUE(p.ChangeContrast(0.3, progress)); }},
+    {"ChangeSaturation", [](ZMemBitmap& p, IProgress* progress) { EXPECT_TRUE(p.ChangeSaturation(0.3, progress)); }},
+    {"ConvertToGrayScale", [](ZMemBitmap& p, IProgress* progress) { EXPECT_TRUE(p.ConvertToGrayScale(progress)); }},
+    {"Sharpen", [](ZMemBitmap& p, IProgress* progress) { EXPECT_TRUE(p.Sharpen(0.5, progress)); }},
     {"Kernel3x3",
      [](ZMemBitmap& p, IProgress* progress) {
          double kernel[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
-         p.Convolute3x3(kernel, 0, 1, progress);
+         EXPECT_TRUE(p.Convolute3x3(kernel, 0, 1, progress));
      }},
     {"Gaussian5x5",
-     [](ZMemBitmap& p, IProgress* progress) { p.Convolute5x5(zpixf::ZPixf5x5Mode::gaussian, progress); }},
-    {"Median3", [](ZMemBitmap& p, IProgress* progress) { p.MedianFilter(3, progress); }},
-    {"Median9", [](ZMemBitmap& p, IProgress* progress) { p.MedianFilter(9, progress); }},
+     [](ZMemBitmap& p, IProgress* progress) { EXPECT_TRUE(p.Convolute5x5(zpixf::ZPixf5x5Mode::gaussian, progress)); }},
+    {"Median3", [](ZMemBitmap& p, IProgress* progress) { EXPECT_TRUE(p.MedianFilter(3, progress)); }},
+    {"Median9", [](ZMemBitmap& p, IProgress* progress) { EXPECT_TRUE(p.MedianFilter(9, progress)); }},
     {"QuantizeColors",
      [](ZMemBitmap& p, IProgress* progress) {
          std::vector<RGBQUAD> palette;
-         p.QuantizeColors(zbm::QuantMedian8, 7, palette, progress);
+         EXPECT_TRUE(p.QuantizeColors(zbm::QuantMedian8, 7, palette, progress));
      }},
     {"CommitAll",
      [](ZMemBitmap& p, IProgress* progress) {

@@ -3,6 +3,10 @@
 
 #include <algorithm>
 
+#include "core/checks/BasicMemBitmapChecks.h"
+#include "core/checks/BitmapChecks.h"
+#include "core/checks/MemBitmapChecks.h"
+#include "core/checks/ScanRectChecks.h"
 #include "faults/FaultyArchives.h"
 #include "faults/HeapMeter.h"
 #include "support_code/ExpectError.h"
@@ -43,8 +47,10 @@ enum class Answer {
 
 /// The errors that state an unknown version, by their places.
 bool IsUnknownVersion(const shr::Exception& error) {
-    return testkit::IsAt(error, L"zbmbitmap", 1496) || testkit::IsAt(error, L"ZBMBasicMemBitmap", 818) ||
-           testkit::IsAt(error, L"ZBMScanRect", 512) || testkit::IsAt(error, L"ZBMMemBitmap", 364);
+    return testkit::IsAt(error, zbm::BitmapCheck::formatInfoVersion) ||
+           testkit::IsAt(error, zbm::BasicMemBitmapCheck::recordVersion) ||
+           testkit::IsAt(error, zbm::ScanRectCheck::recordVersion) ||
+           testkit::IsAt(error, zbm::MemBitmapCheck::recordVersion);
 }
 
 /// The most bytes that blocks of `encodedBytes` together can stand for.

@@ -4,6 +4,8 @@
 #include <cstring>
 
 #include "core/OpenBitmaps.h"
+#include "core/checks/BasicMemBitmapChecks.h"
+#include "core/checks/BitmapChecks.h"
 #include "support_code/ExpectError.h"
 #include "support_code/FormulaPicture.h"
 #include "support_code/TestProgress.h"
@@ -19,9 +21,10 @@ using testkit::OpenBasicMemBitmap;
 using testkit::OpenBitmap;
 using testkit::RaisesInternalError;
 using testkit::TestProgress;
+using zbm::BasicMemBitmapCheck;
+using zbm::BitmapCheck;
 using zbm::ZBasicMemBitmap;
 
-constexpr const wchar_t* kSourceFile = L"ZBMBasicMemBitmap";
 const std::vector<std::string> kOneTask = {"Creating image..."};
 
 bool IsEmpty(const zbm::ZBitmap& bitmap) {
@@ -106,7 +109,7 @@ TEST(CreateCopy, WhateverElseIsThrownPassesOnAndLeavesItEmpty) {
         ThrowingProgress progress(report);
         ZBasicMemBitmap copy = FormulaBitmap(5, 5, shr::BGR_24, 2, 2);
         source.calls.clear();
-        EXPECT_THROW(copy.Create(source, &progress), Thrown);
+        EXPECT_THROW(static_cast<void>(copy.Create(source, &progress)), Thrown);
         EXPECT_TRUE(IsEmpty(copy));
         EXPECT_EQ(LocksLeft(source.calls), 0);
     }
@@ -116,11 +119,14 @@ TEST(CreateCopy, WhateverElseIsThrownPassesOnAndLeavesItEmpty) {
 
 TEST(CreateInFormat, RefusesItselfAndWhatIsNoFormat) {
     ZBasicMemBitmap bitmap = FormulaBitmap(9, 7, shr::BGR_24, 4, 4), source = bitmap;
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Create(shr::BGR_24, bitmap, nullptr); }, kSourceFile, 401));
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Create(shr::FORMAT_NONE, bitmap, nullptr); }, kSourceFile, 401));
+    EXPECT_TRUE(RaisesInternalError([&] { return bitmap.Create(shr::BGR_24, bitmap, nullptr); },
+                                    BasicMemBitmapCheck::convertedSelf));
+    EXPECT_TRUE(RaisesInternalError([&] { return bitmap.Create(shr::FORMAT_NONE, bitmap, nullptr); },
+                                    BasicMemBitmapCheck::convertedSelf));
     for (const int format : {0, 14, -1})
-        EXPECT_TRUE(RaisesInternalError([&] { bitmap.Create(static_cast<ColorFormat>(format), source, nullptr); },
-                                        kSourceFile, 402));
+        EXPECT_TRUE(
+            RaisesInternalError([&] { return bitmap.Create(static_cast<ColorFormat>(format), source, nullptr); },
+                                BasicMemBitmapCheck::convertedFormat));
     EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
 }
 
@@ -236,17 +242,24 @@ TEST(CreateResized, ChecksItsArgumentsInOrderBeforeAnythingChanges) {
     ZBasicMemBitmap bitmap = FormulaBitmap(9, 7, shr::BGR_24, 4, 4), source = FormulaBitmap(37, 23, shr::BGR_24, 13, 9);
     struct Bad {
         RECT rect;
-        int line;
+        BasicMemBitmapCheck check;
     };
     constexpr Bad kBad[] = {
-        {{-1, -1, 38, 24}, 479}, {{38, -1, 38, 24}, 479}, {{0, -1, 38, 24}, 480}, {{0, -1, -1, 24}, 480},
-        {{5, -1, 5, 24}, 481},   {{5, 24, 5, 24}, 481},   {{5, 6, 5, 24}, 482},   {{5, 6, 5, -1}, 482},
-        {{5, 6, 5, 6}, 484},     {{6, 6, 5, 6}, 484},     {{5, 6, 37, 6}, 485},   {{5, 7, 37, 6}, 485},
+        {{-1, -1, 38, 24}, BasicMemBitmapCheck::resizedLeft}, {{38, -1, 38, 24}, BasicMemBitmapCheck::resizedLeft},
+        {{0, -1, 38, 24}, BasicMemBitmapCheck::resizedRight}, {{0, -1, -1, 24}, BasicMemBitmapCheck::resizedRight},
+        {{5, -1, 5, 24}, BasicMemBitmapCheck::resizedTop},    {{5, 24, 5, 24}, BasicMemBitmapCheck::resizedTop},
+        {{5, 6, 5, 24}, BasicMemBitmapCheck::resizedBottom},  {{5, 6, 5, -1}, BasicMemBitmapCheck::resizedBottom},
+        {{5, 6, 5, 6}, BasicMemBitmapCheck::resizedWidth},    {{6, 6, 5, 6}, BasicMemBitmapCheck::resizedWidth},
+        {{5, 6, 37, 6}, BasicMemBitmapCheck::resizedHeight},  {{5, 7, 37, 6}, BasicMemBitmapCheck::resizedHeight},
     };
     for (const Bad& bad : kBad)
-        EXPECT_TRUE(RaisesInternalError([&] { Resize(bitmap, 5, 5, source, bad.rect, 99); }, kSourceFile, bad.line))
-            << bad.line;
-    EXPECT_TRUE(RaisesInternalError([&] { Resize(bitmap, 5, 5, bitmap, {-1, 0, 0, 0}); }, kSourceFile, 477));
+        EXPECT_TRUE(RaisesInternalError([&] { Resize(bitmap, 5, 5, source, bad.rect, 99); }, bad.check))
+            << zbm::Check(bad.check).Line();
+    EXPECT_TRUE(RaisesInternalError(
+        [&] {
+            Resize(bitmap, 5, 5, bitmap, {-1, 0, 0, 0});
+        },
+        BasicMemBitmapCheck::resizedSelf));
     EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
 }
 
@@ -266,14 +279,15 @@ TEST(CreateResized, RefusesAnUnknownMethodAndIsThenEmpty) {
     ZBasicMemBitmap source = FormulaBitmap(37, 23, shr::BGR_24, 13, 9);
     for (const int method : {0, 6, -1}) {
         ZBasicMemBitmap bitmap = FormulaBitmap(9, 7, shr::BGR_24, 4, 4);
-        EXPECT_TRUE(RaisesInternalError([&] { Resize(bitmap, 5, 5, source, kWhole, method); }, kSourceFile, 633));
+        EXPECT_TRUE(RaisesInternalError([&] { Resize(bitmap, 5, 5, source, kWhole, method); },
+                                        BasicMemBitmapCheck::resizeMethod));
         EXPECT_TRUE(IsEmpty(bitmap));
     }
 }
 
 TEST(CreateResized, LeavesBadSizesToTheLayout) {
     ZBasicMemBitmap source = FormulaBitmap(37, 23, shr::BGR_24, 13, 9), bitmap(1, 1, shr::BGRA_32);
-    EXPECT_TRUE(RaisesInternalError([&] { Resize(bitmap, -1, 5, source); }, L"zbmbitmap", 878));
+    EXPECT_TRUE(RaisesInternalError([&] { Resize(bitmap, -1, 5, source); }, BitmapCheck::pixelSize));
     EXPECT_TRUE(IsEmpty(bitmap));
     for (const auto& [width, height] : {std::pair{0, 5}, std::pair{5, 0}, std::pair{0, 0}}) {
         EXPECT_TRUE(Resize(bitmap, width, height, source)) << width << " x " << height;

@@ -4,6 +4,7 @@
 #include <map>
 
 #include "core/OpenBitmaps.h"
+#include "core/checks/BasicMemBitmapChecks.h"
 #include "filter/FlatPicture.h"
 #include "filter/StubFilters.h"
 #include "support_code/ExpectError.h"
@@ -22,10 +23,9 @@ using testkit::LineFilter;
 using testkit::OpenBasicMemBitmap;
 using testkit::RaisesInternalError;
 using testkit::TestProgress;
+using zbm::BasicMemBitmapCheck;
 using zbm::ZBasicMemBitmap;
 using zpixf::ZPixfType;
-
-constexpr const wchar_t* kSourceFile = L"ZBMBasicMemBitmap";
 
 /// The bitmap as BGRA, alpha from the mask where it has one.
 std::vector<unsigned char> AsBgra(const zbm::ZBitmap& bitmap) {
@@ -420,11 +420,12 @@ TEST(MemBitmapFilter, LinesAreAsLongAsRowsAndStayForTheNextFiltering) {
 TEST(MemBitmapFilter, ATileThatIsNotThereIsAnInternalErrorInInputAndResult) {
     ZBasicMemBitmap taker(1, 1, shr::BGR_24), hollow(1, 1, shr::BGR_24), result(1, 1, shr::BGRA_32);
     taker.ChangeFrom(hollow);
-    EXPECT_TRUE(RaisesInternalError([&] { hollow.ChangeBrightness(0.5, nullptr); }, kSourceFile));
-    EXPECT_TRUE(RaisesInternalError([&] { hollow.MedianFilter(3, nullptr); }, kSourceFile));
-    EXPECT_TRUE(RaisesInternalError([&] { result.Create(shr::GRAYSCALE_8, hollow, nullptr); }, kSourceFile));
+    EXPECT_TRUE(RaisesInternalError([&] { return hollow.ChangeBrightness(0.5, nullptr); }, BasicMemBitmapCheck::tile));
+    EXPECT_TRUE(RaisesInternalError([&] { return hollow.MedianFilter(3, nullptr); }, BasicMemBitmapCheck::tile));
+    EXPECT_TRUE(RaisesInternalError([&] { return result.Create(shr::GRAYSCALE_8, hollow, nullptr); },
+                                    BasicMemBitmapCheck::tile));
     EXPECT_EQ(result.GetNumScanRectRows(), 0);
-    EXPECT_TRUE(RaisesInternalError([&] { result.Create(hollow, nullptr); }, kSourceFile));
+    EXPECT_TRUE(RaisesInternalError([&] { return result.Create(hollow, nullptr); }, BasicMemBitmapCheck::tile));
     EXPECT_TRUE(hollow.Create(shr::GRAYSCALE_8, taker, nullptr));
 }
 
@@ -476,21 +477,26 @@ TEST(MemBitmapFilter, LinesOutsideTheTilesAreInternalErrors) {
     filter.SetOutputFormat(zpixf::ZPixFormat(4, 12));
     bitmap.filterState.inputRect = {0, 0, 4, 12};
     const zbm::CPixFilterContext stage(&filter, outside, &bitmap);
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FilterScanLines(&stage, &bitmap, nullptr); }, kSourceFile, 1237));
+    EXPECT_TRUE(RaisesInternalError([&] { return bitmap.FilterScanLines(&stage, &bitmap, nullptr); },
+                                    BasicMemBitmapCheck::inputRow));
     EXPECT_EQ(bitmap.filterState.inputRowCopy, nullptr);
     const std::vector<unsigned char> line(64);
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.SetBitmapScanLine({}, line.data(), 12); }, kSourceFile, 1299));
+    EXPECT_TRUE(
+        RaisesInternalError([&] { bitmap.SetBitmapScanLine({}, line.data(), 12); }, BasicMemBitmapCheck::outputRow));
     bitmap.filterState.inputRect = {0, 12, 4, 13};
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FilterScanLines(&stage, &bitmap, nullptr); }, kSourceFile, 949));
+    EXPECT_TRUE(RaisesInternalError([&] { return bitmap.FilterScanLines(&stage, &bitmap, nullptr); },
+                                    BasicMemBitmapCheck::firstInputRow));
 }
 
 TEST(MemBitmapFilter, APictureWithoutRowsIsRefusedAndOneWithoutColumnsHasNothingToFilter) {
     ZBasicMemBitmap bitmap(1, 1, shr::BGR_24);
     LineFilter filter(ZPixfType::Brightness);
     bitmap.Create(5, 0, shr::BGR_24);
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FilterScanLines(filter, nullptr); }, kSourceFile, 949));
+    EXPECT_TRUE(
+        RaisesInternalError([&] { bitmap.FilterScanLines(filter, nullptr); }, BasicMemBitmapCheck::firstInputRow));
     bitmap.Create(0, 0, shr::INDEXED_8);
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.FilterScanLines(filter, nullptr); }, kSourceFile, 949));
+    EXPECT_TRUE(
+        RaisesInternalError([&] { bitmap.FilterScanLines(filter, nullptr); }, BasicMemBitmapCheck::firstInputRow));
     bitmap.Create(0, 5, shr::INDEXED_8);
     EXPECT_TRUE(bitmap.FilterScanLines(filter, nullptr));
 }
@@ -499,7 +505,7 @@ TEST(MemBitmapFilter, AFilterThatFailsLeavesTheLinesWrittenUntilThen) {
     ZBasicMemBitmap bitmap = FormulaBitmap(33, 20, shr::BGR_24, 16, 8);
     LineFilter filter(ZPixfType::Brightness, &testkit::Invert);
     filter.failingLine = 9;
-    EXPECT_THROW(bitmap.FilterScanLines(filter, nullptr), shr::Exception);
+    EXPECT_THROW(static_cast<void>(bitmap.FilterScanLines(filter, nullptr)), shr::Exception);
     EXPECT_FALSE(filter.IsStarted());
     for (int y = 0; y < 20; ++y)
         for (int x = 0; x < 33; ++x) {
@@ -515,7 +521,7 @@ void ExpectWrittenLinesStay(ColorFormat format) {
         testkit::FillByFormula(bitmap);
         const auto before = AsBgra(bitmap);
         TestProgress progress(report);
-        EXPECT_THROW(bitmap.ChangeBrightness(1.0, &progress), shr::AbortException);
+        EXPECT_THROW(static_cast<void>(bitmap.ChangeBrightness(1.0, &progress)), shr::AbortException);
         const auto after = AsBgra(bitmap);
         const std::size_t lineBytes = 4 * 5, written = 100 * static_cast<std::size_t>(report - 1) + 1;
         for (std::size_t i = 0; i < after.size(); ++i)

@@ -67,14 +67,15 @@ TEST(Reductions, EachIsMadeOfTheOneBefore) {
         ASSERT_TRUE(bitmap.CommitAll(nullptr));
         ZBasicMemBitmap before(1, 1, shr::BGRA_32);
         if (testkit::TableSize(format) > 0)
-            before.Create(shr::BGRA_32, bitmap, nullptr);
+            EXPECT_TRUE(before.Create(shr::BGRA_32, bitmap, nullptr));
         else
-            before.Create(bitmap, nullptr);
+            EXPECT_TRUE(before.Create(bitmap, nullptr));
         ASSERT_EQ(bitmap.reductions.size(), 3u);
         for (const auto& level : bitmap.reductions) {
             const int width = before.GetPixelWidth(), height = before.GetPixelHeight();
             ZBasicMemBitmap expected(1, 1, shr::BGRA_32);
-            expected.Create(width / 2, height / 2, before, {0, 0, width, height}, zbm::ResizeBilinear, nullptr);
+            EXPECT_TRUE(
+                expected.Create(width / 2, height / 2, before, {0, 0, width, height}, zbm::ResizeBilinear, nullptr));
             EXPECT_TRUE(AreEqual(*level, expected)) << format;
             before = expected;
         }
@@ -142,7 +143,7 @@ void ExpectStaleAfterEveryCreation() {
     // What fails leaves them stale, too.
     EXPECT_TRUE(IsStaleAfter<Bitmap>([](auto& bitmap, auto& source) {
         TestProgress progress(1);
-        EXPECT_THROW(bitmap.Create(shr::BGRA_32, source, &progress), shr::AbortException);
+        EXPECT_THROW(static_cast<void>(bitmap.Create(shr::BGRA_32, source, &progress)), shr::AbortException);
     }));
 }
 

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "core/OpenBitmaps.h"
+#include "core/checks/BasicMemBitmapChecks.h"
+#include "core/checks/BitmapChecks.h"
 #include "support_code/ExpectError.h"
 #include "support_code/FormulaPicture.h"
 
@@ -13,6 +15,8 @@ using testkit::FormulaBitmap;
 using testkit::IsFormulaPicture;
 using testkit::OpenMemBitmap;
 using testkit::RaisesInternalError;
+using zbm::BasicMemBitmapCheck;
+using zbm::BitmapCheck;
 using zbm::ZBasicMemBitmap;
 
 OpenMemBitmap WithTwoReductions() {
@@ -43,16 +47,16 @@ TEST(ZMemBitmap, StartsWithReductionsToBeBuilt) {
 }
 
 TEST(ZMemBitmap, RefusesWhatItsBaseRefuses) {
-    EXPECT_TRUE(RaisesInternalError([] { zbm::ZMemBitmap(0, 5, shr::BGRA_32); }, L"ZBMBasicMemBitmap", 60));
-    EXPECT_TRUE(RaisesInternalError([] { zbm::ZMemBitmap(5, 5, shr::BGRA_32, 0, 5); }, L"ZBMBasicMemBitmap", 61));
+    EXPECT_TRUE(RaisesInternalError([] { zbm::ZMemBitmap(0, 5, shr::BGRA_32); }, BasicMemBitmapCheck::size));
+    EXPECT_TRUE(RaisesInternalError([] { zbm::ZMemBitmap(5, 5, shr::BGRA_32, 0, 5); }, BasicMemBitmapCheck::tileSize));
     zbm::ZMemBitmap bitmap(5, 5, shr::BGRA_32);
-    EXPECT_TRUE(
-        RaisesInternalError([&] { bitmap.Create(nullptr, nullptr, nullptr, 512, 512); }, L"ZBMBasicMemBitmap", 196));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Create(nullptr, nullptr, nullptr, 512, 512); },
+                                    BasicMemBitmapCheck::dibHeader));
     BITMAPINFO dib{};
     dib.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
     EXPECT_TRUE(RaisesInternalError([&] { bitmap.Create(&dib.bmiHeader, nullptr, nullptr, 512, 512); },
-                                    L"ZBMBasicMemBitmap", 198));
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Create(dib, 512, 512); }, L"ZBMBasicMemBitmap", 198));
+                                    BasicMemBitmapCheck::dibCreation));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Create(dib, 512, 512); }, BasicMemBitmapCheck::dibCreation));
 }
 
 TEST(ZMemBitmap, CopiesTheReductionsAndTakesThemForCurrent) {
@@ -136,7 +140,7 @@ TEST(ZMemBitmap, CreatedAnewKeepsItsOldReductionsAsStaleOnes) {
 
 TEST(ZMemBitmap, ThatCouldNotBeCreatedIsEmptyAndUsable) {
     OpenMemBitmap bitmap = WithTwoReductions();
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Create(5, 5, shr::FORMAT_NONE); }, L"zbmbitmap", 122));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Create(5, 5, shr::FORMAT_NONE); }, BitmapCheck::formatRange));
     EXPECT_EQ(bitmap.GetColorFormat(), shr::FORMAT_NONE);
     EXPECT_EQ(bitmap.GetNumScanRectRows(), 0);
     bitmap.Create(37, 23, shr::INDEXED_4, 13, 9);

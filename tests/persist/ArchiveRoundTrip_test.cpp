@@ -46,7 +46,7 @@ TEST_P(RoundTrip, KeepsEveryPixelMaskBitColorAndResolution) {
 
         shr::MemoryArchive again;
         SerializeIO storingAgain(again, false, method);
-        back.Serialize(storingAgain, nullptr, nullptr);
+        EXPECT_TRUE(back.Serialize(storingAgain, nullptr, nullptr));
         ASSERT_EQ(again.Bytes(), out.Bytes());
     }
 }
@@ -102,7 +102,7 @@ TEST(RoundTripOfDetails, KeepsWhatAMissingTableOrAStrangeResolutionSays) {
     bitmap.SetYResolution(0x7FFFFFFF);
     shr::MemoryArchive out;
     SerializeIO storing(out, false);
-    bitmap.Serialize(storing, nullptr, nullptr);
+    EXPECT_TRUE(bitmap.Serialize(storing, nullptr, nullptr));
     ZBasicMemBitmap back(1, 1, shr::INDEXED_4);
     shr::MemoryArchive in(out.Bytes());
     SerializeIO loading(in, false);

@@ -4,6 +4,9 @@
 #include <vector>
 
 #include "core/OpenBitmaps.h"
+#include "core/checks/BasicMemBitmapChecks.h"
+#include "core/checks/BitmapChecks.h"
+#include "core/checks/ScanRectChecks.h"
 #include "shr/Archive.h"
 #include "support_code/ArchiveBytes.h"
 #include "support_code/ExpectError.h"
@@ -25,6 +28,9 @@ using testkit::PlainArchive;
 using testkit::RaisesInternalError;
 using testkit::RaisesReadArchive;
 using testkit::TestProgress;
+using zbm::BasicMemBitmapCheck;
+using zbm::BitmapCheck;
+using zbm::ScanRectCheck;
 using zbm::SerializeIO;
 using zbm::ZBasicMemBitmap;
 using zcdl::CodecMethod;
@@ -155,7 +161,7 @@ TEST(BitmapArchive, IsWrittenInPiecesOfAtMostOneTile) {
     ZBasicMemBitmap bitmap = FormulaBitmap(64, 64, shr::BGR_24, 16, 16);
     PlainArchive archive;
     SerializeIO io(archive, false, CodecMethod::stored);
-    bitmap.Serialize(io, nullptr, nullptr);
+    EXPECT_TRUE(bitmap.Serialize(io, nullptr, nullptr));
     for (const unsigned size : archive.sizes) EXPECT_LE(size, zcdl::MaxEncodedSize(16 * 48));
 }
 
@@ -164,8 +170,8 @@ TEST(BitmapArchive, TakesNoLegacySerializerInEitherDirection) {
     NoLegacy legacy;
     PlainArchive storing, loading(FourTiles());
     SerializeIO out(storing, false), in(loading, false);
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(out, nullptr, &legacy); }, kFile, 770));
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(in, nullptr, &legacy); }, kFile, 770));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(out, nullptr, &legacy); }, BasicMemBitmapCheck::legacy));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(in, nullptr, &legacy); }, BasicMemBitmapCheck::legacy));
     EXPECT_TRUE(storing.bytes.empty());
     EXPECT_EQ(loading.position, 0u);
     EXPECT_TRUE(IsFormulaPicture(bitmap));
@@ -193,8 +199,17 @@ TEST(BitmapArchiveProgress, CountsTheTilesOfARowAsItsColumn) {
     TestProgress progress;
     PlainArchive archive;
     SerializeIO io(archive, false);
-    bitmap.Serialize(io, &progress, nullptr);
+    EXPECT_TRUE(bitmap.Serialize(io, &progress, nullptr));
     EXPECT_EQ(progress.fractions, (std::vector<double>{4 / 12.0, 7 / 12.0, 10 / 12.0, 13 / 12.0}));
+}
+
+TEST(BitmapArchiveProgress, OfOneTileEndsAtTwo) {
+    ZBasicMemBitmap bitmap(9, 12, shr::GRAYSCALE_1, 9, 12);
+    TestProgress progress;
+    PlainArchive archive;
+    SerializeIO io(archive, false);
+    EXPECT_TRUE(bitmap.Serialize(io, &progress, nullptr));
+    EXPECT_EQ(progress.fractions, std::vector<double>{2.0});
 }
 
 TEST(BitmapArchiveProgress, CancelledWhileStoringLeavesWhatWasWritten) {
@@ -239,7 +254,7 @@ TEST(BitmapArchive, PassesOnWhatTheProgressTargetThrows) {
     Failing progress;
     PlainArchive archive;
     SerializeIO io(archive, false);
-    EXPECT_THROW(bitmap.Serialize(io, &progress, nullptr), std::domain_error);
+    EXPECT_THROW(static_cast<void>(bitmap.Serialize(io, &progress, nullptr)), std::domain_error);
     EXPECT_TRUE(IsFormulaPicture(bitmap));
     EXPECT_THROW(Load(bitmap, whole, &progress), std::domain_error);
     EXPECT_EQ(progress.openTasks, 0);
@@ -293,7 +308,7 @@ TEST(BitmapArchiveVersion, OfTheFormatInformationLeavesTheBitmapUntouched) {
         ZBasicMemBitmap bitmap = FormulaBitmap(37, 23, shr::INDEXED_4, 13, 9);
         Bytes bytes = FourTiles();
         bytes[0] = static_cast<std::uint8_t>(version);
-        EXPECT_TRUE(RaisesReadArchive([&] { Load(bitmap, bytes); }, L"zbmbitmap", 1496));
+        EXPECT_TRUE(RaisesReadArchive([&] { Load(bitmap, bytes); }, BitmapCheck::formatInfoVersion));
         EXPECT_TRUE(IsFormulaPicture(bitmap));
     }
 }
@@ -301,7 +316,7 @@ TEST(BitmapArchiveVersion, OfTheFormatInformationLeavesTheBitmapUntouched) {
 TEST(BitmapArchiveVersion, OfTheBitmapLeavesALayoutWithoutTiles) {
     for (const unsigned version : {0u, 2u, 0xFFFFu}) {
         ZBasicMemBitmap bitmap = FormulaBitmap(37, 23, shr::INDEXED_4, 13, 9);
-        EXPECT_TRUE(RaisesReadArchive([&] { Load(bitmap, FourTiles(version)); }, kFile, 818));
+        EXPECT_TRUE(RaisesReadArchive([&] { Load(bitmap, FourTiles(version)); }, BasicMemBitmapCheck::recordVersion));
         EXPECT_EQ(bitmap.GetPixelWidth(), 5);
         EXPECT_EQ(bitmap.GetPixelHeight(), 6);
         EXPECT_EQ(bitmap.GetColorFormat(), shr::BGRA_32);
@@ -323,7 +338,7 @@ TEST(BitmapArchiveVersion, OfATileLeavesTheTilesBeforeIt) {
     ASSERT_EQ(bytes[third], 1);
     bytes[third] = 2;
     ZBasicMemBitmap bitmap = FormulaBitmap(37, 23, shr::INDEXED_4, 13, 9);
-    EXPECT_TRUE(RaisesReadArchive([&] { Load(bitmap, bytes); }, L"ZBMScanRect", 512));
+    EXPECT_TRUE(RaisesReadArchive([&] { Load(bitmap, bytes); }, ScanRectCheck::recordVersion));
     EXPECT_EQ(bitmap.GetPixelWidth(), 5);
     EXPECT_EQ(testkit::GetPixel(bitmap, 0, 0), 0u);
     EXPECT_EQ(testkit::GetPixel(bitmap, 4, 3), 0x01010101u);
@@ -369,9 +384,13 @@ TEST(BitmapArchiveFailure, AtATileThatIsNotOfItsPlacesSizeOrFormatLeavesAnEmptyB
 
 TEST(BitmapArchiveFailure, AtATileOfBadSizeOrFormatLeavesAnEmptyBitmap) {
     struct Case {
-        int width, height, format, line;
+        int width, height, format;
+        ScanRectCheck check;
     };
-    for (const Case& c : {Case{-4, 4, 10, 342}, {4, 0, 10, 342}, {4, 4, 0, 343}, {4, 4, 14, 343}}) {
+    for (const Case& c : {Case{-4, 4, 10, ScanRectCheck::size},
+                          {4, 0, 10, ScanRectCheck::size},
+                          {4, 4, 0, ScanRectCheck::formatRange},
+                          {4, 4, 14, ScanRectCheck::formatRange}}) {
         ZBasicMemBitmap bitmap = FormulaBitmap(37, 23, shr::INDEXED_4, 13, 9);
         const Bytes bytes = ArchiveWriter()
                                 .FormatInfo(6, 4, shr::BGRA_32, 4, 4)
@@ -379,7 +398,7 @@ TEST(BitmapArchiveFailure, AtATileOfBadSizeOrFormatLeavesAnEmptyBitmap) {
                                 .TileHead(c.width, c.height, c.format)
                                 .Raw(Bytes(2000))
                                 .Take();
-        EXPECT_TRUE(RaisesInternalError([&] { Load(bitmap, bytes); }, L"ZBMScanRect", c.line));
+        EXPECT_TRUE(RaisesInternalError([&] { Load(bitmap, bytes); }, c.check));
         EXPECT_TRUE(IsEmptyAndUsable(bitmap));
     }
 }
@@ -393,7 +412,7 @@ TEST(BitmapArchiveFailure, OfTheArchiveAtAnyReadAfterTheVersionPassesOnAndLeaves
         archive.failAtAccess = access;
         SerializeIO io(archive, false);
         try {
-            bitmap.Serialize(io, nullptr, nullptr);
+            EXPECT_TRUE(bitmap.Serialize(io, nullptr, nullptr));
             EXPECT_EQ(archive.sizes.size(), access - 1);
             EXPECT_TRUE(IsFormulaPicture(bitmap));
             break;
@@ -408,7 +427,7 @@ TEST(BitmapArchiveFailure, OfTheArchiveWhileStoringPassesOnAndLeavesTheBitmapAsI
         archive.failAtAccess = access;
         SerializeIO io(archive, false);
         try {
-            bitmap.Serialize(io, nullptr, nullptr);
+            EXPECT_TRUE(bitmap.Serialize(io, nullptr, nullptr));
             break;
         } catch (const ArchiveFailure&) { ASSERT_TRUE(IsFormulaPicture(bitmap)) << "write " << access; }
     }

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "core/OpenBitmaps.h"
+#include "core/checks/BitmapChecks.h"
 #include "shr/Archive.h"
 #include "support_code/ArchiveBytes.h"
 #include "support_code/ExpectError.h"
@@ -20,6 +21,7 @@ using testkit::OpenBitmap;
 using testkit::PlainArchive;
 using testkit::RaisesInternalError;
 using testkit::RaisesReadArchive;
+using zbm::BitmapCheck;
 using zbm::SerializeIO;
 
 constexpr const wchar_t* kFile = L"zbmbitmap";
@@ -88,7 +90,7 @@ TEST(FormatInfo, IsStoredWithoutALegacySerializer) {
     PlainArchive archive;
     SerializeIO io(archive, false);
     LegacyReader legacy;
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.SerializeFormatInfo(io, &legacy); }, kFile, 1463));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.SerializeFormatInfo(io, &legacy); }, BitmapCheck::legacyWhenStoring));
     EXPECT_TRUE(archive.bytes.empty());
     EXPECT_TRUE(legacy.archives.empty());
 }
@@ -160,7 +162,8 @@ TEST(FormatInfo, OfAnotherVersionIsRefusedBeforeAnythingElseIsRead) {
         LegacyReader legacy;
         PlainArchive archive(ArchiveWriter().U16(version).Raw(Bytes(100)).Take());
         SerializeIO io(archive, false);
-        EXPECT_TRUE(RaisesReadArchive([&] { bitmap.SerializeFormatInfo(io, &legacy); }, kFile, 1496));
+        EXPECT_TRUE(
+            RaisesReadArchive([&] { bitmap.SerializeFormatInfo(io, &legacy); }, BitmapCheck::formatInfoVersion));
         EXPECT_EQ(archive.sizes, std::vector<unsigned>{2});
         EXPECT_TRUE(legacy.archives.empty());
         EXPECT_EQ(testkit::GetPixel(bitmap, 4, 4), 99u) << "the bitmap is untouched";
@@ -170,26 +173,27 @@ TEST(FormatInfo, OfAnotherVersionIsRefusedBeforeAnythingElseIsRead) {
 TEST(FormatInfo, OfBadSizesOrFormatRaisesTheErrorsOfInit) {
     constexpr int kMin = std::numeric_limits<int>::min();
     struct Case {
-        int height, width, format, tileHeight, tileWidth, line;
+        int height, width, format, tileHeight, tileWidth;
+        BitmapCheck check;
     };
-    for (const Case& c : {Case{-1, 5, 10, 4, 4, 878},
-                          {5, -1, 10, 4, 4, 878},
-                          {kMin, kMin, 10, 4, 4, 878},
-                          {5, 5, 10, 0, 4, 879},
-                          {5, 5, 10, 4, 0, 879},
-                          {5, 5, 10, -1, 4, 879},
-                          {5, 5, 0, 4, 4, 122},
-                          {5, 5, 14, 4, 4, 122},
-                          {5, 5, -1, 4, 4, 122}}) {
+    for (const Case& c : {Case{-1, 5, 10, 4, 4, BitmapCheck::pixelSize},
+                          {5, -1, 10, 4, 4, BitmapCheck::pixelSize},
+                          {kMin, kMin, 10, 4, 4, BitmapCheck::pixelSize},
+                          {5, 5, 10, 0, 4, BitmapCheck::tileSize},
+                          {5, 5, 10, 4, 0, BitmapCheck::tileSize},
+                          {5, 5, 10, -1, 4, BitmapCheck::tileSize},
+                          {5, 5, 0, 4, 4, BitmapCheck::formatRange},
+                          {5, 5, 14, 4, 4, BitmapCheck::formatRange},
+                          {5, 5, -1, 4, 4, BitmapCheck::formatRange}}) {
         OpenBitmap bitmap(5, 5, shr::INDEXED_8, 4, 4);
         const Bytes bytes =
             ArchiveWriter().FormatInfo(c.height, c.width, c.format, c.tileHeight, c.tileWidth).Raw(Bytes(999)).Take();
-        EXPECT_TRUE(RaisesInternalError([&] { Load(bitmap, bytes); }, kFile, c.line));
+        EXPECT_TRUE(RaisesInternalError([&] { Load(bitmap, bytes); }, c.check));
         EXPECT_EQ(bitmap.GetColorFormat(), shr::FORMAT_NONE);
         EXPECT_EQ(bitmap.GetNumScanRectRows(), 0);
         shr::MemoryArchive archive(bytes);
         SerializeIO io(archive, false);
-        EXPECT_TRUE(RaisesInternalError([&] { bitmap.SerializeFormatInfo(io, nullptr); }, kFile, c.line));
+        EXPECT_TRUE(RaisesInternalError([&] { bitmap.SerializeFormatInfo(io, nullptr); }, c.check));
     }
 }
 

@@ -4,6 +4,10 @@
 #include <vector>
 
 #include "core/OpenBitmaps.h"
+#include "core/checks/BasicMemBitmapChecks.h"
+#include "core/checks/BitmapChecks.h"
+#include "core/checks/MemBitmapChecks.h"
+#include "core/checks/ScanRectChecks.h"
 #include "shr/Archive.h"
 #include "support_code/ArchiveBytes.h"
 #include "support_code/ExpectError.h"
@@ -23,10 +27,12 @@ using testkit::PlainArchive;
 using testkit::RaisesInternalError;
 using testkit::RaisesReadArchive;
 using testkit::TestProgress;
+using zbm::BasicMemBitmapCheck;
+using zbm::BitmapCheck;
+using zbm::MemBitmapCheck;
+using zbm::ScanRectCheck;
 using zbm::SerializeIO;
 using zbm::ZBasicMemBitmap;
-
-constexpr const wchar_t* kFile = L"ZBMMemBitmap";
 
 class NoLegacy : public zbm::ISerializeLegacyGCS {
 public:
@@ -147,8 +153,8 @@ TEST(MemBitmapArchive, TakesNoLegacySerializerInEitherDirection) {
     NoLegacy legacy;
     PlainArchive storing, loading(Stored(bitmap, true));
     SerializeIO out(storing, true), in(loading, true);
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(out, nullptr, &legacy); }, kFile, 323));
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(in, nullptr, &legacy); }, kFile, 323));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(out, nullptr, &legacy); }, MemBitmapCheck::legacy));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(in, nullptr, &legacy); }, MemBitmapCheck::legacy));
     EXPECT_TRUE(storing.bytes.empty());
     EXPECT_EQ(loading.position, 0u);
     EXPECT_EQ(bitmap.reductions.size(), 2u);
@@ -160,7 +166,7 @@ TEST(MemBitmapArchive, OfAnotherVersionIsRefusedAndChangesNothing) {
         const Bytes bytes = ArchiveWriter().U16(version).Raw(Bytes(500)).Take();
         PlainArchive archive(bytes);
         SerializeIO io(archive, false);
-        EXPECT_TRUE(RaisesReadArchive([&] { bitmap.Serialize(io, nullptr, nullptr); }, kFile, 364));
+        EXPECT_TRUE(RaisesReadArchive([&] { bitmap.Serialize(io, nullptr, nullptr); }, MemBitmapCheck::recordVersion));
         EXPECT_EQ(archive.position, 2u);
         EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
         EXPECT_EQ(bitmap.reductions.size(), 2u);
@@ -171,7 +177,7 @@ TEST(MemBitmapArchive, OfAnotherVersionIsRefusedAndChangesNothing) {
 TEST(MemBitmapArchive, WhosePictureIsOfAnotherVersionHasLostItsReductionsOnly) {
     OpenMemBitmap bitmap = WithReductions();
     const Bytes bytes = ArchiveWriter().U16(1).U16(2).Raw(Bytes(500)).Take();
-    EXPECT_TRUE(RaisesReadArchive([&] { Load(bitmap, bytes); }, L"zbmbitmap", 1496));
+    EXPECT_TRUE(RaisesReadArchive([&] { Load(bitmap, bytes); }, BitmapCheck::formatInfoVersion));
     EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
     EXPECT_TRUE(bitmap.reductions.empty());
 }
@@ -181,17 +187,16 @@ TEST(MemBitmapArchive, WithAReductionOfAnotherVersionKeepsThePictureThatWasRead)
     const std::size_t base = 2 + RecordBytes(80, 60, 32, 32), first = base + 8;
     struct Case {
         std::size_t offset;
-        const wchar_t* file;
-        int line;
+        zbm::Check check;
     };
-    for (const Case& c : {Case{first, L"zbmbitmap", 1496},
-                          {first + 34, L"ZBMBasicMemBitmap", 818},
-                          {first + 36, L"ZBMScanRect", 512}}) {
+    for (const Case& c : {Case{first, BitmapCheck::formatInfoVersion},
+                          {first + 34, BasicMemBitmapCheck::recordVersion},
+                          {first + 36, ScanRectCheck::recordVersion}}) {
         Bytes bytes = Stored(source, true);
         ASSERT_EQ(bytes[c.offset], 1);
         bytes[c.offset] = 2;
         OpenMemBitmap target(300, 300, shr::INDEXED_8);
-        EXPECT_TRUE(RaisesReadArchive([&] { Load(target, bytes); }, c.file, c.line));
+        EXPECT_TRUE(RaisesReadArchive([&] { Load(target, bytes); }, c.check));
         EXPECT_EQ(target.GetPixelWidth(), 80);
         EXPECT_TRUE(testkit::IsFormulaPicture(target));
         EXPECT_TRUE(target.needsRebuild) << "not all reductions are there";
@@ -255,7 +260,7 @@ TEST(MemBitmapArchiveFailure, OfTheArchiveAtAnyReadAfterTheVersionsPassesOnAndLe
         archive.failAtAccess = access;
         SerializeIO io(archive, false);
         try {
-            target.Serialize(io, nullptr, nullptr);
+            EXPECT_TRUE(target.Serialize(io, nullptr, nullptr));
             EXPECT_TRUE(testkit::IsFormulaPicture(target));
             break;
         } catch (const ArchiveFailure&) {

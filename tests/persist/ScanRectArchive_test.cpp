@@ -4,6 +4,7 @@
 #include <limits>
 #include <new>
 
+#include "core/checks/ScanRectChecks.h"
 #include "shr/Archive.h"
 #include "support_code/ArchiveBytes.h"
 #include "support_code/AsanOptions.h"
@@ -20,6 +21,7 @@ using testkit::Bytes;
 using testkit::PlainArchive;
 using testkit::RaisesInternalError;
 using testkit::RaisesReadArchive;
+using zbm::ScanRectCheck;
 using zbm::SerializeIO;
 using zbm::ZScanRect;
 using zcdl::CodecMethod;
@@ -125,7 +127,7 @@ TEST(TileInArchive, OfAnotherVersionIsRefusedAndLeavesTheTileAsItWas) {
         const Bytes pixels = PixelBlock(tile);
         PlainArchive archive(ArchiveWriter().U16(version).I32(1).I32(1).I32(10).Block(Bytes(4)).Take());
         SerializeIO io(archive, false);
-        EXPECT_TRUE(RaisesReadArchive([&] { tile.Serialize(io); }, kFile, 512));
+        EXPECT_TRUE(RaisesReadArchive([&] { tile.Serialize(io); }, ScanRectCheck::recordVersion));
         EXPECT_EQ(archive.position, 2u) << "nothing else is read";
         EXPECT_EQ(PixelBlock(tile), pixels);
     }
@@ -133,22 +135,23 @@ TEST(TileInArchive, OfAnotherVersionIsRefusedAndLeavesTheTileAsItWas) {
 
 TEST(TileInArchive, OfBadSizeOrFormatIsRefusedAndLeavesAUsableTile) {
     struct Case {
-        int width, height, format, line;
+        int width, height, format;
+        ScanRectCheck check;
     };
-    for (const Case& c : {Case{-1, 1, 10, 342},
-                          {0, 1, 10, 342},
-                          {1, 0, 10, 342},
-                          {1, -5, 10, 342},
-                          {0, 0, 0, 342},
-                          {1, 1, 0, 343},
-                          {1, 1, 14, 343},
-                          {1, 1, -1, 343},
-                          {std::numeric_limits<int>::min(), 1, 1, 342}}) {
+    for (const Case& c : {Case{-1, 1, 10, ScanRectCheck::size},
+                          {0, 1, 10, ScanRectCheck::size},
+                          {1, 0, 10, ScanRectCheck::size},
+                          {1, -5, 10, ScanRectCheck::size},
+                          {0, 0, 0, ScanRectCheck::size},
+                          {1, 1, 0, ScanRectCheck::formatRange},
+                          {1, 1, 14, ScanRectCheck::formatRange},
+                          {1, 1, -1, ScanRectCheck::formatRange},
+                          {std::numeric_limits<int>::min(), 1, 1, ScanRectCheck::size}}) {
         ZScanRect tile(3, 3, shr::BGR_24);
         FillBlocks(tile);
         const Bytes pixels = PixelBlock(tile);
         const Bytes bytes = ArchiveWriter().TileHead(c.width, c.height, c.format).Block(Bytes(4)).Take();
-        EXPECT_TRUE(RaisesInternalError([&] { Load(tile, bytes); }, kFile, c.line));
+        EXPECT_TRUE(RaisesInternalError([&] { Load(tile, bytes); }, c.check));
         EXPECT_EQ(PixelBlock(tile), pixels);
         EXPECT_EQ(tile.GetWidth(), 3);
         tile = ZScanRect(5, 5, shr::RGBA_32);

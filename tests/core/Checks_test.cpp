@@ -1,0 +1,204 @@
+// The lines by which callers know errors, written out by hand, and docs/errors.md, which lists them all.
+#include "core/Checks.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "core/checks/BasicMemBitmapChecks.h"
+#include "core/checks/BitmapChecks.h"
+#include "core/checks/ColorFormatChecks.h"
+#include "core/checks/ColorTableMatcherChecks.h"
+#include "core/checks/MemBitmapChecks.h"
+#include "core/checks/PixFilterPipelineChecks.h"
+#include "core/checks/PixelRectChecks.h"
+#include "core/checks/ScanRectChecks.h"
+#include "zbm/ZBasicMemBitmap.h"
+
+namespace zbm {
+namespace {
+
+constexpr int kFirstOwnLine = 9000;
+
+const CheckList* const kAllLists[] = {
+    &ListOf(BasicMemBitmapCheck{}),    &ListOf(BitmapCheck{}),    &ListOf(ColorFormatCheck{}),
+    &ListOf(ColorTableMatcherCheck{}), &ListOf(MemBitmapCheck{}), &ListOf(PixFilterPipelineCheck{}),
+    &ListOf(PixelRectCheck{}),         &ListOf(ScanRectCheck{}),
+};
+
+struct Promised {
+    Check check;
+    const char* source;
+    int line;
+    Raises raises = Raises::internalError;
+};
+const Promised kPromised[] = {
+    {BitmapCheck::formatIsSetOnce, "zbmbitmap", 120},
+    {BitmapCheck::formatRange, "zbmbitmap", 122},
+    {BitmapCheck::colorCount, "zbmbitmap", 156},
+    {BitmapCheck::colorTable, "zbmbitmap", 186},
+    {BitmapCheck::colorIndex, "zbmbitmap", 190},
+    {BitmapCheck::fetchedCorners, "zbmbitmap", 519},
+    {BitmapCheck::fetchedWidth, "zbmbitmap", 521},
+    {BitmapCheck::fetchedHeight, "zbmbitmap", 522},
+    {BitmapCheck::fetchedPart, "zbmbitmap", 558},
+    {BitmapCheck::storedPart, "zbmbitmap", 644},
+    {BitmapCheck::alphaFetchedPart, "zbmbitmap", 723},
+    {BitmapCheck::alphaStoredPart, "zbmbitmap", 814},
+    {BitmapCheck::pixelSize, "zbmbitmap", 878},
+    {BitmapCheck::tileSize, "zbmbitmap", 879},
+    {BitmapCheck::brightnessRange, "zbmbitmap", 1111},
+    {BitmapCheck::contrastRange, "zbmbitmap", 1140},
+    {BitmapCheck::saturationRange, "zbmbitmap", 1169},
+    {BitmapCheck::sharpeningRange, "zbmbitmap", 1337},
+    {BitmapCheck::quantMethod, "zbmbitmap", 1430},
+    {BitmapCheck::legacyWhenStoring, "zbmbitmap", 1463},
+    {BitmapCheck::formatInfoVersion, "zbmbitmap", 1496, Raises::readArchive},
+    {ScanRectCheck::dibWidth, "ZBMScanRect", 67},
+    {ScanRectCheck::dibHeight, "ZBMScanRect", 68},
+    {ScanRectCheck::dibDepth, "ZBMScanRect", 333},
+    {ScanRectCheck::size, "ZBMScanRect", 342},
+    {ScanRectCheck::formatRange, "ZBMScanRect", 343},
+    {ScanRectCheck::recordVersion, "ZBMScanRect", 512, Raises::readArchive},
+    {BasicMemBitmapCheck::size, "ZBMBasicMemBitmap", 60},
+    {BasicMemBitmapCheck::tileSize, "ZBMBasicMemBitmap", 61},
+    {BasicMemBitmapCheck::dibHeader, "ZBMBasicMemBitmap", 196},
+    {BasicMemBitmapCheck::dibCreation, "ZBMBasicMemBitmap", 198},
+    {BasicMemBitmapCheck::convertedSelf, "ZBMBasicMemBitmap", 401},
+    {BasicMemBitmapCheck::convertedFormat, "ZBMBasicMemBitmap", 402},
+    {BasicMemBitmapCheck::resizedSelf, "ZBMBasicMemBitmap", 477},
+    {BasicMemBitmapCheck::resizedLeft, "ZBMBasicMemBitmap", 479},
+    {BasicMemBitmapCheck::resizedRight, "ZBMBasicMemBitmap", 480},
+    {BasicMemBitmapCheck::resizedTop, "ZBMBasicMemBitmap", 481},
+    {BasicMemBitmapCheck::resizedBottom, "ZBMBasicMemBitmap", 482},
+    {BasicMemBitmapCheck::resizedWidth, "ZBMBasicMemBitmap", 484},
+    {BasicMemBitmapCheck::resizedHeight, "ZBMBasicMemBitmap", 485},
+    {BasicMemBitmapCheck::resizeMethod, "ZBMBasicMemBitmap", 633},
+    {BasicMemBitmapCheck::legacy, "ZBMBasicMemBitmap", 770},
+    {BasicMemBitmapCheck::recordVersion, "ZBMBasicMemBitmap", 818, Raises::readArchive},
+    {BasicMemBitmapCheck::firstInputRow, "ZBMBasicMemBitmap", 949},
+    {BasicMemBitmapCheck::inputRow, "ZBMBasicMemBitmap", 1237},
+    {BasicMemBitmapCheck::outputRow, "ZBMBasicMemBitmap", 1299},
+    {MemBitmapCheck::legacy, "ZBMMemBitmap", 323},
+    {MemBitmapCheck::recordVersion, "ZBMMemBitmap", 364, Raises::readArchive},
+    {PixelRectCheck::fetchedBitmap, "ZBMPixelRect", 160},
+    {PixelRectCheck::fetchedTable, "ZBMPixelRect", 161},
+    {PixelRectCheck::committedBitmap, "ZBMPixelRect", 200},
+    {PixelRectCheck::committedColors, "ZBMPixelRect", 221},
+    {PixelRectCheck::formatRange, "ZBMPixelRect", 270},
+    {PixelRectCheck::colorIndex, "ZBMPixelRect", 310},
+    {PixelRectCheck::regionLeft, "ZBMPixelRect", 393},
+    {PixelRectCheck::regionRight, "ZBMPixelRect", 394},
+    {PixelRectCheck::regionTop, "ZBMPixelRect", 395},
+    {PixelRectCheck::regionBottom, "ZBMPixelRect", 396},
+    {PixelRectCheck::regionWidth, "ZBMPixelRect", 398},
+    {PixelRectCheck::regionHeight, "ZBMPixelRect", 399},
+    {PixFilterPipelineCheck::filter, "ZBMPixFilterPipeline", 76},
+    {PixFilterPipelineCheck::function, "ZBMPixFilterPipeline", 77},
+    {PixFilterPipelineCheck::bitmap, "ZBMPixFilterPipeline", 78},
+    {PixFilterPipelineCheck::filterType, "ZBMPixFilterPipeline", 139},
+    {PixFilterPipelineCheck::stages, "ZBMPixFilterPipeline", 165},
+    {PixFilterPipelineCheck::filterStart, "ZBMPixFilterPipeline", 218, Raises::memoryShort},
+    {ColorFormatCheck::colorTable, "ZBMColorFormat", 43},
+};
+
+TEST(Checks, StandAtTheLinesThatCallersKnow) {
+    for (const Promised& promised : kPromised) {
+        EXPECT_STREQ(promised.check.Source(), promised.source) << promised.line;
+        EXPECT_EQ(promised.check.Line(), promised.line) << promised.source;
+        EXPECT_EQ(promised.check.Row().raises, promised.raises) << promised.source << ' ' << promised.line;
+    }
+}
+
+TEST(Checks, CountFrom9000WhereCallersWereNotPromisedALine) {
+    for (const CheckList* list : kAllLists) {
+        int next = kFirstOwnLine;
+        for (const CheckRow& row : list->rows) {
+            const bool isPromised = std::ranges::any_of(kPromised, [&](const Promised& promised) {
+                return promised.line == row.line && std::string(promised.source) == list->source;
+            });
+            if (!isPromised) { EXPECT_EQ(row.line, next++) << list->source; }
+        }
+    }
+}
+
+// A row without text, or one whose line another has, does not compile.
+constexpr CheckRow kWithoutText[] = {{7, Raises::internalError, "a"}, {8, Raises::internalError, ""}};
+constexpr CheckRow kTwice[] = {{7, Raises::internalError, "a"}, {7, Raises::internalError, "b"}};
+static_assert(!IsInOrder(kWithoutText) && !IsInOrder(kTwice));
+
+TEST(Checks, SayWhatMustHoldAndWhere) {
+    try {
+        const bool done = ZBasicMemBitmap(1, 1, shr::BGRA_32).ChangeBrightness(7, nullptr);
+        FAIL() << "it answers " << done;
+    } catch (const shr::InternalError& error) {
+        EXPECT_STREQ(error.what(), "brightness must be from -1 to 1 (zbmbitmap, line 1111)");
+        EXPECT_TRUE(error.GetMessageText().IsEmpty());
+        EXPECT_EQ(error.GetModule(), L"ZBMLib2");
+    }
+}
+
+// ---- docs/errors.md
+
+const std::filesystem::path kRoot = std::filesystem::path(ZBM_TEST_DATA).parent_path().parent_path();
+
+const char* NameOf(Raises raises) {
+    switch (raises) {
+        case Raises::internalError: return "internal error";
+        case Raises::readArchive: return "`Throw_ERR_ZBM_READ_ARCHIVE`";
+        case Raises::writeArchive: return "`Throw_ERR_ZBM_WRITE_ARCHIVE`";
+        case Raises::unsupportedDib: return "`Throw_ERR_ZBM_UNSUPPORTED_DIB_FORMAT`";
+        case Raises::memoryShort: return "`Throw_ERR_SHR_NOGLOBALMEM`";
+    }
+    return "";
+}
+
+using Lines = std::multiset<std::string>;
+
+/// The rows of the document's tables, each with the source under whose heading it stands.
+Lines DocumentedChecks() {
+    std::ifstream file(kRoot / "docs" / "errors.md");
+    Lines rows;
+    std::string line, source;
+    while (std::getline(file, line)) {
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        if (line.starts_with("## ")) source = line.substr(3);
+        if (line.starts_with("| ") && line[2] >= '0' && line[2] <= '9') rows.insert(source + ' ' + line);
+    }
+    return rows;
+}
+
+Lines ListedChecks() {
+    Lines rows;
+    for (const CheckList* list : kAllLists)
+        for (const CheckRow& row : list->rows) {
+            std::ostringstream line;
+            line << '`' << list->source << "` | " << row.line << " | " << NameOf(row.raises) << " | " << row.text
+                 << " |";
+            rows.insert(line.str());
+        }
+    return rows;
+}
+
+TEST(Checks, AreAllInTheDocumentAndNoOthers) {
+    const Lines documented = DocumentedChecks(), listed = ListedChecks();
+    for (const std::string& row : listed) EXPECT_TRUE(documented.contains(row)) << "docs/errors.md lacks " << row;
+    for (const std::string& row : documented) EXPECT_TRUE(listed.contains(row)) << "no check is " << row;
+    EXPECT_EQ(documented.size(), listed.size());
+}
+
+TEST(Checks, OfEverySourceAreKnownHere) {
+    std::size_t headers = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(kRoot / "src" / "core" / "checks"))
+        if (entry.path().extension() == ".h") ++headers;
+    EXPECT_EQ(std::size(kAllLists), headers);
+}
+
+}  // namespace
+}  // namespace zbm
