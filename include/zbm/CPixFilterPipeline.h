@@ -56,10 +56,11 @@ public:
     CPixFilterPipeline(const CPixFilterPipeline&) = delete;
     CPixFilterPipeline& operator=(const CPixFilterPipeline&) = delete;
 
-    /// Copies the stage in and starts its filter, which may pull lines already. False when the start was cancelled; the
-    /// stage stays. Raises an internal error of source file "ZBMPixFilterPipeline" for a 17th stage (line 165), and
-    /// that memory is short (line 218) when the filter does not start. What lines and progress throw passes on.
-    bool AddPixFilter(const CPixFilterContext& stage);
+    /// Copies the stage in and starts its filter, which may pull lines already. False when `cancelled` was set
+    /// meanwhile; the stage stays. Raises an internal error of source file "ZBMPixFilterPipeline" for a 17th stage
+    /// (line 165), and a shr::Exception (line 218) when the filter does not start: its message is why, in the filter's
+    /// words, and that memory is short where it gives none. What lines and progress throw passes on.
+    [[nodiscard]] bool AddPixFilter(const CPixFilterContext& stage);
     /// Gives output line `line` of the last stage. When a filter fails, the pipeline is emptied, and a shr::Exception
     /// says where and why.
     void FilterScanline(unsigned char* buffer, int line);

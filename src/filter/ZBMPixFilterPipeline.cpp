@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <span>
 
 #include "core/MaskRows.h"
 #include "core/checks/PixFilterPipelineChecks.h"
@@ -45,6 +46,18 @@ AlphaUse AlphaUseOf(zpixf::ZPixfType type) {
         case MakesAlpha: return {false, true};
     }
     require.Fail(PixFilterPipelineCheck::filterType);
+}
+
+/// Says why the last of these stages did not start: the first that knows a reason had no part in the others' failures.
+/// Where none does, as where memory is short, that is what is said.
+[[noreturn]] void RefuseToStart(std::span<const CPixFilterContext> stages) {
+    constexpr Check check = PixFilterPipelineCheck::filterStart;
+    for (const CPixFilterContext& stage : stages) {
+        const shr::ZString& reason = stage.filter->GetErrorDescription();
+        if (stage.filter->LacksMemory()) break;
+        if (!reason.IsEmpty()) throw shr::Exception(ModuleName(), check.Source(), check.Line(), reason, false);
+    }
+    require.Fail(check);
 }
 
 }  // namespace
@@ -96,7 +109,7 @@ bool CPixFilterPipeline::AddPixFilter(const CPixFilterContext& stage) {
         started = filter.Start();
     }
     if (cancelled) return false;
-    require(started, PixFilterPipelineCheck::filterStart);
+    if (!started) RefuseToStart({stages, numStages});
     return true;
 }
 

@@ -5,6 +5,8 @@
 #include <limits>
 #include <set>
 
+#include "core/checks/BitmapChecks.h"
+#include "core/checks/PixFilterPipelineChecks.h"
 #include "filter/StubFilters.h"
 #include "support_code/ExpectError.h"
 #include "support_code/FormulaPicture.h"
@@ -23,9 +25,9 @@ using testkit::AreEqual;
 using testkit::FormulaBitmap;
 using testkit::RaisesInternalError;
 using testkit::TestProgress;
+using zbm::BitmapCheck;
 using zbm::ZBasicMemBitmap;
 
-constexpr const wchar_t* kSourceFile = L"zbmbitmap";
 constexpr int kWidth = 61, kHeight = 37;
 
 double kIdentity3[9] = {0, 0, 0, 0, 1, 0, 0, 0, 0};
@@ -171,25 +173,25 @@ TEST_P(AdjustmentOf, PassesOverAPictureWithoutColumns) {
 struct Ranged {
     const char* name;
     bool (zbm::ZBitmap::*apply)(double, shr::IProgress*);
-    int line;
+    BitmapCheck check;
     double neutral;  // no number: there is none
 };
 class AmountOf : public testing::TestWithParam<Ranged> {};
 const double kNoNumber = std::numeric_limits<double>::quiet_NaN();
-INSTANTIATE_TEST_SUITE_P(All, AmountOf,
-                         testing::Values(Ranged{"ChangeBrightness", &zbm::ZBitmap::ChangeBrightness, 1111, 0.0},
-                                         Ranged{"ChangeContrast", &zbm::ZBitmap::ChangeContrast, 1140, 0.0},
-                                         Ranged{"ChangeSaturation", &zbm::ZBitmap::ChangeSaturation, 1169, 1.0},
-                                         Ranged{"Sharpen", &zbm::ZBitmap::Sharpen, 1337, kNoNumber}),
-                         [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    All, AmountOf,
+    testing::Values(Ranged{"ChangeBrightness", &zbm::ZBitmap::ChangeBrightness, BitmapCheck::brightnessRange, 0.0},
+                    Ranged{"ChangeContrast", &zbm::ZBitmap::ChangeContrast, BitmapCheck::contrastRange, 0.0},
+                    Ranged{"ChangeSaturation", &zbm::ZBitmap::ChangeSaturation, BitmapCheck::saturationRange, 1.0},
+                    Ranged{"Sharpen", &zbm::ZBitmap::Sharpen, BitmapCheck::sharpeningRange, kNoNumber}),
+    [](const auto& test) { return std::string(test.param.name); });
 
 TEST_P(AmountOf, LiesBetweenMinusOneAndOne) {
     for (const double amount :
          {-1.0000001, 1.0000001, 2.0, -1e300, std::numeric_limits<double>::infinity(), kNoNumber}) {
         TestProgress progress;
         ZBasicMemBitmap bitmap = FormulaBitmap(9, 7, shr::BGR_24, 16, 8);
-        EXPECT_TRUE(
-            RaisesInternalError([&] { (bitmap.*GetParam().apply)(amount, &progress); }, kSourceFile, GetParam().line))
+        EXPECT_TRUE(RaisesInternalError([&] { (bitmap.*GetParam().apply)(amount, &progress); }, GetParam().check))
             << amount;
         EXPECT_TRUE(progress.tasks.empty()) << "the range is checked first";
         EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
@@ -207,6 +209,19 @@ TEST_P(AmountOf, DoesNothingWhereNeutralAndOnlyThere) {
         ASSERT_TRUE((bitmap.*GetParam().apply)(amount, &progress));
         EXPECT_EQ(progress.tasks.empty(), amount == GetParam().neutral) << amount;
         if (amount == GetParam().neutral) { EXPECT_TRUE(testkit::IsFormulaPicture(bitmap)); }
+    }
+}
+
+TEST(Convolution, OfNumbersWithoutBoundsIsToldAndChangesNothing) {
+    constexpr const wchar_t* kReason = L"A number of the convolution is none, or too large.";
+    for (const double number : {1e308, kNoNumber, std::numeric_limits<double>::infinity()}) {
+        ZBasicMemBitmap bitmap = FormulaBitmap(9, 7, shr::BGR_24, 16, 8);
+        std::vector<double> kernel(25, number);
+        EXPECT_TRUE(testkit::RaisesNamedError([&] { return bitmap.Convolute3x3(kernel.data(), 1, 0, nullptr); },
+                                              kReason, zbm::PixFilterPipelineCheck::filterStart));
+        EXPECT_TRUE(testkit::RaisesNamedError([&] { return bitmap.Convolute5x5(kernel.data(), 1, 0, nullptr); },
+                                              kReason, zbm::PixFilterPipelineCheck::filterStart));
+        EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
     }
 }
 
@@ -278,8 +293,8 @@ TEST(QuantizeColors, RefusesUnknownMethodsAfterItsTaskBegan) {
         ZBasicMemBitmap bitmap = FormulaBitmap(9, 7, shr::BGR_24, 16, 8);
         std::vector<RGBQUAD> palette(3);
         EXPECT_TRUE(RaisesInternalError(
-            [&] { bitmap.QuantizeColors(static_cast<zbm::QuantMethod>(method), 5, palette, &progress); }, kSourceFile,
-            1430));
+            [&] { return bitmap.QuantizeColors(static_cast<zbm::QuantMethod>(method), 5, palette, &progress); },
+            BitmapCheck::quantMethod));
         EXPECT_TRUE(palette.empty());
         EXPECT_EQ(progress.tasks.size(), 1u);
         EXPECT_EQ(progress.openTasks, 0);
@@ -287,11 +302,14 @@ TEST(QuantizeColors, RefusesUnknownMethodsAfterItsTaskBegan) {
     }
 }
 
-TEST(QuantizeColors, CountsThatNoPaletteHasAreAnErrorAndChangeNothing) {
+TEST(QuantizeColors, CountsThatNoPaletteHasAreToldAndChangeNothing) {
     for (const int count : {0, -5, 257, 100000, std::numeric_limits<int>::min()}) {
         ZBasicMemBitmap bitmap = FormulaBitmap(9, 7, shr::BGR_24, 16, 8);
         std::vector<RGBQUAD> palette(3);
-        EXPECT_THROW(bitmap.QuantizeColors(zbm::QuantMedian8, count, palette, nullptr), shr::Exception) << count;
+        EXPECT_TRUE(
+            testkit::RaisesNamedError([&] { return bitmap.QuantizeColors(zbm::QuantMedian8, count, palette, nullptr); },
+                                      L"Colours can be reduced to 1 to 256.", zbm::PixFilterPipelineCheck::filterStart))
+            << count;
         EXPECT_TRUE(palette.empty());
         EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
     }

@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
+#include <new>
 #include <string>
 #include <type_traits>
 #include <vector>
 
+#include "core/checks/PixFilterPipelineChecks.h"
 #include "support_code/ExpectError.h"
 #include "support_code/TestProgress.h"
 #include "zbm/ZBasicMemBitmap.h"
@@ -20,7 +22,6 @@ using testkit::RaisesInternalError;
 using testkit::TestProgress;
 using zpixf::ZPixfType;
 
-constexpr const wchar_t* kSourceFile = L"ZBMPixFilterPipeline";
 constexpr unsigned kWidth = 19, kHeight = 5;
 
 /// What the stages under test did, in order.
@@ -56,6 +57,7 @@ public:
     std::function<bool()> onStart;
     std::function<void(unsigned char*)> onLine;
     unsigned failingLine = ~0u;
+    using ZPixFilterBase::Fail;
     using ZPixFilterBase::PullLine;
 
 protected:
@@ -108,9 +110,12 @@ protected:
 
 TEST_F(Pipeline, AStageNeedsAFilterAFunctionAndABitmap) {
     StubFilter filter(ZPixfType::Null);
-    EXPECT_TRUE(RaisesInternalError([&] { CPixFilterContext(nullptr, nullptr, nullptr); }, kSourceFile, 76));
-    EXPECT_TRUE(RaisesInternalError([&] { CPixFilterContext(&filter, nullptr, nullptr); }, kSourceFile, 77));
-    EXPECT_TRUE(RaisesInternalError([&] { CPixFilterContext(&filter, &GiveNothing, nullptr); }, kSourceFile, 78));
+    EXPECT_TRUE(
+        RaisesInternalError([&] { CPixFilterContext(nullptr, nullptr, nullptr); }, PixFilterPipelineCheck::filter));
+    EXPECT_TRUE(
+        RaisesInternalError([&] { CPixFilterContext(&filter, nullptr, nullptr); }, PixFilterPipelineCheck::function));
+    EXPECT_TRUE(RaisesInternalError([&] { CPixFilterContext(&filter, &GiveNothing, nullptr); },
+                                    PixFilterPipelineCheck::bitmap));
 }
 
 TEST_F(Pipeline, TheTypeOfAFilterDecidesWhatAStageDoesWithAlpha) {
@@ -119,7 +124,7 @@ TEST_F(Pipeline, TheTypeOfAFilterDecidesWhatAStageDoesWithAlpha) {
         const auto make = [&] { return CPixFilterContext(&filter, &GiveNothing, &bitmap); };
         const bool known = (type >= 1 && type <= 17 && type != 14) || type == 22;
         if (!known) {
-            EXPECT_TRUE(RaisesInternalError([&] { make(); }, kSourceFile, 139)) << type;
+            EXPECT_TRUE(RaisesInternalError([&] { make(); }, PixFilterPipelineCheck::filterType)) << type;
             continue;
         }
         const bool moves = type == 6 || type == 7 || type == 16;
@@ -202,7 +207,7 @@ TEST_F(Pipeline, TakesSixteenStages) {
     std::vector<std::unique_ptr<StubFilter>> filters;
     for (int i = 0; i < 17; ++i) filters.push_back(std::make_unique<StubFilter>(ZPixfType::Brightness));
     for (int i = 0; i < 16; ++i) ASSERT_TRUE(Add(*filters[static_cast<std::size_t>(i)]));
-    EXPECT_TRUE(RaisesInternalError([&] { Add(*filters[16]); }, kSourceFile, 165));
+    EXPECT_TRUE(RaisesInternalError([&] { Add(*filters[16]); }, PixFilterPipelineCheck::stages));
     EXPECT_EQ(pipeline.numStages, 16u);
     EXPECT_EQ(Line(3)[4 * 2 + 1], 3);
 }
@@ -244,16 +249,38 @@ TEST_F(Pipeline, TheAlphaStageIsTheLastThatChangesAlpha) {
     EXPECT_EQ(pipeline.alphaStage, 2u);
 }
 
-TEST_F(Pipeline, AFilterThatDoesNotStartIsToldAsShortMemory) {
+constexpr const wchar_t* kShortMemory = L"Not enough memory.";
+
+TEST_F(Pipeline, AFilterThatDoesNotStartAndGivesNoReasonIsToldAsShortMemory) {
     StubFilter filter(ZPixfType::Brightness);
     filter.onStart = [] { return false; };
-    try {
-        Add(filter);
-        FAIL() << "nothing is raised";
-    } catch (const shr::InternalError&) { FAIL() << "an internal error"; } catch (const shr::Exception& error) {
-        EXPECT_TRUE(testkit::IsAt(error, kSourceFile, 218)) << testkit::Describe(error);
-    }
+    EXPECT_TRUE(testkit::RaisesNamedError([&] { Add(filter); }, kShortMemory, PixFilterPipelineCheck::filterStart));
     EXPECT_FALSE(pipeline.reportingStart);
+}
+
+TEST_F(Pipeline, AFilterThatLacksMemoryToStartIsToldAsShortMemory) {
+    StubFilter filter(ZPixfType::Brightness);
+    filter.onStart = []() -> bool { throw std::bad_alloc(); };
+    EXPECT_TRUE(testkit::RaisesNamedError([&] { Add(filter); }, kShortMemory, PixFilterPipelineCheck::filterStart));
+    EXPECT_TRUE(filter.LacksMemory());
+}
+
+TEST_F(Pipeline, AFilterThatRefusesToStartIsQuoted) {
+    StubFilter filter(ZPixfType::Brightness);
+    filter.onStart = [&] { return filter.Fail("StubFilter", 5, L"The stub refuses."); };
+    EXPECT_TRUE(
+        testkit::RaisesNamedError([&] { Add(filter); }, L"The stub refuses.", PixFilterPipelineCheck::filterStart));
+    EXPECT_FALSE(filter.LacksMemory());
+}
+
+TEST_F(Pipeline, OfAStartThatFailsInAnEarlierStageThatStageIsQuoted) {
+    StubFilter first(ZPixfType::Brightness), second(ZPixfType::Contrast);
+    std::vector<unsigned char> line(4 * kWidth);
+    second.onStart = [&] { return second.PullLine(0, line.data()); };
+    Add(first);
+    first.failingLine = 0;
+    EXPECT_TRUE(
+        testkit::RaisesNamedError([&] { Add(second); }, L"The stub fails.", PixFilterPipelineCheck::filterStart));
 }
 
 TEST_F(Pipeline, AStartThatIsCancelledGivesFalseAndTheStageStays) {
@@ -358,8 +385,8 @@ TEST_F(Pipeline, WhatASourceThrowsPassesOnAndTheFiltersAreStoppedWithThePipeline
     StubFilter filter(ZPixfType::Brightness);
     {
         CPixFilterPipeline inner;
-        inner.AddPixFilter(CPixFilterContext(
-            &filter, [](void*, unsigned, void*) -> bool { throw shr::AbortException(); }, &bitmap));
+        EXPECT_TRUE(inner.AddPixFilter(CPixFilterContext(
+            &filter, [](void*, unsigned, void*) -> bool { throw shr::AbortException(); }, &bitmap)));
         unsigned char line[4 * kWidth];
         EXPECT_THROW(inner.FilterScanline(line, 0), shr::AbortException);
         EXPECT_TRUE(filter.IsStarted());
@@ -368,7 +395,7 @@ TEST_F(Pipeline, WhatASourceThrowsPassesOnAndTheFiltersAreStoppedWithThePipeline
 }
 
 TEST_F(Pipeline, AnEmptyPipelineGivesNoLine) {
-    EXPECT_TRUE(RaisesInternalError([&] { Line(0); }, kSourceFile));
+    EXPECT_TRUE(RaisesInternalError([&] { Line(0); }, PixFilterPipelineCheck::anyStage));
 }
 
 // --- alpha

@@ -74,6 +74,8 @@ public:
     const shr::ZString& GetErrorFile() const noexcept { return errorFile; }
     int GetErrorLine() const noexcept { return errorLine; }
     const shr::ZString& GetErrorDescription() const noexcept { return errorDescription; }
+    /// Whether what they describe is that memory was short.
+    bool LacksMemory() const noexcept { return lacksMemory; }
 
 protected:
     /// What a filter does to become ready. Called by Start once the formats are known to be set.
@@ -84,6 +86,8 @@ protected:
     bool PullLine(unsigned line, void* buffer);
     /// Describes a failure; returns false for the caller to hand on.
     bool Fail(const char* file, int line, const wchar_t* description);
+    /// The same of a lack of memory.
+    bool FailForMemory(const char* file, int line);
 
     ZPixFormat inputFormat, outputFormat;
 
@@ -93,6 +97,7 @@ private:
     bool started = false;
     shr::ZString errorModule, errorFile, errorDescription;
     int errorLine = 0;
+    bool lacksMemory = false;
 };
 
 }  // namespace zpixf

@@ -21,12 +21,13 @@ bool ZPixFilterBase::Start() {
     errorFile.Clear();
     errorDescription.Clear();
     errorLine = 0;
+    lacksMemory = false;
     if (scanLineFunction == nullptr) return Fail("ZPixFilterBase", __LINE__, L"The filter has no source of lines.");
     try {
         started = OnStart();
     } catch (const std::bad_alloc&) {
         Stop();
-        return Fail("ZPixFilterBase", __LINE__, L"Not enough memory for the filter.");
+        return FailForMemory("ZPixFilterBase", __LINE__);
     } catch (...) {  // thrown by the source of lines
         Stop();
         throw;
@@ -54,11 +55,18 @@ bool ZPixFilterBase::PullLine(unsigned line, void* buffer) {
 
 bool ZPixFilterBase::Fail(const char* file, int line, const wchar_t* description) {
     errorLine = line;
+    lacksMemory = false;
     try {
         errorModule = L"ZPixFilteru";
         errorFile = file;
         errorDescription = description;
     } catch (const std::bad_alloc&) {}  // that it failed is told all the same
+    return false;
+}
+
+bool ZPixFilterBase::FailForMemory(const char* file, int line) {
+    Fail(file, line, L"Not enough memory for the filter.");
+    lacksMemory = true;
     return false;
 }
 

@@ -90,7 +90,7 @@ bool ZPixfQuantize::FilterScanline(unsigned line, void* buffer) {
     auto* const indices = state->output.AreIndexBytes() ? result : state->indices.get();
     try {
         state->map.MapRow(pixels, state->width, indices);
-    } catch (const std::bad_alloc&) { return Fail("ZPixfQuantize", __LINE__, L"Not enough memory for the filter."); }
+    } catch (const std::bad_alloc&) { return FailForMemory("ZPixfQuantize", __LINE__); }
     state->output.Store(indices, pixels, state->width, result);
     return true;
 }
