@@ -20,13 +20,13 @@ int main() {
     file.Open(L"rings.zbm", shr::FileAccess::readWrite, shr::FileMode::create, shr::FileSharing::none);
     shr::FileArchive storing(file, shr::FileArchive::Direction::storing);
     zbm::SerializeIO out(storing, false);
-    picture.Serialize(out, nullptr, nullptr);
+    if (!picture.Serialize(out, nullptr, nullptr)) return 1;  // cancelled
 
     file.Seek(0);
     shr::FileArchive loading(file, shr::FileArchive::Direction::loading);
     zbm::SerializeIO in(loading, false);
     zbm::ZMemBitmap loaded(1, 1, shr::BGRA_32);
-    loaded.Serialize(in, nullptr, nullptr);
+    if (!loaded.Serialize(in, nullptr, nullptr)) return 1;  // cancelled
     if (in.DamagedBlocks() != 0) std::puts("The file is damaged: parts of the picture are missing.");
 
     std::uint8_t pixel[4];

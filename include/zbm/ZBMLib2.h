@@ -39,6 +39,7 @@ ZBM_API const ZString& ModuleName();
 ///
 /// `progress` may be null. False when the target cancels by throwing shr::AbortException; whatever else it throws
 /// passes on.
-ZBM_API bool SRProgress(shr::IProgress* progress, int tileRow, int tileCol, int numTileRows, int numTilesPerRow);
+[[nodiscard]] ZBM_API bool SRProgress(shr::IProgress* progress, int tileRow, int tileCol, int numTileRows,
+                                      int numTilesPerRow);
 
 }  // namespace zbm

@@ -37,20 +37,21 @@ public:
     void Create(const ZBasicMemBitmap& source);
 
     // From a bitmap of any class. It must live until the creation is done: a ZMemBitmap drops its reductions with the
-    // first changed tile, so only its own creations take one of them. False, with an empty bitmap, when cancelled.
-    // Cancelling while filters run arrives as shr::AbortException instead, as every exception leaves the bitmap empty.
+    // first changed tile, so only its own creations take one of them. Cancelling leaves an empty bitmap; it arrives as
+    // false where tiles are copied, and as shr::AbortException where filters run.
 
     /// An exact copy, tiles and resolution included. Of itself: true, and nothing changes.
-    bool Create(ZBitmap& source, shr::IProgress* progress);
+    [[nodiscard]] bool Create(ZBitmap& source, shr::IProgress* progress);
     /// A copy in another format, with tiles of 512 x 512 and the source's resolution; transparency goes over between
     /// alpha and mask, and an indexed format gets colours of its own (median cut). In the source's format it is an
     /// exact copy. Raises internal errors for itself (line 401) and for a format that is none (402).
-    bool Create(shr::ColorFormat format, ZBitmap& source, shr::IProgress* progress);
+    [[nodiscard]] bool Create(shr::ColorFormat format, ZBitmap& source, shr::IProgress* progress);
     /// A rectangle of the source at another size, in the source's format, with tiles of 512 x 512 and the source's
     /// resolution as it is. Raises internal errors for itself (line 477), for a rectangle that reaches outside the
     /// source (left 479, right 480, top 481, bottom 482) or is empty (484, 485), all before anything changes, and for a
     /// method that is none (633).
-    bool Create(int width, int height, ZBitmap& source, RECT rect, ResizeMethod method, shr::IProgress* progress);
+    [[nodiscard]] bool Create(int width, int height, ZBitmap& source, RECT rect, ResizeMethod method,
+                              shr::IProgress* progress);
     /// Takes over the source's tiles without copying them. The source is then 1 x 1 without its tile, and must be
     /// created anew before its pixels are used.
     void ChangeFrom(ZBasicMemBitmap& source);
@@ -59,16 +60,16 @@ public:
     ZScanRect& LockScanRect(int row, int col) const override;
     void UnlockScanRect(int row, int col) const override;
     void CommitScanRect(int row, int col) override;
-    bool CommitAll(shr::IProgress* progress) override;
+    [[nodiscard]] bool CommitAll(shr::IProgress* progress) override;
     ZBitmap* GetPtrToPOTReduction(unsigned level) override;
     /// A load that is cancelled leaves a bitmap of 1 x 1, and one that fails an empty one; only after a record of an
     /// unknown version is there what was read before it, with tiles missing (of a grid that was laid out).
     /// SerializeIO::DamagedBlocks tells afterwards whether pixels are lost. An empty bitmap is not stored: that raises
     /// ERR_ZBM_WRITE_ARCHIVE before anything is written. `legacy` must be null (line 770).
-    bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) override;
+    [[nodiscard]] bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) override;
     /// Raises an internal error for a bitmap without rows (line 949). What a filter or the progress throws passes on;
     /// the lines written until then stay.
-    bool FilterScanLines(zpixf::ZPixFilterBase& filter, shr::IProgress* progress) override;
+    [[nodiscard]] bool FilterScanLines(zpixf::ZPixFilterBase& filter, shr::IProgress* progress) override;
 
     static const shr::CTypeInfo* GetClassTypeId() noexcept { return &ClassTypeId; }
     static const shr::CTypeInfo ClassTypeId;
@@ -85,7 +86,7 @@ protected:
     void CreateCleanup() noexcept;
 
     // Filtering into this bitmap: the lines of `inputRect` of `input` go through the stage.
-    bool FilterScanLines(const CPixFilterContext* context, ZBitmap* input, shr::IProgress* progress);
+    [[nodiscard]] bool FilterScanLines(const CPixFilterContext* context, ZBitmap* input, shr::IProgress* progress);
     void GetInputBitmapScanLine(CPixFilterContext* context, unsigned char* line, int y);
     void SetBitmapScanLine(const std::vector<unsigned char>& alpha, const unsigned char* line, int y);
     void CreateInputScanRectRow(int row);

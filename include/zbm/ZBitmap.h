@@ -38,6 +38,21 @@ class SerializeIO;
 ///
 /// and a series of changes ends with CommitAll. Rectangles are in pixels, y downwards, left and top inclusive, right
 /// and bottom exclusive. Broken preconditions raise internal errors of source file "zbmbitmap". One thread at a time.
+///
+/// Long operations report to an shr::IProgress, which may be null, and end early when its SetProgress throws
+/// shr::AbortException. How that arrives at the caller:
+///
+/// | operation                                    | arrives as          | what is left |
+/// |----------------------------------------------|---------------------|-----------------------------------------------|
+/// | Serialize, storing                           | false               | the bitmap; an archive that breaks off | |
+/// Serialize, loading                           | false               | a bitmap of 1 x 1                             |
+/// | Create from a bitmap, in its own format      | false               | an empty bitmap | | Create in another format
+/// or at another size  | shr::AbortException | an empty bitmap                               | | FilterScanLines and
+/// all adjustments          | shr::AbortException | the lines written until then, and old colours | | CommitAll |
+/// shr::AbortException | the pixels; reductions are built by the next  |
+///
+/// A host's own bitmap class may answer false where these raise; what is built upon it hands that on. So a caller that
+/// serves any bitmap looks at both.
 class ZBM_API ZBitmap : public shr::CTypedObject {
 public:
     // The virtual operations stand in the order of the virtual table, which applications are compiled against.
@@ -69,12 +84,12 @@ public:
     virtual void UnlockScanRect(int row, int col) const = 0;
     /// Says that the locked tile was changed and must be kept.
     virtual void CommitScanRect(int row, int col) = 0;
-    /// Makes every change durable; false when cancelled.
-    virtual bool CommitAll(shr::IProgress* progress) = 0;
+    /// Makes every change durable. The table above says how cancelling arrives, here and below.
+    [[nodiscard]] virtual bool CommitAll(shr::IProgress* progress) = 0;
     /// The bitmap reduced by 2 to the power `level`, owned by this one; null where there is none.
     virtual ZBitmap* GetPtrToPOTReduction(unsigned level) = 0;
-    /// Stores into the archive or loads from it, as its direction is; false when cancelled.
-    virtual bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) = 0;
+    /// Stores into the archive or loads from it, as its direction is.
+    [[nodiscard]] virtual bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) = 0;
 
     /// Expands the mask of a rectangle: the last byte of each destination pixel of `pixelStep` bytes becomes 255 where
     /// the bitmap is opaque and 0 where not. Only for formats without alpha channel, and steps of 1 or more (else
@@ -84,8 +99,8 @@ public:
     /// meets.
     virtual void SetMaskFromAlpha(unsigned char* src, int srcStride, const RECT& rect);
 
-    /// Runs a filter over the whole bitmap in place; false when cancelled.
-    virtual bool FilterScanLines(zpixf::ZPixFilterBase& filter, shr::IProgress* progress) = 0;
+    /// Runs a filter over the whole bitmap in place.
+    [[nodiscard]] virtual bool FilterScanLines(zpixf::ZPixFilterBase& filter, shr::IProgress* progress) = 0;
 
 protected:
     virtual void SerializeFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy);
@@ -121,31 +136,31 @@ public:
     int GetYDPIResolution() const noexcept;
 
     // Adjustments of the whole picture, in place. Alpha and masks stay; an indexed picture gets a new choice of
-    // colours, as many as its table had. False when a filter could not be started; cancelling arrives as
-    // shr::AbortException, and the lines written until then stay. `progress` may be null.
+    // colours, as many as its table had. The result is that of FilterScanLines.
 
     /// -1 (black) .. 1 (white); 0 does nothing. Any other number raises an internal error (line 1111).
-    bool ChangeBrightness(double amount, shr::IProgress* progress);
+    [[nodiscard]] bool ChangeBrightness(double amount, shr::IProgress* progress);
     /// -1 (mid-grey) .. 1 (a threshold); 0 does nothing. Any other number raises an internal error (line 1140).
-    bool ChangeContrast(double amount, shr::IProgress* progress);
+    [[nodiscard]] bool ChangeContrast(double amount, shr::IProgress* progress);
     /// -1 (complementary) .. 0 (grey) .. 1, which does nothing. Any other number raises an internal error (line 1169).
-    bool ChangeSaturation(double amount, shr::IProgress* progress);
-    bool ConvertToGrayScale(shr::IProgress* progress);
+    [[nodiscard]] bool ChangeSaturation(double amount, shr::IProgress* progress);
+    [[nodiscard]] bool ConvertToGrayScale(shr::IProgress* progress);
     /// 9 coefficients, row by row; each result is the weighted sum over `divisor` (0: the coefficients' sum) plus
     /// `bias`.
-    bool Convolute3x3(double* const kernel, double divisor, double bias, shr::IProgress* progress);
-    bool Convolute3x3(zpixf::ZPixf3x3Mode mode, shr::IProgress* progress);
+    [[nodiscard]] bool Convolute3x3(double* const kernel, double divisor, double bias, shr::IProgress* progress);
+    [[nodiscard]] bool Convolute3x3(zpixf::ZPixf3x3Mode mode, shr::IProgress* progress);
     /// The same with 25 coefficients.
-    bool Convolute5x5(double* const kernel, double divisor, double bias, shr::IProgress* progress);
-    bool Convolute5x5(zpixf::ZPixf5x5Mode mode, shr::IProgress* progress);
+    [[nodiscard]] bool Convolute5x5(double* const kernel, double divisor, double bias, shr::IProgress* progress);
+    [[nodiscard]] bool Convolute5x5(zpixf::ZPixf5x5Mode mode, shr::IProgress* progress);
     /// `span` is the window's side; an even one stands for the next odd one.
-    bool MedianFilter(unsigned span, shr::IProgress* progress);
+    [[nodiscard]] bool MedianFilter(unsigned span, shr::IProgress* progress);
     /// -1 (blur) .. 1 (sharp). Any other number raises an internal error (line 1337).
-    bool Sharpen(double amount, shr::IProgress* progress);
+    [[nodiscard]] bool Sharpen(double amount, shr::IProgress* progress);
     /// Reduces the picture to at most `numColors` colours (1 .. 256), which are given in `palette` (blue, green, red,
     /// 0). The format stays what it is. `palette` is empty unless the result is true. Raises an internal error for a
     /// method that is none (line 1430).
-    bool QuantizeColors(QuantMethod method, int numColors, std::vector<RGBQUAD>& palette, shr::IProgress* progress);
+    [[nodiscard]] bool QuantizeColors(QuantMethod method, int numColors, std::vector<RGBQUAD>& palette,
+                                      shr::IProgress* progress);
 
     static const shr::CTypeInfo* GetClassTypeId() noexcept { return &ClassTypeId; }
     static const shr::CTypeInfo ClassTypeId;

@@ -35,7 +35,7 @@ bool ZBasicMemBitmap::StoreTiles(SerializeIO& io, shr::IProgress* progress) {
             LockScanRect(row, col).Serialize(io);
             UnlockScanRect(row, col);
         }
-        // The number of tiles stands for the column on purpose: hosts see a fraction slightly above 1 at the end.
+        // The number of tiles stands for the column on purpose: hosts see more than 1 at the end, up to 2.0.
         if (!SRProgress(progress, row, tiles, rows, tiles)) return false;
     }
     return true;

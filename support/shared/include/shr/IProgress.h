@@ -12,7 +12,8 @@ public:
     /// it stands for; the libraries pass 1 and 1.
     virtual void StartTask(const ZString& text, int steps, int parentSteps) = 0;
     virtual void EndTask() = 0;
-    /// The part done, 0.0 .. 1.0. (Storing and loading a bitmap end slightly above 1.)
+    /// The part done, 0.0 .. 1.0. Storing and loading a bitmap end above 1: by one part in as many as there are tiles,
+    /// so that a picture of one tile ends at 2.0.
     virtual void SetProgress(double fraction) = 0;
 
 protected:
