@@ -5,7 +5,10 @@
 #include "faults/FaultInjection.h"
 #include "faults/FaultyBitmaps.h"
 #include "support_code/TestProgress.h"
+#include "zbm/RunFilters.h"
+#include "zpixf/ZPixfAdjust.h"
 #include "zpixf/ZPixfConvolution.h"
+#include "zpixf/ZPixfNull.h"
 
 namespace faults {
 namespace {
@@ -84,6 +87,13 @@ const Operation kOperations[] = {
      [](ZMemBitmap& p, IProgress* progress) {
          std::vector<RGBQUAD> palette;
          EXPECT_TRUE(p.QuantizeColors(zbm::QuantMedian8, 7, palette, progress));
+     }},
+    {"RunFilters",
+     [](ZMemBitmap& p, IProgress* progress) {
+         zpixf::ZPixfBrightness brightness;
+         brightness.SetBrightness(0.3);
+         zpixf::ZPixfNull movesAlpha;
+         EXPECT_TRUE(zbm::RunFilters(p, {&brightness, &movesAlpha}, progress));
      }},
     {"CommitAll",
      [](ZMemBitmap& p, IProgress* progress) {
