@@ -9,6 +9,7 @@
 #include "shr/Exception.h"
 #include "shr/Logger.h"
 #include "shr/Path.h"
+#include "shr/TempFile.h"
 #include "support_code/ScratchFolder.h"
 #include "zbm/ZBMLib2.h"
 
@@ -205,6 +206,22 @@ TEST(PathRequests, FailingInATemporaryFileLeaveNone) {
                              if (!name.IsEmpty()) shr::RemoveFile(name);
                          });
     EXPECT_GE(failed, AtLeast(3));
+}
+
+TEST(PathRequests, FailingInAFileToBeRenamedLeaveNoneBesideTheOld) {
+    const testkit::ScratchFolder folder;
+    const ZString place = folder.File(""), name = folder.File("a name that is too long to be kept inside the object");
+    const unsigned failed =
+        FailEveryRequest([] { return false; },
+                         [&](bool& isRenamed) {
+                             shr::TempFile file(place, L".a name that is too long to be kept inside the object.");
+                             isRenamed = file.Rename(name);
+                         },
+                         [&](bool& isRenamed, Outcome) {
+                             EXPECT_EQ(FilesIn(folder), isRenamed ? 1u : 0u);
+                             shr::RemoveFile(name);
+                         });
+    EXPECT_GE(failed, AtLeast(5));
 }
 
 shr::CDib MakeDib(int width, int height, int bitCount) {
