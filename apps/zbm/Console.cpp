@@ -1,21 +1,53 @@
 #include "Console.h"
 
+#include <algorithm>
+
 namespace tool {
 
 namespace {
 
 constexpr int kShownWarnings = 5;
 
+bool IsControl(wchar_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); }
+
+/// A byte that is no UTF-8, as texts keep it: a second half of a pair that has no first one.
+bool IsStrayByte(wchar_t unit, wchar_t former) {
+    const bool followsFirstHalf = former >= 0xD800 && former < 0xDC00;
+    return unit >= 0xDC80 && unit <= 0xDCFF && !followsFirstHalf;
+}
+
+std::wstring Escape(wchar_t unit) {
+    switch (unit) {
+        case L'\n': return L"\\n";
+        case L'\r': return L"\\r";
+        case L'\t': return L"\\t";
+        default: break;
+    }
+    constexpr wchar_t kDigits[] = L"0123456789ABCDEF";
+    return {L'\\', L'x', kDigits[unit >> 4 & 15], kDigits[unit & 15]};
+}
+
+/// Libraries break their longer messages.
 std::string OnOneLine(std::string_view text) {
     std::string line(text);
-    for (char& unit : line) {
-        const auto code = static_cast<unsigned char>(unit);
-        if (code < 0x20 || code == 0x7F) unit = code == '\n' ? ' ' : '?';
-    }
-    return line;
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    return Escaped(ZString::FromUtf8(line));
 }
 
 }  // namespace
+
+std::string Escaped(const ZString& text) {
+    std::wstring shown;
+    wchar_t former = 0;
+    for (const wchar_t unit : text.Wide()) {
+        if (IsControl(unit) || IsStrayByte(unit, former))
+            shown += Escape(unit);
+        else
+            shown += unit;
+        former = unit;
+    }
+    return ZString(std::move(shown)).ToUtf8();
+}
 
 void Console::Error(const ZString& file, std::string_view text) { Line(file, "", text); }
 
@@ -29,14 +61,22 @@ void Console::Warning(const ZString& file, std::string_view text) {
 
 void Console::Line(const ZString& file, std::string_view kind, std::string_view text) {
     ClearStatus();
-    stream << "zbm: " << OnOneLine(file.ToUtf8()) << ": " << kind << OnOneLine(text) << '\n' << std::flush;
+    stream << "zbm: " << Escaped(file) << ": " << kind << OnOneLine(text) << '\n' << std::flush;
+}
+
+std::size_t Console::StatusWidth() const {
+    // What fills the last column moves the cursor to the next line on some terminals.
+    const int columns = width();
+    return columns > 1 ? static_cast<std::size_t>(columns - 1) : 0;
 }
 
 void Console::ShowStatus(std::string_view text) {
-    if (!showStatus) return;
-    std::string line = OnOneLine(text);
-    if (line.size() < statusLength) line.append(statusLength - line.size(), ' ');
-    statusLength = text.size();
+    const std::size_t room = StatusWidth();
+    if (room == 0) return;
+    std::string line = OnOneLine(text.substr(0, room));
+    const std::size_t length = line.size();
+    if (length < statusLength) line.append(std::min(statusLength, room) - length, ' ');
+    statusLength = length;
     stream << '\r' << line << std::flush;
 }
 

@@ -22,12 +22,24 @@ private:
     std::string text;
 };
 
-/// What the user is told beside the results: lines, each naming its file, and below them one status line that comes and
-/// goes. All text is UTF-8; control characters, which a hostile file may bring along, are shown as '?'.
+/// A ToolError about what the user asked for.
+class UsageError final : public ToolError {
+public:
+    using ToolError::ToolError;
+};
+
+/// How many columns the terminal at which messages are read has now; 0 if they go elsewhere.
+using TerminalWidth = int (*)();
+
+/// The text with its control characters, and bytes that are no text, as escapes: "\n", "\x1B". Hostile names and files
+/// would tell the terminal what to do.
+std::string Escaped(const ZString& text);
+
+/// What the user is told beside the results: lines, each naming its file, and below them, on a terminal only, one
+/// status line that comes and goes. All text is UTF-8, and shown escaped.
 class Console {
 public:
-    /// `isTerminal`: whether `target` is one, where the status line makes sense.
-    Console(std::ostream& target, bool isTerminal) : stream(target), showStatus(isTerminal) {}
+    Console(std::ostream& target, TerminalWidth widthOfTarget) : stream(target), width(widthOfTarget) {}
     ~Console() { ClearStatus(); }
     Console(const Console&) = delete;
     Console& operator=(const Console&) = delete;
@@ -38,7 +50,8 @@ public:
     /// What a library found odd in a file. Only the first few are shown, since a damaged file gives thousands.
     void Warning(const ZString& file, std::string_view text);
 
-    bool ShowsStatus() const noexcept { return showStatus; }
+    /// How many characters the status line may have, so that it stays one line; 0 if there is none.
+    std::size_t StatusWidth() const;
     void ShowStatus(std::string_view text);
     void ClearStatus() noexcept;
 
@@ -46,7 +59,7 @@ private:
     void Line(const ZString& file, std::string_view kind, std::string_view text);
 
     std::ostream& stream;
-    const bool showStatus;
+    const TerminalWidth width;
     std::size_t statusLength = 0;
     int warnings = 0;
 };

@@ -13,14 +13,18 @@ using shr::ZString;
 /// The program's arguments without its name, in UTF-8 (as the bytes that they are, where the system has no encoding).
 std::vector<std::string> Arguments(int argc, char** argv);
 
-/// Makes the standard streams show UTF-8, and tells whether standard error is a terminal.
-bool PrepareConsole();
+/// Makes the standard streams show UTF-8.
+void PrepareConsole();
+/// Makes standard output take bytes as they are, in place of text.
+void PrepareBinaryOutput();
+/// How many columns the terminal at standard error has; 0 if it is none.
+int ErrorsWidth();
 
 /// The machine's memory in bytes.
 std::uint64_t PhysicalMemory();
 
-enum class FileKind { missing, regular, folder, other };
-/// Links are followed.
+enum class FileKind { missing, regular, folder, danglingLink, other };
+/// Of what the name leads to. Links are followed; one that leads nowhere is a dangling one.
 FileKind KindOf(const ZString& name);
 
 /// The name with the links at its end followed, so that a new file can take the place of the file itself. A name that

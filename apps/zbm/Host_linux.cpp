@@ -1,3 +1,4 @@
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,7 +11,17 @@ namespace tool {
 
 std::vector<std::string> Arguments(int argc, char** argv) { return {argv + (argc > 0 ? 1 : 0), argv + argc}; }
 
-bool PrepareConsole() { return isatty(STDERR_FILENO) == 1; }
+void PrepareConsole() {}
+
+void PrepareBinaryOutput() {}
+
+int ErrorsWidth() {
+    constexpr int kUsualWidth = 80;
+    if (isatty(STDERR_FILENO) != 1) return 0;
+    winsize size{};
+    const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
+    return known ? size.ws_col : kUsualWidth;
+}
 
 std::uint64_t PhysicalMemory() {
     return static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES)) * static_cast<std::uint64_t>(sysconf(_SC_PAGE_SIZE));
@@ -18,7 +29,11 @@ std::uint64_t PhysicalMemory() {
 
 FileKind KindOf(const ZString& name) {
     struct stat status {};
-    if (stat(name.ToUtf8().c_str(), &status) != 0) return FileKind::missing;
+    const std::string path = name.ToUtf8();
+    if (stat(path.c_str(), &status) != 0) {
+        const bool isLink = lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+        return isLink ? FileKind::danglingLink : FileKind::missing;
+    }
     if (S_ISREG(status.st_mode)) return FileKind::regular;
     return S_ISDIR(status.st_mode) ? FileKind::folder : FileKind::other;
 }

@@ -4,7 +4,21 @@
 // After windows.h, which it needs.
 #include <shellapi.h>
 
+#include <fcntl.h>
+#include <io.h>
+#include <cstdio>
+
 namespace tool {
+
+namespace {
+
+/// A file or folder, for a look at what it is.
+HANDLE OpenBehindLinks(const ZString& name) {
+    return CreateFileW(name.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                       FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+}
+
+}  // namespace
 
 std::vector<std::string> Arguments(int /*argc*/, char** /*argv*/) {
     // The narrow arguments have lost every character that the system's code page lacks.
@@ -17,10 +31,14 @@ std::vector<std::string> Arguments(int /*argc*/, char** /*argv*/) {
     return arguments;
 }
 
-bool PrepareConsole() {
-    SetConsoleOutputCP(CP_UTF8);
-    DWORD mode = 0;
-    return GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
+void PrepareConsole() { SetConsoleOutputCP(CP_UTF8); }
+
+void PrepareBinaryOutput() { _setmode(_fileno(stdout), _O_BINARY); }
+
+int ErrorsWidth() {
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    const bool isConsole = GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info) != 0;
+    return isConsole ? info.srWindow.Right - info.srWindow.Left + 1 : 0;
 }
 
 std::uint64_t PhysicalMemory() {
@@ -32,6 +50,13 @@ std::uint64_t PhysicalMemory() {
 FileKind KindOf(const ZString& name) {
     const DWORD attributes = GetFileAttributesW(name.c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES) return FileKind::missing;
+    if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+        const HANDLE file = OpenBehindLinks(name);
+        const DWORD error = GetLastError();
+        if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
+        if (file == INVALID_HANDLE_VALUE && (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND))
+            return FileKind::danglingLink;
+    }
     if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return FileKind::folder;
     return (attributes & FILE_ATTRIBUTE_DEVICE) != 0 ? FileKind::other : FileKind::regular;
 }
@@ -39,8 +64,7 @@ FileKind KindOf(const ZString& name) {
 ZString FollowLinks(const ZString& name) {
     const DWORD attributes = GetFileAttributesW(name.c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) return name;
-    const HANDLE file = CreateFileW(name.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    const HANDLE file = OpenBehindLinks(name);
     if (file == INVALID_HANDLE_VALUE) return name;
     std::wstring real(32768, L'\0');
     const DWORD length = GetFinalPathNameByHandleW(file, real.data(), static_cast<DWORD>(real.size()), 0);

@@ -1,5 +1,9 @@
 #include "OutputFile.h"
 
+#include <array>
+#include <string>
+
+#include "Cancel.h"
 #include "Console.h"
 #include "Host.h"
 #include "shr/Exception.h"
@@ -9,47 +13,101 @@ namespace tool {
 
 namespace {
 
+constexpr std::size_t kLongestFileName = 255;  // bytes, or units, on the file systems of today
+constexpr std::size_t kLongestTempPart = 32;   // what a temporary name has beside its target's
+
 void RefuseOtherThanFiles(const ZString& target) {
-    const FileKind kind = KindOf(target);
-    if (kind == FileKind::folder) throw ToolError(target, "is a folder");
-    if (kind == FileKind::other) throw ToolError(target, "is no regular file, and only such are written");
+    switch (KindOf(target)) {
+        case FileKind::folder: throw ToolError(target, "is a folder");
+        case FileKind::danglingLink: throw ToolError(target, "is a link to a file that is not there");
+        case FileKind::other: throw ToolError(target, "is no regular file, and only such are written");
+        case FileKind::missing:
+        case FileKind::regular: break;
+    }
+}
+
+/// The first characters of the text, as many as fit.
+ZString Shortened(const ZString& text, std::size_t mostBytes) {
+    std::string utf8 = text.ToUtf8();
+    if (utf8.size() <= mostBytes) return text;
+    const auto continues = [&](std::size_t i) { return (utf8[i] & 0xC0) == 0x80; };
+    std::size_t length = mostBytes;
+    while (length > 0 && continues(length)) --length;
+    return ZString::FromUtf8(utf8.substr(0, length));
+}
+
+/// The file that a result of that name is to replace.
+ZString PlaceOf(const ZString& name) {
+    RefuseOtherThanFiles(name);
+    return FollowLinks(name);
+}
+
+/// Beside the place, so that renaming moves no data.
+ZString TemporaryFolder(const ZString& place) {
+    return place.IsEmpty() ? shr::CPath().GetTempPathW(true) : shr::CPath(place).GetFolder();
+}
+
+/// What a kill leaves behind tells what it was to become. The dot hides it from lists.
+ZString TemporaryStart(const ZString& place) {
+    const ZString fileName = place.IsEmpty() ? "zbm" : shr::CPath(place).GetFileName();
+    return L"." + Shortened(fileName, kLongestFileName - kLongestTempPart) + L".";
 }
 
 }  // namespace
 
-OutputFile::OutputFile(const ZString& name) : target(name), place(FollowLinks(name)) {
-    RefuseOtherThanFiles(target);
-    temporary = shr::CPath::GetTempFilename(shr::CPath(place).GetFolder());
-    if (temporary.IsEmpty()) {
+OutputFile::OutputFile(const ZString& name, std::ostream& standardOutput)
+    : isStandardOutput(name == kStandardOutputName),
+      stream(standardOutput),
+      target(isStandardOutput ? "standard output" : name),
+      place(isStandardOutput ? ZString() : PlaceOf(name)),
+      temporary(TemporaryFolder(place), TemporaryStart(place)) {
+    if (!temporary.HasFile()) {
         const ZString reason = shr::FormatSystemErrorMsg();
         throw ToolError(target, "no file can be made in its folder: " + reason.ToUtf8());
     }
-    if (!file.OpenNoThrow(temporary, shr::FileAccess::readWrite, shr::FileMode::openExisting, shr::FileSharing::none)) {
+    if (!file.OpenNoThrow(temporary.Name(), shr::FileAccess::readWrite, shr::FileMode::openExisting,
+                          shr::FileSharing::none)) {
         const ZString reason = shr::FormatSystemErrorMsg();
-        shr::RemoveFile(temporary);
         throw ToolError(target, "cannot be written: " + reason.ToUtf8());
     }
 }
 
 OutputFile::~OutputFile() {
-    if (temporary.IsEmpty()) return;
     // What is still buffered would only be written to be deleted, and on a full device could only fail once more.
     try {
         file.Close();
     } catch (...) {  // NOLINT(bugprone-empty-catch): the error already on its way is the one to report
     }
-    shr::RemoveFile(temporary);
 }
 
 void OutputFile::Commit() {
+    if (isStandardOutput)
+        CopyToStandardOutput();
+    else
+        ReplaceTarget();
+}
+
+void OutputFile::ReplaceTarget() {
     file.FlushToDevice();
     file.Close();
-    TakePermissions(temporary, place);
-    if (!shr::RenameFile(temporary, place)) {
-        const ZString reason = shr::FormatSystemErrorMsg();
-        throw ToolError(target, "cannot be replaced: " + reason.ToUtf8());
+    TakePermissions(temporary.Name(), place);
+    if (!temporary.Rename(place)) {
+        const std::string reason = shr::FormatSystemErrorMsg().ToUtf8();
+        const bool isInPlace = !shr::PathExists(temporary.Name());
+        throw ToolError(target,
+                        (isInPlace ? "is written, but may be gone after a crash: " : "cannot be replaced: ") + reason);
     }
-    temporary.Clear();
+}
+
+void OutputFile::CopyToStandardOutput() {
+    std::array<char, 65536> buffer;
+    PrepareBinaryOutput();
+    file.Seek(0);
+    while (const std::size_t count = file.Read(buffer.data(), buffer.size())) {
+        if (CancelRequested()) throw shr::AbortException();
+        if (!stream.write(buffer.data(), static_cast<std::streamsize>(count))) break;
+    }
+    if (!stream.flush()) throw ToolError(target, "cannot be written");
 }
 
 }  // namespace tool

@@ -55,10 +55,12 @@ std::vector<std::string> ToolResult::ErrorLines() const {
     return lines;
 }
 
-ToolResult RunTool(const std::vector<std::string>& arguments, bool onTerminal) {
+ToolResult RunTool(const std::vector<std::string>& arguments, int columns) {
+    static int width;
+    width = columns;
     std::ostringstream out, errors;
     ToolResult result;
-    result.code = tool::RunTool(arguments, out, errors, onTerminal);
+    result.code = tool::RunTool(arguments, out, errors, [] { return width; });
     result.out = out.str();
     result.errors = errors.str();
     return result;

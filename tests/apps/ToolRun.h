@@ -15,8 +15,8 @@ struct ToolResult {
     std::vector<std::string> ErrorLines() const;
 };
 
-/// Runs the tool in this process.
-ToolResult RunTool(const std::vector<std::string>& arguments, bool onTerminal = false);
+/// Runs the tool in this process; `columns` is the width of the terminal that shows its messages, 0 for none.
+ToolResult RunTool(const std::vector<std::string>& arguments, int columns = 0);
 
 /// Fails the current test unless the run ended with code 1 and exactly one line, which names `file`.
 void ExpectOneErrorAbout(const ToolResult& result, const std::string& file);

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cmath>
+#include <cstdio>
 #include <optional>
 #include <random>
 #include <sstream>
@@ -10,7 +11,6 @@
 #include "apps/Image.h"
 #include "apps/Scratch.h"
 #include "apps/ToolRun.h"
-#include "commands/BitmapFile.h"
 
 namespace test {
 namespace {
@@ -78,13 +78,16 @@ Rgb Over(const zbm::ZBitmap& bitmap, int x, int y, const Rgb& background) {
 class Background : public testing::TestWithParam<shr::ColorFormat> {
 protected:
     Bytes Write(BitmapPtr bitmap, const std::string& name, std::optional<shr::Color4b> color) {
-        tool::Console console(errors, false);
-        tool::ConsoleProgress progress(console);
-        tool::OutputFile output(shr::ZString::FromUtf8(folder.File(name)));
-        tool::WriteOptions options;
-        options.background = color;
-        options.jpegQuality = 100;
-        tool::WritePicture({std::move(bitmap), {}}, output, options, console, progress);
+        StoreArchive(*bitmap, folder.File("source"));
+        std::vector<std::string> words{"unpack", folder.File("source"), folder.File(name), "--quality", "100"};
+        if (color) {
+            char text[8];
+            std::snprintf(text, sizeof text, "#%02X%02x%02X", color->red, color->green, color->blue);
+            words.insert(words.end(), {"--background", text});
+        }
+        const ToolResult result = RunTool(words);
+        EXPECT_EQ(result.code, 0) << result.errors;
+        errors << result.errors;
         return ReadFile(folder.File(name));
     }
     void ExpectColors(const Image& image, const Rgb& background, double tolerance) {
@@ -168,10 +171,8 @@ class BackgroundOfOpaque : public Background {};
 TEST_F(BackgroundOfOpaque, ChangesNothingWithoutTransparentPixels) {
     const Image image = RandomImage(Kind::palette, 8, 9, 7, 1);
     WriteFile(folder.File("p.png"), EncodePng(image));
-    tool::Console console(errors, false);
-    tool::ConsoleProgress progress(console);
-    tool::Picture picture = tool::ReadPicture(shr::ZString::FromUtf8(folder.File("p.png")), {}, {}, console, progress);
-    const Image back = DecodePng(Write(std::move(picture.bitmap), "a.png", shr::Color4b::Black));
+    ASSERT_EQ(RunTool({"pack", folder.File("p.png"), folder.File("p.zbm")}).code, 0);
+    const Image back = DecodePng(Write(LoadArchive(folder.File("p.zbm")), "a.png", shr::Color4b::Black));
     EXPECT_EQ(back.kind, Kind::palette);
     EXPECT_EQ(back.samples, image.samples);
     EXPECT_EQ(errors.str(), "");

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <sstream>
 
 #include "apps/Image.h"
 #include "apps/Scratch.h"
@@ -39,20 +40,26 @@ INSTANTIATE_TEST_SUITE_P(
     Cases, WrongUsage,
     testing::Values(std::vector<std::string>{}, std::vector<std::string>{"shrink"}, std::vector<std::string>{"pack"},
                     std::vector<std::string>{"pack", "a"}, std::vector<std::string>{"pack", "a", "b", "c"},
-                    std::vector<std::string>{"pack", "a", "b", "--tile", "0x5"},
-                    std::vector<std::string>{"pack", "a", "b", "--tile", "5"},
-                    std::vector<std::string>{"pack", "a", "b", "--tile", "5x"},
-                    std::vector<std::string>{"pack", "a", "b", "--tile", "5x5x"},
-                    std::vector<std::string>{"pack", "a", "b", "--tile", "5x99999999999"},
-                    std::vector<std::string>{"pack", "a", "b", "--tile", "-5x5"},
-                    std::vector<std::string>{"pack", "a", "b", "--method", "best"},
-                    std::vector<std::string>{"pack", "a", "b", "--unknown"}, std::vector<std::string>{"pack", "-", "b"},
-                    std::vector<std::string>{"pack", "a", "-"}, std::vector<std::string>{"pack", "", "b"},
-                    std::vector<std::string>{"unpack", "a"}, std::vector<std::string>{"unpack", "a", "b"},
-                    std::vector<std::string>{"unpack", "a", "b.gif"}, std::vector<std::string>{"unpack", "a", "-"},
-                    std::vector<std::string>{"unpack", "a", "b.jpg", "--quality", "0"},
-                    std::vector<std::string>{"unpack", "a", "b.jpg", "--quality", "101"},
-                    std::vector<std::string>{"info"}, std::vector<std::string>{"info", "a", "b"}),
+                    std::vector<std::string>{"pack", "a", "b.zbm", "--tile", "0x5"},
+                    std::vector<std::string>{"pack", "a", "b.zbm", "--tile", "5"},
+                    std::vector<std::string>{"pack", "a", "b.zbm", "--tile", "5x"},
+                    std::vector<std::string>{"pack", "a", "b.zbm", "--tile", "5x5x"},
+                    std::vector<std::string>{"pack", "a", "b.zbm", "--tile", "5x99999999999"},
+                    std::vector<std::string>{"pack", "a", "b.zbm", "--tile", "-5x5"},
+                    std::vector<std::string>{"pack", "a", "b.zbm", "--method", "best"},
+                    std::vector<std::string>{"pack", "a", "b.zbm", "--unknown"},
+                    std::vector<std::string>{"pack", "-", "b.zbm"}, std::vector<std::string>{"pack", "", "b.zbm"},
+                    std::vector<std::string>{"pack", "a", ""}, std::vector<std::string>{"unpack", "a"},
+                    std::vector<std::string>{"unpack", "a.zbm", "b.jpg", "--quality", "0"},
+                    std::vector<std::string>{"unpack", "a.zbm", "b.jpg", "--quality", "101"},
+                    std::vector<std::string>{"unpack", "a.zbm", "b.png", "--background", "#12345"},
+                    std::vector<std::string>{"unpack", "a.zbm", "b.png", "--background", "redd"},
+                    std::vector<std::string>{"unpack", "a.zbm", "b.png", "--background", "#1234567"},
+                    std::vector<std::string>{"unpack", "a.zbm", "b.png", "--max-pixels", "0"},
+                    std::vector<std::string>{"unpack", "a.zbm", "b.png", "--max-pixels", "many"},
+                    std::vector<std::string>{"convert", "a.zbm", "b.zbm", "--background", "white"},
+                    std::vector<std::string>{"info"}, std::vector<std::string>{"info", "-"},
+                    std::vector<std::string>{"info", "a", "b"}),
     [](const auto& tested) {
         std::string name = "Case" + std::to_string(tested.index);
         for (const std::string& word : tested.param) name += '_' + word;
@@ -61,11 +68,20 @@ INSTANTIATE_TEST_SUITE_P(
         return name;
     });
 
+TEST(CommandLine, NamesAnUnknownCommand) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"shrink"}, {"shrink", "a.png", "b.png"}, {"shrink", "--help"}}) {
+        const ToolResult result = RunTool(arguments);
+        EXPECT_EQ(result.code, 2);
+        EXPECT_EQ(result.errors, "zbm: usage: \"shrink\" is no command (see zbm --help)\n");
+    }
+}
+
 TEST(CommandLine, TakesOptionsAnywhere) {
     const ScratchFolder folder;
     WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::grey, 8, 10, 10, 1)));
-    EXPECT_EQ(RunTool({"pack", "--tile", "4X2", folder.File("p"), "--method=fast", folder.File("a")}).code, 0);
-    const BitmapPtr bitmap = LoadArchive(folder.File("a"));
+    EXPECT_EQ(RunTool({"pack", "--tile", "4X2", folder.File("p"), "--method=fast", folder.File("a.zbm")}).code, 0);
+    const BitmapPtr bitmap = LoadArchive(folder.File("a.zbm"));
     EXPECT_EQ(bitmap->GetScanRectWidth(), 4);
     EXPECT_EQ(bitmap->GetScanRectHeight(), 2);
 }
@@ -73,8 +89,8 @@ TEST(CommandLine, TakesOptionsAnywhere) {
 TEST(CommandLine, UsesTilesOf512Pixels) {
     const ScratchFolder folder;
     WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::grey, 1, 600, 10, 1)));
-    ASSERT_EQ(RunTool({"pack", folder.File("p"), folder.File("a")}).code, 0);
-    const BitmapPtr bitmap = LoadArchive(folder.File("a"));
+    ASSERT_EQ(RunTool({"pack", folder.File("p"), folder.File("a.zbm")}).code, 0);
+    const BitmapPtr bitmap = LoadArchive(folder.File("a.zbm"));
     EXPECT_EQ(bitmap->GetScanRectWidth(), 512);
     EXPECT_EQ(bitmap->GetScanRectHeight(), 512);
 }
@@ -87,11 +103,12 @@ TEST(Info, TellsWhatTheArchiveHolds) {
     image.xPixelsPerMeter = 11811;
     image.yPixelsPerMeter = 2835;
     WriteFile(folder.File("p"), EncodePng(image));
-    ASSERT_EQ(RunTool({"pack", folder.File("p"), folder.File("a"), "--method", "stored", "--tile", "256x512"}).code, 0);
-    const ToolResult result = RunTool({"info", folder.File("a")});
+    ASSERT_EQ(RunTool({"pack", folder.File("p"), folder.File("a.zbm"), "--method", "stored", "--tile", "256x512"}).code,
+              0);
+    const ToolResult result = RunTool({"info", folder.File("a.zbm")});
     EXPECT_EQ(result.code, 0);
     EXPECT_EQ(result.errors, "");
-    const std::size_t bytes = ReadFile(folder.File("a")).size();
+    const std::size_t bytes = ReadFile(folder.File("a.zbm")).size();
     char ratio[32];
     std::snprintf(ratio, sizeof ratio, "%.2f", 600.0 * 530 / static_cast<double>(bytes));
     EXPECT_EQ(result.out,
@@ -117,25 +134,25 @@ TEST(Info, TellsWhetherPixelsAreTransparentInMaskOrAlpha) {
         for (int y = 0; y < 3; ++y) {
             for (int x = 0; x < 13; ++x) SetPixel(bitmap, x, y, {alpha ? 0xFF000000 : 0});
         }
-        StoreArchive(bitmap, folder.File("a"));
-        EXPECT_NE(RunTool({"info", folder.File("a")}).out.find("transparent pixels: no"), std::string::npos);
+        StoreArchive(bitmap, folder.File("a.zbm"));
+        EXPECT_NE(RunTool({"info", folder.File("a.zbm")}).out.find("transparent pixels: no"), std::string::npos);
         SetPixel(bitmap, 12, 2, {alpha ? 0xFE000000 : 0, false});
-        StoreArchive(bitmap, folder.File("a"));
-        EXPECT_NE(RunTool({"info", folder.File("a")}).out.find("transparent pixels: yes"), std::string::npos);
+        StoreArchive(bitmap, folder.File("a.zbm"));
+        EXPECT_NE(RunTool({"info", folder.File("a.zbm")}).out.find("transparent pixels: yes"), std::string::npos);
     }
 }
 
 TEST(Info, SaysWhenTheResolutionIsUnknown) {
     const ScratchFolder folder;
     WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::grey, 8, 5, 5, 1)));
-    ASSERT_EQ(RunTool({"pack", folder.File("p"), folder.File("a")}).code, 0);
-    EXPECT_NE(RunTool({"info", folder.File("a")}).out.find("resolution: unknown\n"), std::string::npos);
+    ASSERT_EQ(RunTool({"pack", folder.File("p"), folder.File("a.zbm")}).code, 0);
+    EXPECT_NE(RunTool({"info", folder.File("a.zbm")}).out.find("resolution: unknown\n"), std::string::npos);
 }
 
 TEST(ProgressBar, IsShownOnATerminalAndWipedOut) {
     const ScratchFolder folder;
     WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 50, 50, 1)));
-    const ToolResult result = RunTool({"pack", folder.File("p"), folder.File("a"), "--tile", "8x8"}, true);
+    const ToolResult result = RunTool({"pack", folder.File("p"), folder.File("a.zbm"), "--tile", "8x8"}, 80);
     EXPECT_EQ(result.code, 0);
     EXPECT_NE(result.errors.find("Reading picture... ["), std::string::npos);
     EXPECT_NE(result.errors.find("Storing image... ["), std::string::npos);
@@ -148,14 +165,38 @@ TEST(ProgressBar, IsShownOnATerminalAndWipedOut) {
 TEST(ProgressBar, IsNotShownElsewhere) {
     const ScratchFolder folder;
     WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 50, 50, 1)));
-    EXPECT_EQ(RunTool({"pack", folder.File("p"), folder.File("a")}).errors, "");
+    EXPECT_EQ(RunTool({"pack", folder.File("p"), folder.File("a.zbm")}).errors, "");
 }
 
-TEST(Messages, KeepControlCharactersOfFileNamesFromTheTerminal) {
-    const ToolResult result = RunTool({"info", "no\nsuch\x1B[31mfile"});
+TEST(ProgressBar, FitsTheTerminal) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 50, 50, 1)));
+    for (const int columns : {200, 80, 40, 30, 20, 12, 5, 2}) {
+        const ToolResult result = RunTool({"pack", folder.File("p"), folder.File("a.zbm"), "--tile", "8x8"}, columns);
+        ASSERT_EQ(result.code, 0);
+        std::istringstream lines(result.errors);
+        for (std::string line; std::getline(lines, line, '\r');)
+            EXPECT_LT(line.size(), static_cast<std::size_t>(columns)) << line;
+        EXPECT_EQ(result.errors.find('[') != std::string::npos, columns >= 40) << result.errors;
+        EXPECT_EQ(result.errors.find("50 %") != std::string::npos, columns >= 12) << result.errors;
+    }
+}
+
+TEST(Messages, ShowControlCharactersOfFileNamesEscaped) {
+    const ToolResult result = RunTool({"info",
+                                       "no\nsuch\x1B[31m\x7F\xC2\x80\xC2\x9B"
+                                       "file\xC2\xA0\t\xF0\x9F\x92\x80"});
     EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.errors.find("zbm: no\\nsuch\\x1B[31m\\x7F\\x80\\x9B"
+                                 "file\xC2\xA0\\t\xF0\x9F\x92\x80: "),
+              0u)
+        << result.errors;
     EXPECT_EQ(result.ErrorLines().size(), 1u) << result.errors;
-    EXPECT_EQ(result.errors.find('\x1B'), std::string::npos);
+}
+
+TEST(Messages, ShowBytesThatAreNoTextEscaped) {
+    const ToolResult result = RunTool({"info", "a\x9B\xFFz"});
+    EXPECT_EQ(result.errors.find("zbm: a\\x9B\\xFFz: "), 0u) << result.errors;
 }
 
 }  // namespace

@@ -86,10 +86,10 @@ protected:
     }
     BitmapPtr Convert(zbm::ZBasicMemBitmap& source, const std::string& format, const std::string& quantizer = "") {
         StoreArchive(source, folder.File("in"));
-        const ToolResult result = Run("in", "out", format, quantizer);
+        const ToolResult result = Run("in", "out.zbm", format, quantizer);
         EXPECT_EQ(result.code, 0) << result.errors;
         EXPECT_EQ(result.errors, "");
-        return LoadArchive(folder.File("out"));
+        return LoadArchive(folder.File("out.zbm"));
     }
 
     ScratchFolder folder;
@@ -220,9 +220,28 @@ TEST_F(Converting, ReadsPicturesAndWritesThemByTheirExtension) {
     EXPECT_EQ(LoadArchive(folder.File("out.zbm"))->GetColorFormat(), shr::INDEXED_8);
 }
 
+TEST_F(Converting, ToAnotherFileTypeNeedsNoFormat) {
+    const Image image = RandomImage(Kind::grey, 4, kWidth, kHeight, 4);
+    WriteFile(folder.File("in.png"), EncodePng(image));
+    ASSERT_EQ(RunTool({"convert", folder.File("in.png"), folder.File("out.TIF")}).code, 0);
+    const Image result = DecodeTiff(ReadFile(folder.File("out.TIF")));
+    EXPECT_EQ(result.bits, 4);
+    EXPECT_EQ(result.samples, image.samples);
+    ASSERT_EQ(RunTool({"convert", folder.File("out.TIF"), folder.File("a.zbm")}).code, 0);
+    EXPECT_EQ(LoadArchive(folder.File("a.zbm"))->GetColorFormat(), shr::GRAYSCALE_4);
+}
+
+TEST_F(Converting, TakesTheJpegQualityAskedFor) {
+    const Image image = RandomImage(Kind::rgb, 8, kWidth, kHeight, 4);
+    WriteFile(folder.File("in.png"), EncodePng(image));
+    ASSERT_EQ(RunTool({"convert", folder.File("in.png"), folder.File("out.jpg"), "--quality", "20"}).code, 0);
+    EXPECT_EQ(DecodeJpeg(ReadFile(folder.File("out.jpg"))).samples,
+              DecodeJpeg(EncodeJpeg(image, {.quality = 20, .fullColor = false})).samples);
+}
+
 TEST_F(Converting, AnUnknownFormatIsWrongUsageAndTheKnownOnesAreTold) {
     StoreArchive(*RandomBgra(), folder.File("in"));
-    const ToolResult result = Run("in", "out", "BGRA");
+    const ToolResult result = Run("in", "out.zbm", "BGRA");
     EXPECT_EQ(result.code, 2);
     for (int i = shr::GRAYSCALE_1; i <= shr::PBGRA_32; ++i)
         EXPECT_NE(result.errors.find(NameOf(i)), std::string::npos) << NameOf(i);
@@ -231,17 +250,18 @@ TEST_F(Converting, AnUnknownFormatIsWrongUsageAndTheKnownOnesAreTold) {
 
 TEST_F(Converting, AQuantizerForAFormatWithoutColorTableIsWrongUsage) {
     StoreArchive(*RandomBgra(), folder.File("in"));
-    EXPECT_EQ(Run("in", "out", "BGR_24", "median8").code, 2);
-    EXPECT_EQ(Run("in", "out", "INDEXED_8", "octree").code, 2);
+    EXPECT_EQ(Run("in", "out.zbm", "BGR_24", "median8").code, 2);
+    EXPECT_EQ(Run("in", "out.zbm", "INDEXED_8", "octree").code, 2);
+    EXPECT_EQ(RunTool({"convert", folder.File("in"), folder.File("out.zbm"), "--quantizer", "median8"}).code, 2);
     EXPECT_EQ(folder.Names(), std::vector<std::string>{"in"});
 }
 
 TEST_F(Converting, WhatIsNeitherPictureNorArchiveEndsInOneError) {
     for (const Bytes& bytes : {Bytes{}, Bytes{1}, Bytes(1000, 0xFF), Bytes{0x89, 'P', 'N', 'G', 13, 10, 26, 10, 0}}) {
         WriteFile(folder.File("in"), bytes);
-        ExpectOneErrorAbout(Run("in", "out", "BGR_24"), folder.File("in"));
+        ExpectOneErrorAbout(Run("in", "out.zbm", "BGR_24"), folder.File("in"));
     }
-    ExpectOneErrorAbout(Run("missing", "out", "BGR_24"), folder.File("missing"));
+    ExpectOneErrorAbout(Run("missing", "out.zbm", "BGR_24"), folder.File("missing"));
     EXPECT_EQ(folder.Names(), std::vector<std::string>{"in"});
 }
 

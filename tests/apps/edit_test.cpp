@@ -86,14 +86,17 @@ TEST_F(Editing, ConvolvesWithTheKernelOfAFile) {
     for (int c = 0; c < 3; ++c) EXPECT_EQ(shifted.At(7, 9, c), picture.At(9, 9, c));
 }
 
-TEST_F(Editing, AKernelFileThatHoldsNoKernelIsOneError) {
-    for (const char* text : {"", "1 2 3", "1 2 3 4 5 6 7 8 nine", "1 1 1 1 1 1 1 1 1 1 1 1", "1e999 1 1 1 1 1 1 1 1"}) {
+TEST_F(Editing, AKernelFileThatHoldsNoKernelIsWrongUsageThatNamesIt) {
+    for (const char* text : {"", "1 2 3", "1 2 3 4 5 6 7 8 nine", "1 1 1 1 1 1 1 1 1 1 1 1", "1e999 1 1 1 1 1 1 1 1",
+                             "1 1 1 1 nan 1 1 1 1", "1 1 1 1 1 1 1 1 1 inf", "1 1 1 1 1 1 1 1 1 1 -inf"}) {
         WriteText("kernel", text);
-        ExpectOneErrorAbout(
-            Run({"adjust", folder.File("in.png"), folder.File("x"), "--convolve", folder.File("kernel")}),
-            folder.File("kernel"));
+        const ToolResult result =
+            Run({"adjust", folder.File("in.png"), folder.File("x.zbm"), "--convolve", folder.File("kernel")});
+        EXPECT_EQ(result.code, 2) << text;
+        EXPECT_EQ(result.ErrorLines().size(), 1u) << result.errors;
+        EXPECT_EQ(result.errors.find("zbm: " + folder.File("kernel") + ": "), 0u) << result.errors;
     }
-    ExpectOneErrorAbout(Run({"adjust", folder.File("in.png"), folder.File("x"), "--convolve", folder.File("none")}),
+    ExpectOneErrorAbout(Run({"adjust", folder.File("in.png"), folder.File("x.zbm"), "--convolve", folder.File("none")}),
                         folder.File("none"));
     EXPECT_EQ(folder.Names(), (std::vector<std::string>{"in.png", "kernel"}));
 }
@@ -105,13 +108,21 @@ TEST_F(Editing, AmountsOutOfRangeAndNoAdjustmentAreWrongUsage) {
                                                     {"--sharpen", "-0.5"},
                                                     {"--median", "0"},
                                                     {"--contrast", "much"},
+                                                    {"--brightness", "nan"},
+                                                    {"--contrast", "-nan"},
+                                                    {"--saturation", "inf"},
+                                                    {"--blur", "NaN"},
                                                     {"--median", "256"}}) {
         std::vector<std::string> arguments{"adjust", in, out};
         arguments.insert(arguments.end(), options.begin(), options.end());
-        EXPECT_EQ(Run(arguments).code, 2);
+        const ToolResult result = Run(arguments);
+        EXPECT_EQ(result.code, 2);
+        EXPECT_NE(result.errors.find(options.empty() ? "adjustment" : options[0]), std::string::npos) << result.errors;
     }
     EXPECT_EQ(Run({"resize", in, out}).code, 2);
-    EXPECT_EQ(Run({"resize", in, out, "--size", "0x5"}).code, 2);
+    EXPECT_EQ(Run({"resize", in, out, "--size", "5x5", "--fit", "5x5"}).code, 2);
+    for (const char* size : {"0x5", "x", "5", "-5x", "5x5x5", "%", "0%", "-5%", "nan%", "inf%", "5 %", "x0"})
+        EXPECT_EQ(Run({"resize", in, out, "--size", size}).code, 2) << size;
     EXPECT_EQ(Run({"quantize", in, out, "--colors", "257"}).code, 2);
     EXPECT_EQ(folder.Names(), std::vector<std::string>{"in.png"});
 }
@@ -124,6 +135,42 @@ TEST_F(Editing, ResizesToTheSize) {
     }
     const Image nearest = Edited({"resize"}, {"--size", "35x100", "--method", "nearest"});
     for (int c = 0; c < 4; ++c) EXPECT_EQ(nearest.At(10, 40, c), picture.At(21, 20, c));
+}
+
+struct SizeCase {
+    const char *option, *text;
+    int width, height;
+};
+
+TEST_F(Editing, ResizesInProportionRoundingToWholePixels) {
+    // Of 70 x 50 pixels.
+    for (const auto& [option, text, width, height] : {SizeCase{"--size", "50%", 35, 25},
+                                                      {"--size", "1.5%", 1, 1},
+                                                      {"--size", "0.001%", 1, 1},
+                                                      {"--size", "200%", 140, 100},
+                                                      {"--size", "99.5%", 70, 50},
+                                                      {"--size", "21x", 21, 15},
+                                                      {"--size", "x5", 7, 5},
+                                                      {"--size", "x1", 1, 1},
+                                                      {"--size", "100X", 100, 71},
+                                                      {"--fit", "70x10", 14, 10},
+                                                      {"--fit", "10x70", 10, 7},
+                                                      {"--fit", "700x501", 700, 500},
+                                                      {"--fit", "1x1", 1, 1},
+                                                      {"--fit", "70x50", 70, 50}}) {
+        const Image result = Edited({"resize"}, {option, text});
+        EXPECT_EQ(result.width, width) << option << ' ' << text;
+        EXPECT_EQ(result.height, height) << option << ' ' << text;
+    }
+}
+
+TEST_F(Editing, RefusesToResizeBeyondTheAllowedPixels) {
+    for (const char* size : {"71x50", "x51", "2000000000x2000000000", "1000000000%", "x2147483647"}) {
+        const ToolResult result =
+            Run({"resize", folder.File("in.png"), folder.File("out.png"), "--size", size, "--max-pixels", "3500"});
+        ExpectOneErrorAbout(result, folder.File("in.png"));
+    }
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"in.png"});
 }
 
 TEST_F(Editing, LeavesAtMostThatManyColors) {
@@ -154,11 +201,13 @@ TEST_F(Editing, ReducesIntoAnArchiveThatAllCommandsRead) {
 TEST_F(Editing, ADamagedReductionIsOneError) {
     ASSERT_EQ(Run({"reduce", folder.File("in.png"), folder.File("a.zbm")}).code, 0);
     const Bytes whole = ReadFile(folder.File("a.zbm"));
+    const auto unpack = [&] { return Run({"unpack", folder.File("a.zbm"), folder.File("out.png")}); };
     Bytes damaged = whole;
     damaged[damaged.size() - 30] ^= 0x55;
     WriteFile(folder.File("a.zbm"), damaged);
-    ExpectOneErrorAbout(Run({"info", folder.File("a.zbm")}), folder.File("a.zbm"));
+    ExpectOneErrorAbout(unpack(), folder.File("a.zbm"));
     WriteFile(folder.File("a.zbm"), Bytes(whole.begin(), whole.end() - 1));
+    ExpectOneErrorAbout(unpack(), folder.File("a.zbm"));
     ExpectOneErrorAbout(Run({"info", folder.File("a.zbm")}), folder.File("a.zbm"));
 }
 

@@ -6,7 +6,6 @@
 #include "apps/Image.h"
 #include "apps/Scratch.h"
 #include "apps/ToolRun.h"
-#include "commands/BitmapFile.h"
 
 namespace test {
 namespace {
@@ -139,14 +138,12 @@ TEST_P(Turning, TurnsTheResolution) {
 TEST_P(Turning, LeavesPixelsAsTheyLieWhenAsked) {
     const Image image = RandomImage(Kind::grey, 8, kWidth, kHeight, 7);
     WriteFile(folder.File("p"), EncodePng(image, {.exif = ExifWith(GetParam())}));
-    std::ostringstream errors;
-    tool::Console console(errors, false);
-    tool::ConsoleProgress progress(console);
-    const tool::Picture picture =
-        tool::ReadPicture(shr::ZString::FromUtf8(folder.File("p")), {}, {.keepOrientation = true}, console, progress);
-    EXPECT_EQ(picture.metadata.orientation, GetParam());
+    const ToolResult result = RunTool({"pack", folder.File("p"), folder.File("p.zbm"), "--keep-orientation"});
+    const std::string note = "(orientation " + std::to_string(GetParam()) + ")";
+    EXPECT_EQ(result.errors.find(note) != std::string::npos, GetParam() != 1) << result.errors;
+    const BitmapPtr bitmap = LoadArchive(folder.File("p.zbm"));
     for (int y = 0; y < kHeight; ++y) {
-        for (int x = 0; x < kWidth; ++x) ASSERT_EQ(PixelAt(*picture.bitmap, x, y).value, image.At(x, y, 0));
+        for (int x = 0; x < kWidth; ++x) ASSERT_EQ(PixelAt(*bitmap, x, y).value, image.At(x, y, 0));
     }
 }
 

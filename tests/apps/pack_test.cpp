@@ -54,13 +54,13 @@ protected:
     /// Packs the file; the bitmap of the archive.
     BitmapPtr Pack(const Bytes& picture, const std::string& tile = "16x8") {
         WriteFile(folder.File("picture"), picture);
-        result = RunTool({"pack", folder.File("picture"), folder.File("archive"), "--tile", tile});
+        result = RunTool({"pack", folder.File("picture"), folder.File("archive.zbm"), "--tile", tile});
         EXPECT_EQ(result.code, 0) << result.errors;
-        return LoadArchive(folder.File("archive"));
+        return LoadArchive(folder.File("archive.zbm"));
     }
     void ExpectRefused(const Bytes& picture, const std::string& reason) {
         WriteFile(folder.File("picture"), picture);
-        result = RunTool({"pack", folder.File("picture"), folder.File("archive")});
+        result = RunTool({"pack", folder.File("picture"), folder.File("archive.zbm")});
         ExpectOneErrorAbout(result, folder.File("picture"));
         EXPECT_NE(result.errors.find(reason), std::string::npos) << result.errors;
         EXPECT_EQ(folder.Names(), std::vector<std::string>{"picture"});
@@ -485,7 +485,7 @@ TEST_F(Packing, RefusesSizesThatTheFileCannotHold) {
 TEST_F(Packing, AcceptsAnyUnicodeFileName) {
     const Image image = RandomImage(Kind::grey, 8, 8, 8, 24);
     const std::string picture = folder.File("gr\xC3\xBC\xC3\x9F \xE5\x9B\xBE \xF0\x9F\x96\xBC.png");
-    const std::string archive = folder.File("\xD0\xB0\xD1\x80\xD1\x85\xD0\xB8\xD0\xB2");
+    const std::string archive = folder.File("\xD0\xB0\xD1\x80\xD1\x85\xD0\xB8\xD0\xB2.zbm");
     WriteFile(picture, EncodePng(image));
     ASSERT_EQ(RunTool({"pack", picture, archive}).code, 0);
     ExpectPixels(*LoadArchive(archive), image);
@@ -494,18 +494,18 @@ TEST_F(Packing, AcceptsAnyUnicodeFileName) {
 
 TEST_F(Packing, OntoThePictureItselfWorks) {
     const Image image = RandomImage(Kind::grey, 8, 8, 8, 25);
-    WriteFile(folder.File("same"), EncodePng(image));
-    ASSERT_EQ(RunTool({"pack", folder.File("same"), folder.File("same")}).code, 0);
-    ExpectPixels(*LoadArchive(folder.File("same")), image);
-    EXPECT_EQ(folder.Names(), std::vector<std::string>{"same"});
+    WriteFile(folder.File("same.zbm"), EncodePng(image));
+    ASSERT_EQ(RunTool({"pack", folder.File("same.zbm"), folder.File("same.zbm")}).code, 0);
+    ExpectPixels(*LoadArchive(folder.File("same.zbm")), image);
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"same.zbm"});
 }
 
 TEST_F(Packing, EveryMethodGivesTheSameBitmap) {
     const Image image = RandomImage(Kind::rgba, 8, 100, 50, 26);
     WriteFile(folder.File("picture"), EncodePng(image));
     for (const char* method : {"stored", "fast", "balanced", "small"}) {
-        ASSERT_EQ(RunTool({"pack", folder.File("picture"), folder.File("a"), "--method", method}).code, 0);
-        ExpectPixels(*LoadArchive(folder.File("a")), image);
+        ASSERT_EQ(RunTool({"pack", folder.File("picture"), folder.File("a.zbm"), "--method", method}).code, 0);
+        ExpectPixels(*LoadArchive(folder.File("a.zbm")), image);
     }
 }
 

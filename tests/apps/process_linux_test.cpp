@@ -83,12 +83,12 @@ Bytes LargeNoise(int side) {
 TEST(Process, GivesTheExitCodesToTheShell) {
     const ScratchFolder folder;
     WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 20, 20, 1)));
-    EXPECT_EQ(Process(folder, {"pack", folder.File("p"), folder.File("a")}).Result().code, 0);
-    const ToolResult info = Process(folder, {"info", folder.File("a")}).Result();
+    EXPECT_EQ(Process(folder, {"pack", folder.File("p"), folder.File("a.zbm")}).Result().code, 0);
+    const ToolResult info = Process(folder, {"info", folder.File("a.zbm")}).Result();
     EXPECT_EQ(info.code, 0);
     EXPECT_EQ(info.out.find("size: 20 x 20\n"), 0u);
     EXPECT_EQ(info.errors, "");
-    ExpectOneErrorAbout(Process(folder, {"info", folder.File("p")}).Result(), folder.File("p"));
+    ExpectOneErrorAbout(Process(folder, {"info", folder.File("none")}).Result(), folder.File("none"));
     EXPECT_EQ(Process(folder, {"pack"}).Result().code, 2);
     EXPECT_EQ(Process(folder, {"--version"}).Result().code, 0);
 }
@@ -98,14 +98,16 @@ class Interrupting : public testing::TestWithParam<int> {};
 TEST_P(Interrupting, EndsTheToolWithNothingLeftBehind) {
     const ScratchFolder folder;
     WriteFile(folder.File("p.bmp"), LargeNoise(3000));
-    WriteFile(folder.File("a"), {1, 2, 3});
-    Process process(folder, {"pack", folder.File("p.bmp"), folder.File("a"), "--method", "small", "--tile", "64x64"});
+    WriteFile(folder.File("a.zbm"), {1, 2, 3});
+    Process process(folder,
+                    {"pack", folder.File("p.bmp"), folder.File("a.zbm"), "--method", "small", "--tile", "64x64"});
     // As soon as it has begun to write.
     const auto writing = [&] {
         for (const std::string& name : folder.Names()) {
             std::error_code ignored;
             const auto size = std::filesystem::file_size(ToPath(folder.File(name)), ignored);
-            if (name.find(".tmp") != std::string::npos && !ignored && size > 0) return true;
+            const bool isTemporary = name.starts_with(".a.zbm.zv") && name.ends_with(".tmp");
+            if (isTemporary && !ignored && size > 0) return true;
         }
         return false;
     };
@@ -114,8 +116,33 @@ TEST_P(Interrupting, EndsTheToolWithNothingLeftBehind) {
     const ToolResult result = process.Result();
     EXPECT_EQ(result.code, 130);
     EXPECT_EQ(result.errors, "");
-    EXPECT_EQ(folder.Names(), (std::vector<std::string>{"a", "p.bmp"}));
-    EXPECT_EQ(ReadFile(folder.File("a")), (Bytes{1, 2, 3}));
+    EXPECT_EQ(folder.Names(), (std::vector<std::string>{"a.zbm", "p.bmp"}));
+    EXPECT_EQ(ReadFile(folder.File("a.zbm")), (Bytes{1, 2, 3}));
+}
+
+TEST(Process, KilledLeavesAFileThatTellsWhatItWasToBecome) {
+    const ScratchFolder folder;
+    // Its name is as long as names go, in characters of three bytes.
+    std::string name = "a";
+    for (int i = 0; i < 83; ++i) name += "\xE5\x9B\xBE";
+    name += ".zbm";
+    WriteFile(folder.File("p.bmp"), LargeNoise(3000));
+    Process process(folder, {"pack", folder.File("p.bmp"), folder.File(name), "--method", "small"});
+    std::string temporary;
+    while (temporary.empty()) {
+        for (const std::string& there : folder.Names())
+            if (there.ends_with(".tmp")) temporary = there;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    process.Signal(SIGKILL);
+    EXPECT_EQ(process.Result().code, -SIGKILL);
+    EXPECT_EQ(folder.Names(), (std::vector<std::string>{temporary, "p.bmp"}));
+    const std::size_t mark = temporary.find(".zv");
+    ASSERT_NE(mark, std::string::npos) << temporary;
+    EXPECT_EQ(temporary.front(), '.');
+    EXPECT_EQ(temporary.substr(1, mark - 1), name.substr(0, mark - 1));
+    EXPECT_GT(mark, 200u);
+    EXPECT_TRUE(std::filesystem::exists(ToPath(folder.File(temporary))));
 }
 
 INSTANTIATE_TEST_SUITE_P(Signals, Interrupting, testing::Values(SIGINT, SIGTERM, SIGHUP),
@@ -124,13 +151,13 @@ INSTANTIATE_TEST_SUITE_P(Signals, Interrupting, testing::Values(SIGINT, SIGTERM,
 TEST(Process, RefusesDevicesAsFiles) {
     const ScratchFolder folder;
     WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 20, 20, 1)));
-    ExpectOneErrorAbout(Process(folder, {"pack", folder.File("p"), "/dev/full"}).Result(), "/dev/full");
-    ExpectOneErrorAbout(Process(folder, {"pack", "/dev/full", folder.File("a")}).Result(), "/dev/full");
+    ExpectOneErrorAbout(Process(folder, {"pack", folder.File("p"), "/dev/full", "--archive"}).Result(), "/dev/full");
+    ExpectOneErrorAbout(Process(folder, {"pack", "/dev/full", folder.File("a.zbm")}).Result(), "/dev/full");
     ExpectOneErrorAbout(Process(folder, {"info", "/dev/full"}).Result(), "/dev/full");
     // A link to it is no way around, and the device is still one.
     ASSERT_EQ(symlink("/dev/full", folder.File("full.png").c_str()), 0);
-    ASSERT_EQ(Process(folder, {"pack", folder.File("p"), folder.File("a")}).Result().code, 0);
-    ExpectOneErrorAbout(Process(folder, {"unpack", folder.File("a"), folder.File("full.png")}).Result(),
+    ASSERT_EQ(Process(folder, {"pack", folder.File("p"), folder.File("a.zbm")}).Result().code, 0);
+    ExpectOneErrorAbout(Process(folder, {"unpack", folder.File("a.zbm"), folder.File("full.png")}).Result(),
                         folder.File("full.png"));
     struct stat status {};
     ASSERT_EQ(stat("/dev/full", &status), 0);
@@ -140,20 +167,56 @@ TEST(Process, RefusesDevicesAsFiles) {
 TEST(Process, ReportsAStandardOutputThatIsFull) {
     const ScratchFolder folder;
     WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 20, 20, 1)));
-    ASSERT_EQ(Process(folder, {"pack", folder.File("p"), folder.File("a")}).Result().code, 0);
-    const ToolResult result =
-        Process(folder, {"info", folder.File("a")}, [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); }).Result();
+    ASSERT_EQ(Process(folder, {"pack", folder.File("p"), folder.File("a.zbm")}).Result().code, 0);
+    const ToolResult result = Process(folder, {"info", folder.File("a.zbm")}, [] {
+                                  dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO);
+                              }).Result();
     ExpectOneErrorAbout(result, "standard output");
+    for (const char* request : {"--help", "--version"}) {
+        ExpectOneErrorAbout(
+            Process(folder, {request}, [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); }).Result(),
+            "standard output");
+    }
+    ExpectOneErrorAbout(Process(folder, {"unpack", folder.File("a.zbm"), "-", "--type", "png"},
+                                [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); })
+                            .Result(),
+                        "standard output");
+}
+
+TEST(Process, SaysThatAPipeAsInputMustBeSeekable) {
+    const ScratchFolder folder;
+    ASSERT_EQ(mkfifo(folder.File("pipe").c_str(), 0600), 0);
+    for (const std::vector<std::string>& command : {std::vector<std::string>{"info", folder.File("pipe")},
+                                                    {"pack", folder.File("pipe"), folder.File("a.zbm")},
+                                                    {"unpack", folder.File("pipe"), folder.File("a.png")},
+                                                    {"convert", folder.File("pipe"), folder.File("a.png")}}) {
+        const ToolResult result = Process(folder, command).Result();
+        ExpectOneErrorAbout(result, folder.File("pipe"));
+        EXPECT_NE(result.errors.find("seekable"), std::string::npos) << result.errors;
+    }
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"pipe"});
+}
+
+TEST(Process, RefusesALinkThatLeadsNowhereAsOutput) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 20, 20, 1)));
+    ASSERT_EQ(symlink("nowhere", folder.File("a.zbm").c_str()), 0);
+    ASSERT_EQ(symlink("b.zbm", folder.File("b.zbm").c_str()), 0);  // to itself
+    for (const char* name : {"a.zbm", "b.zbm"}) {
+        ExpectOneErrorAbout(Process(folder, {"pack", folder.File("p"), folder.File(name)}).Result(), folder.File(name));
+        EXPECT_TRUE(std::filesystem::is_symlink(ToPath(folder.File(name))));
+    }
+    EXPECT_EQ(folder.Names(), (std::vector<std::string>{"a.zbm", "b.zbm", "p"}));
 }
 
 TEST(Process, StopsAtAFileSizeLimitWithAnError) {
     const ScratchFolder folder;
     WriteFile(folder.File("p"), LargeNoise(800));
-    const ToolResult result = Process(folder, {"pack", folder.File("p"), folder.File("a")}, [] {
+    const ToolResult result = Process(folder, {"pack", folder.File("p"), folder.File("a.zbm")}, [] {
                                   const rlimit limit{1 << 20, 1 << 20};
                                   setrlimit(RLIMIT_FSIZE, &limit);
                               }).Result();
-    ExpectOneErrorAbout(result, folder.File("a"));
+    ExpectOneErrorAbout(result, folder.File("a.zbm"));
     EXPECT_EQ(folder.Names(), std::vector<std::string>{"p"});
 }
 
@@ -179,12 +242,12 @@ private:
 TEST(Process, OnADiskOfOneMebibyteSaysItIsFullAndLeavesNothing) {
     const ScratchFolder folder;
     WriteFile(folder.File("p"), LargeNoise(800));
-    ASSERT_EQ(Process(folder, {"pack", folder.File("p"), folder.File("a")}).Result().code, 0);
+    ASSERT_EQ(Process(folder, {"pack", folder.File("p"), folder.File("a.zbm")}).Result().code, 0);
     const SmallDisk disk(folder.File("disk"));
-    const std::vector<std::vector<std::string>> commands{{"pack", folder.File("p"), folder.File("disk/a")},
-                                                         {"unpack", folder.File("a"), folder.File("disk/b.png")},
-                                                         {"unpack", folder.File("a"), folder.File("disk/b.tif")},
-                                                         {"unpack", folder.File("a"), folder.File("disk/b.bmp")}};
+    const std::vector<std::vector<std::string>> commands{{"pack", folder.File("p"), folder.File("disk/a.zbm")},
+                                                         {"unpack", folder.File("a.zbm"), folder.File("disk/b.png")},
+                                                         {"unpack", folder.File("a.zbm"), folder.File("disk/b.tif")},
+                                                         {"unpack", folder.File("a.zbm"), folder.File("disk/b.bmp")}};
     for (const auto& command : commands) {
         // Where nothing can be mounted, the first mebibyte of writes succeeds and the rest is told the same.
         static int writesLeft;
@@ -213,29 +276,29 @@ TEST(Process, GivesANewFileTheUsualPermissionsAndKeepsThoseOfAnOldOne) {
     const ScratchFolder folder;
     WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 20, 20, 1)));
     const auto pack = [&] {
-        return Process(folder, {"pack", folder.File("p"), folder.File("a")}, [] { umask(027); }).Result().code;
+        return Process(folder, {"pack", folder.File("p"), folder.File("a.zbm")}, [] { umask(027); }).Result().code;
     };
     ASSERT_EQ(pack(), 0);
-    EXPECT_EQ(ModeOf(folder.File("a")), 0640u);
-    chmod(folder.File("a").c_str(), 0604);
+    EXPECT_EQ(ModeOf(folder.File("a.zbm")), 0640u);
+    chmod(folder.File("a.zbm").c_str(), 0604);
     ASSERT_EQ(pack(), 0);
-    EXPECT_EQ(ModeOf(folder.File("a")), 0604u);
+    EXPECT_EQ(ModeOf(folder.File("a.zbm")), 0604u);
 }
 
 TEST(Process, WritesTheFileBehindALink) {
     const ScratchFolder folder;
     WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 20, 20, 1)));
-    WriteFile(folder.File("real"), {1});
-    ASSERT_EQ(symlink("real", folder.File("link").c_str()), 0);
-    ASSERT_EQ(Process(folder, {"pack", folder.File("p"), folder.File("link")}).Result().code, 0);
-    EXPECT_TRUE(std::filesystem::is_symlink(ToPath(folder.File("link"))));
-    EXPECT_EQ(LoadArchive(folder.File("real"))->GetPixelWidth(), 20);
+    WriteFile(folder.File("real.zbm"), {1});
+    ASSERT_EQ(symlink("real.zbm", folder.File("link.zbm").c_str()), 0);
+    ASSERT_EQ(Process(folder, {"pack", folder.File("p"), folder.File("link.zbm")}).Result().code, 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(ToPath(folder.File("link.zbm"))));
+    EXPECT_EQ(LoadArchive(folder.File("real.zbm"))->GetPixelWidth(), 20);
 }
 
 TEST(Process, TakesFileNamesThatAreNoText) {
     const ScratchFolder folder;
     WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 20, 20, 1)));
-    const std::string name = folder.File("") + "a\xFF\x80";
+    const std::string name = folder.File("") + "a\xFF\x80.zbm";
     ASSERT_EQ(Process(folder, {"pack", folder.File("p"), name}).Result().code, 0);
     EXPECT_EQ(access(name.c_str(), R_OK), 0);
     EXPECT_EQ(Process(folder, {"info", name}).Result().code, 0);

@@ -355,11 +355,11 @@ TEST_F(UnpackingAny, WritesJpegDensityInTheUnitThatFits) {
 
 TEST_F(UnpackingAny, UsesTheJpegQualityAskedFor) {
     WriteFile(folder.File("p.png"), EncodePng(RandomImage(Kind::rgb, 8, 40, 40, 5)));
-    ASSERT_EQ(RunTool({"pack", folder.File("p.png"), folder.File("archive")}).code, 0);
+    ASSERT_EQ(RunTool({"pack", folder.File("p.png"), folder.File("archive.zbm")}).code, 0);
     const Image image = DecodePng(ReadFile(folder.File("p.png")));
     for (const int quality : {20, 90, 100}) {
         ASSERT_EQ(
-            RunTool({"unpack", folder.File("archive"), folder.File("a.jpg"), "--quality", std::to_string(quality)})
+            RunTool({"unpack", folder.File("archive.zbm"), folder.File("a.jpg"), "--quality", std::to_string(quality)})
                 .code,
             0);
         const Bytes expected = EncodeJpeg(image, {.quality = quality, .fullColor = quality >= 90});
@@ -399,8 +399,8 @@ TEST_P(RoundTrip, ThroughPngAndTiffGivesTheSamePicture) {
             const std::string picture = folder.File(png ? "a.png" : "a.tif"),
                               back = folder.File(png ? "b.png" : "b.tif");
             WriteFile(picture, png ? EncodePng(image) : EncodeTiff(image));
-            ASSERT_EQ(RunTool({"pack", picture, folder.File("z"), "--tile", "64x48"}).code, 0);
-            ASSERT_EQ(RunTool({"unpack", folder.File("z"), back}).code, 0);
+            ASSERT_EQ(RunTool({"pack", picture, folder.File("z.zbm"), "--tile", "64x48"}).code, 0);
+            ASSERT_EQ(RunTool({"unpack", folder.File("z.zbm"), back}).code, 0);
             const Image result = png ? DecodePng(ReadFile(back)) : DecodeTiff(ReadFile(back));
             EXPECT_EQ(result.kind, image.kind);
             EXPECT_EQ(result.bits, image.bits);

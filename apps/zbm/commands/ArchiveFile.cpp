@@ -1,9 +1,11 @@
 #include "commands/ArchiveFile.h"
 
+#include <stdexcept>
 #include <string>
 
 #include "ErrorContext.h"
-#include "commands/ArchiveCheck.h"
+#include "InputFile.h"
+#include "commands/ArchiveSurvey.h"
 #include "shr/Archive.h"
 #include "shr/BufferedFile.h"
 #include "zbm/SerializeIO.h"
@@ -20,9 +22,9 @@ void Serialize(zbm::ZBitmap& bitmap, shr::FileArchive& archive, zcdl::CodecMetho
     if (!bitmap.Serialize(io, &progress, nullptr)) throw shr::AbortException();
 }
 
-void NoteTrailingBytes(Console& console, const ZString& name, std::uint64_t byteCount) {
-    if (byteCount == 0) return;
-    console.Note(name, std::to_string(byteCount) + " byte(s) after the end of the archive are ignored");
+std::unique_ptr<zbm::ZBasicMemBitmap> MakeBitmapFor(ArchiveKind kind) {
+    if (kind == ArchiveKind::withReductions) return std::make_unique<zbm::ZMemBitmap>(1, 1, shr::BGRA_32);
+    return std::make_unique<zbm::ZBasicMemBitmap>(1, 1, shr::BGRA_32);
 }
 
 }  // namespace
@@ -38,25 +40,24 @@ void StoreArchive(zbm::ZBitmap& bitmap, OutputFile& output, zcdl::CodecMethod me
         output.TemporaryName());
 }
 
-LoadedArchive LoadArchive(const ZString& name, Console& console, shr::IProgress& progress) {
-    shr::CBufferedFile file;
-    if (!file.OpenNoThrow(name, shr::FileAccess::read, shr::FileMode::openExisting, shr::FileSharing::read)) {
-        throw ToolError(name, shr::FormatSystemErrorMsg().ToUtf8());
-    }
+std::unique_ptr<zbm::ZBasicMemBitmap> LoadArchive(const ZString& name, std::uint64_t mostPixels, Console& console,
+                                                  shr::IProgress& progress) {
+    shr::CBufferedFile file = OpenInput(name);
     return InContextOf(name, [&] {
-        const ArchiveKind kind = CheckArchive(file, progress);
+        const ArchiveSurvey survey = SurveyForLoading(file, mostPixels, progress);
+        if (survey.bitmaps.front().IsEmpty()) throw std::runtime_error("its bitmap is empty, and no picture can be");
+        auto bitmap = MakeBitmapFor(survey.kind);
         file.Seek(0);
-        LoadedArchive loaded;
-        loaded.fileBytes = static_cast<std::uint64_t>(file.GetLength());
-        if (kind == ArchiveKind::withReductions)
-            loaded.bitmap = std::make_unique<zbm::ZMemBitmap>(1, 1, shr::BGRA_32);
-        else
-            loaded.bitmap = std::make_unique<zbm::ZBasicMemBitmap>(1, 1, shr::BGRA_32);
         shr::FileArchive archive(file, shr::FileArchive::Direction::loading);
-        Serialize(*loaded.bitmap, archive, zcdl::CodecMethod::balanced, progress);
-        NoteTrailingBytes(console, name, archive.RemainingBytes());
-        return loaded;
+        Serialize(*bitmap, archive, zcdl::CodecMethod::balanced, progress);
+        NoteBytesAfterArchive(console, name, survey.bytesAfterArchive);
+        return bitmap;
     });
+}
+
+void NoteBytesAfterArchive(Console& console, const ZString& name, std::uint64_t byteCount) {
+    if (byteCount == 0) return;
+    console.Note(name, std::to_string(byteCount) + " byte(s) after the end of the archive are ignored");
 }
 
 }  // namespace tool

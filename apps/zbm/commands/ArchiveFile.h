@@ -14,13 +14,13 @@ namespace tool {
 /// shr::AbortException when cancelled.
 void StoreArchive(zbm::ZBitmap& bitmap, OutputFile& output, zcdl::CodecMethod method, shr::IProgress& progress);
 
-struct LoadedArchive {
-    std::unique_ptr<zbm::ZBasicMemBitmap> bitmap;
-    std::uint64_t fileBytes = 0;
-};
+/// Loads the bitmap of an archive file, which must have pixels. Notes bytes that follow the archive. Raises ToolError,
+/// also for an archive with a damaged block, which the library itself would show as zeroes, and for one whose bitmaps
+/// have more than `mostPixels`; shr::AbortException when cancelled.
+std::unique_ptr<zbm::ZBasicMemBitmap> LoadArchive(const ZString& name, std::uint64_t mostPixels, Console& console,
+                                                  shr::IProgress& progress);
 
-/// Loads the bitmap of an archive file. Notes bytes that follow the archive. Raises ToolError, also for an archive with
-/// a damaged block, which the library itself would show as zeroes; shr::AbortException when cancelled.
-LoadedArchive LoadArchive(const ZString& name, Console& console, shr::IProgress& progress);
+/// Notes bytes that follow the archive, if there are any.
+void NoteBytesAfterArchive(Console& console, const ZString& name, std::uint64_t byteCount);
 
 }  // namespace tool

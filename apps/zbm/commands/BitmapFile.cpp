@@ -23,67 +23,63 @@ BitmapPtr MakeBitmap(const PictureInfo& info, TileSize tiles) {
     return bitmap;
 }
 
-void RefuseEmpty(const zbm::ZBitmap& bitmap) {
-    if (bitmap.GetPixelWidth() == 0 || bitmap.GetPixelHeight() == 0)
-        throw std::runtime_error("its bitmap is empty, and no picture can be");
+bool IsPicture(const ZString& name) {
+    return InContextOf(name, [&] {
+        PictureSource source(name);
+        return BeginsLikePicture(source);
+    });
+}
+
+void WriteByType(const Picture& picture, const Output& output, OutputFile& file, Notes& notes,
+                 ConsoleProgress& progress) {
+    const BitmapFacts facts = LookAt(*picture.bitmap, progress);
+    InContextOf(
+        file.Target(),
+        [&] {
+            const shr::CScopedIProgressTask task(&progress, L"Writing picture...");
+            PictureJob job{*picture.bitmap, facts, file.File(), picture.metadata, output.writing, notes, progress};
+            output.writer(job);
+            file.Commit();
+        },
+        file.TemporaryName());
 }
 
 }  // namespace
 
-Picture ReadPicture(const ZString& name, TileSize tiles, const ReadOptions& options, Console& console,
-                    ConsoleProgress& progress) {
-    return InContextOf(name, [&] {
-        PictureSource source(name);
-        Notes notes(console, name);
+Picture ReadPicture(const Input& input, TileSize tiles, Console& console, ConsoleProgress& progress) {
+    return InContextOf(input.name, [&] {
+        PictureSource source(input.name);
+        Notes notes(console, input.name);
         const std::unique_ptr<PictureReader> reader = OpenPicture(source, notes);
-        RefuseTooManyPixels(reader->Info().width, reader->Info().height, options.maxPixels);
-        const PictureInfo info = options.keepOrientation ? reader->Info() : Upright(reader->Info());
+        RefuseTooManyPixels(reader->Info().width, reader->Info().height, input.reading.maxPixels);
+        const bool isTurned = !input.reading.keepOrientation;
+        const PictureInfo info = isTurned ? Upright(reader->Info()) : reader->Info();
         BitmapPtr bitmap = MakeBitmap(info, tiles);
         const shr::CScopedIProgressTask task(&progress, L"Reading picture...");
-        TileRows rows(*bitmap,
-                      options.keepOrientation ? Orientation() : Orientation(reader->Info().metadata.orientation));
+        TileRows rows(*bitmap, isTurned ? Orientation(reader->Info().metadata.orientation) : Orientation());
         reader->ReadInto(rows, progress);
         rows.Finish();
         return Picture{std::move(bitmap), info.metadata};
     });
 }
 
-Picture ReadPictureOrArchive(const ZString& name, const ReadOptions& options, Console& console,
-                             ConsoleProgress& progress) {
-    const bool isPicture = InContextOf(name, [&] {
-        PictureSource source(name);
-        return BeginsLikePicture(source);
-    });
-    if (isPicture) return ReadPicture(name, {}, options, console, progress);
-    BitmapPtr bitmap = LoadArchive(name, console, progress).bitmap;
-    InContextOf(name, [&] { RefuseEmpty(*bitmap); });
-    return {std::move(bitmap), {}};
+Picture ReadArchive(const Input& input, Console& console, ConsoleProgress& progress) {
+    return {LoadArchive(input.name, input.reading.maxPixels, console, progress), {}};
 }
 
-void WritePicture(const Picture& picture, OutputFile& output, const WriteOptions& options, Console& console,
+Picture ReadPictureOrArchive(const Input& input, Console& console, ConsoleProgress& progress) {
+    if (IsPicture(input.name)) return ReadPicture(input, {}, console, progress);
+    return ReadArchive(input, console, progress);
+}
+
+void WritePicture(const Picture& picture, const Output& output, OutputFile& file, Console& console,
                   ConsoleProgress& progress) {
-    const PictureWriter write = WriterFor(output.Target());
-    const BitmapFacts facts = LookAt(*picture.bitmap, progress);
-    InContextOf(
-        output.Target(),
-        [&] {
-            const shr::CScopedIProgressTask task(&progress, L"Writing picture...");
-            Notes notes(console, output.Target());
-            PictureJob job{*picture.bitmap, facts, output.File(), picture.metadata, options, notes, progress};
-            write(job);
-            output.Commit();
-        },
-        output.TemporaryName());
-}
-
-void WriteBitmap(const Picture& picture, OutputFile& output, const WriteOptions& options, Console& console,
-                 ConsoleProgress& progress) {
-    if (WriterFor(output.Target()) != nullptr) {
-        WritePicture(picture, output, options, console, progress);
+    Notes notes(console, file.Target());
+    if (output.writer != nullptr) {
+        WriteByType(picture, output, file, notes, progress);
     } else {
-        Notes notes(console, output.Target());
         NoteLost(picture.metadata, notes);
-        StoreArchive(*picture.bitmap, output, zcdl::CodecMethod::balanced, progress);
+        StoreArchive(*picture.bitmap, file, output.method, progress);
     }
 }
 

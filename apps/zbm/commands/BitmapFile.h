@@ -6,10 +6,25 @@
 #include "Progress.h"
 #include "pictures/PictureWriter.h"
 #include "zbm/ZBasicMemBitmap.h"
+#include "zcdl/Codec.h"
 
 namespace tool {
 
 using BitmapPtr = std::unique_ptr<zbm::ZBasicMemBitmap>;
+
+/// A file to read.
+struct Input {
+    ZString name;
+    ReadOptions reading;
+};
+
+/// A file to write, and as what.
+struct Output {
+    ZString name;
+    PictureWriter writer = nullptr;  ///< null: an archive
+    WriteOptions writing;            ///< of pictures
+    zcdl::CodecMethod method = zcdl::CodecMethod::balanced;
+};
 
 struct TileSize {
     int width = 512, height = 512;
@@ -22,18 +37,14 @@ struct Picture {
 };
 
 /// The picture file as a bitmap in the closest format. Raises ToolError; shr::AbortException when cancelled.
-Picture ReadPicture(const ZString& name, TileSize tiles, const ReadOptions& options, Console& console,
-                    ConsoleProgress& progress);
-
+Picture ReadPicture(const Input& input, TileSize tiles, Console& console, ConsoleProgress& progress);
+/// The bitmap of an archive file. Raises likewise.
+Picture ReadArchive(const Input& input, Console& console, ConsoleProgress& progress);
 /// The bitmap that a file holds: a picture if it begins like one, else an archive. Raises likewise.
-Picture ReadPictureOrArchive(const ZString& name, const ReadOptions& options, Console& console,
-                             ConsoleProgress& progress);
+Picture ReadPictureOrArchive(const Input& input, Console& console, ConsoleProgress& progress);
 
-/// Examines the bitmap and writes it as a picture of the type that the output's name tells.
-void WritePicture(const Picture& picture, OutputFile& output, const WriteOptions& options, Console& console,
+/// Writes the picture as what the output is to be, and commits the file. Raises likewise.
+void WritePicture(const Picture& picture, const Output& output, OutputFile& file, Console& console,
                   ConsoleProgress& progress);
-/// Writes it as a picture if the output's name has a known extension, else as an archive.
-void WriteBitmap(const Picture& picture, OutputFile& output, const WriteOptions& options, Console& console,
-                 ConsoleProgress& progress);
 
 }  // namespace tool

@@ -7,10 +7,9 @@
 #include <memory>
 #include <optional>
 
-#include "commands/Commands.h"
 #include "commands/EditCommands.h"
+#include "commands/FileArguments.h"
 #include "commands/FormatNames.h"
-#include "pictures/PictureWriter.h"
 #include "pictures/RowConversion.h"
 
 namespace tool {
@@ -51,7 +50,9 @@ const std::map<std::string, zbm::QuantMethod>& QuantMethods() {
 }
 
 constexpr const char* kInputHelp = "The picture or archive to read";
-constexpr const char* kOutputHelp = "What to write: a picture by its extension, else an archive";
+constexpr const char* kOutputHelp = "What to write: a picture or an archive (.zbm) by its ending; - is standard output";
+
+constexpr const char* kArchiveHelp = "The archive to write (.zbm); - is standard output";
 
 /// "WxH", both at least 1.
 std::optional<TileSize> ParseSize(const std::string& text) {
@@ -64,18 +65,12 @@ std::optional<TileSize> ParseSize(const std::string& text) {
     return size;
 }
 
-std::string CheckFileName(const std::string& name) {
-    if (name.empty()) return "a file name is empty";
-    return name == "-" ? "standard input and output (-) are not supported" : "";
-}
-
-std::string CheckPictureName(const std::string& name) {
-    if (WriterFor(ZString::FromUtf8(name)) != nullptr) return "";
-    return name + ": the extension is none of .png .jpg .jpeg .tif .tiff .bmp";
-}
-
 std::string CheckSize(const std::string& text) {
     return ParseSize(text) ? "" : "\"" + text + "\" is no size like 512x512";
+}
+
+std::string CheckNewSize(const std::string& text) {
+    return NewSize::Parse(text) ? "" : "\"" + text + "\" is no size like 800x600, 800x, x600 or 50%";
 }
 
 std::string CheckFormat(const std::string& name) {
@@ -86,22 +81,6 @@ std::string CheckFormat(const std::string& name) {
     return text;
 }
 
-/// A file's name, in UTF-8. `value` and those below must live until the arguments are parsed.
-CLI::Option* AddFile(CLI::App* command, const char* name, ZString& value, const char* description) {
-    const auto take = [&value](const std::string& text) { value = ZString::FromUtf8(text); };
-    return command->add_option_function<std::string>(name, take, description)->required()->check(CheckFileName);
-}
-
-/// One of the names of a map; it is the map's value that counts.
-template <class Value, class Target>
-CLI::Option* AddChoice(CLI::App* command, const char* name, Target& value, const std::map<std::string, Value>& choices,
-                       const char* typeName, const char* description) {
-    const auto take = [&value, &choices](const std::string& text) { value = choices.at(text); };
-    return command->add_option_function<std::string>(name, take, description)
-        ->type_name(typeName)
-        ->check(CLI::IsMember(choices));
-}
-
 CLI::Option* AddSize(CLI::App* command, const char* name, TileSize& value, const char* description) {
     const auto take = [&value](const std::string& text) { value = ParseSize(text).value(); };
     return command->add_option_function<std::string>(name, take, description)->type_name("WxH")->check(CheckSize);
@@ -110,61 +89,78 @@ CLI::Option* AddSize(CLI::App* command, const char* name, TileSize& value, const
 Command AddPack(CLI::App& app) {
     const auto options = std::make_shared<PackOptions>();
     CLI::App* pack = app.add_subcommand("pack", "Pack a picture into an archive");
-    AddFile(pack, "PICTURE", options->picture, "The picture to read");
-    AddFile(pack, "ARCHIVE", options->archive, "The archive to write");
+    AddInput(pack, "PICTURE", options->input, "The picture to read");
+    AddOutput(pack, "ARCHIVE", options->output, Writes::archives, kArchiveHelp);
     AddSize(pack, "--tile", options->tiles, "Size of the tiles in pixels, 512x512 if not given");
-    AddChoice(pack, "--method", options->method, Methods(), "METHOD", "stored, fast, balanced (the default) or small");
-    return {pack, [options](std::ostream&, Console& console) { Pack(*options, console); }};
+    AddChoice(pack, "--method", options->output.method, Methods(), "METHOD",
+              "stored, fast, balanced (the default) or small");
+    return {pack, [options](const Streams& streams) { Pack(*options, streams); }};
 }
 
 Command AddUnpack(CLI::App& app) {
     const auto options = std::make_shared<UnpackOptions>();
     CLI::App* unpack = app.add_subcommand("unpack", "Unpack an archive into a picture");
-    AddFile(unpack, "ARCHIVE", options->archive, "The archive to read");
-    AddFile(unpack, "PICTURE", options->picture, "The picture to write")->check(CheckPictureName);
-    unpack
-        ->add_option("--quality", options->writing.jpegQuality, "Quality of a JPEG picture, 1 to 100; 90 if not given")
-        ->type_name("N")
-        ->check(CLI::Range(1, 100));
-    return {unpack, [options](std::ostream&, Console& console) { Unpack(*options, console); }};
+    AddInput(unpack, "ARCHIVE", options->input, "The archive to read");
+    AddOutput(unpack, "PICTURE", options->output, Writes::pictures,
+              "The picture to write, of the type that its ending tells; - is standard output");
+    return {unpack, [options](const Streams& streams) { Unpack(*options, streams); }};
 }
 
 Command AddConvert(CLI::App& app) {
     const auto options = std::make_shared<ConvertOptions>();
-    CLI::App* convert = app.add_subcommand("convert", "Convert a picture or an archive to another pixel format");
-    AddFile(convert, "INPUT", options->input, kInputHelp);
-    AddFile(convert, "OUTPUT", options->output, kOutputHelp);
-    const auto takeFormat = [options](const std::string& name) { options->format = FormatNamed(name).value(); };
-    convert->add_option_function<std::string>("--format", takeFormat, "The pixel format, like BGRA_32 or INDEXED_8")
+    CLI::App* convert =
+        app.add_subcommand("convert", "Convert a picture or an archive to another type, or another pixel format");
+    AddInput(convert, "INPUT", options->input, kInputHelp);
+    AddOutput(convert, "OUTPUT", options->output, Writes::anything, kOutputHelp);
+    const auto takeFormat = [options](const std::string& name) { options->format = FormatNamed(name); };
+    convert
+        ->add_option_function<std::string>("--format", takeFormat,
+                                           "The pixel format, like BGRA_32 or INDEXED_8; as it is if not given")
         ->type_name("FORMAT")
-        ->required()
         ->check(CheckFormat);
     AddChoice(convert, "--quantizer", options->quantizer, Quantizers(), "QUANTIZER",
               "How an indexed format's colours are found: median5, median8 (the default), popularity, ordered or "
               "diffuse");
     convert->callback([options] {
-        if (options->quantizer && !IsIndexed(options->format))
+        if (options->quantizer && !(options->format && IsIndexed(*options->format)))
             throw CLI::ValidationError("--quantizer", "only an INDEXED format has colours to find");
     });
-    return {convert, [options](std::ostream&, Console& console) { Convert(*options, console); }};
+    return {convert, [options](const Streams& streams) { Convert(*options, streams); }};
+}
+
+/// Between two numbers. Written so that what is no number at all (nan) is refused.
+CLI::Validator InRange(double least, double most) {
+    const auto check = [least, most](const std::string& text) -> std::string {
+        double amount = 0;
+        const bool isNumber = CLI::detail::lexical_cast(text, amount);
+        if (isNumber && amount >= least && amount <= most) return "";
+        return "\"" + text + "\" is no number from " + std::to_string(static_cast<int>(least)) + " to " +
+               std::to_string(static_cast<int>(most));
+    };
+    return {check, ""};
+}
+
+/// An adjustment that needs nothing to be read.
+void Append(std::vector<AdjustmentMaker>& adjustments, const Adjustment& adjustment) {
+    adjustments.push_back([adjustment] { return adjustment; });
 }
 
 /// An adjustment by an amount between `least` and `most`. Each time it is named it is appended to the adjustments.
 template <class Apply>
-void AddAmount(CLI::App* command, const char* name, std::vector<Adjustment>& adjustments, double least, double most,
-               const char* description, const Apply& apply) {
+void AddAmount(CLI::App* command, const char* name, std::vector<AdjustmentMaker>& adjustments, double least,
+               double most, const char* description, const Apply& apply) {
     const auto append = [&adjustments, apply](double amount) {
-        adjustments.push_back([apply, amount](zbm::ZBitmap& bitmap, shr::IProgress& progress) {
+        Append(adjustments, [apply, amount](zbm::ZBitmap& bitmap, shr::IProgress& progress) {
             return apply(bitmap, amount, progress);
         });
     };
     command->add_option_function<double>(name, append, description)
         ->type_name("AMOUNT")
-        ->check(CLI::Range(least, most))
+        ->check(InRange(least, most))
         ->trigger_on_parse();
 }
 
-void AddAmounts(CLI::App* adjust, std::vector<Adjustment>& adjustments) {
+void AddAmounts(CLI::App* adjust, std::vector<AdjustmentMaker>& adjustments) {
     AddAmount(adjust, "--brightness", adjustments, -1, 1, "-1 black .. 0 .. 1 white",
               [](zbm::ZBitmap& bitmap, double amount, shr::IProgress& progress) {
                   return bitmap.ChangeBrightness(amount, &progress);
@@ -187,81 +183,102 @@ void AddAmounts(CLI::App* adjust, std::vector<Adjustment>& adjustments) {
               });
 }
 
+void AddKernel(CLI::App* adjust, std::vector<AdjustmentMaker>& adjustments) {
+    const auto append = [&adjustments](const std::string& file) {
+        // Read when the command runs: that a file is missing is no wrong usage.
+        adjustments.push_back([file] { return ConvolutionFrom(ZString::FromUtf8(file)); });
+    };
+    adjust
+        ->add_option_function<std::string>("--convolve", append,
+                                           "A convolution; FILE holds 9 or 25 numbers, then a divisor and a bias")
+        ->type_name("FILE")
+        ->trigger_on_parse();
+}
+
 Command AddAdjust(CLI::App& app) {
     const auto options = std::make_shared<AdjustOptions>();
     CLI::App* adjust = app.add_subcommand("adjust", "Adjust a picture or an archive, in the order of the options");
-    AddFile(adjust, "INPUT", options->input, kInputHelp);
-    AddFile(adjust, "OUTPUT", options->output, kOutputHelp);
-    std::vector<Adjustment>& adjustments = options->adjustments;
+    AddInput(adjust, "INPUT", options->input, kInputHelp);
+    AddOutput(adjust, "OUTPUT", options->output, Writes::anything, kOutputHelp);
+    std::vector<AdjustmentMaker>& adjustments = options->adjustments;
     AddAmounts(adjust, adjustments);
     const auto gray = [&adjustments](std::int64_t) {
-        adjustments.push_back(
-            [](zbm::ZBitmap& bitmap, shr::IProgress& progress) { return bitmap.ConvertToGrayScale(&progress); });
+        Append(adjustments,
+               [](zbm::ZBitmap& bitmap, shr::IProgress& progress) { return bitmap.ConvertToGrayScale(&progress); });
     };
     adjust->add_flag_function("--gray", gray, "Only the luminance")->trigger_on_parse();
     const auto median = [&adjustments](unsigned span) {
-        adjustments.push_back(
-            [span](zbm::ZBitmap& bitmap, shr::IProgress& progress) { return bitmap.MedianFilter(span, &progress); });
+        Append(adjustments,
+               [span](zbm::ZBitmap& bitmap, shr::IProgress& progress) { return bitmap.MedianFilter(span, &progress); });
     };
     adjust->add_option_function<unsigned>("--median", median, "The median of a window of that many pixels a side")
         ->type_name("SPAN")
         ->check(CLI::Range(1u, 255u))
         ->trigger_on_parse();
-    const auto convolve = [&adjustments](const std::string& file) {
-        // Read when the command runs: that a file is missing is no wrong usage.
-        adjustments.push_back([file](zbm::ZBitmap& bitmap, shr::IProgress& progress) {
-            return ConvolutionFrom(ZString::FromUtf8(file))(bitmap, progress);
-        });
-    };
-    adjust
-        ->add_option_function<std::string>("--convolve", convolve,
-                                           "A convolution; FILE holds 9 or 25 numbers, then a divisor and a bias")
-        ->type_name("FILE")
-        ->check(CheckFileName)
-        ->trigger_on_parse();
+    AddKernel(adjust, adjustments);
     adjust->callback([options] {
         if (options->adjustments.empty()) throw CLI::RequiredError("an adjustment, such as --brightness,");
     });
-    return {adjust, [options](std::ostream&, Console& console) { Adjust(*options, console); }};
+    return {adjust, [options](const Streams& streams) { Adjust(*options, streams); }};
 }
 
 Command AddResize(CLI::App& app) {
     const auto options = std::make_shared<ResizeOptions>();
     CLI::App* resize = app.add_subcommand("resize", "Resample a picture or an archive to another size");
-    AddFile(resize, "INPUT", options->input, kInputHelp);
-    AddFile(resize, "OUTPUT", options->output, kOutputHelp);
-    AddSize(resize, "--size", options->size, "The size in pixels, like 800x600")->required();
+    AddInput(resize, "INPUT", options->input, kInputHelp);
+    AddOutput(resize, "OUTPUT", options->output, Writes::anything, kOutputHelp);
+    const auto takeSize = [options](const std::string& text) { options->size = NewSize::Parse(text).value(); };
+    CLI::Option* size =
+        resize
+            ->add_option_function<std::string>("--size", takeSize,
+                                               "The size in pixels, like 800x600; 800x or x600 keep the proportions; "
+                                               "or in percent, like 50%")
+            ->type_name("SIZE")
+            ->check(CheckNewSize);
+    const auto takeBox = [options](const std::string& text) {
+        const TileSize box = ParseSize(text).value();
+        options->size = {.width = box.width, .height = box.height, .isBox = true};
+    };
+    resize
+        ->add_option_function<std::string>("--fit", takeBox,
+                                           "The largest size of the same proportions within a box like 800x600")
+        ->type_name("WxH")
+        ->check(CheckSize)
+        ->excludes(size);
     AddChoice(resize, "--method", options->method, ResizeMethods(), "METHOD",
               "nearest, bilinear (the default), catmull-rom, mitchell or b-spline");
-    return {resize, [options](std::ostream&, Console& console) { Resize(*options, console); }};
+    resize->callback([resize] {
+        if (resize->count("--size") + resize->count("--fit") == 0) throw CLI::RequiredError("--size or --fit");
+    });
+    return {resize, [options](const Streams& streams) { Resize(*options, streams); }};
 }
 
 Command AddQuantize(CLI::App& app) {
     const auto options = std::make_shared<QuantizeOptions>();
     CLI::App* quantize = app.add_subcommand("quantize", "Reduce the colours of a picture or an archive");
-    AddFile(quantize, "INPUT", options->input, kInputHelp);
-    AddFile(quantize, "OUTPUT", options->output, kOutputHelp);
+    AddInput(quantize, "INPUT", options->input, kInputHelp);
+    AddOutput(quantize, "OUTPUT", options->output, Writes::anything, kOutputHelp);
     quantize->add_option("--colors", options->colors, "How many colours, 1 to 256; 256 if not given")
         ->type_name("N")
         ->check(CLI::Range(1, 256));
     AddChoice(quantize, "--quantizer", options->method, QuantMethods(), "QUANTIZER",
               "median5, median8 (the default) or popularity");
-    return {quantize, [options](std::ostream&, Console& console) { QuantizeColors(*options, console); }};
+    return {quantize, [options](const Streams& streams) { QuantizeColors(*options, streams); }};
 }
 
 Command AddReduce(CLI::App& app) {
     const auto options = std::make_shared<ReduceOptions>();
     CLI::App* reduce = app.add_subcommand("reduce", "Store an archive with reductions for quick display");
-    AddFile(reduce, "INPUT", options->input, kInputHelp);
-    AddFile(reduce, "ARCHIVE", options->archive, "The archive to write");
-    return {reduce, [options](std::ostream&, Console& console) { Reduce(*options, console); }};
+    AddInput(reduce, "INPUT", options->input, kInputHelp);
+    AddOutput(reduce, "ARCHIVE", options->output, Writes::archives, kArchiveHelp);
+    return {reduce, [options](const Streams& streams) { Reduce(*options, streams); }};
 }
 
 Command AddInfo(CLI::App& app) {
     const auto options = std::make_shared<InfoOptions>();
-    CLI::App* info = app.add_subcommand("info", "Show what an archive holds");
-    AddFile(info, "ARCHIVE", options->archive, "The archive to read");
-    return {info, [options](std::ostream& out, Console& console) { Info(*options, out, console); }};
+    CLI::App* info = app.add_subcommand("info", "Show what a picture or an archive holds");
+    AddFile(info, "FILE", options->file, kInputHelp);
+    return {info, [options](const Streams& streams) { Info(*options, streams); }};
 }
 
 }  // namespace

@@ -1,9 +1,8 @@
 #pragma once
 #include <functional>
-#include <ostream>
 #include <vector>
 
-#include "Console.h"
+#include "commands/Commands.h"
 
 namespace CLI {
 class App;
@@ -13,8 +12,8 @@ namespace tool {
 
 /// A command that the user may name.
 struct Command {
-    CLI::App* arguments;                                           ///< owned by the application's parser
-    std::function<void(std::ostream& out, Console& console)> run;  ///< for when its arguments were parsed
+    CLI::App* arguments;                              ///< owned by the application's parser
+    std::function<void(const Streams& streams)> run;  ///< for when its arguments were parsed
 };
 
 /// Adds every command, with its arguments, to the parser.

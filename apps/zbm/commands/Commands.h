@@ -5,46 +5,47 @@
 #include "Console.h"
 #include "commands/BitmapConversion.h"
 #include "commands/BitmapFile.h"
-#include "pictures/PictureWriter.h"
-#include "zcdl/Codec.h"
 
 namespace tool {
 
+/// Where a command's results and messages go. Borrowed.
+struct Streams {
+    std::ostream& out;
+    Console& console;
+};
+
 struct PackOptions {
-    ZString picture, archive;
+    Input input;
+    Output output;
     TileSize tiles;
-    zcdl::CodecMethod method = zcdl::CodecMethod::balanced;
-    ReadOptions reading;
 };
 
 struct UnpackOptions {
-    ZString archive, picture;
-    WriteOptions writing;
+    Input input;
+    Output output;
 };
 
 struct ConvertOptions {
-    ZString input, output;
-    shr::ColorFormat format = shr::FORMAT_NONE;
+    Input input;
+    Output output;
+    std::optional<shr::ColorFormat> format;  ///< stays what it is if not given
     std::optional<zpixf::ZPixfType> quantizer;
-    ReadOptions reading;
-    WriteOptions writing;
 };
 
 struct InfoOptions {
-    ZString archive;
+    ZString file;
 };
 
 // The commands raise ToolError for what goes wrong, and shr::AbortException when cancelled; then they leave nothing
 // behind.
 
 /// Picture file to archive file.
-void Pack(const PackOptions& options, Console& console);
-/// Archive file to picture file. The picture's name has one of the known extensions.
-void Unpack(const UnpackOptions& options, Console& console);
-/// Picture or archive file to one in another pixel format: a picture if the output's name has a known extension, else
-/// an archive.
-void Convert(const ConvertOptions& options, Console& console);
-/// Writes what is known of an archive file, a line "key: value" each.
-void Info(const InfoOptions& options, std::ostream& out, Console& console);
+void Pack(const PackOptions& options, const Streams& streams);
+/// Archive file to picture file.
+void Unpack(const UnpackOptions& options, const Streams& streams);
+/// Picture or archive file to one of another type, in another pixel format, or both.
+void Convert(const ConvertOptions& options, const Streams& streams);
+/// Writes what is known of a picture or an archive file, a line "key: value" each.
+void Info(const InfoOptions& options, const Streams& streams);
 
 }  // namespace tool

@@ -1,6 +1,7 @@
 #include "commands/EditCommands.h"
 
 #include <charconv>
+#include <cmath>
 #include <stdexcept>
 #include <string>
 
@@ -19,14 +20,14 @@ void RequireDone(bool done) {
 }
 
 /// Reads the input, has `edit` give the result, and writes that.
-template <class Options, class Edit>
-void EditFile(const Options& options, Console& console, const Edit& edit) {
-    ConsoleProgress progress(console);
-    OutputFile output(options.output);  // first, so that a name that cannot be written is told before the work
-    Picture picture = ReadPictureOrArchive(options.input, options.reading, console, progress);
-    InContextOf(options.input, [&] { picture.bitmap = edit(std::move(picture.bitmap), progress); });
+template <class Edit>
+void EditFile(const Input& input, const Output& output, const Streams& streams, const Edit& edit) {
+    ConsoleProgress progress(streams.console);
+    OutputFile file(output.name, streams.out);  // first, so that a name that cannot be written is told early
+    Picture picture = ReadPictureOrArchive(input, streams.console, progress);
+    InContextOf(input.name, [&] { picture.bitmap = edit(std::move(picture.bitmap), progress); });
     RequireDone(picture.bitmap->CommitAll(&progress));  // builds the reductions of an archive that had such again
-    WriteBitmap(picture, output, options.writing, console, progress);
+    WritePicture(picture, output, file, streams.console, progress);
 }
 
 /// The numbers of a text, which spaces, commas and line ends part.
@@ -37,52 +38,68 @@ std::vector<double> NumbersIn(const std::string& text) {
         const std::size_t end = std::min(text.find_first_of(kBetween, at), text.size());
         double number = 0;
         const auto [rest, error] = std::from_chars(text.data() + at, text.data() + end, number);
-        if (error != std::errc{} || rest != text.data() + end)
-            throw std::runtime_error("\"" + text.substr(at, end - at) + "\" is no number");
+        if (error != std::errc{} || rest != text.data() + end || !std::isfinite(number))
+            throw std::invalid_argument("\"" + text.substr(at, end - at) + "\" is no number that a kernel can have");
         numbers.push_back(number);
         at = end;
     }
     return numbers;
 }
 
-std::vector<double> ReadKernel(const ZString& fileName) {
+std::string ReadText(const ZString& fileName) {
     constexpr std::int64_t kMostBytes = 1 << 16;
     PictureSource file(fileName);
-    if (file.Length() > kMostBytes) throw std::runtime_error("is too long for a kernel");
+    if (file.Length() > kMostBytes) throw std::invalid_argument("is too long for a kernel");
     std::string text(static_cast<std::size_t>(file.Length()), '\0');
     file.ReadExactly(text.data(), text.size());
-    return NumbersIn(text);
+    return text;
+}
+
+struct Kernel {
+    std::vector<double> coefficients;
+    double divisor, bias;
+};
+
+Kernel ReadKernel(const ZString& fileName) {
+    std::vector<double> numbers = NumbersIn(ReadText(fileName));
+    const std::size_t coefficients = numbers.size() >= 25 ? 25 : 9;
+    if (numbers.size() < coefficients || numbers.size() > coefficients + 2)
+        throw std::invalid_argument("holds " + std::to_string(numbers.size()) +
+                                    " numbers; a kernel has 9 or 25, and a divisor and a bias may follow");
+    numbers.resize(coefficients + 2);  // a divisor of 0 stands for the sum
+    const double divisor = numbers[coefficients], bias = numbers[coefficients + 1];
+    numbers.resize(coefficients);
+    return {numbers, divisor, bias};
 }
 
 }  // namespace
 
 Adjustment ConvolutionFrom(const ZString& kernelFile) {
     return InContextOf(kernelFile, [&]() -> Adjustment {
-        std::vector<double> numbers = ReadKernel(kernelFile);
-        const std::size_t coefficients = numbers.size() >= 25 ? 25 : 9;
-        if (numbers.size() < coefficients || numbers.size() > coefficients + 2)
-            throw std::runtime_error("holds " + std::to_string(numbers.size()) +
-                                     " numbers; a kernel has 9 or 25, and a divisor and a bias may follow");
-        numbers.resize(coefficients + 2);  // a divisor of 0 stands for the sum
-        return [numbers, coefficients](zbm::ZBitmap& bitmap, shr::IProgress& progress) {
-            std::vector<double> kernel = numbers;
-            const double divisor = kernel[coefficients], bias = kernel[coefficients + 1];
-            return coefficients == 9 ? bitmap.Convolute3x3(kernel.data(), divisor, bias, &progress)
-                                     : bitmap.Convolute5x5(kernel.data(), divisor, bias, &progress);
-        };
+        try {
+            return [kernel = ReadKernel(kernelFile)](zbm::ZBitmap& bitmap, shr::IProgress& progress) mutable {
+                double* const coefficients = kernel.coefficients.data();
+                return kernel.coefficients.size() == 9
+                           ? bitmap.Convolute3x3(coefficients, kernel.divisor, kernel.bias, &progress)
+                           : bitmap.Convolute5x5(coefficients, kernel.divisor, kernel.bias, &progress);
+            };
+        } catch (const std::invalid_argument& error) { throw UsageError(kernelFile, error.what()); }
     });
 }
 
-void Adjust(const AdjustOptions& options, Console& console) {
-    EditFile(options, console, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
-        for (const Adjustment& adjust : options.adjustments) RequireDone(adjust(*bitmap, progress));
+void Adjust(const AdjustOptions& options, const Streams& streams) {
+    std::vector<Adjustment> adjustments;
+    for (const AdjustmentMaker& make : options.adjustments) adjustments.push_back(make());
+    EditFile(options.input, options.output, streams, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
+        for (const Adjustment& adjust : adjustments) RequireDone(adjust(*bitmap, progress));
         return bitmap;
     });
 }
 
-void Resize(const ResizeOptions& options, Console& console) {
-    EditFile(options, console, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
-        const auto [width, height] = options.size;
+void Resize(const ResizeOptions& options, const Streams& streams) {
+    EditFile(options.input, options.output, streams, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
+        const auto [width, height] = options.size.For({bitmap->GetPixelWidth(), bitmap->GetPixelHeight()});
+        RefuseTooManyPixels(width, height, options.input.reading.maxPixels);
         RefuseBeyondMemory({width, height, bitmap->GetColorFormat(), 512, 512}, 0);
         auto result = std::make_unique<zbm::ZBasicMemBitmap>(1, 1, shr::BGRA_32);
         const RECT whole{0, 0, bitmap->GetPixelWidth(), bitmap->GetPixelHeight()};
@@ -91,26 +108,21 @@ void Resize(const ResizeOptions& options, Console& console) {
     });
 }
 
-void QuantizeColors(const QuantizeOptions& options, Console& console) {
-    EditFile(options, console, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
+void QuantizeColors(const QuantizeOptions& options, const Streams& streams) {
+    EditFile(options.input, options.output, streams, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
         std::vector<RGBQUAD> palette;
         RequireDone(bitmap->QuantizeColors(options.method, options.colors, palette, &progress));
         return bitmap;
     });
 }
 
-void Reduce(const ReduceOptions& options, Console& console) {
-    ConsoleProgress progress(console);
-    OutputFile output(options.archive);
-    const Picture picture = ReadPictureOrArchive(options.input, options.reading, console, progress);
-    zbm::ZMemBitmap reduced(1, 1, shr::BGRA_32);
-    InContextOf(options.input, [&] {
-        reduced.ZBasicMemBitmap::ChangeFrom(*picture.bitmap);
-        RequireDone(reduced.CommitAll(&progress, true));
+void Reduce(const ReduceOptions& options, const Streams& streams) {
+    EditFile(options.input, options.output, streams, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
+        auto reduced = std::make_unique<zbm::ZMemBitmap>(1, 1, shr::BGRA_32);
+        reduced->ZBasicMemBitmap::ChangeFrom(*bitmap);
+        RequireDone(reduced->CommitAll(&progress, true));
+        return reduced;
     });
-    Notes notes(console, options.input);
-    NoteLost(picture.metadata, notes);
-    StoreArchive(reduced, output, zcdl::CodecMethod::balanced, progress);
 }
 
 }  // namespace tool

@@ -33,9 +33,9 @@ double BytesOf(const BitmapShape& shape) {
 
 }  // namespace
 
-void RefuseBeyondMemory(const BitmapShape& shape, std::uint64_t otherBytes) {
+std::uint64_t RefuseBeyondMemory(const BitmapShape& shape, std::uint64_t otherBytes) {
     const double needed = BytesOf(shape) + static_cast<double>(otherBytes);
-    if (needed <= static_cast<double>(PhysicalMemory())) return;
+    if (needed <= static_cast<double>(PhysicalMemory())) return static_cast<std::uint64_t>(needed);
     constexpr double kMebibyte = 1024.0 * 1024.0;
     throw std::runtime_error("a bitmap of " + std::to_string(shape.width) + " x " + std::to_string(shape.height) +
                              " pixels takes " + std::to_string(static_cast<std::uint64_t>(needed / kMebibyte)) +

@@ -9,13 +9,6 @@ namespace tool {
 
 namespace {
 
-bool HasAlphaBelowFull(const std::uint8_t* row, int count) {
-    // Without a way out of the loop, so that it is vectorised.
-    std::uint8_t all = shr::ALPHA_MAX;
-    for (std::size_t x = 0; x < static_cast<std::size_t>(count); ++x) all &= row[4 * x + 3];
-    return all != shr::ALPHA_MAX;
-}
-
 void NoteIndices(BitmapFacts& facts, const std::uint8_t* values, const std::uint8_t* mask, bool opaque, int count) {
     if (opaque) {
         for (int x = 0; x < count; ++x) facts.opaqueIndices[values[x]] = true;
@@ -27,6 +20,13 @@ void NoteIndices(BitmapFacts& facts, const std::uint8_t* values, const std::uint
 }
 
 }  // namespace
+
+bool HasAlphaBelowFull(const std::uint8_t* row, int count) {
+    // Without a way out of the loop, so that it is vectorised.
+    std::uint8_t all = shr::ALPHA_MAX;
+    for (std::size_t x = 0; x < static_cast<std::size_t>(count); ++x) all &= row[4 * x + 3];
+    return all != shr::ALPHA_MAX;
+}
 
 bool BitmapFacts::IsTransparencyByIndex() const {
     for (std::size_t i = 0; i < opaqueIndices.size(); ++i) {

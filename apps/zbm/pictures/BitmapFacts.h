@@ -1,5 +1,6 @@
 #pragma once
 #include <array>
+#include <cstdint>
 
 #include "shr/IProgress.h"
 #include "zbm/ZBitmap.h"
@@ -18,6 +19,9 @@ struct BitmapFacts {
     /// The largest index that stands anywhere; -1 if the format is not indexed.
     int LargestIndex() const;
 };
+
+/// Whether one of the row's pixels of four bytes, alpha last, is not fully opaque.
+bool HasAlphaBelowFull(const std::uint8_t* row, int count);
 
 /// Throws what `progress` throws.
 BitmapFacts LookAt(zbm::ZBitmap& bitmap, shr::IProgress& progress);

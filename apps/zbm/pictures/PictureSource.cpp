@@ -3,17 +3,13 @@
 #include <stdexcept>
 
 #include "Cancel.h"
-#include "Console.h"
+#include "InputFile.h"
 #include "shr/Exception.h"
 
 namespace tool {
 
-PictureSource::PictureSource(const ZString& fileName) : name(fileName) {
-    if (!file.OpenNoThrow(name, shr::FileAccess::read, shr::FileMode::openExisting, shr::FileSharing::read)) {
-        throw ToolError(name, shr::FormatSystemErrorMsg().ToUtf8());
-    }
-    length = file.GetLength();
-}
+PictureSource::PictureSource(const ZString& fileName)
+    : name(fileName), file(OpenInput(name)), length(file.GetLength()) {}
 
 std::size_t PictureSource::Read(void* destination, std::size_t byteCount) {
     if (CancelRequested()) throw shr::AbortException();

@@ -1,0 +1,239 @@
+// The archive of a bitmap, as it is laid out: format information, u16 version 1, then the tiles' records row by row.
+// That of a bitmap with reductions: u16 version 1, the archive of the image, u32 whether reductions follow, and if so
+// u32 how many, and the archive of each. All numbers are little-endian.
+#include "commands/ArchiveSurvey.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "pictures/BitmapFacts.h"
+#include "pictures/PictureOptions.h"
+#include "pictures/RowConversion.h"
+#include "shr/Color4b.h"
+#include "zcdl/Codec.h"
+
+namespace tool {
+
+namespace {
+
+[[noreturn]] void RefuseForeign() { throw std::runtime_error("is no archive of a bitmap"); }
+[[noreturn]] void RefuseDamaged() { throw std::runtime_error("the archive is damaged"); }
+
+/// A block of a tile: its pixels or its mask.
+struct Block {
+    bool isOfImage, isMask;
+    shr::ColorFormat format;  // of its rows
+    int width, height;
+
+    std::uint64_t RowBytes() const { return shr::RowBytes(static_cast<std::uint64_t>(width), format); }
+    std::uint64_t Bytes() const { return RowBytes() * static_cast<std::uint64_t>(height); }
+};
+
+/// What is done on the way with what is found.
+class Surveyor {
+public:
+    /// Raises std::runtime_error for a bitmap that is not to be gone through.
+    virtual void Judge(const ArchivedBitmap& bitmap) = 0;
+    /// Whether the block is to be decoded and taken.
+    virtual bool Wants(const Block& block) const = 0;
+    virtual void Take(const Block& block, const std::uint8_t* bytes) = 0;
+
+protected:
+    ~Surveyor() = default;
+};
+
+class ArchiveWalk {
+public:
+    ArchiveWalk(shr::CBufferedFile& archiveFile, Surveyor& target, shr::IProgress& progressTarget)
+        : file(archiveFile), length(archiveFile.GetLength()), surveyor(target), progress(progressTarget) {}
+
+    ArchiveSurvey Walk() {
+        const shr::CScopedIProgressTask task(&progress, L"Checking archive...");
+        survey.kind = FindKind();
+        WalkBitmap();
+        if (survey.kind == ArchiveKind::withReductions && Number32() != 0) WalkReductions();
+        survey.fileBytes = static_cast<std::uint64_t>(length);
+        survey.bytesAfterArchive = static_cast<std::uint64_t>(length - file.GetPosition());
+        return std::move(survey);
+    }
+
+private:
+    /// Leaves the file at the image's archive. What begins like one kind cannot begin like the other: the format of a
+    /// bitmap would be one of the other's sizes, times 65536.
+    ArchiveKind FindKind() {
+        if (IsBitmapAt(0)) return ArchiveKind::plain;
+        if (!IsBitmapAt(sizeof(std::uint16_t))) RefuseForeign();
+        return ArchiveKind::withReductions;
+    }
+    bool IsBitmapAt(std::int64_t position) {
+        file.Seek(position);
+        const bool isBitmap = ReadShape();
+        file.Seek(position);
+        return isBitmap;
+    }
+
+    void WalkReductions() {
+        constexpr std::uint32_t kMostReductions = 31;  // of a picture of 2^31 pixels a side
+        const std::uint32_t count = Number32();
+        if (count > kMostReductions) RefuseDamaged();
+        for (std::uint32_t i = 0; i < count; ++i) {
+            WalkBitmap();
+            if (survey.bitmaps.back().IsEmpty()) RefuseDamaged();
+        }
+    }
+
+    void WalkBitmap() {
+        ReadFormat();
+        surveyor.Judge(bitmap);
+        survey.bitmaps.push_back(bitmap);
+        if (Number16() != 1) RefuseDamaged();
+        if (!bitmap.IsEmpty()) WalkTiles();
+    }
+    void WalkTiles() {
+        const BitmapShape& shape = bitmap.shape;
+        for (int top = 0; top < shape.height; top += std::min(shape.tileHeight, shape.height - top)) {
+            for (int left = 0; left < shape.width; left += std::min(shape.tileWidth, shape.width - left)) {
+                WalkTile(std::min(shape.tileWidth, shape.width - left), std::min(shape.tileHeight, shape.height - top));
+            }
+            progress.SetProgress(static_cast<double>(top) / shape.height);
+        }
+    }
+
+    bool ReadShape();
+    void ReadFormat();
+    void WalkTile(int width, int height);
+    void WalkBlock(const Block& block);
+    void Decode(const Block& block, std::uint32_t encodedBytes);
+
+    std::uint16_t Number16() { return LittleEndian<std::uint16_t>(); }
+    std::uint32_t Number32() { return LittleEndian<std::uint32_t>(); }
+    int Int32() { return static_cast<std::int32_t>(Number32()); }
+
+    template <class Number>
+    Number LittleEndian() {
+        std::uint8_t bytes[sizeof(Number)];
+        Take(bytes, sizeof bytes);
+        std::uint32_t value = 0;
+        for (std::size_t i = sizeof bytes; i-- > 0;) value = value << 8 | bytes[i];
+        return static_cast<Number>(value);
+    }
+    void Take(std::uint8_t* destination, std::size_t byteCount) {
+        if (file.Read(destination, byteCount) != byteCount) throw std::runtime_error("the archive ends too early");
+    }
+
+    shr::CBufferedFile& file;
+    const std::int64_t length;
+    Surveyor& surveyor;
+    shr::IProgress& progress;
+    ArchiveSurvey survey;
+    ArchivedBitmap bitmap;
+    zcdl::CDecode decoder;
+    std::vector<std::uint8_t> decoded;
+};
+
+/// The version and the numbers before the resolutions; false if they are none of a bitmap.
+bool ArchiveWalk::ReadShape() {
+    BitmapShape& shape = bitmap.shape;
+    if (Number16() != 1) return false;
+    shape.height = Int32();
+    shape.width = Int32();
+    shape.format = static_cast<shr::ColorFormat>(Int32());
+    shape.tileHeight = Int32();
+    shape.tileWidth = Int32();
+    return shape.height >= 0 && shape.width >= 0 && shr::IsColorFormat(shape.format) && shape.tileHeight >= 1 &&
+           shape.tileWidth >= 1;
+}
+
+void ArchiveWalk::ReadFormat() {
+    if (!ReadShape()) RefuseDamaged();
+    bitmap.xPixelsPerMeter = Int32();
+    bitmap.yPixelsPerMeter = Int32();
+    bitmap.colors = Number32();
+    if (bitmap.colors > 256) RefuseDamaged();
+    std::uint8_t table[256 * sizeof(shr::Color4b)];
+    Take(table, bitmap.colors * sizeof(shr::Color4b));
+}
+
+void ArchiveWalk::WalkTile(int width, int height) {
+    const shr::ColorFormat format = bitmap.shape.format;
+    const bool isOfImage = survey.bitmaps.size() == 1;
+    const bool fits = Number16() == 1 && Int32() == width && Int32() == height && Int32() == format;
+    if (!fits) RefuseDamaged();
+    WalkBlock({isOfImage, false, format, width, height});
+    if (HasMask(format)) WalkBlock({isOfImage, true, shr::GRAYSCALE_1, width, height});
+}
+
+void ArchiveWalk::WalkBlock(const Block& block) {
+    const std::uint32_t encodedBytes = Number32();
+    const std::uint64_t byteCount = block.Bytes();
+    if (byteCount > UINT32_MAX || encodedBytes < zcdl::MinEncodedSize(byteCount) ||
+        encodedBytes > zcdl::MaxEncodedSize(byteCount)) {
+        RefuseDamaged();
+    }
+    if (static_cast<std::int64_t>(encodedBytes) > length - file.GetPosition()) {
+        throw std::runtime_error("the archive ends too early");
+    }
+    if (surveyor.Wants(block))
+        Decode(block, encodedBytes);
+    else
+        file.Seek(file.GetPosition() + encodedBytes);
+}
+
+void ArchiveWalk::Decode(const Block& block, std::uint32_t encodedBytes) {
+    RefuseBeyondMemory({block.width, block.height, block.format, block.width, block.height}, encodedBytes);
+    const std::uint64_t byteCount = block.Bytes();
+    decoder.SetEncodeBufferSize(encodedBytes);
+    Take(decoder.GetEncodeBuffer(), encodedBytes);
+    if (decoded.size() < byteCount) decoded.resize(byteCount);
+    if (!decoder.Decode(decoded.data(), byteCount)) RefuseDamaged();
+    surveyor.Take(block, decoded.data());
+}
+
+class LoadingSurveyor final : public Surveyor {
+public:
+    explicit LoadingSurveyor(std::uint64_t mostPixelsEach) : mostPixels(mostPixelsEach) {}
+    void Judge(const ArchivedBitmap& bitmap) override {
+        RefuseTooManyPixels(bitmap.shape.width, bitmap.shape.height, mostPixels);
+        bytesOfAll = RefuseBeyondMemory(bitmap.shape, bytesOfAll);
+    }
+    bool Wants(const Block&) const override { return true; }
+    void Take(const Block&, const std::uint8_t*) override {}
+
+private:
+    std::uint64_t mostPixels, bytesOfAll = 0;
+};
+
+/// Looks for the first transparent pixel of the image.
+class InfoSurveyor final : public Surveyor {
+public:
+    bool HasFound() const noexcept { return hasFound; }
+    void Judge(const ArchivedBitmap&) override {}
+    bool Wants(const Block& block) const override {
+        const bool tells = block.isMask || !HasMask(block.format);
+        return tells && block.isOfImage && !hasFound;
+    }
+    void Take(const Block& block, const std::uint8_t* bytes) override {
+        for (int y = 0; y < block.height && !hasFound; ++y, bytes += block.RowBytes()) {
+            hasFound = block.isMask ? HasClearBit(bytes, block.width) : HasAlphaBelowFull(bytes, block.width);
+        }
+    }
+
+private:
+    bool hasFound = false;
+};
+
+}  // namespace
+
+ArchiveSurvey SurveyForLoading(shr::CBufferedFile& file, std::uint64_t mostPixels, shr::IProgress& progress) {
+    LoadingSurveyor surveyor(mostPixels);
+    return ArchiveWalk(file, surveyor, progress).Walk();
+}
+
+ArchiveSurvey SurveyForInfo(shr::CBufferedFile& file, shr::IProgress& progress) {
+    InfoSurveyor surveyor;
+    ArchiveSurvey survey = ArchiveWalk(file, surveyor, progress).Walk();
+    survey.hasTransparentPixels = surveyor.HasFound();
+    return survey;
+}
+
+}  // namespace tool

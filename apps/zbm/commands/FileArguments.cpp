@@ -1,0 +1,90 @@
+#include "commands/FileArguments.h"
+
+#include <charconv>
+
+namespace tool {
+
+namespace {
+
+std::string CheckFileName(const std::string& name) { return name.empty() ? "a file name is empty" : ""; }
+
+std::string CheckInputName(const std::string& name) {
+    if (name == "-") return "standard input (-) is not supported: the input is read back and forth";
+    return CheckFileName(name);
+}
+
+CLI::Option* AddName(CLI::App* command, const char* name, ZString& target, const char* description) {
+    const auto take = [&target](const std::string& text) { target = ZString::FromUtf8(text); };
+    return command->add_option_function<std::string>(name, take, description)->required();
+}
+
+/// "#RRGGBB", also without '#'; "black" or "white".
+std::optional<shr::Color4b> ColorIn(std::string text) {
+    if (text == "black") return shr::Color4b::Black;
+    if (text == "white") return shr::Color4b::White;
+    if (text.starts_with('#')) text.erase(0, 1);
+    std::uint32_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, 16);
+    if (text.size() != 6 || error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+    return shr::Color4b(static_cast<std::uint8_t>(value >> 16), static_cast<std::uint8_t>(value >> 8),
+                        static_cast<std::uint8_t>(value));
+}
+
+std::string CheckColor(const std::string& text) {
+    return ColorIn(text) ? "" : "\"" + text + "\" is no colour like #FF8000, black or white";
+}
+
+void AddPictureOptions(CLI::App* command, Output& output) {
+    command->add_option("--quality", output.writing.jpegQuality, "Quality of a JPEG picture, 1 to 100; 90 if not given")
+        ->type_name("N")
+        ->check(CLI::Range(1, 100));
+    const auto takeColor = [&output](const std::string& text) { output.writing.background = ColorIn(text); };
+    command
+        ->add_option_function<std::string>("--background", takeColor,
+                                           "Puts transparent pixels on a colour, like #FF8000, black or white")
+        ->type_name("COLOR")
+        ->check(CheckColor);
+}
+
+}  // namespace
+
+CLI::Option* AddFile(CLI::App* command, const char* name, ZString& target, const char* description) {
+    return AddName(command, name, target, description)->check(CheckInputName);
+}
+
+void AddInput(CLI::App* command, const char* name, Input& input, const char* description) {
+    AddFile(command, name, input.name, description);
+    command
+        ->add_option("--max-pixels", input.reading.maxPixels,
+                     "Refuse larger pictures; " + std::to_string(kDefaultMaxPixels) + " pixels if not given")
+        ->type_name("N")
+        ->check(CLI::PositiveNumber);
+    command->add_flag("--keep-orientation", input.reading.keepOrientation,
+                      "Leaves a picture as it lies in its file, marked to be shown turned, instead of turning it");
+}
+
+void AddOutput(CLI::App* command, const char* name, Output& output, Writes writes, const char* description) {
+    AddName(command, name, output.name, description)->check(CheckFileName);
+    if (writes != Writes::archives) AddPictureOptions(command, output);
+    const auto type = std::make_shared<std::string>();
+    CLI::Option* typeOption =
+        command
+            ->add_option("--type", *type,
+                         "What the output is where its name has no ending or is -: png, jpg, tif, bmp or zbm")
+            ->type_name("TYPE")
+            ->check(CLI::IsMember(OutputTypes()));
+    if (writes != Writes::pictures) {
+        command
+            ->add_flag_callback(
+                "--archive", [type] { *type = kArchiveType; }, "The same as --type zbm")
+            ->excludes(typeOption);
+    }
+    command->parse_complete_callback([&output, type, writes, name] {
+        const std::string wrong = ChooseOutputType(output, *type, writes);
+        if (!wrong.empty()) throw CLI::ValidationError(name, wrong);
+        if (output.writer == nullptr && output.writing.background)
+            throw CLI::ValidationError("--background", "only for pictures; an archive keeps transparency");
+    });
+}
+
+}  // namespace tool

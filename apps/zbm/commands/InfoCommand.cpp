@@ -1,0 +1,79 @@
+// What a file holds, told from what has to be read of it for that.
+#include <cmath>
+#include <iomanip>
+#include <sstream>
+
+#include "ErrorContext.h"
+#include "InputFile.h"
+#include "Progress.h"
+#include "commands/ArchiveFile.h"
+#include "commands/ArchiveSurvey.h"
+#include "commands/Commands.h"
+#include "commands/FormatNames.h"
+#include "pictures/PictureReader.h"
+#include "shr/Units.h"
+
+namespace tool {
+
+namespace {
+
+int PerInch(int pixelsPerMeter) { return static_cast<int>(std::lround(pixelsPerMeter / shr::INCHES_PER_METER)); }
+
+std::string ResolutionText(int x, int y) {
+    if (x <= 0 || y <= 0) return "unknown";
+    std::ostringstream text;
+    text << x << " x " << y << " pixels per metre (" << PerInch(x) << " x " << PerInch(y) << " dpi)";
+    return text.str();
+}
+
+/// As many tiles as it takes, of which the last may be cut.
+int TilesAlong(int pixels, int tile) { return pixels / tile + (pixels % tile != 0 ? 1 : 0); }
+
+/// The pixels as rows without padding, beside the archive that holds them.
+double CompressionRatio(const BitmapShape& shape, std::uint64_t fileBytes) {
+    const std::uint64_t rowBytes = shr::PixelBytes(static_cast<std::uint64_t>(shape.width), shape.format);
+    return static_cast<double>(rowBytes) * shape.height / static_cast<double>(fileBytes);
+}
+
+void DescribeArchive(const ArchiveSurvey& survey, std::ostream& out) {
+    const ArchivedBitmap& image = survey.bitmaps.front();
+    const BitmapShape& shape = image.shape;
+    out << "size: " << shape.width << " x " << shape.height << '\n'
+        << "format: " << FormatName(shape.format) << '\n'
+        << "tile size: " << shape.tileWidth << " x " << shape.tileHeight << '\n'
+        << "tiles: " << TilesAlong(shape.width, shape.tileWidth) << " x " << TilesAlong(shape.height, shape.tileHeight)
+        << '\n'
+        << "resolution: " << ResolutionText(image.xPixelsPerMeter, image.yPixelsPerMeter) << '\n'
+        << "colour table entries: " << image.colors << '\n'
+        << "transparent pixels: " << (survey.hasTransparentPixels ? "yes" : "no") << '\n'
+        << "archive bytes: " << survey.fileBytes << '\n'
+        << "ratio: " << std::fixed << std::setprecision(2) << CompressionRatio(shape, survey.fileBytes) << '\n';
+    for (std::size_t i = 1; i < survey.bitmaps.size(); ++i)
+        out << "reduction: " << survey.bitmaps[i].shape.width << " x " << survey.bitmaps[i].shape.height << '\n';
+}
+
+void DescribePicture(PictureSource& source, std::ostream& out, Notes& notes) {
+    const PictureInfo info = Upright(OpenPicture(source, notes)->Info());
+    out << "size: " << info.width << " x " << info.height << '\n'
+        << "format: " << FormatName(info.format) << '\n'
+        << "resolution: " << ResolutionText(info.xPixelsPerMeter, info.yPixelsPerMeter) << '\n'
+        << "colour table entries: " << info.colorTable.size() << '\n'
+        << "picture bytes: " << source.Length() << '\n';
+}
+
+}  // namespace
+
+void Info(const InfoOptions& options, const Streams& streams) {
+    ConsoleProgress progress(streams.console);
+    InContextOf(options.file, [&] {
+        PictureSource source(options.file);
+        Notes notes(streams.console, options.file);
+        if (BeginsLikePicture(source)) return DescribePicture(source, streams.out, notes);
+        shr::CBufferedFile file = OpenInput(options.file);
+        const ArchiveSurvey survey = SurveyForInfo(file, progress);
+        NoteBytesAfterArchive(streams.console, options.file, survey.bytesAfterArchive);
+        DescribeArchive(survey, streams.out);
+    });
+}
+
+}  // namespace tool
