@@ -16,11 +16,12 @@ struct FaultPlan {
 };
 constinit FaultPlan plan;
 
-bool FailsNow() noexcept {
-    if (!plan.armed) return false;
+bool IsDue() noexcept {
     ++plan.made;
     return plan.failing == Failing::once ? plan.made == plan.nth : plan.made >= plan.nth;
 }
+
+bool FailsNow() noexcept { return plan.armed && IsDue(); }
 
 void* AllocateOrNull(std::size_t size) noexcept { return FailsNow() ? nullptr : std::malloc(size == 0 ? 1 : size); }
 
@@ -46,6 +47,17 @@ ScopedFault::~ScopedFault() {
 }
 
 bool ScopedFault::WasMet() const noexcept { return plan.made >= plan.nth; }
+
+ScopedMallocFault::ScopedMallocFault(unsigned nth, Failing failing) noexcept {
+    plan = {false, failing, nth, 0};
+    SetMallocFaultHook([]() noexcept { return IsDue(); });
+}
+
+ScopedMallocFault::~ScopedMallocFault() { SetMallocFaultHook(nullptr); }
+
+bool ScopedMallocFault::WasMet() const noexcept { return plan.made >= plan.nth; }
+
+bool ScopedMallocFault::IsPossible() noexcept { return SetMallocFaultHook(nullptr); }
 
 bool ReachesLibraries() {
     const ScopedFault counting(detail::kEndless, Failing::once);

@@ -24,6 +24,18 @@ public:
     bool WasMet() const noexcept;
 };
 
+/// The same for requests to malloc and its kin, those of C libraries among them, where the program has its own malloc.
+/// To be used beside no other.
+class ScopedMallocFault {
+public:
+    ScopedMallocFault(unsigned nth, Failing failing) noexcept;
+    ~ScopedMallocFault();
+    ScopedMallocFault(const ScopedMallocFault&) = delete;
+    ScopedMallocFault& operator=(const ScopedMallocFault&) = delete;
+    bool WasMet() const noexcept;
+    static bool IsPossible() noexcept;
+};
+
 /// Whether operator new of the libraries is the one that can be made to fail.
 bool ReachesLibraries();
 

@@ -20,6 +20,11 @@ struct Requests {
 Requests RequestsSinceReset() noexcept;
 void ResetRequests() noexcept;
 
+/// Asked before each request to malloc and its kin, those of C libraries among them, which fails when it returns true;
+/// null switches that off. False where malloc is not the program's own (Windows, sanitizers): then it is never asked.
+using MallocFaultHook = bool (*)() noexcept;
+bool SetMallocFaultHook(MallocFaultHook hook) noexcept;
+
 /// The system's blocks of a given alignment, as its standard library makes them.
 void* AllocateAligned(std::size_t size, std::size_t alignment) noexcept;
 void FreeAligned(void* block) noexcept;

@@ -22,6 +22,15 @@ constinit std::atomic<std::int64_t> liveBlocks = 0;
 constinit std::atomic<std::uint64_t> largestRequest = 0, totalRequested = 0;
 constinit std::atomic<std::int64_t> liveBytes = 0, peakBytes = 0, bytesAtReset = 0;
 
+constinit std::atomic<faults::MallocFaultHook> faultHook = nullptr;
+
+bool FailsNow() noexcept {
+    const faults::MallocFaultHook hook = faultHook.load(std::memory_order_relaxed);
+    if (hook == nullptr || !hook()) return false;
+    errno = ENOMEM;
+    return true;
+}
+
 template <class T>
 void RaiseTo(std::atomic<T>& most, T value) noexcept {
     T known = most.load(std::memory_order_relaxed);
@@ -49,9 +58,12 @@ void CountFreed(std::int64_t bytes) noexcept {
 
 extern "C" {
 
-void* malloc(std::size_t size) noexcept { return Counted(__libc_malloc(size), size); }
-void* calloc(std::size_t count, std::size_t size) noexcept { return Counted(__libc_calloc(count, size), count * size); }
+void* malloc(std::size_t size) noexcept { return FailsNow() ? nullptr : Counted(__libc_malloc(size), size); }
+void* calloc(std::size_t count, std::size_t size) noexcept {
+    return FailsNow() ? nullptr : Counted(__libc_calloc(count, size), count * size);
+}
 void* realloc(void* block, std::size_t size) noexcept {
+    if (FailsNow()) return nullptr;
     const std::int64_t before = SizeOf(block);
     void* moved = Counted(__libc_realloc(block, size), size);
     const bool releases = block != nullptr && (moved != nullptr || size == 0);
@@ -59,7 +71,7 @@ void* realloc(void* block, std::size_t size) noexcept {
     return moved;
 }
 void* memalign(std::size_t alignment, std::size_t size) noexcept {
-    return Counted(__libc_memalign(alignment, size), size);
+    return FailsNow() ? nullptr : Counted(__libc_memalign(alignment, size), size);
 }
 void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept { return memalign(alignment, size); }
 int posix_memalign(void** block, std::size_t alignment, std::size_t size) noexcept {
@@ -85,6 +97,11 @@ void ResetRequests() noexcept {
     totalRequested = 0;
     bytesAtReset = liveBytes.load();
     peakBytes = bytesAtReset.load();
+}
+
+bool SetMallocFaultHook(MallocFaultHook hook) noexcept {
+    faultHook = hook;
+    return true;
 }
 
 void* AllocateAligned(std::size_t size, std::size_t alignment) noexcept { return memalign(alignment, size); }

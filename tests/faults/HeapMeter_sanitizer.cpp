@@ -34,6 +34,8 @@ void ResetRequests() noexcept {
     totalRequested = 0;
 }
 
+bool SetMallocFaultHook(MallocFaultHook) noexcept { return false; }
+
 void* AllocateAligned(std::size_t size, std::size_t alignment) noexcept { return memalign(alignment, size); }
 void FreeAligned(void* block) noexcept { std::free(block); }
 

@@ -20,6 +20,8 @@ std::int64_t LiveBlocks() {
 Requests RequestsSinceReset() noexcept { return {}; }
 void ResetRequests() noexcept {}
 
+bool SetMallocFaultHook(MallocFaultHook) noexcept { return false; }
+
 void* AllocateAligned(std::size_t size, std::size_t alignment) noexcept { return _aligned_malloc(size, alignment); }
 void FreeAligned(void* block) noexcept { _aligned_free(block); }
 
