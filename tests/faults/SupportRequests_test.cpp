@@ -174,17 +174,21 @@ TEST_P(CodecRequests, FailingWhileDecodingNeverPassForADamagedBlock) {
     struct Decoding {
         zcdl::CDecode decoder;
         Bytes out = Bytes(5000, 0xEE);
-        bool good = false;
+        bool tried = false, good = false;
     };
     const unsigned failed = FailEveryRequest(
         [] { return std::make_unique<Decoding>(); },
         [&](auto& decoding) {
             decoding->decoder.SetEncodeBufferSize(encoder.GetNumEncodedBytes());
             std::memcpy(decoding->decoder.GetEncodeBuffer(), encoder.GetEncodedBytes(), encoder.GetNumEncodedBytes());
+            decoding->tried = true;
             decoding->good = decoding->decoder.Decode(decoding->out.data(), decoding->out.size());
         },
         [&](auto& decoding, Outcome outcome) {
-            if (outcome == Outcome::failed) return;
+            if (outcome == Outcome::failed) {
+                EXPECT_EQ(decoding->out, Bytes(5000, decoding->tried ? 0 : 0xEE));
+                return;
+            }
             EXPECT_TRUE(decoding->good);
             EXPECT_EQ(decoding->out, source);
         });
@@ -222,6 +226,21 @@ TEST(PathRequests, FailingInAFileToBeRenamedLeaveNoneBesideTheOld) {
                              shr::RemoveFile(name);
                          });
     EXPECT_GE(failed, AtLeast(5));
+}
+
+TEST(CodecBuffers, MakeRoomForMoreOnceABlockIsALittleLongerThanTheOneBefore) {
+    const Bytes content(11000);
+    zcdl::CEncode encoder(zcdl::CodecMethod::stored);
+    zcdl::CDecode decoder;
+    const auto use = [&](unsigned byteCount) {
+        encoder.Encode(content.data(), byteCount);
+        decoder.SetEncodeBufferSize(byteCount);
+    };
+    use(10000);
+    use(10001);
+    const ScopedFault fault(1, Failing::once);
+    for (unsigned byteCount = 10002; byteCount <= 11000; byteCount += 100) use(byteCount);
+    EXPECT_FALSE(fault.WasMet());
 }
 
 shr::CDib MakeDib(int width, int height, int bitCount) {

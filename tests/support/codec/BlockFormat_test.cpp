@@ -73,6 +73,8 @@ TEST(BlockFormat, APatternStandsOnceBehindItsLengthAndPeriod) {
     ExpectDamaged(Sealed({2, 14, 3, 9, 8}), 14);
     ExpectDamaged(Sealed({2, 14, 3, 9, 8, 7, 1}), 14);
     ExpectDamaged(Sealed({2, 0x8E, 0, 3, 9, 8, 7}), 14);
+    // A number of ten groups, even if what is beyond 63 bits would be lost.
+    ExpectDamaged(Sealed(Bytes{2, 0x8E} + Bytes(8, 0x80) + Bytes{2, 3, 9, 8, 7}), 14);
 }
 
 TEST(BlockFormat, APatternIsShorterThanWhatRepeatsIt) {
@@ -90,6 +92,10 @@ TEST(BlockFormat, APatternIsShorterThanWhatRepeatsIt) {
 TEST(BlockFormat, APatternStandsOnlyWhereItIsShorterThanItsBytes) {
     EXPECT_EQ(Encode({5, 5, 5}, CodecMethod::fast), Sealed({1, 5, 5, 5}));
     EXPECT_EQ(Encode({5, 5, 5, 5}, CodecMethod::fast), Sealed({2, 4, 1, 5}));
+    EXPECT_EQ(Encode({1, 2, 3, 1, 2}, CodecMethod::fast), Sealed({1, 1, 2, 3, 1, 2}));
+    EXPECT_EQ(Encode({1, 2, 3, 1, 2, 3}, CodecMethod::fast), Sealed({2, 6, 3, 1, 2, 3}));
+    EXPECT_EQ(Encode({1, 2, 3, 4, 1, 2}, CodecMethod::fast), Sealed({1, 1, 2, 3, 4, 1, 2}));
+    EXPECT_EQ(Encode({1, 2, 3, 4, 1, 2, 3}, CodecMethod::fast), Sealed({2, 7, 4, 1, 2, 3, 4}));
 }
 
 /// The byte 5 over and over, and so many zeros behind it, or other fillers.
@@ -142,6 +148,17 @@ TEST(BlockFormat, AZstdFrameStandsAlone) {
         ExpectDamaged(Sealed(planesHead + RawFrame(content) + behind), content.size());
     }
     ExpectContent(Sealed(planesHead + RawFrame(content)), content);
+    // And where there is nothing to say, a skippable frame says something else.
+    const Bytes constantHead = {4, 5, 0, 5, 0, 9};
+    ExpectContent(Sealed(constantHead + RawFrame({})), Bytes(5, 9));
+    ExpectDamaged(Sealed(constantHead + skippable), 5);
+}
+
+TEST(BlockFormat, AZstdFrameTellsItsContentsSize) {
+    // The same frame with a window of 1 KiB in place of the size.
+    Bytes frame = RawFrame({1, 2, 3, 4, 5});
+    frame[4] = frame[5] = 0;
+    ExpectDamaged(Sealed(Bytes{3} + frame), 5);
 }
 
 TEST(BlockFormat, AZstdFrameNeedsNoDictionary) {
@@ -171,7 +188,7 @@ TEST(BlockFormat, PairsHoldTwoResidualsAndEscapesFollow) {
     const Bytes content = {0x80, 0xEF, 0xF7, 100, 156};
     ExpectContent(Sealed(head + Bytes{2} + RawFrame(content)), {1, 249, 7, 100, 156});
     ExpectDamaged(Sealed(head + Bytes{1} + RawFrame({0x80, 0xEF, 0xF7, 100})), 5);
-    ExpectDamaged(Sealed(head + Bytes{3} + RawFrame(content + Bytes{1})), 5);
+    ExpectDamaged(Sealed(head + Bytes{3} + RawFrame(content + Bytes{100})), 5);
     ExpectDamaged(Sealed(head + Bytes{6} + RawFrame(content + Bytes{1, 2, 3, 4})), 5);
     // Another half byte behind the odd row's last residual, an escape of what is packed.
     ExpectDamaged(Sealed(head + Bytes{2} + RawFrame({0x80, 0xEF, 0xF8, 100, 156})), 5);
@@ -226,12 +243,21 @@ TEST(BlockFormat, BytesOfNoWholePixelFollowThePlanes) {
 
 TEST(BlockFormat, LayoutsThatNoEncoderWritesAreDamage) {
     const Bytes content = {1, 2, 3, 4, 5, 6};
-    const auto refuse = [&](const Bytes& head) { ExpectDamaged(Sealed(head + RawFrame(content)), 6); };
+    // Nothing but the head is wrong: whatever part of the content that asks for is there.
+    const auto refuse = [&](const Bytes& head) {
+        for (std::size_t count = 0; count <= content.size(); ++count) {
+            const Bytes part(content.begin(), content.begin() + static_cast<std::ptrdiff_t>(count));
+            ExpectDamaged(Sealed(head + RawFrame(part)), 6);
+        }
+    };
     ExpectContent(Sealed(Bytes{4, 6, 0, 6, 1} + RawFrame(content)), content);
     refuse({4, 7, 0, 6, 1});                                                        // another length
     refuse({4, 6, 16, 6, 1});                                                       // an unknown flag
     refuse({4, 6, 4, 6, 1});                                                        // colour of one byte
+    refuse({4, 6, 1 | 4, 6, 1, 1});                                                 // or of two
     refuse({4, 6, 8, 6, 1});                                                        // words of one byte
+    refuse({4, 6, 2 | 8, 6, 1, 1, 1});                                              // or of three
+    refuse({4, 6, 1 | 8, 6, 0, 9, 1});                                              // words with a constant half
     refuse({4, 6, 0, 0, 1});                                                        // rows of nothing
     refuse({4, 6, 0, 7, 1});                                                        // rows longer than all
     refuse({4, 6, 2, 2, 1, 1, 1});                                                  // rows shorter than a pixel

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
@@ -71,6 +72,46 @@ TEST(Codec, ReturnsPicturesThatAreNotWhatTheyLookLike) {
     }
 }
 
+/// Noise wherever no sample of 16 rows spread over the picture, nor the rows before these, can meet it.
+/// Only in one of `every` bytes, the first of each pixel.
+Bytes WithUnseenNoise(const Picture& picture, std::size_t toRow, std::size_t every) {
+    const std::size_t rows = picture.bytes.size() / picture.rowBytes;
+    const auto isSeen = [&](std::size_t row) {
+        for (std::size_t i = 0; i < 16; ++i) {
+            const std::size_t sample = 1 + (rows - 2) * (2 * i + 1) / 32;
+            if (row == sample || row + 1 == sample) return true;
+        }
+        return false;
+    };
+    Bytes content = picture.bytes;
+    Random random(1);
+    for (std::size_t row = 0; row < toRow; ++row)
+        for (std::size_t i = 0; !isSeen(row) && i < picture.rowBytes; i += every)
+            content[row * picture.rowBytes + i] = static_cast<std::uint8_t>(random.Next());
+    return content;
+}
+
+// Far more residuals escape than there was room made for, in one plane, in several and in joint ones.
+TEST(Codec, ReturnsPicturesWithMoreGrainThanAQuickLookCanSee) {
+    for (const std::size_t step : {1u, 3u, 4u}) {
+        const Picture picture = Photo(400, 300, step, 3);
+        for (const std::size_t toRow : {100u, 130u, 150u}) {
+            for (const std::size_t every : {std::size_t{1}, step}) {
+                const Bytes content = WithUnseenNoise(picture, toRow, every);
+                for (const CodecMethod method : {CodecMethod::fast, CodecMethod::small})
+                    ExpectRoundTrip(content, method, picture.name + " to row " + std::to_string(toRow));
+            }
+        }
+    }
+}
+
+// Of two joint planes neither is left alone when there is no more room, whichever row finds that out.
+TEST(Codec, ReturnsColoursWhoseJointPlanesRunOutOfRoomAtAnyRow) {
+    const Picture picture = Photo(400, 300, 3, 3);
+    for (std::size_t toRow = 100; toRow < 140; ++toRow)
+        ExpectRoundTrip(WithUnseenNoise(picture, toRow, 3), CodecMethod::fast, "to row " + std::to_string(toRow));
+}
+
 TEST(Codec, ShrinksPhotographsToLessThanThePixelsLookLikeToAByteCompressor) {
     const Picture photo = Photo(256, 256, 4, 4);
     const std::size_t stored = Encode(photo.bytes, CodecMethod::stored).size();
@@ -129,7 +170,9 @@ TEST(Codec, UsesItsBuffersAgainFromBlockToBlock) {
     decoder.SetEncodeBufferSize(encoder.GetNumEncodedBytes());
     const std::uint8_t* const encoded = encoder.GetEncodedBytes();
     const std::uint8_t* const input = decoder.GetEncodeBuffer();
-    for (const Picture& picture : SmallPictures()) {
+    std::vector<Picture> pictures = SmallPictures();
+    pictures.push_back(large);
+    for (const Picture& picture : pictures) {
         encoder.Encode(picture.bytes.data(), picture.bytes.size());
         decoder.SetEncodeBufferSize(encoder.GetNumEncodedBytes());
         EXPECT_EQ(encoder.GetEncodedBytes(), encoded);
@@ -179,6 +222,45 @@ TEST(Codec, BoundsOfTheBlockSizeGrowWithTheLength) {
         most = zcdl::MaxEncodedSize(length);
     }
     EXPECT_GE(zcdl::MaxEncodedSize(UINT64_MAX), UINT64_MAX - 1);
+}
+
+constexpr std::size_t kColumnRowBytes = 64;
+
+/// Rows that are all the same, and but for the first byte of each pixel one value: three planes of nothing, and one of
+/// zeros behind its first row.
+Bytes Columns(std::size_t rows) {
+    Bytes content(kColumnRowBytes * rows, 200);
+    for (std::size_t i = 0; i < content.size(); i += 4)
+        content[i] = static_cast<std::uint8_t>(i % kColumnRowBytes * 37 / 4);
+    return content;
+}
+
+// Planes of next to nothing would make blocks that no reader believes. The bound grows by one with each 32 KiB, so that
+// a block of just one byte less than the bound would be met on the way.
+TEST(Codec, BlocksOfPlanesAreNoShorterThanTheirBound) {
+    constexpr std::size_t kRows = 32768 / kColumnRowBytes;
+    std::size_t planes = 0, others = 0;
+    for (std::size_t rows = 8 * kRows; others < 3;) {
+        const Bytes content = Columns(rows), block = Encode(content, CodecMethod::small);
+        const auto least = static_cast<std::size_t>(zcdl::MinEncodedSize(content.size()));
+        ASSERT_GE(block.size(), least) << rows;
+        const bool isPlanes = block[0] == 4;
+        isPlanes ? ++planes : ++others;
+        rows += kRows * (isPlanes ? std::max<std::size_t>(1, block.size() - least) : 1);
+    }
+    EXPECT_GT(planes, 0u);
+}
+
+TEST(Codec, SmallTakesPlanesForADrawingIfTheyAreTheSmaller) {
+    // Steps across on a steep slope: no row is like the ones before, but nearly every pixel is as predicted.
+    Bytes content(std::size_t{256} * 200);
+    for (std::size_t i = 0; i < content.size(); ++i)
+        content[i] = static_cast<std::uint8_t>(i % 256 / 32 + i / 256 * 17);
+    const Bytes block = Encode(content, CodecMethod::small);
+    EXPECT_EQ(block[0], 4) << "planes";
+    EXPECT_EQ(Encode(content, CodecMethod::balanced)[0], 3) << "a drawing";
+    EXPECT_LT(block.size(), Encode(content, CodecMethod::balanced).size());
+    ExpectRoundTrip(content, CodecMethod::small, "slope");
 }
 
 TEST(Codec, BlocksOfMillionsOfLikeBytesAreNoShorterThanTheirBound) {

@@ -31,7 +31,8 @@ extern "C" __attribute__((visibility("default"))) int fcntl(int descriptor, int 
     va_end(arguments);
     if (command == F_OFD_SETLK || command == F_OFD_GETLK) {
         ++lockCalls;
-        if (beforeLocking) beforeLocking(command, *reinterpret_cast<const struct flock*>(argument));
+        // A copy, which may take away the original while it runs.
+        if (const auto act = beforeLocking) act(command, *reinterpret_cast<const struct flock*>(argument));
         if (lockError != 0) {
             errno = lockError;
             return -1;
@@ -180,13 +181,14 @@ TEST(FileSharing, GivesUpInTheEndIfAnotherNeverSettles) {
     EXPECT_EQ(ReadWhole(folder.File("f")), BytesOf("data"));
 }
 
-/// An open that holds a file by a lock of its own on all statements but that of being about to open.
+/// An open that holds a file by a lock of its own on all statements, with that of not being settled or without.
 class Stranger {
 public:
-    explicit Stranger(const ZString& name) : descriptor(open(name.ToUtf8().c_str(), O_RDWR | O_CLOEXEC)) {
+    explicit Stranger(const ZString& name, bool isSettled = true)
+        : descriptor(open(name.ToUtf8().c_str(), O_RDWR | O_CLOEXEC)) {
         struct flock lock {};
         lock.l_type = F_RDLCK;
-        lock.l_start = kOpeningEnd;
+        lock.l_start = isSettled ? kOpeningEnd : kOpeningBegin;
         lock.l_len = 1 << 20;
         EXPECT_EQ(fcntl(descriptor, F_OFD_SETLK, &lock), 0);
     }
@@ -223,6 +225,32 @@ TEST(FileSharing, LooksAgainWhenTheOtherMayJustHaveLeft) {
     CBufferedFile file;
     EXPECT_TRUE(file.OpenNoThrow(folder.File("f"), FileAccess::readWrite, FileMode::openExisting, kAlone));
     beforeLocking = nullptr;
+}
+
+TEST(FileSharing, TriesAgainWhileTheOtherIsNotSettled) {
+    const ScratchFolder folder;
+    WriteWhole(folder.File("f"), {});
+    Stranger stranger(folder.File("f"), false);
+    // It gives up when the open has taken everything back.
+    beforeLocking = [&](int command, const struct flock& lock) {
+        if (command == F_OFD_SETLK && lock.l_type == F_UNLCK) stranger.Leave();
+    };
+    CBufferedFile file;
+    EXPECT_TRUE(file.OpenNoThrow(folder.File("f"), FileAccess::readWrite, FileMode::openExisting, kAlone));
+    beforeLocking = nullptr;
+}
+
+TEST(FileSharing, LeavesANewFileToWhoWasFasterInOpeningIt) {
+    const ScratchFolder folder;
+    std::optional<Stranger> stranger;
+    beforeLocking = [&](int, const struct flock&) {
+        beforeLocking = nullptr;  // the stranger locks, too
+        stranger.emplace(folder.File("f"));
+    };
+    CBufferedFile file;
+    EXPECT_FALSE(file.OpenNoThrow(folder.File("f"), FileAccess::readWrite, FileMode::createNew, kAlone));
+    EXPECT_EQ(LastSystemError(), EBUSY);
+    EXPECT_TRUE(PathExists(folder.File("f")));
 }
 
 TEST(BufferedFileOnLinux, RefusesPipesAndDevicesAtOnce) {

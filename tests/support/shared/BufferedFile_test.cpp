@@ -533,6 +533,57 @@ TEST(BufferedFile, WritesBackOnlyWhatWasWritten) {
     two.Close();
     one.Close();
     EXPECT_EQ(ReadWhole(name), BytesOf("..A..betBeen"));
+
+    // The same from the end to the start.
+    one.Open(name, kReadWrite, FileMode::openExisting, FileSharing::readWrite);
+    two.Open(name, kReadWrite, FileMode::openExisting, FileSharing::readWrite);
+    EXPECT_EQ(ReadText(one, 12), "..A..betBeen");
+    one.Seek(10);
+    WriteText(one, "C");
+    one.Seek(1);
+    WriteText(one, "D");
+    two.Seek(4);
+    WriteText(two, "other");
+    two.Close();
+    one.Close();
+    EXPECT_EQ(ReadWhole(name), BytesOf(".DA.othereCn"));
+}
+
+TEST(BufferedFile, ShowsALargeWriteThatTouchesWhatWasReadBefore) {
+    const ScratchFolder folder;
+    constexpr std::int64_t kFrom = 50'000, kEnd = 60'000;
+    const Bytes old(kEnd, 1), large(20'000, 2);
+    for (const std::int64_t shift : {-1, 0, 1}) {
+        for (const std::int64_t at : {kFrom - 20'000 + shift, kEnd - 1 + shift}) {
+            WriteWhole(folder.File("f"), old);
+            CBufferedFile file;
+            file.Open(folder.File("f"), kReadWrite, FileMode::openExisting, kAlone);
+            file.Seek(kFrom);
+            ReadText(file, 1);
+            file.Seek(at);
+            file.Write(large.data(), large.size());
+            Bytes expected = old;
+            expected.resize(std::max(old.size(), static_cast<std::size_t>(at) + large.size()));
+            std::copy(large.begin(), large.end(), expected.begin() + at);
+            for (const std::int64_t seen : {kFrom, kEnd - 1}) {
+                file.Seek(seen);
+                EXPECT_EQ(ReadText(file, 1)[0], expected[static_cast<std::size_t>(seen)]) << at << " at " << seen;
+            }
+        }
+    }
+}
+
+TEST(BufferedFile, KeepsWhatItReadAroundASmallWrite) {
+    const ScratchFolder folder;
+    WriteWhole(folder.File("f"), BytesOf("0123456789"));
+    CBufferedFile file;
+    file.Open(folder.File("f"), kReadWrite, FileMode::openExisting, kAlone);
+    const FailingCall counting(0, FileCall::read);
+    EXPECT_EQ(ReadText(file, 1), "0");
+    const int calls = FailingCall::CallsMade();
+    WriteText(file, "a");
+    EXPECT_EQ(ReadText(file, 8), "23456789");
+    EXPECT_EQ(FailingCall::CallsMade(), calls);
 }
 
 TEST(BufferedFile, SaysWhenTheFileEndsTooEarlyAndStaysWhereItWas) {
@@ -602,6 +653,11 @@ TEST(BufferedFile, WritesThroughToTheDevice) {
     EXPECT_EQ(file.GetLength(), 7);
     file.Close();
     EXPECT_EQ(ReadWhole(folder.File("f")), BytesOf("through"));
+
+    // What is only read has nothing to write.
+    file.Open(folder.File("f"), kRead, FileMode::openExisting, kAlone);
+    const FailingCall failing(1, FileCall::sync);
+    EXPECT_FALSE(ErrorOf([&] { file.FlushToDevice(); }));
 }
 
 // --- failures ------------------------------------------------------------------------------------------------------
@@ -776,6 +832,37 @@ TEST(FileFaults, AFailedReadLeavesThePosition) {
                           FormatSystemErrorMsg(kFaultCode)));
         EXPECT_EQ(file.GetPosition(), 100);
     }
+}
+
+TEST(FileFaults, AReadThatFailsHalfwayLeavesNoOtherBytesInThePlaceOfThose) {
+    const ScratchFolder folder;
+    const Bytes content = Pattern(200'000);
+    WriteWhole(folder.File("f"), content);
+    CBufferedFile file;
+    file.Open(folder.File("f"), kRead, FileMode::openExisting, FileSharing::read);
+    ReadText(file, 10);
+    {
+        const Transfers halves([](FileCall) { return FileTransfer::part; });
+        const FailingCall failing(2, FileCall::read);
+        file.Seek(100'001);
+        EXPECT_TRUE(ErrorOf([&] { ReadText(file, 10); }));
+    }
+    file.Seek(0);
+    Bytes start(10);
+    file.ReadExactly(start.data(), start.size());
+    EXPECT_EQ(start, Bytes(content.begin(), content.begin() + 10));
+}
+
+TEST(FileFaults, AClosingThatFailsTwiceTellsOfTheBytesThatWereLost) {
+    const ScratchFolder folder;
+    const Transfers transfers(
+        [](FileCall call) { return call == FileCall::write ? FileTransfer::diskFull : FileTransfer::whole; });
+    CBufferedFile file;
+    file.Open(folder.File("f"), kReadWrite, FileMode::createNew, kAlone);
+    WriteText(file, "text");
+    const FailingCall failing(1, FileCall::close);
+    EXPECT_TRUE(
+        Tells(ErrorOf([&] { file.Close(); }), L"BufferedFile", folder.File("f"), FormatSystemErrorMsg(kDiskFullCode)));
 }
 
 TEST(FileFaults, AClosingThatFailsClosesAllTheSame) {

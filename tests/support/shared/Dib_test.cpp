@@ -463,6 +463,19 @@ TEST(DibFiles, IsRefusedInFormsThatWeDoNotHold) {
     }
 }
 
+TEST(DibFiles, MayTellTheNumberOfColoursOfAFullTable) {
+    const ScratchFolder folder;
+    CDib full, loaded;
+    full.Create(9, 2, 8, 256, nullptr, nullptr, 0, 0);
+    full.Save(folder.File("f.bmp"));
+    Bytes file = ReadWhole(folder.File("f.bmp"));
+    file[46] = 0, file[47] = 1;
+    WriteWhole(folder.File("f.bmp"), file);
+    loaded.Load(folder.File("f.bmp"));
+    EXPECT_EQ(loaded.GetNumColors(), 256u);
+    EXPECT_EQ(BitsOf(loaded), BitsOf(full));
+}
+
 TEST(DibFiles, IsNamedWhenItIsMissingOrCannotBeMade) {
     const ScratchFolder folder;
     CDib dib;
