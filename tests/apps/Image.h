@@ -71,6 +71,8 @@ struct JpegOptions {
     bool onlyMeans = false;   // progressive, and of each block its mean alone
     int restartRows = 0;      // rows of blocks between restarts
     bool cmyk = false;        // four channels: an rgba image's samples as they are
+    bool ycck = false;        // and these as brightness, colours and black
+    bool adobe = true;        // with the marker that tells of inverted inks
     Bytes exif = {};
     bool profile = false;  // some bytes as a colour profile
     int densityUnit = 0, density = 1;

@@ -24,6 +24,8 @@ Bytes EncodeJpeg(const Image& image, const JpegOptions& options) {
     encoder.input_components = image.Channels();
     encoder.in_color_space = options.cmyk ? JCS_CMYK : image.kind == Kind::grey ? JCS_GRAYSCALE : JCS_RGB;
     jpeg_set_defaults(&encoder);
+    if (options.ycck) jpeg_set_colorspace(&encoder, JCS_YCCK);
+    if (!options.adobe) encoder.write_Adobe_marker = FALSE;
     jpeg_set_quality(&encoder, options.quality, TRUE);
     if (options.fullColor) encoder.comp_info[0].h_samp_factor = encoder.comp_info[0].v_samp_factor = 1;
     if (options.progressive) jpeg_simple_progression(&encoder);

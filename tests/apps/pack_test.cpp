@@ -305,10 +305,6 @@ TEST_F(Packing, ReadsTheFirstOfSeveralTiffPicturesAndSaysSo) {
 }
 
 TEST_F(Packing, RefusesTiffPicturesThatNoFormatHolds) {
-    const Image rgba = RandomImage(Kind::rgba, 8, 4, 4, 15);
-    TiffOptions cmyk;
-    cmyk.photometric = 5;
-    ExpectRefused(EncodeTiff(rgba, cmyk), "CMYK");
     const Image grey = RandomImage(Kind::grey, 32, 4, 4, 15);
     TiffOptions floating;
     floating.sampleFormat = 3;
@@ -332,10 +328,6 @@ TEST_F(Packing, KeepsWhatTheJpegDecoderGives) {
             ExpectPixels(*bitmap, DecodeJpeg(bytes));
         }
     }
-}
-
-TEST_F(Packing, RefusesCmykJpeg) {
-    ExpectRefused(EncodeJpeg(RandomImage(Kind::rgba, 8, 16, 16, 17), {.fullColor = false, .cmyk = true}), "CMYK");
 }
 
 TEST_F(Packing, KeepsEveryPixelOfABmp) {

@@ -12,6 +12,7 @@
 #include "pictures/LibraryGuard.h"
 #include "pictures/PictureReader.h"
 #include "pictures/Resolution.h"
+#include "pictures/RowConversion.h"
 
 namespace tool {
 
@@ -38,6 +39,7 @@ private:
     void RefuseMissingScans();
     void ReadResolution(const Exif& exif);
     Exif FindExif() const;
+    const std::uint8_t* Converted(std::vector<std::uint8_t>& row);
     void ReadColorProfile();
 
     static JpegReader& Of(j_common_ptr library) { return *static_cast<JpegReader*>(library->client_data); }
@@ -53,6 +55,7 @@ private:
     jpeg_error_mgr errors{};
     jpeg_progress_mgr scans{};
     JpegInput input;
+    std::vector<std::uint8_t> bgrRow;
 };
 
 JpegReader::JpegReader(PictureSource& pictureSource, Notes& target)
@@ -92,7 +95,10 @@ void JpegReader::ReadHeader() {
             decoder.out_color_space = JCS_EXT_BGR;
             pictureInfo.format = shr::BGR_24;
             break;
-        case 4: throw std::runtime_error("CMYK pictures are not supported");
+        case 4:
+            decoder.out_color_space = JCS_CMYK;
+            pictureInfo.format = shr::BGR_24;
+            break;
         default: throw std::runtime_error("its number of colour components is not supported");
     }
     pictureInfo.width = static_cast<int>(decoder.image_width);
@@ -107,6 +113,7 @@ void JpegReader::ReadHeader() {
     ReadResolution(exif);
     pictureInfo.metadata.orientation = exif.orientation;
     ReadColorProfile();
+    if (decoder.num_components == 4) NotePlainConversion(pictureInfo, notes);
 }
 
 std::uint64_t JpegReader::Blocks() const {
@@ -158,6 +165,18 @@ void JpegReader::ReadColorProfile() {
     if (bytes != nullptr) pictureInfo.metadata.colorProfile.assign(bytes, bytes + length);
 }
 
+/// The row in the bitmap's format.
+const std::uint8_t* JpegReader::Converted(std::vector<std::uint8_t>& row) {
+    if (decoder.num_components != 4) return row.data();
+    // By a convention of Adobe's programs such files hold what the inks let through; others hold the inks.
+    if (decoder.saw_Adobe_marker == FALSE) {
+        for (std::uint8_t& sample : row) sample = static_cast<std::uint8_t>(~sample);
+    }
+    bgrRow.resize(3 * std::size_t{decoder.output_width});
+    InksToBgr(bgrRow.data(), row.data(), pictureInfo.width);
+    return bgrRow.data();
+}
+
 void JpegReader::ReadInto(TileRows& rows, shr::IProgress& progress) {
     guard.Run([this] {
         if (decoder.arith_code != FALSE) input.WatchArithmeticData(Blocks());
@@ -172,7 +191,7 @@ void JpegReader::ReadInto(TileRows& rows, shr::IProgress& progress) {
     for (int y = 0; y < pictureInfo.height; ++y) {
         progress.SetProgress(static_cast<double>(y) / pictureInfo.height);
         guard.Run([&] { jpeg_read_scanlines(&decoder, &rowPointer, 1); });
-        rows.Store(0, y, pictureInfo.width, row.data(), nullptr);
+        rows.Store(0, y, pictureInfo.width, Converted(row), nullptr);
     }
     guard.Run([this] { jpeg_finish_decompress(&decoder); });
     input.RequireWholeData();

@@ -56,6 +56,12 @@ std::unique_ptr<PictureReader> OpenPicture(PictureSource& source, Notes& notes) 
     return type->open(source, notes);
 }
 
+void NotePlainConversion(PictureInfo& info, Notes& notes) {
+    const char* profile = info.metadata.colorProfile.empty() ? "" : "; its colour profile is neither used nor kept";
+    notes.Add(std::string("its CMYK colours are converted to RGB by a plain formula") + profile);
+    info.metadata.colorProfile.clear();
+}
+
 void NoteReducedDepth(Notes& notes) {
     notes.Add("16 bits a sample are reduced to 8: bitmaps have deeper samples in grey only, without alpha");
 }

@@ -58,6 +58,8 @@ std::unique_ptr<PictureReader> OpenJpeg(PictureSource& source, Notes& notes);
 std::unique_ptr<PictureReader> OpenTiff(PictureSource& source, Notes& notes);
 std::unique_ptr<PictureReader> OpenBmp(PictureSource& source, Notes& notes);
 
+/// Notes that inks are converted to colours, for which the picture's profile means nothing; it is dropped.
+void NotePlainConversion(PictureInfo& info, Notes& notes);
 /// The note that samples lose their low bits.
 void NoteReducedDepth(Notes& notes);
 

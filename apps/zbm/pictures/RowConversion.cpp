@@ -8,6 +8,9 @@ namespace {
 
 constexpr std::uint8_t Byte(unsigned value) { return static_cast<std::uint8_t>(value); }
 
+/// Of parts of 255, rounded.
+constexpr std::uint8_t Product(unsigned a, unsigned b) { return Byte((a * b + 127) / 255); }
+
 std::uint16_t Load16(const std::uint8_t* bytes) {
     std::uint16_t value;
     std::memcpy(&value, bytes, sizeof value);
@@ -138,6 +141,18 @@ void SwapRedAndBlue(std::uint8_t* pixels, int bytesPerPixel, int count) {
         const std::uint8_t first = pixels[0];
         pixels[0] = pixels[2];
         pixels[2] = first;
+    }
+}
+
+void InksToBgr(std::uint8_t* bgr, const std::uint8_t* clearCmyk, int count) {
+    for (int x = 0; x < count; ++x, bgr += 3, clearCmyk += 4) {
+        for (int c = 0; c < 3; ++c) bgr[c] = Product(clearCmyk[2 - c], clearCmyk[3]);
+    }
+}
+
+void Darken(std::uint8_t* pixels, int bytesPerPixel, const std::uint8_t* clearBlack, int count) {
+    for (int x = 0; x < count; ++x, pixels += bytesPerPixel) {
+        for (int c = 0; c < 3; ++c) pixels[c] = Product(pixels[c], clearBlack[x]);
     }
 }
 

@@ -42,6 +42,11 @@ void MaskOfValue16(std::uint8_t* mask, const std::uint8_t* row, int count, std::
 void SplitAlpha(std::uint8_t* bgr, std::uint8_t* mask, const std::uint8_t* bgra, int count);
 void JoinAlpha(std::uint8_t* bgra, const std::uint8_t* bgr, const std::uint8_t* mask, int count);
 
+/// Inks C, M, Y, K, 255 of which is none, to BGR: each colour is what its ink and black let through.
+void InksToBgr(std::uint8_t* bgr, const std::uint8_t* clearCmyk, int count);
+/// Multiplies the colours of BGR or BGRA pixels by what black lets through: `clearBlack`, 255 of which is all.
+void Darken(std::uint8_t* pixels, int bytesPerPixel, const std::uint8_t* clearBlack, int count);
+
 /// A row of any format (premultiplied ones made straight) to BGRA. Formats without alpha take theirs
 /// from `mask`, or are opaque if it is null.
 void ToBgra(std::uint8_t* bgra, const std::uint8_t* row, const std::uint8_t* mask, shr::ColorFormat format,

@@ -49,11 +49,13 @@ private:
 struct Samples {
     std::uint16_t perPixel = 1, bits = 1, planarConfig = PLANARCONFIG_CONTIG, photometric = PHOTOMETRIC_MINISBLACK;
     std::uint16_t compression = COMPRESSION_NONE;
-    int colors = 1;  // grey and index 1, RGB 3
+    int colors = 1;  // grey and index 1, RGB 3, CMYK 4
     int alpha = -1;  // the sample that holds alpha, if any
     bool associated = false;
     bool IsPlanar() const { return planarConfig == PLANARCONFIG_SEPARATE && perPixel > 1; }
-    bool IsInverted() const { return photometric == PHOTOMETRIC_MINISWHITE; }
+    bool IsCmyk() const { return photometric == PHOTOMETRIC_SEPARATED; }
+    /// Whether the largest sample is the darkest.
+    bool IsInverted() const { return photometric == PHOTOMETRIC_MINISWHITE || IsCmyk(); }
 };
 
 class TiffReader final : public PictureReader {
@@ -90,7 +92,7 @@ private:
     TiffStream tiff;
     PictureInfo pictureInfo;
     Samples samples;
-    std::vector<std::uint8_t> pixels;
+    std::vector<std::uint8_t> pixels, black;
 };
 
 TiffReader::TiffReader(PictureSource& pictureSource, Notes& target)
@@ -130,7 +132,7 @@ void TiffReader::ReadSamples() {
         tiff.Check(TIFFSetField(tiff, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB) == 1);
         samples.photometric = PHOTOMETRIC_RGB;
     }
-    samples.colors = samples.photometric == PHOTOMETRIC_RGB ? 3 : 1;
+    samples.colors = samples.IsCmyk() ? 4 : samples.photometric == PHOTOMETRIC_RGB ? 3 : 1;
     RefuseUnsupported();
     RefuseImplausibleSize();
     ReadExtraSamples();
@@ -148,7 +150,12 @@ void TiffReader::RefuseUnsupported() const {
         case PHOTOMETRIC_MINISBLACK:
         case PHOTOMETRIC_RGB:
         case PHOTOMETRIC_PALETTE: break;
-        case PHOTOMETRIC_SEPARATED: refuse("CMYK pictures"); break;
+        case PHOTOMETRIC_SEPARATED: {
+            std::uint16_t inkSet = INKSET_CMYK;
+            TIFFGetFieldDefaulted(tiff, TIFFTAG_INKSET, &inkSet);
+            if (inkSet != INKSET_CMYK) refuse("inks other than CMYK");
+            break;
+        }
         case PHOTOMETRIC_YCBCR: refuse("YCbCr pictures without JPEG compression"); break;
         default: refuse("pictures of colour model " + std::to_string(samples.photometric)); break;
     }
@@ -185,6 +192,8 @@ void TiffReader::ReadExtraSamples() {
         samples.associated = kinds[i] == EXTRASAMPLE_ASSOCALPHA;
     }
     if (samples.alpha >= samples.perPixel) samples.alpha = -1;
+    if (samples.IsCmyk() && samples.associated)
+        throw std::runtime_error("CMYK with premultiplied alpha is not supported");
     const int kept = samples.colors + (samples.alpha >= 0 ? 1 : 0);
     if (samples.perPixel > kept) {
         notes.Add("its " + std::to_string(samples.perPixel - kept) +
@@ -198,7 +207,7 @@ void TiffReader::ChooseFormat() {
         ReadColorTable();
     } else if (samples.alpha >= 0) {
         pictureInfo.format = samples.associated ? shr::PBGRA_32 : shr::BGRA_32;
-    } else if (samples.colors == 3) {
+    } else if (samples.colors >= 3) {
         pictureInfo.format = shr::BGR_24;
     } else {
         switch (samples.bits) {
@@ -252,6 +261,7 @@ void TiffReader::ReadMetadata() {
         const auto* bytes = static_cast<const std::uint8_t*>(profile);
         pictureInfo.metadata.colorProfile.assign(bytes, bytes + profileLength);
     }
+    if (samples.IsCmyk()) NotePlainConversion(pictureInfo, notes);
     const int orientation = Tag16(TIFFTAG_ORIENTATION);
     if (orientation >= 1 && orientation <= 8) pictureInfo.metadata.orientation = orientation;
     if (TIFFLastDirectory(tiff) == 0) notes.Add("only the first of its pictures is read");
@@ -375,18 +385,24 @@ void TiffReader::ConvertColor(const std::uint8_t* raw, int count, int plane) {
         SwapRedAndBlue(pixels.data(), bytesPerPixel, count);
         return;
     }
-    const int blue = samples.colors == 3 ? 2 : 0, green = samples.colors == 3 ? 1 : 0;
+    const int blue = samples.colors >= 3 ? 2 : 0, green = samples.colors >= 3 ? 1 : 0;
     const int sampleOf[4] = {blue, green, 0, samples.alpha};  // of the bytes B, G, R, A
     const std::size_t sampleBytes = samples.bits / 8u;
-    for (int byte = 0; byte < bytesPerPixel; ++byte) {
-        if (plane >= 0 && sampleOf[byte] != plane) continue;
-        const std::size_t offset = plane < 0 ? static_cast<std::size_t>(sampleOf[byte]) * sampleBytes : 0;
+    const auto copy = [&](int sample, std::uint8_t* destination, int destinationStep, bool inverted) {
+        if (plane >= 0 && sample != plane) return false;
+        const std::size_t offset = plane < 0 ? static_cast<std::size_t>(sample) * sampleBytes : 0;
         const std::size_t step = plane < 0 ? samples.perPixel * sampleBytes : sampleBytes;
-        const bool inverted = samples.IsInverted() && byte < 3;
-        const Channel channel{pixels.data() + byte, static_cast<std::size_t>(bytesPerPixel), raw + offset, step,
+        const Channel channel{destination, static_cast<std::size_t>(destinationStep), raw + offset, step,
                               static_cast<std::uint8_t>(inverted ? 0xFF : 0)};
         samples.bits == 8 ? channel.Copy8(count) : channel.Copy16(count);
+        return true;
+    };
+    for (int byte = 0; byte < bytesPerPixel; ++byte) {
+        copy(sampleOf[byte], pixels.data() + byte, bytesPerPixel, samples.IsInverted() && byte < 3);
     }
+    if (!samples.IsCmyk()) return;
+    black.resize(static_cast<std::size_t>(count));
+    if (copy(3, black.data(), 1, true)) Darken(pixels.data(), bytesPerPixel, black.data(), count);
 }
 
 }  // namespace
