@@ -268,6 +268,7 @@ void TiffReader::ReadMetadata() {
 }
 
 void TiffReader::ReadInto(TileRows& rows, shr::IProgress& progress) {
+    tiff.Check(true);  // what was wrong with tags has nothing to do with pixels
     if (TIFFIsTiled(tiff) != 0) {
         ReadTiles(rows, progress);
     } else {
@@ -292,8 +293,8 @@ void TiffReader::ReadScanlines(TileRows& rows, shr::IProgress& progress) {
     for (int plane = 0; plane < Planes(); ++plane) {
         for (int y = 0; y < pictureInfo.height; ++y) {
             progress.SetProgress((plane + static_cast<double>(y) / pictureInfo.height) / Planes());
-            tiff.Check(TIFFReadScanline(tiff, raw.data(), static_cast<std::uint32_t>(y),
-                                        static_cast<std::uint16_t>(plane)) == 1);
+            tiff.CheckPixels(TIFFReadScanline(tiff, raw.data(), static_cast<std::uint32_t>(y),
+                                              static_cast<std::uint16_t>(plane)) == 1);
             StoreRun(rows, 0, y, pictureInfo.width, raw.data(), plane);
         }
     }
@@ -316,7 +317,7 @@ void TiffReader::ReadTiles(TileRows& rows, shr::IProgress& progress) {
         for (std::uint32_t top = 0; top < height; top += std::min(tileHeight, height - top)) {
             for (std::uint32_t left = 0; left < width; left += std::min(tileWidth, width - left)) {
                 progress.SetProgress((plane + (top + static_cast<double>(left) / width) / height) / Planes());
-                tiff.Check(TIFFReadTile(tiff, raw.data(), left, top, 0, static_cast<std::uint16_t>(plane)) >= 0);
+                tiff.CheckPixels(TIFFReadTile(tiff, raw.data(), left, top, 0, static_cast<std::uint16_t>(plane)) >= 0);
                 const std::uint32_t rowsHere = std::min(tileHeight, height - top);
                 for (std::uint32_t y = 0; y < rowsHere; ++y) {
                     StoreRun(rows, static_cast<int>(left), static_cast<int>(top + y),

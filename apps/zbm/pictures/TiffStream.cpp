@@ -1,9 +1,11 @@
 #include "pictures/TiffStream.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace tool {
@@ -12,6 +14,15 @@ namespace {
 
 /// The largest block that a file may make the library allocate: a strip, a tile or a directory's entry.
 constexpr tmsize_t kLargestAllocation = tmsize_t{1} << 30;
+
+/// Whether a warning tells that pixels are missing, which the library then makes up. In fax and JPEG compression it
+/// does.
+bool TellsOfMissingData(std::string_view warning) {
+    constexpr std::string_view kTexts[] = {"Premature EO",     "Premature end of", "Line length mismatch",
+                                           "JPEG data: prema", "JPEG data: bad",   "instead of RST"};
+    return std::any_of(std::begin(kTexts), std::end(kTexts),
+                       [&](std::string_view text) { return warning.find(text) != std::string_view::npos; });
+}
 
 std::string Formatted(const char* format, va_list arguments) {
     char text[512];
@@ -103,7 +114,11 @@ int TiffStream::OnError(TIFF*, void* selfPointer, const char*, const char* forma
 
 int TiffStream::OnWarning(TIFF*, void* selfPointer, const char*, const char* format, va_list arguments) {
     auto& self = *static_cast<TiffStream*>(selfPointer);
-    self.Try([&] { self.notes.Warn(Formatted(format, arguments)); });
+    self.Try([&] {
+        const std::string warning = Formatted(format, arguments);
+        if (!TellsOfMissingData(warning)) return self.notes.Warn(warning);
+        if (self.message.empty()) self.message = warning;
+    });
     return 1;
 }
 

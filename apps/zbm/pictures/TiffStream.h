@@ -44,6 +44,8 @@ public:
     /// Raises what a callback caught or std::runtime_error with the library's message, unless `succeeded` and nothing
     /// was caught.
     void Check(bool succeeded);
+    /// The same for calls that decode pixels. They may succeed although the library found pixels missing or wrong.
+    void CheckPixels(bool succeeded) { Check(succeeded && message.empty()); }
 
 private:
     template <class Action>
@@ -59,7 +61,7 @@ private:
     Data& data;
     Notes& notes;
     std::exception_ptr pending;
-    std::string message;  // the first since the last Check
+    std::string message;  // the first since the last Check that tells of an error
     TIFF* tiff = nullptr;
 };
 
