@@ -237,7 +237,11 @@ TEST(MaskExchange, OfAFormatWithAlphaChannelIsAnInternalError) {
 TEST(GetAlphaFromMask, OfPixelsWithoutBytesIsAnInternalError) {
     OpenBitmap bitmap(4, 4, shr::GRAYSCALE_8, 8, 8);
     std::vector<std::uint8_t> pixels(64, 0xCC);
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.GetAlphaFromMask(pixels.data(), 16, RECT{0, 0, 4, 4}, 0); }, kFile));
+    EXPECT_TRUE(RaisesInternalError(
+        [&] {
+            bitmap.GetAlphaFromMask(pixels.data(), 16, RECT{0, 0, 4, 4}, 0);
+        },
+        BitmapCheck::alphaFetchedStep));
     EXPECT_EQ(pixels, std::vector<std::uint8_t>(64, 0xCC));
     EXPECT_TRUE(bitmap.calls.empty()) << "no tile is locked for it";
 }

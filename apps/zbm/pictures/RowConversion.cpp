@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "zbm/PixelRows.h"
+
 namespace tool {
 
 namespace {
@@ -28,41 +30,10 @@ void BuildMask(std::uint8_t* mask, int count, const IsOpaque& isOpaque) {
     }
 }
 
-/// The straight colour of a premultiplied one, rounded so that premultiplying gives back the same byte. A colour above
-/// its alpha, which no valid pixel has, is full.
-std::uint8_t Unpremultiplied(unsigned color, unsigned alpha) {
-    if (alpha == 0) return Byte(color);
-    const unsigned straight = (color * 255 + alpha / 2) / alpha;
-    return Byte(straight < 255 ? straight : 255);
-}
-
-void FromBgr(std::uint8_t* bgra, const std::uint8_t* row, int bytesPerPixel, int count) {
-    for (int x = 0; x < count; ++x, bgra += 4, row += bytesPerPixel) {
-        bgra[0] = row[0];
-        bgra[1] = row[1];
-        bgra[2] = row[2];
-        bgra[3] = shr::ALPHA_MAX;
-    }
-}
-
-void FromPremultiplied(std::uint8_t* bgra, const std::uint8_t* row, int count) {
-    for (int x = 0; x < count; ++x, bgra += 4, row += 4) {
-        for (int c = 0; c < 3; ++c) bgra[c] = Unpremultiplied(row[c], row[3]);
-        bgra[3] = row[3];
-    }
-}
-
-void FromIndices(std::uint8_t* bgra, const std::uint8_t* row, int bits, const shr::Color4b* colorTable, int count) {
-    // The values are put into the last quarter of the destination, which is overwritten behind the reading.
-    std::uint8_t* values = bgra + 3 * static_cast<std::size_t>(count);
-    ValuesOf(values, row, bits, count);
-    for (int x = 0; x < count; ++x, bgra += 4) {
-        const shr::Color4b color = colorTable[values[x]];
-        bgra[0] = color.blue;
-        bgra[1] = color.green;
-        bgra[2] = color.red;
-        bgra[3] = shr::ALPHA_MAX;
-    }
+/// A row from one format to another that has no table, as bitmaps convert it.
+void ConvertRow(std::uint8_t* destination, shr::ColorFormat to, const std::uint8_t* row, shr::ColorFormat from,
+                const shr::Color4b* colorTable, int count) {
+    zbm::ConvertPixelRows({destination, to, 0}, {row, from, 0, colorTable}, static_cast<std::uint32_t>(count), 1);
 }
 
 template <class Sample>
@@ -182,29 +153,13 @@ void JoinAlpha(std::uint8_t* bgra, const std::uint8_t* bgr, const std::uint8_t* 
 
 void ToBgra(std::uint8_t* bgra, const std::uint8_t* row, const std::uint8_t* mask, shr::ColorFormat format,
             const shr::Color4b* colorTable, int count) {
-    const auto bytes = 4 * static_cast<std::size_t>(count);
-    switch (format) {
-        case shr::GRAYSCALE_1:
-        case shr::GRAYSCALE_4:
-        case shr::GRAYSCALE_8:
-        case shr::GRAYSCALE_16:
-        case shr::GRAYSCALE_32: FromGrey(bgra, row, format, count); break;
-        case shr::INDEXED_1:
-        case shr::INDEXED_4:
-        case shr::INDEXED_8: FromIndices(bgra, row, shr::ColorFmtToBPP[format], colorTable, count); break;
-        case shr::BGR_24: FromBgr(bgra, row, 3, count); break;
-        case shr::BGRX_32: FromBgr(bgra, row, 4, count); break;
-        case shr::PBGRA_32: FromPremultiplied(bgra, row, count); break;
-        case shr::RGBA_32:
-            std::memcpy(bgra, row, bytes);
-            SwapRedAndBlue(bgra, 4, count);
-            break;
-        default: std::memcpy(bgra, row, bytes); break;
-    }
-    if (mask == nullptr || !HasMask(format)) return;
-    for (int x = 0; x < count; ++x) {
-        if (!BitAt(mask, x)) bgra[4 * static_cast<std::size_t>(x) + 3] = shr::ALPHA_MIN;
-    }
+    if (shr::TraitsOf(format).IsGrey())
+        FromGrey(bgra, row, format, count);  // rounded, where the library's conversion cuts off
+    else
+        ConvertRow(bgra, shr::BGRA_32, row, format, colorTable, count);
+    if (!HasMask(format)) return;
+    for (int x = 0; x < count; ++x)
+        bgra[4 * static_cast<std::size_t>(x) + 3] = mask == nullptr || BitAt(mask, x) ? shr::ALPHA_MAX : shr::ALPHA_MIN;
 }
 
 void LayOver(std::uint8_t* bgr, const std::uint8_t* bgra, shr::Color4b background, int count) {

@@ -47,8 +47,8 @@ void InksToBgr(std::uint8_t* bgr, const std::uint8_t* clearCmyk, int count);
 /// Multiplies the colours of BGR or BGRA pixels by what black lets through: `clearBlack`, 255 of which is all.
 void Darken(std::uint8_t* pixels, int bytesPerPixel, const std::uint8_t* clearBlack, int count);
 
-/// A row of any format (premultiplied ones made straight) to BGRA. Formats without alpha take theirs
-/// from `mask`, or are opaque if it is null.
+/// A row of any format to BGRA: greys rounded, others as zbm::ConvertPixelRows converts them (premultiplied colours
+/// become straight ones). Formats without alpha take theirs from `mask`, or are opaque if it is null.
 void ToBgra(std::uint8_t* bgra, const std::uint8_t* row, const std::uint8_t* mask, shr::ColorFormat format,
             const shr::Color4b* colorTable, int count);
 

@@ -72,6 +72,20 @@ TEST(ColorHistogram, CountsEachOfFewColors) {
     ExpectPoints(histogram.Points(), CellsOf(picture, 8), 8);
 }
 
+TEST(ColorHistogram, CountsEachOf16384ColorsAndCellsFromOneMoreOn) {
+    Picture picture;
+    for (unsigned i = 0; i < 1u << 14; ++i)
+        picture.push_back({static_cast<std::uint8_t>(i), static_cast<std::uint8_t>(i >> 8), 0, 255});
+    ColorHistogram histogram;
+    AddInRows(histogram, picture, 1000);
+    EXPECT_TRUE(histogram.HasAllColors());
+    ExpectPoints(histogram.Points(), CellsOf(picture, 8), 8);
+    picture.push_back({0, 0, 1, 255});
+    histogram.AddRow(picture.back().data(), 1);
+    EXPECT_FALSE(histogram.HasAllColors());
+    ExpectPoints(histogram.Points(), CellsOf(picture, 6), 6);
+}
+
 TEST(ColorHistogram, SumsTheFullColorsOfCellsWhenThereAreMany) {
     const Picture picture = NoisePicture(60000);
     ColorHistogram histogram;

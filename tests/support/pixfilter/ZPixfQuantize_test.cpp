@@ -513,6 +513,24 @@ TEST(ZPixfQuantizePopularity, DoesNotSpendAllEntriesOnOneLargeSurface) {
     EXPECT_TRUE(hasNear({0, 8, 228, 0}));
 }
 
+TEST(ZPixfQuantizePopularity, TakesTheCornersOfTheCubeWhereOnlyTheySpanThePicture) {
+    // Half of the pixels in the dark eighth of the cube, the others spread over the other seven.
+    std::mt19937 random(31);
+    Picture picture = MakePicture(64, 64, [&](unsigned x, unsigned y) {
+        const unsigned corner = y < 32 ? 0 : 1 + x % 7;
+        const auto level = [&](unsigned channel) {
+            return Byte((corner >> channel & 1) * 128 + static_cast<unsigned>(random() % 128));
+        };
+        const std::uint8_t blue = level(0), green = level(1);
+        return Pixel{blue, green, level(2), 255};
+    });
+    ZPixfQuantizePopularity filter;
+    std::set<unsigned> corners;
+    for (const Pixel& entry : Quantize(filter, picture, 8).palette)
+        corners.insert(entry[0] >> 7 | (entry[1] >> 7) << 1 | (entry[2] >> 7) << 2);
+    EXPECT_EQ(corners.size(), 8u);
+}
+
 TEST(ZPixfQuantizeMedian8, ComesCloserThanMedian5) {
     for (const unsigned colors : {4u, 16u, 64u, 256u}) {
         Picture picture = ShadesPicture(128);

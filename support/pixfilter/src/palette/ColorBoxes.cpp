@@ -62,9 +62,10 @@ Cut MedianCut(const Box& box) {
         weights[point->mean[cut.channel]] += point->weight;
     std::uint64_t below = 0;
     cut.from = range.low;
-    // Neither side may become empty.
+    // Neither side becomes empty: if only the greatest value is left, half of it and all the others are no less than
+    // half.
     do below += weights[cut.from++];
-    while (cut.from < range.high && below + weights[cut.from] / 2 < box.total.weight / 2);
+    while (below + weights[cut.from] / 2 < box.total.weight / 2);
     cut.use = static_cast<double>(box.total.weight);
     cut.use *= range.Width();
     return cut;
