@@ -30,6 +30,7 @@ class ZBitmap;
 /// that were written until then stay. Raises internal errors of source file "RunFilters" for a bitmap without rows
 /// (line 9000) and for a filter that is given twice (line 9003), and those of CPixFilterPipeline for too many filters
 /// and a null pointer.
-ZBM_API bool RunFilters(ZBitmap& bitmap, const std::vector<zpixf::ZPixFilterBase*>& filters, shr::IProgress* progress);
+[[nodiscard]] ZBM_API bool RunFilters(ZBitmap& bitmap, const std::vector<zpixf::ZPixFilterBase*>& filters,
+                                      shr::IProgress* progress);
 
 }  // namespace zbm

@@ -42,17 +42,18 @@ class SerializeIO;
 /// Long operations report to an shr::IProgress, which may be null, and end early when its SetProgress throws
 /// shr::AbortException. How that arrives at the caller:
 ///
-/// | operation                                    | arrives as          | what is left |
-/// |----------------------------------------------|---------------------|-----------------------------------------------|
-/// | Serialize, storing                           | false               | the bitmap; an archive that breaks off | |
-/// Serialize, loading                           | false               | a bitmap of 1 x 1                             |
-/// | Create from a bitmap, in its own format      | false               | an empty bitmap | | Create in another format
-/// or at another size  | shr::AbortException | an empty bitmap                               | | FilterScanLines and
-/// all adjustments          | shr::AbortException | the lines written until then, and old colours | | CommitAll |
-/// shr::AbortException | the pixels; reductions are built by the next  |
+/// | operation                                    | arrives as          | what is left                   |
+/// |----------------------------------------------|---------------------|--------------------------------|
+/// | Serialize, storing                           | false               | the bitmap; part of an archive |
+/// | Serialize, loading                           | false               | a bitmap of 1 x 1              |
+/// | Create from a bitmap, in its own format      | false               | an empty bitmap                |
+/// | Create in another format or at another size  | shr::AbortException | an empty bitmap                |
+/// | FilterScanLines, RunFilters, all adjustments | shr::AbortException | the lines written until then   |
+/// | CommitAll                                    | shr::AbortException | the pixels, without reductions |
 ///
-/// A host's own bitmap class may answer false where these raise; what is built upon it hands that on. So a caller that
-/// serves any bitmap looks at both.
+/// An indexed picture keeps its old colours until its last line is written, so lines written until then have wrong
+/// ones. A host's own bitmap class may answer false where these raise; what is built upon it hands that on. So a caller
+/// that serves any bitmap looks at both.
 class ZBM_API ZBitmap : public shr::CTypedObject {
 public:
     // The virtual operations stand in the order of the virtual table, which applications are compiled against.

@@ -15,9 +15,11 @@
 #include "core/checks/BitmapChecks.h"
 #include "core/checks/ColorFormatChecks.h"
 #include "core/checks/ColorTableMatcherChecks.h"
+#include "core/checks/DummyBitmapChecks.h"
 #include "core/checks/MemBitmapChecks.h"
 #include "core/checks/PixFilterPipelineChecks.h"
 #include "core/checks/PixelRectChecks.h"
+#include "core/checks/RunFiltersChecks.h"
 #include "core/checks/ScanRectChecks.h"
 #include "zbm/ZBasicMemBitmap.h"
 
@@ -29,7 +31,8 @@ constexpr int kFirstOwnLine = 9000;
 const CheckList* const kAllLists[] = {
     &ListOf(BasicMemBitmapCheck{}),    &ListOf(BitmapCheck{}),    &ListOf(ColorFormatCheck{}),
     &ListOf(ColorTableMatcherCheck{}), &ListOf(MemBitmapCheck{}), &ListOf(PixFilterPipelineCheck{}),
-    &ListOf(PixelRectCheck{}),         &ListOf(ScanRectCheck{}),
+    &ListOf(PixelRectCheck{}),         &ListOf(ScanRectCheck{}),  &ListOf(DummyBitmapCheck{}),
+    &ListOf(RunFiltersCheck{}),
 };
 
 struct Promised {

@@ -191,18 +191,19 @@ TEST(ZBasicMemBitmapCreate, InAnotherShapeWithSuchTilesGivesABlankPictureToo) {
 
 TEST(ZBasicMemBitmapCreate, ThatFailsLeavesAnEmptyUsableBitmap) {
     struct Case {
-        int width, height, format, tileWidth, tileHeight, line;
+        int width, height, format, tileWidth, tileHeight;
+        BitmapCheck check;
     };
-    for (const Case& c : {Case{-1, 5, 10, 4, 4, 878},
-                          {5, -1, 10, 4, 4, 878},
-                          {5, 5, 10, 0, 4, 879},
-                          {5, 5, 10, 4, 0, 879},
-                          {5, 5, 99, 4, 4, 122},
-                          {5, 5, 0, 4, 4, 122}}) {
+    for (const Case& c : {Case{-1, 5, 10, 4, 4, BitmapCheck::pixelSize},
+                          {5, -1, 10, 4, 4, BitmapCheck::pixelSize},
+                          {5, 5, 10, 0, 4, BitmapCheck::tileSize},
+                          {5, 5, 10, 4, 0, BitmapCheck::tileSize},
+                          {5, 5, 99, 4, 4, BitmapCheck::formatRange},
+                          {5, 5, 0, 4, 4, BitmapCheck::formatRange}}) {
         ZBasicMemBitmap bitmap = FormulaBitmap(37, 23, shr::INDEXED_8, 13, 9);
         EXPECT_TRUE(RaisesInternalError(
             [&] { bitmap.Create(c.width, c.height, static_cast<ColorFormat>(c.format), c.tileWidth, c.tileHeight); },
-            L"zbmbitmap", c.line));
+            c.check));
         EXPECT_TRUE(IsEmpty(bitmap));
         bitmap.Create(37, 23, shr::INDEXED_8, 13, 9);
         testkit::FillByFormula(bitmap);

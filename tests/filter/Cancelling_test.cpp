@@ -8,6 +8,7 @@
 #include "support_code/ArchiveBytes.h"
 #include "support_code/FormulaPicture.h"
 #include "support_code/TestProgress.h"
+#include "zbm/RunFilters.h"
 #include "zbm/SerializeIO.h"
 #include "zbm/ZMemBitmap.h"
 #include "zpixf/ZPixfAdjust.h"
@@ -53,6 +54,13 @@ bool Quantize(ZMemBitmap& bitmap, shr::IProgress* progress) {
 bool Filter(ZMemBitmap& bitmap, shr::IProgress* progress) {
     zpixf::ZPixfDesaturate filter;
     return bitmap.FilterScanLines(filter, progress);
+}
+
+bool RunTwo(ZMemBitmap& bitmap, shr::IProgress* progress) {
+    zpixf::ZPixfDesaturate first;
+    zpixf::ZPixfConvolution3 second;
+    second.SetConvolution(zpixf::ZPixf3x3Mode::blur);
+    return zbm::RunFilters(bitmap, {&first, &second}, progress);
 }
 
 template <bool (zbm::ZBitmap::*adjust)(double, shr::IProgress*)>
@@ -101,6 +109,7 @@ const Operation kOperations[] = {
          return bitmap.Create(90, 300, source, {0, 0, kWidth, kHeight}, zbm::ResizeBilinear, progress);
      }},
     {"FilterScanLines", Arrives::asAbortException, Left::linesOfBoth, &Filter},
+    {"RunFilters", Arrives::asAbortException, Left::linesOfBoth, &RunTwo},
     {"ChangeBrightness", Arrives::asAbortException, Left::linesOfBoth, &Adjust<&zbm::ZBitmap::ChangeBrightness>},
     {"ChangeContrast", Arrives::asAbortException, Left::linesOfBoth, &Adjust<&zbm::ZBitmap::ChangeContrast>},
     {"ChangeSaturation", Arrives::asAbortException, Left::linesOfBoth, &Adjust<&zbm::ZBitmap::ChangeSaturation>},

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "core/OpenBitmaps.h"
+#include "core/checks/PixFilterPipelineChecks.h"
+#include "core/checks/RunFiltersChecks.h"
 #include "filter/FlatPicture.h"
 #include "filter/StubFilters.h"
 #include "support_code/ExpectError.h"
@@ -24,8 +26,6 @@ using testkit::TestProgress;
 using zbm::RunFilters;
 using zbm::ZBasicMemBitmap;
 using zpixf::ZPixfType;
-
-constexpr const wchar_t* kSourceFile = L"RunFilters";
 
 OpenBitmap OwnBitmap(int width, int height, ColorFormat format, int tileWidth, int tileHeight) {
     OpenBitmap bitmap(width, height, format, tileWidth, tileHeight);
@@ -123,7 +123,7 @@ TEST(RunFilters, CancellingPassesOnFromEveryReportAndLeavesTheRowsWrittenUntilTh
     for (const int report : {1, 2, 3}) {
         testkit::FillByFormula(bitmap);
         TestProgress progress(report);
-        EXPECT_THROW(RunFilters(bitmap, {&filter}, &progress), shr::AbortException);
+        EXPECT_THROW(static_cast<void>(RunFilters(bitmap, {&filter}, &progress)), shr::AbortException);
         EXPECT_FALSE(filter.IsStarted());
         const int written = (report - 1) * 100 / 16 * 16;
         for (int y = 0; y < 250; ++y) {
@@ -139,7 +139,7 @@ TEST(RunFilters, AFilterThatFailsIsReportedInItsOwnWords) {
     LineFilter first(ZPixfType::Brightness), failing(ZPixfType::Brightness);
     failing.failingLine = 1;
     try {
-        RunFilters(bitmap, {&first, &failing}, nullptr);
+        static_cast<void>(RunFilters(bitmap, {&first, &failing}, nullptr));
         FAIL() << "raises nothing";
     } catch (const shr::Exception& error) { EXPECT_EQ(error.GetMessageText(), L"The line fails."); }
     EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
@@ -196,16 +196,23 @@ TEST(RunFilters, DropsTheReductionsOfABitmapThatHasThem) {
 TEST(RunFilters, RefusesWhatItCannotRun) {
     OpenBitmap none, flat(0, 5, shr::BGRA_32, 4, 4), bitmap = OwnBitmap(5, 5, shr::BGRA_32, 4, 4);
     LineFilter filter(ZPixfType::Brightness);
-    EXPECT_TRUE(RaisesInternalError([&] { RunFilters(none, {&filter}, nullptr); }, kSourceFile, 9000));
+    EXPECT_TRUE(
+        RaisesInternalError([&] { return RunFilters(none, {&filter}, nullptr); }, zbm::RunFiltersCheck::firstInputRow));
     EXPECT_TRUE(RunFilters(flat, {&filter}, nullptr)) << "there is nothing to filter";
-    EXPECT_TRUE(RaisesInternalError([&] { RunFilters(bitmap, {&filter, &filter}, nullptr); }, kSourceFile, 9003));
-    EXPECT_TRUE(RaisesInternalError([&] { RunFilters(bitmap, {nullptr}, nullptr); }, L"ZBMPixFilterPipeline", 76));
+    EXPECT_TRUE(RaisesInternalError(
+        [&] {
+            return RunFilters(bitmap, {&filter, &filter}, nullptr);
+        },
+        zbm::RunFiltersCheck::filterGivenTwice));
+    EXPECT_TRUE(RaisesInternalError([&] { return RunFilters(bitmap, {nullptr}, nullptr); },
+                                    zbm::PixFilterPipelineCheck::filter));
 
     std::vector<std::unique_ptr<LineFilter>> many;
     std::vector<zpixf::ZPixFilterBase*> chain;
     for (int i = 0; i < 17; ++i)
         chain.push_back(many.emplace_back(std::make_unique<LineFilter>(ZPixfType::Brightness)).get());
-    EXPECT_TRUE(RaisesInternalError([&] { RunFilters(bitmap, chain, nullptr); }, L"ZBMPixFilterPipeline", 165));
+    EXPECT_TRUE(
+        RaisesInternalError([&] { return RunFilters(bitmap, chain, nullptr); }, zbm::PixFilterPipelineCheck::stages));
     chain.resize(15);
     EXPECT_TRUE(RunFilters(bitmap, chain, nullptr));
     EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
