@@ -275,13 +275,13 @@ TEST(MemBitmapArchiveFailure, OfTheArchiveAtAnyReadAfterTheVersionsPassesOnAndLe
 
 // Whether or not the archive tells how much is left.
 
-void ExpectRefusedAndEmpty(const Bytes& bytes) {
+void ExpectRefusedAndEmpty(const Bytes& bytes, MemBitmapCheck check) {
     PlainArchive plain(bytes);
     shr::MemoryArchive telling(bytes);
     SerializeIO plainIn(plain, false), tellingIn(telling, false);
     for (SerializeIO* io : {&plainIn, &tellingIn}) {
         OpenMemBitmap bitmap = WithReductions();
-        EXPECT_TRUE(RaisesReadArchive([&] { bitmap.Serialize(*io, nullptr, nullptr); }, kFile));
+        EXPECT_TRUE(RaisesReadArchive([&] { return bitmap.Serialize(*io, nullptr, nullptr); }, check));
         EXPECT_EQ(bitmap.GetColorFormat(), shr::FORMAT_NONE);
         EXPECT_EQ(bitmap.GetNumScanRectRows(), 0);
         EXPECT_TRUE(bitmap.reductions.empty());
@@ -309,14 +309,15 @@ TEST(MemBitmapArchive, HasUpTo31ReductionsOfAnySize) {
 }
 
 TEST(MemBitmapArchiveFailure, AtMoreThan31ReductionsLeavesAnEmptyBitmap) {
-    ExpectRefusedAndEmpty(PictureWithReductions(32, 3, 3));
+    ExpectRefusedAndEmpty(PictureWithReductions(32, 3, 3), MemBitmapCheck::reductionCount);
     ZBasicMemBitmap picture = FormulaBitmap(5, 5, shr::BGRA_32, 4, 4);
-    ExpectRefusedAndEmpty(ArchiveWriter().U16(1).Raw(Stored(picture, false)).U32(1).U32(0xFFFFFFFF).Take());
+    ExpectRefusedAndEmpty(ArchiveWriter().U16(1).Raw(Stored(picture, false)).U32(1).U32(0xFFFFFFFF).Take(),
+                          MemBitmapCheck::reductionCount);
 }
 
 TEST(MemBitmapArchiveFailure, AtAReductionWithoutPixelsLeavesAnEmptyBitmap) {
     for (const auto& [width, height] : {std::pair{0, 9}, {9, 0}, {0, 0}})
-        ExpectRefusedAndEmpty(PictureWithReductions(1, width, height));
+        ExpectRefusedAndEmpty(PictureWithReductions(1, width, height), MemBitmapCheck::reductionSize);
 }
 
 TEST(MemBitmapArchive, OfAnEmptyBitmapIsNotStored) {
@@ -324,11 +325,12 @@ TEST(MemBitmapArchive, OfAnEmptyBitmapIsNotStored) {
     EXPECT_ANY_THROW(bitmap.Create(-1, 1, shr::BGRA_32));
     PlainArchive archive;
     SerializeIO io(archive, true);
-    EXPECT_TRUE(
-        testkit::RaisesNamedError([&] { bitmap.Serialize(io, nullptr, nullptr); }, testkit::kWriteArchiveText, kFile));
+    EXPECT_TRUE(testkit::RaisesNamedError([&] { return bitmap.Serialize(io, nullptr, nullptr); },
+                                          testkit::kWriteArchiveText, MemBitmapCheck::storedFormat));
     EXPECT_TRUE(archive.sizes.empty());
     NoLegacy legacy;
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(io, nullptr, &legacy); }, kFile, 323)) << "the first check";
+    EXPECT_TRUE(RaisesInternalError([&] { return bitmap.Serialize(io, nullptr, &legacy); }, MemBitmapCheck::legacy))
+        << "the first check";
 }
 
 }  // namespace

@@ -10,9 +10,9 @@ SHR_API bool IsFolder(const ZString& path) noexcept;
 /// Deletes a file; false if that fails (LastSystemError() tells why).
 SHR_API bool RemoveFile(const ZString& name) noexcept;
 /// Gives a file its new name, replacing a file of that name in one step, and returns when the device has the new name:
-/// even after a crash it stands for the old file or for the new one (if that was flushed to the device before). False if
-/// that fails (LastSystemError() tells why); both files are then as they were, or, if it was the device that failed in
-/// the end, the new one has its name, but nobody knows for how long.
+/// even after a crash it stands for the old file or for the new one (if that was flushed to the device before). False
+/// if that fails (LastSystemError() tells why); both files are then as they were, or, if it was the device that failed
+/// in the end, the new one has its name, but nobody knows for how long.
 SHR_API bool RenameFile(const ZString& from, const ZString& to) noexcept;
 
 /// Work on names of files and folders.
