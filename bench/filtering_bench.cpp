@@ -36,7 +36,7 @@ void ChangeBrightness(benchmark::State& state) {
     const auto bitmap = LargeBitmap(shr::BGRA_32);
     double amount = 0.1;
     AgainstCopying(state, 2 * BytesOf(shr::BGRA_32), [&] {
-        bitmap->ChangeBrightness(amount, nullptr);
+        benchmark::DoNotOptimize(bitmap->ChangeBrightness(amount, nullptr));
         amount = -amount;
     });
 }
@@ -46,14 +46,15 @@ void ConvertToNew(benchmark::State& state) {
     const auto bitmap = LargeBitmap(shr::BGR_24);
     AgainstCopying(state, BytesOf(shr::BGR_24) + BytesOf(shr::BGRA_32), [&] {
         zbm::ZBasicMemBitmap result(1, 1, shr::BGRA_32);
-        result.Create(shr::BGRA_32, *bitmap, nullptr);
+        benchmark::DoNotOptimize(result.Create(shr::BGRA_32, *bitmap, nullptr));
     });
 }
 
 /// Each level is read once but the last, and written once: 1 + 1/4 + ... read, 1/4 + 1/16 + ... written.
 void CommitAll(benchmark::State& state) {
     const auto bitmap = LargeBitmap(shr::BGRA_32);
-    AgainstCopying(state, BytesOf(shr::BGRA_32) * 5 / 3, [&] { bitmap->CommitAll(nullptr, true); });
+    AgainstCopying(state, BytesOf(shr::BGRA_32) * 5 / 3,
+                   [&] { benchmark::DoNotOptimize(bitmap->CommitAll(nullptr, true)); });
 }
 
 /// After a change, which drops the levels and with them their memory.
@@ -61,14 +62,15 @@ void CommitAllAnew(benchmark::State& state) {
     const auto bitmap = LargeBitmap(shr::BGRA_32);
     AgainstCopying(state, BytesOf(shr::BGRA_32) * 5 / 3, [&] {
         bitmap->CommitScanRect(0, 0);
-        bitmap->CommitAll(nullptr);
+        benchmark::DoNotOptimize(bitmap->CommitAll(nullptr));
     });
 }
 
 void Convert(benchmark::State& state, shr::ColorFormat from, shr::ColorFormat to) {
     const auto bitmap = LargeBitmap(from);
     zbm::ZBasicMemBitmap result(1, 1, shr::BGRA_32);
-    AgainstCopying(state, BytesOf(from) + BytesOf(to), [&] { result.Create(to, *bitmap, nullptr); });
+    AgainstCopying(state, BytesOf(from) + BytesOf(to),
+                   [&] { benchmark::DoNotOptimize(result.Create(to, *bitmap, nullptr)); });
 }
 
 BENCHMARK(ChangeBrightness)->UseManualTime()->Iterations(5);

@@ -196,11 +196,11 @@ INSTANTIATE_TEST_SUITE_P(Compressions, DamagedStrip,
 TEST(LargestPicture, IsRefusedByItsPixelsBeforeAnythingIsMadeOfIt) {
     const ScratchFolder folder;
     std::ostringstream errors;
-    tool::Console console(errors, false);
+    tool::Console console(errors, [] { return 0; });
     tool::ConsoleProgress progress(console);
     const auto read = [&](const Bytes& file, std::uint64_t maxPixels) {
         WriteFile(folder.File("in"), file);
-        return tool::ReadPicture(shr::ZString::FromUtf8(folder.File("in")), {}, {.maxPixels = maxPixels}, console,
+        return tool::ReadPicture({shr::ZString::FromUtf8(folder.File("in")), {.maxPixels = maxPixels}}, {}, console,
                                  progress);
     };
     const Image image = RandomImage(Kind::rgb, 8, 21, 13, 1);
