@@ -38,15 +38,21 @@ function(build_project project lists type)
     run("${CMAKE_COMMAND}" --build "${project}/build" --parallel 2)
 endfunction()
 
-# expect(<folder> <pattern>...): each pattern is one file at least, or none if "NOT" stands before it.
+# expect(<folder> <pattern>...): each pattern is one path below the folder at least, or none if "NOT" stands before it. A
+# star stands for anything.
 function(expect folder)
+    file(GLOB_RECURSE paths RELATIVE "${folder}" "${folder}/*")
     set(wanted TRUE)
     foreach(pattern IN LISTS ARGN)
         if(pattern STREQUAL "NOT")
             set(wanted FALSE)
             continue()
         endif()
-        file(GLOB_RECURSE found "${folder}/${pattern}")
+        string(REPLACE "." "\\." regex "${pattern}")
+        string(REPLACE "+" "\\+" regex "${regex}")
+        string(REPLACE "*" ".*" regex "${regex}")
+        set(found ${paths})
+        list(FILTER found INCLUDE REGEX "^${regex}$")
         if((wanted AND NOT found) OR (NOT wanted AND found))
             message(SEND_ERROR "${folder}: ${pattern} is ${found}")
         endif()

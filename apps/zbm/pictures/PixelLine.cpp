@@ -10,7 +10,7 @@ namespace {
 template <int kBits>
 struct Pixel {
     static void Copy(std::uint8_t* to, std::ptrdiff_t toX, const std::uint8_t* from, std::ptrdiff_t fromX) {
-        constexpr std::size_t kBytes = kBits / 8;
+        constexpr std::ptrdiff_t kBytes = kBits / 8;
         std::memcpy(to + toX * kBytes, from + fromX * kBytes, kBytes);
     }
 };

@@ -84,7 +84,8 @@ PngReader::PngReader(PictureSource& pictureSource, Notes& target) : source(pictu
 }
 
 void PngReader::OpenFile() {
-    handle.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, this, &OnError, &OnWarning);
+    // Guarded as well: it warns where memory is short.
+    guard.Run([this] { handle.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, this, &OnError, &OnWarning); });
     if (handle.png == nullptr) throw std::bad_alloc();
     guard.Run([this] {
         handle.info = png_create_info_struct(handle.png);

@@ -1,5 +1,7 @@
 #include "pictures/TiffStream.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
@@ -50,9 +52,14 @@ TiffStream::TiffStream(Data& file, const char* mode, Notes& target) : data(file)
     }
 }
 
-TiffStream::~TiffStream() { TIFFClose(tiff); }
+TiffStream::~TiffStream() {
+    // The library (4.5.0 does) would write from buffers that it could not get.
+    if (hasFailed) TIFFSetMode(tiff, O_RDONLY);
+    TIFFClose(tiff);
+}
 
 void TiffStream::Check(bool succeeded) {
+    hasFailed = hasFailed || pending || !succeeded;
     if (pending) std::rethrow_exception(std::exchange(pending, nullptr));
     const std::string text = std::exchange(message, {});
     if (!succeeded) throw std::runtime_error(text.empty() ? "the TIFF library gives no reason" : text);

@@ -35,6 +35,7 @@ public:
 
     /// `mode` as for TIFFOpen. `file` and `target`, for the library's warnings, are borrowed.
     TiffStream(Data& file, const char* mode, Notes& target);
+    /// What was not written by then is not, if anything failed.
     ~TiffStream();
     TiffStream(const TiffStream&) = delete;
     TiffStream& operator=(const TiffStream&) = delete;
@@ -62,6 +63,7 @@ private:
     Notes& notes;
     std::exception_ptr pending;
     std::string message;  // the first since the last Check that tells of an error
+    bool hasFailed = false;
     TIFF* tiff = nullptr;
 };
 
