@@ -177,6 +177,16 @@ TEST_P(EveryQuantizer, KeepsAPictureOfFewColorsExact) {
         }
 }
 
+TEST_P(EveryQuantizer, GivesFewColorsInTheOrderInWhichTheyAppear) {
+    const std::vector<Pixel> colors = {{9, 9, 9, 255}, {200, 0, 0, 255}, {0, 0, 0, 255}, {0, 100, 0, 255}};
+    for (const unsigned desired : {4u, 5u}) {
+        Picture picture = MakePicture(16, 4, [&](unsigned x, unsigned) { return colors[x * x / 64]; });
+        std::vector<Pixel> expected = colors;
+        for (Pixel& entry : expected) entry[3] = 0;
+        EXPECT_EQ(Quantize(*filter, picture, desired).palette, expected);
+    }
+}
+
 TEST_P(EveryQuantizer, UsesAllDesiredColorsWhereThePictureHasMore) {
     Picture pictures[] = {
         NoisePicture(200, 200),  // cells
@@ -511,6 +521,18 @@ TEST(ZPixfQuantizePopularity, DoesNotSpendAllEntriesOnOneLargeSurface) {
     EXPECT_TRUE(hasNear({160, 16, 16, 0}));
     EXPECT_TRUE(hasNear({13, 215, 20, 0}));
     EXPECT_TRUE(hasNear({0, 8, 228, 0}));
+}
+
+TEST(ZPixfQuantizePopularity, TakesACoarserColorThatJustHalvesTheError) {
+    Picture picture = MakePicture(4, 1, [](unsigned x, unsigned) { return Pixel{Byte(x / 2 * 2), 0, 0, 255}; });
+    ZPixfQuantizePopularity filter;  // two pixels 2 away from one of the colours, or four 1 away from their mean
+    EXPECT_EQ(Quantize(filter, picture, 1).palette, (std::vector<Pixel>{{1, 0, 0, 0}}));
+}
+
+TEST(ZPixfQuantizeMedian5, GivesEachCellOfFiveBitsAnEntryWhereThereAreJustAsMany) {
+    Picture picture = MakePicture(9, 1, [](unsigned x, unsigned) { return Pixel{Byte(x < 8 ? x : 200), 0, 0, 255}; });
+    ZPixfQuantizeMedian5 filter;
+    EXPECT_EQ(Quantize(filter, picture, 2).palette, (std::vector<Pixel>{{4, 0, 0, 0}, {200, 0, 0, 0}}));
 }
 
 TEST(ZPixfQuantizePopularity, TakesTheCornersOfTheCubeWhereOnlyTheySpanThePicture) {
