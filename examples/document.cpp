@@ -12,13 +12,13 @@ struct Document {
     zbm::ZMemBitmap picture{1, 1, shr::BGRA_32};
     std::int32_t zoomPercent = 100;
 
-    /// Stores or loads, as the archive goes. False when the picture was cancelled.
+    /// Stores or loads, as the archive goes. False when the picture was cancelled, or parts of it are damaged.
     bool Serialize(shr::FileArchive& archive) {
         SerializeTitle(archive);
         zbm::SerializeIO io(archive, true);  // with the reductions, so that nobody has to build them again
         if (!picture.Serialize(io, nullptr, nullptr)) return false;
         SerializeBytes(archive, &zoomPercent, sizeof zoomPercent);
-        return true;
+        return io.DamagedBlocks() == 0;
     }
 
 private:

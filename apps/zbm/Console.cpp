@@ -61,7 +61,10 @@ void Console::Warning(const ZString& file, std::string_view text) {
 
 void Console::Line(const ZString& file, std::string_view kind, std::string_view text) {
     ClearStatus();
-    stream << "zbm: " << Escaped(file) << ": " << kind << OnOneLine(text) << '\n' << std::flush;
+    // Whole before it is written, so that the want of memory leaves no half of it.
+    std::string line("zbm: ");
+    line.append(Escaped(file)).append(": ").append(kind).append(OnOneLine(text)).push_back('\n');
+    stream << line << std::flush;
 }
 
 std::size_t Console::StatusWidth() const {

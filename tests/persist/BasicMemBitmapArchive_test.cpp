@@ -35,8 +35,6 @@ using zbm::SerializeIO;
 using zbm::ZBasicMemBitmap;
 using zcdl::CodecMethod;
 
-constexpr const wchar_t* kFile = L"ZBMBasicMemBitmap";
-
 class NoLegacy : public zbm::ISerializeLegacyGCS {
 public:
     void SerializeGCS(shr::ISerialize&) override { FAIL() << "the legacy serializer is called"; }
@@ -286,7 +284,7 @@ TEST(BitmapArchive, OfAMissingTileIsNotStored) {
     target.ChangeFrom(source);
     PlainArchive archive;
     SerializeIO io(archive, false);
-    EXPECT_TRUE(RaisesInternalError([&] { source.Serialize(io, nullptr, nullptr); }, kFile));
+    EXPECT_TRUE(RaisesInternalError([&] { source.Serialize(io, nullptr, nullptr); }, BasicMemBitmapCheck::tile));
 }
 
 TEST(BitmapArchive, OfAnEmptyBitmapIsNotStored) {
@@ -295,10 +293,11 @@ TEST(BitmapArchive, OfAnEmptyBitmapIsNotStored) {
     PlainArchive archive;
     SerializeIO io(archive, false);
     EXPECT_TRUE(testkit::RaisesNamedError([&] { bitmap.Serialize(io, nullptr, nullptr); }, testkit::kWriteArchiveText,
-                                          L"zbmbitmap"));
+                                          BitmapCheck::storedFormat));
     EXPECT_TRUE(archive.sizes.empty());
     NoLegacy legacy;
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(io, nullptr, &legacy); }, kFile, 770)) << "the first check";
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(io, nullptr, &legacy); }, BasicMemBitmapCheck::legacy))
+        << "the first check";
 }
 
 // Records of unknown versions: what was read before them stays.
@@ -324,7 +323,7 @@ TEST(BitmapArchiveVersion, OfTheBitmapLeavesALayoutWithoutTiles) {
         EXPECT_EQ(bitmap.GetYResolution(), 200);
         for (int row = 0; row < 2; ++row)
             for (int col = 0; col < 2; ++col)
-                EXPECT_TRUE(RaisesInternalError([&] { bitmap.LockScanRect(row, col); }, kFile));
+                EXPECT_TRUE(RaisesInternalError([&] { bitmap.LockScanRect(row, col); }, BasicMemBitmapCheck::tile));
         ZBasicMemBitmap copy(bitmap);
         bitmap.Create(3, 3, shr::BGR_24);
         EXPECT_EQ(testkit::GetPixel(bitmap, 2, 2), 0u);
@@ -342,7 +341,7 @@ TEST(BitmapArchiveVersion, OfATileLeavesTheTilesBeforeIt) {
     EXPECT_EQ(bitmap.GetPixelWidth(), 5);
     EXPECT_EQ(testkit::GetPixel(bitmap, 0, 0), 0u);
     EXPECT_EQ(testkit::GetPixel(bitmap, 4, 3), 0x01010101u);
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.LockScanRect(1, 1); }, kFile));
+    EXPECT_TRUE(RaisesInternalError([&] { bitmap.LockScanRect(1, 1); }, BasicMemBitmapCheck::tile));
     std::vector<std::uint8_t> pixels(5 * 6 * 4);
     EXPECT_NO_THROW(bitmap.FetchRegion(pixels.data(), 20, RECT{0, 0, 5, 4}));
     bitmap.Create(3, 3, shr::BGR_24);
@@ -374,10 +373,10 @@ TEST(BitmapArchiveFailure, AtATileThatIsNotOfItsPlacesSizeOrFormatLeavesAnEmptyB
                                 .Block(Bytes(64))
                                 .Raw(Bytes(2000))
                                 .Take();
-        EXPECT_TRUE(RaisesReadArchive([&] { Load(bitmap, bytes); }, L"ZBMScanRect"))
+        EXPECT_TRUE(RaisesReadArchive([&] { Load(bitmap, bytes); }, ScanRectCheck::recordPlace))
             << c.width << " x " << c.height << ", format " << c.format;
         EXPECT_TRUE(IsEmptyAndUsable(bitmap));
-        EXPECT_TRUE(RaisesReadArchive([&] { LoadKnowingLength(bitmap, bytes); }, L"ZBMScanRect"));
+        EXPECT_TRUE(RaisesReadArchive([&] { LoadKnowingLength(bitmap, bytes); }, ScanRectCheck::recordPlace));
         EXPECT_TRUE(IsEmptyAndUsable(bitmap));
     }
 }
@@ -438,7 +437,7 @@ TEST(BitmapArchiveFailure, AtAnArchiveThatIsTooShortForItsTilesIsTheReadError) {
     const Bytes whole = Stored(source);
     ZBasicMemBitmap bitmap = FormulaBitmap(37, 23, shr::INDEXED_4, 13, 9);
     const Bytes cut(whole.begin(), whole.begin() + 40);
-    EXPECT_TRUE(RaisesReadArchive([&] { LoadKnowingLength(bitmap, cut); }, L"zbmbitmap"));
+    EXPECT_TRUE(RaisesReadArchive([&] { LoadKnowingLength(bitmap, cut); }, BitmapCheck::archivedTiles));
     EXPECT_TRUE(IsEmptyAndUsable(bitmap));
 }
 

@@ -24,8 +24,6 @@ using testkit::RaisesReadArchive;
 using zbm::BitmapCheck;
 using zbm::SerializeIO;
 
-constexpr const wchar_t* kFile = L"zbmbitmap";
-
 /// Reads 3 bytes of its own and notes where.
 class LegacyReader : public zbm::ISerializeLegacyGCS {
 public:
@@ -213,7 +211,7 @@ TEST(FormatInfo, OfMoreColorsThanATableHoldsIsRefusedAndLeavesAnEmptyBitmap) {
                                     .U32(count)
                                     .Raw(Bytes(3000, 0xEE))
                                     .Take();
-            EXPECT_TRUE(RaisesReadArchive([&] { Load(bitmap, bytes); }, kFile));
+            EXPECT_TRUE(RaisesReadArchive([&] { Load(bitmap, bytes); }, BitmapCheck::archivedColorCount));
             EXPECT_EQ(bitmap.GetColorFormat(), shr::FORMAT_NONE);
             EXPECT_EQ(bitmap.GetNumColorTableItems(), 0u);
             EXPECT_EQ(bitmap.GetNumScanRectRows(), 0);
@@ -265,8 +263,8 @@ TEST(FormatInfo, OfABitmapWithoutFormatIsNotStored) {
     bitmap.Free();
     PlainArchive archive;
     SerializeIO io(archive, false);
-    EXPECT_TRUE(
-        testkit::RaisesNamedError([&] { bitmap.SerializeFormatInfo(io, nullptr); }, testkit::kWriteArchiveText, kFile));
+    EXPECT_TRUE(testkit::RaisesNamedError([&] { bitmap.SerializeFormatInfo(io, nullptr); }, testkit::kWriteArchiveText,
+                                          BitmapCheck::storedFormat));
     EXPECT_TRUE(archive.bytes.empty());
 }
 
@@ -294,7 +292,7 @@ TEST(FormatInfo, OfAGridThatTheRestOfTheArchiveCannotHoldIsRefused) {
         shr::MemoryArchive archive(
             ArchiveWriter().FormatInfo(c.height, c.width, c.format, c.tileHeight, c.tileWidth).Raw(Bytes(2000)).Take());
         SerializeIO io(archive, false);
-        EXPECT_TRUE(RaisesReadArchive([&] { bitmap.SerializeFormatInfo(io, nullptr); }, kFile))
+        EXPECT_TRUE(RaisesReadArchive([&] { bitmap.SerializeFormatInfo(io, nullptr); }, BitmapCheck::archivedTiles))
             << c.width << " x " << c.height;
         EXPECT_EQ(bitmap.GetColorFormat(), shr::FORMAT_NONE);
         EXPECT_EQ(bitmap.GetNumScanRectRows(), 0);
@@ -306,7 +304,8 @@ TEST(FormatInfo, OfAGridWithoutEndIsRefusedEvenWhereTheArchiveDoesNotTellItsLeng
     for (const auto& [height, width] : {std::pair{kMax, kMax}, {kMax, 1}, {1, kMax}, {kMax, 0}}) {
         OpenBitmap bitmap;
         EXPECT_TRUE(RaisesReadArchive(
-            [&, h = height, w = width] { Load(bitmap, ArchiveWriter().FormatInfo(h, w, 10, 1, 1).Take()); }, kFile));
+            [&, h = height, w = width] { Load(bitmap, ArchiveWriter().FormatInfo(h, w, 10, 1, 1).Take()); },
+            BitmapCheck::archivedTiles));
         EXPECT_EQ(bitmap.GetNumScanRectRows(), 0);
     }
 }

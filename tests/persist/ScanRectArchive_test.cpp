@@ -26,8 +26,6 @@ using zbm::SerializeIO;
 using zbm::ZScanRect;
 using zcdl::CodecMethod;
 
-constexpr const wchar_t* kFile = L"ZBMScanRect";
-
 Bytes PixelBlock(const ZScanRect& tile) {
     const std::uint8_t* start = tile.GetRowPtr(tile.GetHeight() - 1);
     return {start, start - tile.GetHeight() * tile.GetStride()};
@@ -164,10 +162,10 @@ TEST(TileInArchive, TooLargeToBeRealIsRefusedBeforeMemoryIsTaken) {
     for (const auto& [width, height] : {std::pair{kMax, kMax}, {1 << 16, 1 << 15}, {1 << 28, 4}, {kMax, 3}}) {
         ZScanRect tile(3, 3, shr::BGR_24);
         const Bytes bytes = ArchiveWriter().TileHead(width, height, shr::BGRA_32).Block(Bytes(4)).Take();
-        EXPECT_TRUE(RaisesReadArchive([&] { Load(tile, bytes); }, kFile));
+        EXPECT_TRUE(RaisesReadArchive([&] { Load(tile, bytes); }, ScanRectCheck::recordBlocks));
         shr::MemoryArchive archive(bytes);
         SerializeIO io(archive, false);
-        EXPECT_TRUE(RaisesReadArchive([&] { tile.Serialize(io); }, kFile));
+        EXPECT_TRUE(RaisesReadArchive([&] { tile.Serialize(io); }, ScanRectCheck::recordBlocks));
         EXPECT_EQ(tile.GetWidth(), 3);
     }
 }
@@ -178,7 +176,7 @@ TEST(TileInArchive, ThatTheRestOfTheArchiveCannotHoldIsRefused) {
     const Bytes pixels = PixelBlock(tile);
     shr::MemoryArchive archive(ArchiveWriter().TileHead(1 << 14, 1 << 14, shr::BGRA_32).Block(Bytes(4)).Take());
     SerializeIO io(archive, false);
-    EXPECT_TRUE(RaisesReadArchive([&] { tile.Serialize(io); }, kFile));
+    EXPECT_TRUE(RaisesReadArchive([&] { tile.Serialize(io); }, ScanRectCheck::recordLength));
     EXPECT_EQ(PixelBlock(tile), pixels);
 }
 
@@ -210,7 +208,8 @@ TEST(TileInArchive, TooLargeToFrameIsNotStored) {
     ZScanRect tile(1 << 16, (1 << 14) + 1, shr::BGRA_32);
     PlainArchive archive;
     SerializeIO io(archive, false);
-    EXPECT_TRUE(testkit::RaisesNamedError([&] { tile.Serialize(io); }, testkit::kWriteArchiveText, kFile));
+    EXPECT_TRUE(testkit::RaisesNamedError([&] { tile.Serialize(io); }, testkit::kWriteArchiveText,
+                                          ScanRectCheck::storedBlocks));
     EXPECT_TRUE(archive.bytes.empty());
 }
 
