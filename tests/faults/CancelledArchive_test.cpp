@@ -129,7 +129,7 @@ TYPED_TEST(CancelledArchive, ByAProgressTargetThatFailsPassesTheErrorOn) {
             FailingProgress whileStoring(call, number), whileLoading(call, number);
             shr::MemoryArchive stored, loaded(whole);
             zbm::SerializeIO io(stored, true, zcdl::CodecMethod::fast);
-            const bool storing = PassesTheErrorOn([&] { picture.Serialize(io, &whileStoring, nullptr); });
+            const bool storing = PassesTheErrorOn([&] { return picture.Serialize(io, &whileStoring, nullptr); });
             EXPECT_EQ(storing, whileStoring.hasFailed);
             EXPECT_EQ(whileStoring.openTasks, 0);
             EXPECT_TRUE(IsSamePicture(picture, MakeTallPicture<TypeParam>()));

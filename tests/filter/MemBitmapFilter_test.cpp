@@ -492,11 +492,11 @@ TEST(MemBitmapFilter, APictureWithoutRowsIsRefusedAndOneWithoutColumnsHasNothing
     ZBasicMemBitmap bitmap(1, 1, shr::BGR_24);
     LineFilter filter(ZPixfType::Brightness);
     bitmap.Create(5, 0, shr::BGR_24);
-    EXPECT_TRUE(
-        RaisesInternalError([&] { bitmap.FilterScanLines(filter, nullptr); }, BasicMemBitmapCheck::firstInputRow));
+    EXPECT_TRUE(RaisesInternalError([&] { return bitmap.FilterScanLines(filter, nullptr); },
+                                    BasicMemBitmapCheck::firstInputRow));
     bitmap.Create(0, 0, shr::INDEXED_8);
-    EXPECT_TRUE(
-        RaisesInternalError([&] { bitmap.FilterScanLines(filter, nullptr); }, BasicMemBitmapCheck::firstInputRow));
+    EXPECT_TRUE(RaisesInternalError([&] { return bitmap.FilterScanLines(filter, nullptr); },
+                                    BasicMemBitmapCheck::firstInputRow));
     bitmap.Create(0, 5, shr::INDEXED_8);
     EXPECT_TRUE(bitmap.FilterScanLines(filter, nullptr));
 }

@@ -168,8 +168,10 @@ TEST(BitmapArchive, TakesNoLegacySerializerInEitherDirection) {
     NoLegacy legacy;
     PlainArchive storing, loading(FourTiles());
     SerializeIO out(storing, false), in(loading, false);
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(out, nullptr, &legacy); }, BasicMemBitmapCheck::legacy));
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(in, nullptr, &legacy); }, BasicMemBitmapCheck::legacy));
+    EXPECT_TRUE(
+        RaisesInternalError([&] { return bitmap.Serialize(out, nullptr, &legacy); }, BasicMemBitmapCheck::legacy));
+    EXPECT_TRUE(
+        RaisesInternalError([&] { return bitmap.Serialize(in, nullptr, &legacy); }, BasicMemBitmapCheck::legacy));
     EXPECT_TRUE(storing.bytes.empty());
     EXPECT_EQ(loading.position, 0u);
     EXPECT_TRUE(IsFormulaPicture(bitmap));
@@ -284,7 +286,7 @@ TEST(BitmapArchive, OfAMissingTileIsNotStored) {
     target.ChangeFrom(source);
     PlainArchive archive;
     SerializeIO io(archive, false);
-    EXPECT_TRUE(RaisesInternalError([&] { source.Serialize(io, nullptr, nullptr); }, BasicMemBitmapCheck::tile));
+    EXPECT_TRUE(RaisesInternalError([&] { return source.Serialize(io, nullptr, nullptr); }, BasicMemBitmapCheck::tile));
 }
 
 TEST(BitmapArchive, OfAnEmptyBitmapIsNotStored) {
@@ -292,11 +294,12 @@ TEST(BitmapArchive, OfAnEmptyBitmapIsNotStored) {
     EXPECT_ANY_THROW(bitmap.Create(-1, 1, shr::BGRA_32));
     PlainArchive archive;
     SerializeIO io(archive, false);
-    EXPECT_TRUE(testkit::RaisesNamedError([&] { bitmap.Serialize(io, nullptr, nullptr); }, testkit::kWriteArchiveText,
-                                          BitmapCheck::storedFormat));
+    EXPECT_TRUE(testkit::RaisesNamedError([&] { return bitmap.Serialize(io, nullptr, nullptr); },
+                                          testkit::kWriteArchiveText, BitmapCheck::storedFormat));
     EXPECT_TRUE(archive.sizes.empty());
     NoLegacy legacy;
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(io, nullptr, &legacy); }, BasicMemBitmapCheck::legacy))
+    EXPECT_TRUE(
+        RaisesInternalError([&] { return bitmap.Serialize(io, nullptr, &legacy); }, BasicMemBitmapCheck::legacy))
         << "the first check";
 }
 

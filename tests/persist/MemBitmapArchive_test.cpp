@@ -153,8 +153,8 @@ TEST(MemBitmapArchive, TakesNoLegacySerializerInEitherDirection) {
     NoLegacy legacy;
     PlainArchive storing, loading(Stored(bitmap, true));
     SerializeIO out(storing, true), in(loading, true);
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(out, nullptr, &legacy); }, MemBitmapCheck::legacy));
-    EXPECT_TRUE(RaisesInternalError([&] { bitmap.Serialize(in, nullptr, &legacy); }, MemBitmapCheck::legacy));
+    EXPECT_TRUE(RaisesInternalError([&] { return bitmap.Serialize(out, nullptr, &legacy); }, MemBitmapCheck::legacy));
+    EXPECT_TRUE(RaisesInternalError([&] { return bitmap.Serialize(in, nullptr, &legacy); }, MemBitmapCheck::legacy));
     EXPECT_TRUE(storing.bytes.empty());
     EXPECT_EQ(loading.position, 0u);
     EXPECT_EQ(bitmap.reductions.size(), 2u);
@@ -166,7 +166,8 @@ TEST(MemBitmapArchive, OfAnotherVersionIsRefusedAndChangesNothing) {
         const Bytes bytes = ArchiveWriter().U16(version).Raw(Bytes(500)).Take();
         PlainArchive archive(bytes);
         SerializeIO io(archive, false);
-        EXPECT_TRUE(RaisesReadArchive([&] { bitmap.Serialize(io, nullptr, nullptr); }, MemBitmapCheck::recordVersion));
+        EXPECT_TRUE(
+            RaisesReadArchive([&] { return bitmap.Serialize(io, nullptr, nullptr); }, MemBitmapCheck::recordVersion));
         EXPECT_EQ(archive.position, 2u);
         EXPECT_TRUE(testkit::IsFormulaPicture(bitmap));
         EXPECT_EQ(bitmap.reductions.size(), 2u);

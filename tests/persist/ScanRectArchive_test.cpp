@@ -125,7 +125,7 @@ TEST(TileInArchive, OfAnotherVersionIsRefusedAndLeavesTheTileAsItWas) {
         const Bytes pixels = PixelBlock(tile);
         PlainArchive archive(ArchiveWriter().U16(version).I32(1).I32(1).I32(10).Block(Bytes(4)).Take());
         SerializeIO io(archive, false);
-        EXPECT_TRUE(RaisesReadArchive([&] { tile.Serialize(io); }, ScanRectCheck::recordVersion));
+        EXPECT_TRUE(RaisesReadArchive([&] { return tile.Serialize(io); }, ScanRectCheck::recordVersion));
         EXPECT_EQ(archive.position, 2u) << "nothing else is read";
         EXPECT_EQ(PixelBlock(tile), pixels);
     }
@@ -165,7 +165,7 @@ TEST(TileInArchive, TooLargeToBeRealIsRefusedBeforeMemoryIsTaken) {
         EXPECT_TRUE(RaisesReadArchive([&] { Load(tile, bytes); }, ScanRectCheck::recordBlocks));
         shr::MemoryArchive archive(bytes);
         SerializeIO io(archive, false);
-        EXPECT_TRUE(RaisesReadArchive([&] { tile.Serialize(io); }, ScanRectCheck::recordBlocks));
+        EXPECT_TRUE(RaisesReadArchive([&] { return tile.Serialize(io); }, ScanRectCheck::recordBlocks));
         EXPECT_EQ(tile.GetWidth(), 3);
     }
 }
@@ -176,7 +176,7 @@ TEST(TileInArchive, ThatTheRestOfTheArchiveCannotHoldIsRefused) {
     const Bytes pixels = PixelBlock(tile);
     shr::MemoryArchive archive(ArchiveWriter().TileHead(1 << 14, 1 << 14, shr::BGRA_32).Block(Bytes(4)).Take());
     SerializeIO io(archive, false);
-    EXPECT_TRUE(RaisesReadArchive([&] { tile.Serialize(io); }, ScanRectCheck::recordLength));
+    EXPECT_TRUE(RaisesReadArchive([&] { return tile.Serialize(io); }, ScanRectCheck::recordLength));
     EXPECT_EQ(PixelBlock(tile), pixels);
 }
 
@@ -208,7 +208,7 @@ TEST(TileInArchive, TooLargeToFrameIsNotStored) {
     ZScanRect tile(1 << 16, (1 << 14) + 1, shr::BGRA_32);
     PlainArchive archive;
     SerializeIO io(archive, false);
-    EXPECT_TRUE(testkit::RaisesNamedError([&] { tile.Serialize(io); }, testkit::kWriteArchiveText,
+    EXPECT_TRUE(testkit::RaisesNamedError([&] { return tile.Serialize(io); }, testkit::kWriteArchiveText,
                                           ScanRectCheck::storedBlocks));
     EXPECT_TRUE(archive.bytes.empty());
 }

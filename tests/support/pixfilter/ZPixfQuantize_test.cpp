@@ -549,7 +549,7 @@ TEST(ZPixfQuantizePopularity, TakesTheCornersOfTheCubeWhereOnlyTheySpanThePictur
     ZPixfQuantizePopularity filter;
     std::set<unsigned> corners;
     for (const Pixel& entry : Quantize(filter, picture, 8).palette)
-        corners.insert(entry[0] >> 7 | (entry[1] >> 7) << 1 | (entry[2] >> 7) << 2);
+        corners.insert((entry[0] >> 7) + 2u * (entry[1] >> 7) + 4u * (entry[2] >> 7));
     EXPECT_EQ(corners.size(), 8u);
 }
 
