@@ -23,7 +23,7 @@ struct Derived : Resident {
 };
 
 const zbm::ZScanRect& TileOf(const zbm::ZBitmap& bitmap, int row, int col) {
-    const auto& rows = static_cast<const Resident&>(bitmap).scanRectRows;
+    const auto& rows = static_cast<const OpenBitmap&>(bitmap).scanRectRows;
     return *rows[static_cast<std::size_t>(row)].tiles[static_cast<std::size_t>(col)];
 }
 void LoadInto(const zbm::ZBitmap& bitmap, int row, int col, zbm::ZScanRect& tile) { tile = TileOf(bitmap, row, col); }

@@ -91,7 +91,7 @@ elseif(STEP STREQUAL "static")
 elseif(STEP STREQUAL "cmake")
     set(project "${SCRATCH}/cmake-${PREFIX}")
     build_project("${project}" consumer.cmake "${BUILD_TYPE}" "-DCMAKE_PREFIX_PATH=${SCRATCH}/${PREFIX}"
-        "-DCMAKE_FIND_ROOT_PATH=${SCRATCH}/${PREFIX};${FIND_ROOT_PATH}")
+        "-DCMAKE_FIND_ROOT_PATH=${SCRATCH}/${PREFIX}")
     run_consumers("${project}/build")
 elseif(STEP STREQUAL "pkg-config")
     set(ENV{PKG_CONFIG_LIBDIR} "${SCRATCH}/${PREFIX}/${LIBDIR}/pkgconfig")
