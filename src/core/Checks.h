@@ -75,5 +75,5 @@ inline constexpr Require require;
     static_assert(IsInOrder(k##Checks##Rows), "each check has a line and a text"); \
     inline constexpr CheckList k##Checks##List{source, k##Checks##Rows};           \
     constexpr const CheckList& ListOf(Checks) noexcept { return k##Checks##List; }
-#define ZBM_CHECK_NAME(name, line, raises, text) name = line,
-#define ZBM_CHECK_ROW(name, line, raises, text) {line, Raises::raises, text},
+#define ZBM_CHECK_NAME(name, line, raises, text) name = (line),
+#define ZBM_CHECK_ROW(name, line, raises, text) {(line), Raises::raises, (text)},
