@@ -135,7 +135,7 @@ void TileRows::AddToBand(int x, int y, int count, const std::uint8_t* pixels, co
     }
     const auto row = static_cast<std::size_t>(band.rows++);
     std::memcpy(&band.pixels[row * band.rowBytes], pixels, band.rowBytes);
-    if (band.masked) std::memcpy(&band.masks[row * band.maskRowBytes], mask, band.maskRowBytes);
+    if (mask != nullptr) std::memcpy(&band.masks[row * band.maskRowBytes], mask, band.maskRowBytes);
 }
 
 void TileRows::StoreBand() {
