@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <string>
 
 #include "shr/Archive.h"
@@ -47,7 +48,7 @@ void Write(const std::filesystem::path& file, unsigned char way, zbm::ZBasicMemB
            zcdl::CodecMethod method) {
     shr::MemoryArchive archive;
     zbm::SerializeIO io(archive, true, method);
-    bitmap.Serialize(io, nullptr, nullptr);
+    if (!bitmap.Serialize(io, nullptr, nullptr)) throw std::runtime_error("cancelled");
     Write(file, way, archive.Bytes());
 }
 
