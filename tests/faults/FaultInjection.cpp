@@ -57,8 +57,6 @@ ScopedMallocFault::~ScopedMallocFault() { SetMallocFaultHook(nullptr); }
 
 bool ScopedMallocFault::WasMet() const noexcept { return plan.made >= plan.nth; }
 
-bool ScopedMallocFault::IsPossible() noexcept { return SetMallocFaultHook(nullptr); }
-
 bool ReachesLibraries() {
     const ScopedFault counting(detail::kEndless, Failing::once);
     const shr::ZString tooLongForTheObjectItself = shr::ZString::FromUtf8("this text is made inside a library");

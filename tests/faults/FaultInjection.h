@@ -33,7 +33,6 @@ public:
     ScopedMallocFault(const ScopedMallocFault&) = delete;
     ScopedMallocFault& operator=(const ScopedMallocFault&) = delete;
     bool WasMet() const noexcept;
-    static bool IsPossible() noexcept;
 };
 
 /// Whether operator new of the libraries is the one that can be made to fail.
