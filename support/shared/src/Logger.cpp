@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <utility>
 
 #include "FormatWide.h"
 
@@ -15,7 +16,6 @@ void WriteToStandardError(const ZString& text) {
 
 }  // namespace
 
-Logger::Logger() = default;
 Logger::~Logger() = default;
 
 void Logger::SendVA(int level, const wchar_t* format, ...) noexcept {
@@ -32,7 +32,7 @@ void Logger::SendVA(int level, const wchar_t* format, ...) noexcept {
 void Logger::Send(int level, const ZString& text) noexcept {
     try {
         if (sink) {
-            sink(level, text);
+            (*sink)(level, text);
         } else {
             WriteToStandardError(text);
         }
@@ -41,9 +41,24 @@ void Logger::Send(int level, const ZString& text) noexcept {
     }
 }
 
-Logger::Sink Logger::SetSink(Sink newSink) { return std::exchange(sink, std::move(newSink)); }
+Logger::Sink Logger::SetSink(Sink newSink) {
+    auto replacement = newSink ? std::make_unique<Sink>(std::move(newSink)) : nullptr;
+    const auto former = std::exchange(sink, std::move(replacement));
+    return former ? std::move(*former) : Sink();
+}
 
-// Never destroyed, since other modules log while they are being unloaded.
-Logger& g_Logger = *new Logger;
+namespace {
+
+/// Never destroyed, since other modules log while they are being unloaded.
+union Immortal {
+    constexpr Immortal() : logger() {}
+    ~Immortal() {}
+    Logger logger;
+};
+constinit Immortal immortal;  // made by no code, since static objects of other files log while they are being made
+
+}  // namespace
+
+Logger& g_Logger = immortal.logger;
 
 }  // namespace shr

@@ -14,10 +14,10 @@ int main() {
 
     shr::MemoryArchive storing;
     zbm::SerializeIO out(storing, false, zcdl::CodecMethod::small);
-    stored.Serialize(out, nullptr, nullptr);
+    if (!stored.Serialize(out, nullptr, nullptr)) return 2;
     shr::MemoryArchive loading(storing.Bytes());
     zbm::SerializeIO in(loading, false);
-    loaded.Serialize(in, nullptr, nullptr);
+    if (!loaded.Serialize(in, nullptr, nullptr)) return 3;
 
     stored.FetchRegion(row, sizeof row, 0, 50, 100, 1);
     loaded.FetchRegion(fetched, sizeof fetched, 0, 50, 100, 1);

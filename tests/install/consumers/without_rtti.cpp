@@ -58,9 +58,8 @@ bool ComesBackThrough(zbm::ZBitmap& picture, Reports& reports) {
 bool IsRefused(Document& document) {
     try {
         zbm::SerializeIO in(document, false);
-        zbm::ZBasicMemBitmap(1, 1, shr::BGRA_32).Serialize(in, nullptr, nullptr);
+        return !zbm::ZBasicMemBitmap(1, 1, shr::BGRA_32).Serialize(in, nullptr, nullptr);
     } catch (const shr::Exception&) { return true; }
-    return false;
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #pragma once
 #include <functional>
+#include <memory>
 
 #include "shr/Export.h"
 #include "shr/ZString.h"
@@ -12,7 +13,7 @@ class SHR_API Logger {
 public:
     using Sink = std::function<void(int level, const ZString& text)>;
 
-    Logger();
+    constexpr Logger() noexcept = default;
     ~Logger();
     Logger(const Logger&) = delete;
     Logger& operator=(const Logger&) = delete;
@@ -27,9 +28,10 @@ public:
     Sink SetSink(Sink sink);
 
 private:
-    Sink sink;
+    std::unique_ptr<Sink> sink;  // none means the default
 };
 
+/// Works from before the first static object is made until after the last is gone.
 SHR_API extern Logger& g_Logger;
 
 }  // namespace shr
