@@ -423,7 +423,7 @@ TEST(RegionsGivenAsPlaceAndSize, EndAtTheLargestNumberWhereTheSumIsLarger) {
     bitmap.FetchRegion(&byte, 1, 5, 7, kMost, kMost);
     EXPECT_EQ(bitmap.kept, (std::vector<int>{5, 7, kMost, kMost, 1}));
     bitmap.StoreRegion(&byte, 1, -5, kMost, kMost, 1);
-    EXPECT_EQ(bitmap.kept, (std::vector<int>{-5, kMost, kMost - 5, kMost, 1}));
+    EXPECT_EQ(bitmap.kept, (std::vector<int>{-5, kMost - 1, kMost - 5, kMost, 1})) << "it keeps its row";
     bitmap.FetchRegion(&byte, 1, kLeast, 0, -1, kLeast);
     EXPECT_EQ(bitmap.kept, (std::vector<int>{kLeast, 0, kLeast, kLeast, 1}));
 }
@@ -438,6 +438,16 @@ TEST(RegionsGivenAsPlaceAndSize, AreCutToThePictureHoweverLargeTheyAre) {
     bitmap.FetchRegion(fetched, 2, 1, 1, kMost, kMost);
     EXPECT_EQ(fetched[0], 7);
     EXPECT_EQ(fetched[1], 8);
+}
+
+TEST(RegionsGivenAsPlaceAndSize, MayBeginAtTheLargestNumber) {
+    OpenBitmap bitmap(3, 2, shr::GRAYSCALE_8, 2, 2);
+    std::uint8_t byte = 9;
+    bitmap.FetchRegion(&byte, 1, kMost, 0, 1, 1);
+    bitmap.FetchRegion(&byte, 1, 0, kMost, kMost, kMost);
+    EXPECT_EQ(byte, 9);
+    EXPECT_TRUE(testkit::RaisesInternalError([&] { bitmap.FetchRegion(&byte, 1, kMost, 0, 0, 1); },
+                                             zbm::BitmapCheck::fetchedWidth));
 }
 
 }  // namespace

@@ -195,22 +195,16 @@ TEST(FormatInfo, OfBadSizesOrFormatRaisesTheErrorsOfInit) {
     }
 }
 
+/// Of 5 x 5 pixels in tiles of 4 x 4.
+Bytes BytesWithTable(int format, std::uint32_t count, const Bytes& colors) {
+    return ArchiveWriter().U16(1).I32(5).I32(5).I32(format).I32(4).I32(4).I32(1).I32(1).U32(count).Raw(colors).Take();
+}
+
 TEST(FormatInfo, OfMoreColorsThanATableHoldsIsRefusedAndLeavesAnEmptyBitmap) {
     for (const std::uint32_t count : {257u, 65536u, 0x40000001u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu})
         for (const int format : {8, 9}) {
             OpenBitmap bitmap(5, 5, shr::INDEXED_8, 4, 4);
-            const Bytes bytes = ArchiveWriter()
-                                    .U16(1)
-                                    .I32(5)
-                                    .I32(5)
-                                    .I32(format)
-                                    .I32(4)
-                                    .I32(4)
-                                    .I32(1)
-                                    .I32(1)
-                                    .U32(count)
-                                    .Raw(Bytes(3000, 0xEE))
-                                    .Take();
+            const Bytes bytes = BytesWithTable(format, count, Bytes(3000, 0xEE));
             EXPECT_TRUE(RaisesReadArchive([&] { Load(bitmap, bytes); }, BitmapCheck::archivedColorCount));
             EXPECT_EQ(bitmap.GetColorFormat(), shr::FORMAT_NONE);
             EXPECT_EQ(bitmap.GetNumColorTableItems(), 0u);
@@ -224,7 +218,7 @@ TEST(FormatInfo, OfAFullTableIsTaken) {
     OpenBitmap bitmap;
     Bytes colors;
     for (int i = 0; i < 1024; ++i) colors.push_back(static_cast<std::uint8_t>(i * 3));
-    Load(bitmap, ArchiveWriter().U16(1).I32(5).I32(5).I32(8).I32(4).I32(4).I32(1).I32(1).U32(256).Raw(colors).Take());
+    Load(bitmap, BytesWithTable(8, 256, colors));
     EXPECT_EQ(bitmap.GetNumColorTableItems(), 256u);
     EXPECT_EQ(std::memcmp(bitmap.GetConstColorTablePtr(), colors.data(), 1024), 0);
 }
@@ -235,18 +229,7 @@ TEST(FormatInfo, HasUpTo256ColorsInAnyFormat) {
     for (const shr::ColorFormat format : testkit::kFormats)
         for (const std::uint32_t count : {1u, 17u, 255u, 256u}) {
             const Bytes table(colors.begin(), colors.begin() + 4 * static_cast<std::ptrdiff_t>(count));
-            const Bytes bytes = ArchiveWriter()
-                                    .U16(1)
-                                    .I32(5)
-                                    .I32(5)
-                                    .I32(format)
-                                    .I32(4)
-                                    .I32(4)
-                                    .I32(1)
-                                    .I32(1)
-                                    .U32(count)
-                                    .Raw(table)
-                                    .Take();
+            const Bytes bytes = BytesWithTable(format, count, table);
             OpenBitmap bitmap;
             Load(bitmap, bytes);
             EXPECT_EQ(bitmap.GetNumColorTableItems(), count) << testkit::FormatName(format);

@@ -17,9 +17,9 @@ namespace {
 
 constexpr bool kWithReductions = true;  // where the bitmap has such
 
-void Serialize(zbm::ZBitmap& bitmap, shr::FileArchive& archive, zcdl::CodecMethod method, shr::IProgress& progress) {
-    zbm::SerializeIO io(archive, kWithReductions, method);
+void Serialize(zbm::ZBitmap& bitmap, zbm::SerializeIO& io, shr::IProgress& progress) {
     if (!bitmap.Serialize(io, &progress, nullptr)) throw shr::AbortException();
+    if (io.DamagedBlocks() > 0) throw std::runtime_error("the archive is damaged");
 }
 
 std::unique_ptr<zbm::ZBasicMemBitmap> MakeBitmapFor(ArchiveKind kind) {
@@ -34,7 +34,8 @@ void StoreArchive(zbm::ZBitmap& bitmap, OutputFile& output, zcdl::CodecMethod me
         output.Target(),
         [&] {
             shr::FileArchive archive(output.File(), shr::FileArchive::Direction::storing);
-            Serialize(bitmap, archive, method, progress);
+            zbm::SerializeIO io(archive, kWithReductions, method);
+            Serialize(bitmap, io, progress);
             output.Commit();
         },
         output.TemporaryName());
@@ -49,7 +50,8 @@ std::unique_ptr<zbm::ZBasicMemBitmap> LoadArchive(const ZString& name, std::uint
         auto bitmap = MakeBitmapFor(survey.kind);
         file.Seek(0);
         shr::FileArchive archive(file, shr::FileArchive::Direction::loading);
-        Serialize(*bitmap, archive, zcdl::CodecMethod::balanced, progress);
+        zbm::SerializeIO io(archive, kWithReductions);
+        Serialize(*bitmap, io, progress);
         NoteBytesAfterArchive(console, name, survey.bytesAfterArchive);
         return bitmap;
     });

@@ -196,7 +196,7 @@ public:
         RefuseTooManyPixels(bitmap.shape.width, bitmap.shape.height, mostPixels);
         bytesOfAll = RefuseBeyondMemory(bitmap.shape, bytesOfAll);
     }
-    bool Wants(const Block&) const override { return true; }
+    bool Wants(const Block&) const override { return false; }  // loading tells of damaged blocks
     void Take(const Block&, const std::uint8_t*) override {}
 
 private:

@@ -30,9 +30,8 @@ struct ArchiveSurvey {
 // Both walk through an archive from its start, tile by tile; there is never more in memory than one tile. They raise
 // std::runtime_error with a text for the user, and what `progress` throws.
 
-/// For who is about to load the archive: decodes every block for a trial, since loading tells of no damaged block but
-/// gives zeroes for it, and refuses an archive whose bitmaps have more than `mostPixels` each, or take together more
-/// than this machine's memory.
+/// For who is about to load the archive: decodes no block, and refuses an archive whose bitmaps have more than
+/// `mostPixels` each, or take together more than this machine's memory.
 ArchiveSurvey SurveyForLoading(shr::CBufferedFile& file, std::uint64_t mostPixels, shr::IProgress& progress);
 
 /// For who wants to know what there is: of the pixels, only those are decoded that tell whether some are transparent.

@@ -30,6 +30,10 @@ constexpr std::int64_t kLastPosition = std::numeric_limits<std::int64_t>::max();
 constexpr wchar_t kModule[] = L"Shared";
 constexpr wchar_t kSourceFile[] = L"BufferedFile";
 
+void RequireOpen(bool isOpen, int line) {
+    if (!isOpen) ThrowInternalError(kModule, kSourceFile, line, "the file must be open");
+}
+
 [[noreturn]] void ThrowWriteError(int line, const ZString& name) {
     Throw_ERR_SHR_FILE_WRITE(kModule, kSourceFile, line, name, FormatSystemErrorMsg());
 }
@@ -231,7 +235,7 @@ void CBufferedFile::Open(const ZString& name, FileAccess access, FileMode mode, 
 }
 
 std::size_t CBufferedFile::Read(void* dst, std::size_t byteCount) {
-    if (!IsOpen()) ThrowInternalError(kModule, kSourceFile, __LINE__);
+    RequireOpen(IsOpen(), __LINE__);
     if (byteCount == 0) return 0;
     std::size_t bytesRead = 0;
     if (state->access == FileAccess::write) {
@@ -250,7 +254,7 @@ void CBufferedFile::ReadExactly(void* dst, std::size_t byteCount) {
 }
 
 void CBufferedFile::Write(const void* src, std::size_t byteCount) {
-    if (!IsOpen()) ThrowInternalError(kModule, kSourceFile, __LINE__);
+    RequireOpen(IsOpen(), __LINE__);
     if (byteCount == 0) return;
     if (state->access == FileAccess::read) {
         SetLastSystemError(SystemErrorCode(SystemFailure::accessDenied));
@@ -263,7 +267,7 @@ void CBufferedFile::Write(const void* src, std::size_t byteCount) {
 }
 
 void CBufferedFile::Seek(std::int64_t position) {
-    if (!IsOpen()) ThrowInternalError(kModule, kSourceFile, __LINE__);
+    RequireOpen(IsOpen(), __LINE__);
     if (position < 0) {
         const int code = SystemErrorCode(SystemFailure::invalidArgument);
         Throw_ERR_SHR_FILE_SEEK(kModule, kSourceFile, __LINE__, state->name, FormatSystemErrorMsg(code));
@@ -274,14 +278,14 @@ void CBufferedFile::Seek(std::int64_t position) {
 std::int64_t CBufferedFile::GetPosition() const noexcept { return IsOpen() ? state->position : 0; }
 
 std::int64_t CBufferedFile::GetLength() {
-    if (!IsOpen()) ThrowInternalError(kModule, kSourceFile, __LINE__);
+    RequireOpen(IsOpen(), __LINE__);
     const std::int64_t length = state->file.GetLength();
     if (length < 0) { Throw_ERR_SHR_FILE_SEEK(kModule, kSourceFile, __LINE__, state->name, FormatSystemErrorMsg()); }
     return state->IsDirty() ? std::max(length, state->End()) : length;
 }
 
 void CBufferedFile::SetLength(std::int64_t length) {
-    if (!IsOpen()) ThrowInternalError(kModule, kSourceFile, __LINE__);
+    RequireOpen(IsOpen(), __LINE__);
     if (state->access == FileAccess::read || length < 0) {
         SetLastSystemError(SystemErrorCode(length < 0 ? SystemFailure::invalidArgument : SystemFailure::accessDenied));
         ThrowWriteError(__LINE__, state->name);
@@ -292,7 +296,7 @@ void CBufferedFile::SetLength(std::int64_t length) {
 }
 
 void CBufferedFile::Flush() {
-    if (!IsOpen()) ThrowInternalError(kModule, kSourceFile, __LINE__);
+    RequireOpen(IsOpen(), __LINE__);
     if (!state->TryFlush()) ThrowWriteError(__LINE__, state->name);
 }
 

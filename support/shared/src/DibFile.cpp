@@ -124,7 +124,7 @@ void CDib::Load(const ZString& fileName) {
 }
 
 void CDib::Save(const ZString& fileName) const {
-    if (IsEmpty()) ThrowInternalError(kModule, kSourceFile, __LINE__);
+    if (IsEmpty()) ThrowInternalError(kModule, kSourceFile, __LINE__, "an empty DIB cannot be saved");
     BITMAPFILEHEADER header{};
     header.bfType = kFileType;
     header.bfOffBits = static_cast<DWORD>(sizeof(header) + BitsOffset());

@@ -10,12 +10,13 @@ FileArchive::~FileArchive() = default;
 bool FileArchive::IsStoring() { return direction == Direction::storing; }
 
 void FileArchive::Read(void* dst, unsigned int byteCount) {
-    if (IsStoring()) ThrowInternalError(L"Shared", L"FileArchive", __LINE__);
+    if (IsStoring()) ThrowInternalError(L"Shared", L"FileArchive", __LINE__, "an archive that stores cannot be read");
     file.ReadExactly(dst, byteCount);
 }
 
 void FileArchive::Write(const void* src, unsigned int byteCount) {
-    if (!IsStoring()) ThrowInternalError(L"Shared", L"FileArchive", __LINE__);
+    if (!IsStoring())
+        ThrowInternalError(L"Shared", L"FileArchive", __LINE__, "an archive that loads cannot be written");
     file.Write(src, byteCount);
 }
 

@@ -12,7 +12,7 @@ MemoryArchive::~MemoryArchive() = default;
 bool MemoryArchive::IsStoring() { return storing; }
 
 void MemoryArchive::Read(void* dst, unsigned int byteCount) {
-    if (storing) ThrowInternalError(L"Shared", L"MemoryArchive", __LINE__);
+    if (storing) ThrowInternalError(L"Shared", L"MemoryArchive", __LINE__, "an archive that stores cannot be read");
     if (byteCount > RemainingBytes())
         Throw_ERR_SHR_FILE_READ(L"Shared", L"MemoryArchive", __LINE__, L"archive in memory", L"Unexpected end of data");
     if (byteCount == 0) return;
@@ -21,7 +21,7 @@ void MemoryArchive::Read(void* dst, unsigned int byteCount) {
 }
 
 void MemoryArchive::Write(const void* src, unsigned int byteCount) {
-    if (!storing) ThrowInternalError(L"Shared", L"MemoryArchive", __LINE__);
+    if (!storing) ThrowInternalError(L"Shared", L"MemoryArchive", __LINE__, "an archive that loads cannot be written");
     const auto* first = static_cast<const std::uint8_t*>(src);
     bytes.insert(bytes.end(), first, first + byteCount);
 }

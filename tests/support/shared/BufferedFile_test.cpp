@@ -633,13 +633,18 @@ TEST(BufferedFile, DoesOnlyWhatItWasOpenedFor) {
 TEST(BufferedFile, IsToBeOpenForEverythingButClosing) {
     CBufferedFile file;
     char byte = 0;
-    EXPECT_THROW(file.Read(&byte, 1), InternalError);
-    EXPECT_THROW(file.Write(&byte, 1), InternalError);
-    EXPECT_THROW(file.Seek(0), InternalError);
-    EXPECT_THROW(file.GetLength(), InternalError);
-    EXPECT_THROW(file.SetLength(0), InternalError);
-    EXPECT_THROW(file.Flush(), InternalError);
-    EXPECT_THROW(file.FlushToDevice(), InternalError);
+    const auto says = [](auto act) -> std::string {
+        try {
+            act();
+        } catch (const InternalError& error) { return error.what(); }
+        return "nothing";
+    };
+    const std::string refusals[] = {says([&] { file.Read(&byte, 1); }), says([&] { file.Write(&byte, 1); }),
+                                    says([&] { file.Seek(0); }),        says([&] { file.GetLength(); }),
+                                    says([&] { file.SetLength(0); }),   says([&] { file.Flush(); }),
+                                    says([&] { file.FlushToDevice(); })};
+    for (const std::string& refusal : refusals)
+        EXPECT_TRUE(refusal.starts_with("the file must be open (BufferedFile, line ")) << refusal;
     EXPECT_EQ(file.GetPosition(), 0);
     file.Close();
 }
