@@ -185,16 +185,17 @@ void ZPixelRect::CommitPixels(IProgress*) {
     const BitmapRows temporary(target, width, height);
     const PixelRows converted{temporary.rows.get(), bitmapFormat, temporary.stride, nullptr};
     const ConstPixelRows own{pixels.get(), colorFormat, stride, colorTable};
-    const unsigned bitmapColors = target.GetNumColorTableItems();
-    if (shr::ColorFmtToTblSize[bitmapFormat] != 0) {
+    if (const auto tableSize = static_cast<unsigned>(shr::ColorFmtToTblSize[bitmapFormat]); tableSize != 0) {
         const Color4b* colors = target.GetConstColorTablePtr();
+        // An archive may have more colours than the indices can tell apart.
+        const unsigned bitmapColors = std::min(target.GetNumColorTableItems(), tableSize);
         if (matcher == nullptr || colorTableChanged || !IsBuiltOver(*matcher, colors, bitmapColors)) {
             matcher.reset();  // first, for it is large
             matcher = std::make_unique<ColorTableMatcher>(colors, bitmapColors);
         }
         ConvertEveryPairToColorTable(converted, bitmapColors, own, numColorTableItems, width, height, *matcher);
     } else {
-        require(bitmapColors == 0, PixelRectCheck::committedColors);
+        require(target.GetNumColorTableItems() == 0, PixelRectCheck::committedColors);
         ConvertEveryPair(converted, own, width, height);
     }
     target.StoreRegion(temporary.rows.get(), temporary.stride, regionRect);

@@ -28,10 +28,13 @@ bool PullForward(std::span<const CPixFilterContext> stages) {
 
 /// The filters give true colours; for an indexed bitmap one more chooses the colours of its table.
 std::unique_ptr<zpixf::ZPixFilterBase> QuantizerFor(const ZBitmap& bitmap, zpixf::ZPixfType type) {
+    // An archive may have more colours than the indices can tell apart.
+    const unsigned colors = std::min(bitmap.GetNumColorTableItems(),
+                                     static_cast<unsigned>(shr::ColorFmtToTblSize[bitmap.GetColorFormat()]));
     zpixf::ZPixFormat format;
     InitPixFormat(format, bitmap.GetPixelWidth(), bitmap.GetPixelHeight(), bitmap.GetColorFormat(),
-                  bitmap.GetConstColorTablePtr(), bitmap.GetNumColorTableItems());
-    auto quantizer = zpixf::MakeQuantizer(type, bitmap.GetNumColorTableItems());
+                  bitmap.GetConstColorTablePtr(), colors);
+    auto quantizer = zpixf::MakeQuantizer(type, colors);
     quantizer->SetOutputFormat(format);
     return quantizer;
 }

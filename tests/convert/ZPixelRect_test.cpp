@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstring>
 #include <string>
 
 #include "convert/PlainMatcher.h"
@@ -484,6 +485,20 @@ TEST(ZPixelRect, DropsItsMatcherWheneverItStartsAnew) {
     rect.Free();
     EXPECT_EQ(rect.matcher, nullptr);
     EXPECT_TRUE(HoldsNoPixels(rect));
+}
+
+TEST(ZPixelRect, CommitsNoIndexThatTheFormatCannotHold) {
+    testkit::OpenBitmap bitmap(4, 4, shr::INDEXED_4, 4, 4);
+    ZPixelRect rect(bitmap, 0, 0, 4, 4, shr::BGRA_32, nullptr);
+    bitmap.numColorTableItems = 256;  // as an archive may have it
+    bitmap.colorTable[3] = shr::Color4b(10, 20, 30);
+    bitmap.colorTable[200] = shr::Color4b(200, 210, 220);
+    const shr::Color4b colors[] = {shr::Color4b(200, 210, 220), shr::Color4b(11, 20, 30)};
+    std::memcpy(rect.GetRowPtr(1) + sizeof *colors, colors, sizeof colors);
+    rect.CommitPixels(nullptr);
+    EXPECT_LT(testkit::GetPixel(bitmap, 1, 1), 16u);
+    EXPECT_EQ(testkit::GetPixel(bitmap, 2, 1), 3u);
+    EXPECT_EQ(testkit::GetPixel(bitmap, 3, 1), testkit::GetPixel(bitmap, 0, 1)) << "the neighbours stay";
 }
 
 TEST(ZPixelRect, RefusesToCommitIntoABitmapWithColorsButNoTable) {

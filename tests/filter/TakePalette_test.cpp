@@ -30,5 +30,25 @@ TEST(TakePalette, LeavesTheTableWhereTheFormatHasOnlyACount) {
     }
 }
 
+/// With as many colours as an archive may have.
+class OverfullBitmap : public ZBasicMemBitmap {
+public:
+    explicit OverfullBitmap(shr::ColorFormat format) : ZBasicMemBitmap(4, 4, format, 4, 4) {
+        numColorTableItems = 256;
+        colorTable[1] = Color4b(40, 80, 120);
+    }
+};
+
+TEST(Filters, ChooseAsManyColorsAsTheIndicesTellApartWhereTheTableHasMore) {
+    for (const shr::ColorFormat format : {shr::INDEXED_1, shr::INDEXED_4}) {
+        OverfullBitmap bitmap(format);
+        const unsigned char row[] = {0x40};  // pixel 0 of four bits is 4, pixel 1 of one bit is 1
+        bitmap.StoreRegion(row, 1, RECT{0, 0, 2, 1});
+        EXPECT_TRUE(bitmap.ChangeBrightness(0.1, nullptr));
+        EXPECT_GE(bitmap.GetNumColorTableItems(), 1u);
+        EXPECT_LE(bitmap.GetNumColorTableItems(), static_cast<unsigned>(shr::ColorFmtToTblSize[format]));
+    }
+}
+
 }  // namespace
 }  // namespace zbm
