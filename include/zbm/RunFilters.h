@@ -21,9 +21,10 @@ class ZBitmap;
 /// between. No tile is locked while filters work or progress is reported. In memory are one row of tiles as it was and
 /// one as it becomes. The series of changes ends with the caller's CommitAll.
 ///
-/// The filters are borrowed: at most 15, each only once. Their formats are set here, to true colours of the bitmap's
-/// size. An indexed bitmap gets a new choice of colours (median cut), as many as its table had. Alpha, or the mask,
-/// becomes what the filters make of it; those that leave alpha alone keep it.
+/// The filters are borrowed: at most 14, each only once (a pipeline has 16 stages; the choice of an indexed bitmap's
+/// colours takes one, and a mask that the last filter changes another). Their formats are set here, to true colours of
+/// the bitmap's size. An indexed bitmap gets a new choice of colours (median cut), as many as its table had. Alpha, or
+/// the mask, becomes what the filters make of it; those that leave alpha alone keep it.
 ///
 /// False, with nothing changed, when the start of a filter was cancelled. Cancelling through `progress` (which may be
 /// null) arrives as shr::AbortException, and a filter that fails as the shr::Exception that it describes; rows of tiles

@@ -44,12 +44,13 @@ public:
     [[nodiscard]] bool Create(ZBitmap& source, shr::IProgress* progress);
     /// A copy in another format, with tiles of 512 x 512 and the source's resolution; transparency goes over between
     /// alpha and mask, and an indexed format gets colours of its own (median cut). In the source's format it is an
-    /// exact copy. Raises internal errors for itself (line 401) and for a format that is none (402).
+    /// exact copy. Raises internal errors for itself (line 401) and for a format that is none
+    /// (402), both before anything changes.
     [[nodiscard]] bool Create(shr::ColorFormat format, ZBitmap& source, shr::IProgress* progress);
     /// A rectangle of the source at another size, in the source's format, with tiles of 512 x 512 and the source's
     /// resolution as it is. Raises internal errors for itself (line 477), for a rectangle that reaches outside the
     /// source (left 479, right 480, top 481, bottom 482) or is empty (484, 485), all before anything changes, and for a
-    /// method that is none (633).
+    /// method that is none (633), which leaves the bitmap empty.
     [[nodiscard]] bool Create(int width, int height, ZBitmap& source, RECT rect, ResizeMethod method,
                               shr::IProgress* progress);
     /// Takes over the source's tiles without copying them. The source is then 1 x 1 without its tile, and must be

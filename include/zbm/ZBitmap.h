@@ -128,7 +128,8 @@ public:
     int GetNumScanRects(int row) const noexcept;
     RECT GetScanRectBBox(int row, int col) const noexcept;
 
-    // Resolution in pixels per metre, and in dots per inch rounded to the nearest.
+    // Resolution in pixels per metre, 0 where it is not known, and in dots per inch rounded to the nearest. A new
+    // bitmap is taken for 6 inches along its longer side; set 0 where that would be stored as a fact.
     int GetXResolution() const noexcept { return xResolution; }
     int GetYResolution() const noexcept { return yResolution; }
     void SetXDPIResolution(int dotsPerInch);

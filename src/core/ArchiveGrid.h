@@ -19,13 +19,16 @@ constexpr double kSmallGridTiles = 1 << 16;
 /// The most rows of tiles that a picture without pixels may have: no tile backs them.
 constexpr double kMostRowsWithoutTiles = 1 << 20;
 
+/// Of each archive, between the claim and the tiles: the resolutions and the number of colours.
+constexpr std::uint64_t kBytesBeforeTiles = 3 * sizeof(std::uint32_t);
+
 /// `remaining` is what is left to read, where the archive tells.
 inline GridClaim Judge(const TileGrid& grid, shr::ColorFormat format, std::optional<std::uint64_t> remaining) {
     if (grid.across.Count() == 0 && grid.down.Count() > kMostRowsWithoutTiles) return GridClaim::impossible;
     if (!remaining) return grid.Tiles() <= kSmallGridTiles ? GridClaim::backed : GridClaim::unproven;
     const double needed =
         grid.Sum([&](int width, int height) { return MinRecordBytes(TilePlanes(width, height, format)); });
-    return needed <= static_cast<double>(*remaining) ? GridClaim::backed : GridClaim::impossible;
+    return needed + kBytesBeforeTiles <= static_cast<double>(*remaining) ? GridClaim::backed : GridClaim::impossible;
 }
 
 }  // namespace zbm

@@ -145,8 +145,10 @@ Color4b ZBitmap::GetColorTableItem(unsigned index) const {
 }
 
 void ZBitmap::CopyColorTable(const ZBitmap& source) {
+    // An archive may have given the source more colours than its format's table holds.
+    const unsigned capacity = static_cast<unsigned>(shr::ColorFmtToTblSize[source.colorFormat]);
+    const unsigned count = std::min(source.numColorTableItems, capacity);
     Color4b colors[256];
-    const unsigned count = source.numColorTableItems;
     for (unsigned i = 0; i < count; ++i) colors[i] = source.GetColorTableItem(i);
     FillColorTable(count == 0 ? nullptr : colors, count);
 }

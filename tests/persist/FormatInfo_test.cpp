@@ -223,6 +223,16 @@ TEST(FormatInfo, OfAFullTableIsTaken) {
     EXPECT_EQ(std::memcmp(bitmap.GetConstColorTablePtr(), colors.data(), 1024), 0);
 }
 
+TEST(FormatInfo, OfMoreColorsThanTheFormatsTableHoldsCanBeCopied) {
+    for (const shr::ColorFormat format : testkit::kFormats) {
+        OpenBitmap loaded, copy;
+        Load(loaded, BytesWithTable(format, 256, Bytes(1024, 0x77)));
+        copy.Init(5, 5, format, 4, 4);
+        copy.CopyColorTable(loaded);
+        EXPECT_EQ(copy.GetNumColorTableItems(), static_cast<unsigned>(shr::ColorFmtToTblSize[format]));
+    }
+}
+
 TEST(FormatInfo, HasUpTo256ColorsInAnyFormat) {
     Bytes colors;
     for (int i = 0; i < 1024; ++i) colors.push_back(static_cast<std::uint8_t>(i * 3));

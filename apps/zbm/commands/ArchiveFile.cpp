@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "ErrorContext.h"
 #include "InputFile.h"
@@ -25,6 +26,15 @@ void Serialize(zbm::ZBitmap& bitmap, zbm::SerializeIO& io, shr::IProgress& progr
 std::unique_ptr<zbm::ZBasicMemBitmap> MakeBitmapFor(ArchiveKind kind) {
     if (kind == ArchiveKind::withReductions) return std::make_unique<zbm::ZMemBitmap>(1, 1, shr::BGRA_32);
     return std::make_unique<zbm::ZBasicMemBitmap>(1, 1, shr::BGRA_32);
+}
+
+/// As many colours as the format's table has, the first of those that the archive gave: no operation takes others.
+void FitColorTable(zbm::ZBitmap& bitmap) {
+    const auto capacity = static_cast<unsigned>(shr::ColorFmtToTblSize[bitmap.GetColorFormat()]);
+    const unsigned count = bitmap.GetNumColorTableItems();
+    if (count > capacity || (count == 0 && capacity != 0))
+        bitmap.FillColorTable(
+            std::vector(bitmap.GetConstColorTablePtr(), bitmap.GetConstColorTablePtr() + capacity).data(), capacity);
 }
 
 }  // namespace
@@ -52,6 +62,7 @@ std::unique_ptr<zbm::ZBasicMemBitmap> LoadArchive(const ZString& name, std::uint
         shr::FileArchive archive(file, shr::FileArchive::Direction::loading);
         zbm::SerializeIO io(archive, kWithReductions);
         Serialize(*bitmap, io, progress);
+        FitColorTable(*bitmap);
         NoteBytesAfterArchive(console, name, survey.bytesAfterArchive);
         return bitmap;
     });

@@ -13,7 +13,8 @@ public:
     virtual void StartTask(const ZString& text, int steps, int parentSteps) = 0;
     virtual void EndTask() = 0;
     /// The part done, 0.0 .. 1.0. Storing and loading a bitmap end above 1: by one part in as many as there are tiles,
-    /// so that a picture of one tile ends at 2.0.
+    /// so that a picture of one tile ends at 2.0. What goes over the picture more than once, as the choice of colours
+    /// for an indexed format does, reports from 0 to 1 each time.
     virtual void SetProgress(double fraction) = 0;
 
 protected:
