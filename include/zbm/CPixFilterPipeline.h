@@ -58,7 +58,8 @@ public:
 
     /// Copies the stage in and starts its filter, which may pull lines already. False when `cancelled` was set
     /// meanwhile; the stage stays. Raises an internal error of source file "ZBMPixFilterPipeline" for a 17th stage
-    /// (line 165), and a shr::Exception (line 218) when the filter does not start: its message is why, in the filter's
+    /// (line 165), for one without filter (76) and for one whose input is not as wide as what the stage before gives
+    /// (9001), and a shr::Exception (line 218) when the filter does not start: its message is why, in the filter's
     /// words, and that memory is short where it gives none. What lines and progress throw passes on.
     [[nodiscard]] bool AddPixFilter(const CPixFilterContext& stage);
     /// Gives output line `line` of the last stage. When a filter fails, the pipeline is emptied, and a shr::Exception

@@ -37,7 +37,7 @@ struct ConstPixelRows {
 /// exceeds a byte, which no valid pixel does, the low 8 bits remain. With alpha 0 the channels stay as they are.
 ///
 /// Raises an internal error of source file "ZBMColorFormat" if an indexed destination (line 43) or source (9000) has no
-/// table, before anything is written, and what a quantizer fails with, as a shr::Exception.
+/// table or a format is none (9001), before anything is written, and what a quantizer fails with, as a shr::Exception.
 ZBM_API void ConvertPixelRows(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t width,
                               std::uint32_t height, zpixf::ZPixfType quantizer = zpixf::ZPixfType::QuantizeMedian5);
 

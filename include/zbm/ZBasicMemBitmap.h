@@ -19,6 +19,7 @@ public:
     /// Pixels read as zero until they are written, masks as opaque. Raises an internal error for a size below 1 (line
     /// 60) or a tile size below 1 (61); Create, in contrast, takes a width or height of 0, for a bitmap without tiles.
     ZBasicMemBitmap(int width, int height, shr::ColorFormat format, int tileWidth = 512, int tileHeight = 512);
+    /// An exact copy; of an empty bitmap, an empty one.
     ZBasicMemBitmap(const ZBasicMemBitmap& source);
     ZBasicMemBitmap& operator=(const ZBasicMemBitmap& source);
     /// Takes the source's tiles without copying them, and what else it holds. The source is then empty (IsEmpty), as

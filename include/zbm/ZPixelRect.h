@@ -24,7 +24,7 @@ class ZBitmap;
 ///
 /// Broken preconditions raise internal errors of source file "ZBMPixelRect": a format that is none (line 270), a
 /// rectangle that reaches outside the bitmap (left 393, right 394, top 395, bottom 396) or is empty in width (398) or
-/// height (399). A region whose pixels no memory holds raises std::bad_alloc.
+/// height (399), or an empty bitmap (9000). A region whose pixels no memory holds raises std::bad_alloc.
 class ZBM_API ZPixelRect {
 public:
     ZPixelRect(const ZBitmap& source, int x, int y, int w, int h, shr::ColorFormat format, shr::IProgress* progress);

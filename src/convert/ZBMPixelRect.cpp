@@ -126,6 +126,7 @@ void ZPixelRect::AllocatePixelData() {
 
 void ZPixelRect::RetrievePixelData() {
     const ColorFormat bitmapFormat = bitmap->GetColorFormat();
+    require(shr::IsColorFormat(bitmapFormat), PixelRectCheck::emptyBitmap);
     if (colorFormat == bitmapFormat) {
         bitmap->FetchRegion(pixels.get(), stride, regionRect);
         return;

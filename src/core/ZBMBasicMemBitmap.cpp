@@ -138,6 +138,7 @@ void ZBasicMemBitmap::CreateCleanup() noexcept {
 /// Each tile is made as a copy, so that its memory is touched once.
 void ZBasicMemBitmap::CopyAll(const ZBasicMemBitmap& source) {
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
+    if (source.IsEmpty()) return;
     Init(source.pixelHeight, source.pixelWidth, source.colorFormat, source.scanRectHeight, source.scanRectWidth);
     for (std::size_t row = 0; row < scanRectRows.size(); ++row) {
         const auto& from = source.scanRectRows[row].tiles;
@@ -167,6 +168,7 @@ void ZBasicMemBitmap::TakeResolution(const ZBitmap& source) {
 void ZBasicMemBitmap::ChangeFrom(ZBasicMemBitmap& source) {
     if (this == &source) return;
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
+    if (source.IsEmpty()) return;
     Init(source.pixelHeight, source.pixelWidth, source.colorFormat, source.scanRectHeight, source.scanRectWidth);
     TakeDetails(source);
     // All that can fail comes before the first tile moves: then neither bitmap would hold the picture.

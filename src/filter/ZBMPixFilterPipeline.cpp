@@ -92,7 +92,9 @@ CPixFilterPipeline::~CPixFilterPipeline() {
 
 bool CPixFilterPipeline::AddPixFilter(const CPixFilterContext& stage) {
     require(numStages < kMaxStages, PixFilterPipelineCheck::stages);
+    require(stage.filter != nullptr, PixFilterPipelineCheck::filter);
     const std::uint32_t added = numStages;
+    require(added == 0 || stage.inputWidth == stages[added - 1].outputWidth, PixFilterPipelineCheck::stageWidth);
     cookies[added] = {this, added};
     stages[added] = stage;
     numStages = added + 1;
@@ -152,8 +154,9 @@ void CPixFilterPipeline::FilterScanline(unsigned char* buffer, int line) {
     require(numStages > 0, PixFilterPipelineCheck::anyStage);
     zpixf::ZPixFilterBase& last = *stages[numStages - 1].filter;
     if (!last.FilterScanline(static_cast<unsigned>(line), buffer)) {
+        const shr::ZString& reason = last.GetErrorDescription();
         const shr::Exception error(last.GetErrorModule(), last.GetErrorFile(), last.GetErrorLine(),
-                                   last.GetErrorDescription(), false);
+                                   reason.IsEmpty() ? L"A filter gave no line, and no reason." : reason, false);
         Destroy();
         throw shr::Exception(error);
     }

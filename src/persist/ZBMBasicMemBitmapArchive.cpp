@@ -67,13 +67,14 @@ bool ZBasicMemBitmap::LoadTiles(SerializeIO& io, shr::IProgress* progress) {
     return true;
 }
 
-/// The tile stays one pixel until its first block is there.
+/// The tile stays one pixel until its first block is there. None is there after a record of an unknown version.
 bool ZBasicMemBitmap::LoadTile(SerializeIO& io, const TileGrid& grid, int row, int col) {
     PlaceOf(grid, row, col) = std::make_unique<ZScanRect>();
     const ZScanRect::Place place{grid.across.Length(col), grid.down.Length(row), colorFormat};
     const bool known = LockScanRect(row, col).Load(io, &place);
     if (known) CommitScanRect(row, col);
     UnlockScanRect(row, col);
+    if (!known) PlaceOf(grid, row, col).reset();
     return known;
 }
 

@@ -66,6 +66,28 @@ TEST(ConvertPixelRows, RefusesIndicesWithoutATableAndWritesNothing) {
                   ConvertPixelRows({result.data(), shr::INDEXED_8, 4}, {source.data(), shr::GRAYSCALE_8, 4}, 4, 1);
               }),
               43);
+    EXPECT_EQ(LineOfError([&] {
+                  ConvertPixelRows({result.data(), shr::INDEXED_8, 4}, {source.data(), shr::INDEXED_8, 4}, 4, 1);
+              }),
+              43)
+        << "the destination's comes first";
+    EXPECT_EQ(result, Bytes(16, 0xEE));
+}
+
+TEST(ConvertPixelRows, RefusesFormatsThatAreNone) {
+    const Bytes source(4, 1);
+    Bytes result(16, 0xEE);
+    for (const int none : {0, 14, 99, -1}) {
+        const auto format = static_cast<shr::ColorFormat>(none);
+        EXPECT_EQ(LineOfError([&] {
+                      ConvertPixelRows({result.data(), shr::BGRA_32, 16}, {source.data(), format, 4}, 4, 1);
+                  }),
+                  9001);
+        EXPECT_EQ(LineOfError([&] {
+                      ConvertPixelRows({result.data(), format, 4}, {source.data(), shr::BGRA_32, 4}, 1, 1);
+                  }),
+                  9001);
+    }
     EXPECT_EQ(result, Bytes(16, 0xEE));
 }
 

@@ -487,6 +487,13 @@ TEST(ZPixelRect, DropsItsMatcherWheneverItStartsAnew) {
     EXPECT_TRUE(HoldsNoPixels(rect));
 }
 
+TEST(ZPixelRect, IsRefusedOfAnEmptyBitmap) {
+    testkit::OpenBitmap bitmap(4, 4, shr::BGR_24, 4, 4);
+    bitmap.colorFormat = shr::FORMAT_NONE;
+    EXPECT_TRUE(testkit::RaisesInternalError([&] { ZPixelRect(bitmap, 0, 0, 4, 4, shr::BGRA_32, nullptr); },
+                                             PixelRectCheck::emptyBitmap));
+}
+
 TEST(ZPixelRect, CommitsNoIndexThatTheFormatCannotHold) {
     testkit::OpenBitmap bitmap(4, 4, shr::INDEXED_4, 4, 4);
     ZPixelRect rect(bitmap, 0, 0, 4, 4, shr::BGRA_32, nullptr);

@@ -495,6 +495,24 @@ TEST(ZBasicMemBitmap, TakesADibTileByTile) {
                       testkit::PixelAt(bits.data() + (kHeight - 1 - y) * 36, x, shr::BGR_24));
 }
 
+TEST(ZBasicMemBitmap, OfAnEmptyOneIsEmpty) {
+    ZBasicMemBitmap source = FormulaBitmap(5, 6, shr::BGRA_32, 4, 4);
+    const ZBasicMemBitmap taken(std::move(source));
+    // NOLINTBEGIN(bugprone-use-after-move): what is left is stated
+    ASSERT_TRUE(source.IsEmpty());
+    EXPECT_TRUE(ZBasicMemBitmap(source).IsEmpty());
+    ZBasicMemBitmap assigned = FormulaBitmap(5, 6, shr::BGRA_32, 4, 4), changed(assigned), created(assigned);
+    assigned = source;
+    EXPECT_TRUE(assigned.IsEmpty());
+    created.Create(source);
+    EXPECT_TRUE(created.IsEmpty());
+    changed.ChangeFrom(source);
+    EXPECT_TRUE(changed.IsEmpty());
+    // NOLINTEND(bugprone-use-after-move)
+    assigned.Create(3, 3, shr::BGR_24);
+    EXPECT_FALSE(assigned.IsEmpty());
+}
+
 TEST(ZBasicMemBitmap, IsIndependentOfOthersOnOtherThreads) {
     std::vector<int> right(4, 0);
     std::vector<std::thread> threads;

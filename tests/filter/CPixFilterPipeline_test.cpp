@@ -44,7 +44,7 @@ public:
     ZPixfType FilterType() const override { return type; }
     bool FilterScanline(unsigned line, void* buffer) override {
         Note("line " + std::to_string(line));
-        if (line == failingLine) return Fail("StubFilter", 77, L"The stub fails.");
+        if (line == failingLine) return !isSilent && Fail("StubFilter", 77, L"The stub fails.");
         if (!PullLine(line, buffer)) return false;
         if (onLine) onLine(static_cast<unsigned char*>(buffer));
         return true;
@@ -57,6 +57,7 @@ public:
     std::function<bool()> onStart;
     std::function<void(unsigned char*)> onLine;
     unsigned failingLine = ~0u;
+    bool isSilent = false;
     using ZPixFilterBase::Fail;
     using ZPixFilterBase::PullLine;
 
@@ -537,6 +538,37 @@ TEST_F(Pipeline, ARangeOfOneLineReportsNothing) {
 }
 
 // --- formats
+
+TEST(CPixFilterPipeline, RefusesAStageWithoutFilterAndOneThatTakesOtherWidths) {
+    ZBasicMemBitmap bitmap(kWidth, kHeight, shr::BGRA_32);
+    const auto noLine = [](void*, unsigned, void*) { return false; };
+    StubFilter first(ZPixfType::Brightness), wider(ZPixfType::Brightness);
+    wider.SetInputFormat(zpixf::ZPixFormat(kWidth + 1, kHeight));
+    CPixFilterPipeline pipeline;
+    EXPECT_TRUE(
+        RaisesInternalError([&] { (void)pipeline.AddPixFilter(CPixFilterContext()); }, PixFilterPipelineCheck::filter));
+    EXPECT_TRUE(pipeline.AddPixFilter(CPixFilterContext(&first, noLine, &bitmap)));
+    EXPECT_TRUE(RaisesInternalError([&] { (void)pipeline.AddPixFilter(CPixFilterContext(&wider, noLine, &bitmap)); },
+                                    PixFilterPipelineCheck::stageWidth));
+    pipeline.Destroy();
+}
+
+TEST(CPixFilterPipeline, SaysThatAFilterFailedAlsoWhereThatGivesNoReason) {
+    ZBasicMemBitmap bitmap(kWidth, kHeight, shr::BGRA_32);
+    StubFilter silent(ZPixfType::Brightness);
+    silent.isSilent = true;
+    silent.failingLine = 0;
+    CPixFilterPipeline pipeline;
+    ASSERT_TRUE(pipeline.AddPixFilter(CPixFilterContext(
+        &silent, [](void*, unsigned, void*) { return true; }, &bitmap)));
+    std::vector<unsigned char> line(4 * kWidth);
+    try {
+        pipeline.FilterScanline(line.data(), 0);
+        FAIL() << "no error";
+    } catch (const shr::Exception& error) {
+        EXPECT_EQ(error.GetMessageText(), L"A filter gave no line, and no reason.");
+    }
+}
 
 TEST(InitPixFormat, DescribesTheLinesOfEachColorFormat) {
     struct Row {

@@ -17,7 +17,8 @@ namespace zbm {
     CHECK(regionTop, 395, internalError, "the rectangle's top must lie within the bitmap")                             \
     CHECK(regionBottom, 396, internalError, "the rectangle's bottom must lie within the bitmap")                       \
     CHECK(regionWidth, 398, internalError, "the rectangle must be at least 1 pixel wide")                              \
-    CHECK(regionHeight, 399, internalError, "the rectangle must be at least 1 pixel high")
+    CHECK(regionHeight, 399, internalError, "the rectangle must be at least 1 pixel high")                             \
+    CHECK(emptyBitmap, 9000, internalError, "an empty bitmap has no pixels to fetch")
 
 ZBM_DEFINE_CHECKS(PixelRectCheck, "ZBMPixelRect", ZBM_PIXEL_RECT_CHECKS)
 

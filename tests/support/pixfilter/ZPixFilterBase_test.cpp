@@ -166,6 +166,23 @@ TEST(ZPixFilterBase, AStartThatFailsInAnyWayHoldsNothing) {
     EXPECT_FALSE(filter.holds) << "after an exception of the source";
 }
 
+TEST(ZPixFilterBase, TakesFormatsThatAreSetWhileItIsStartedWhenItStops) {
+    Source source;
+    ZPixfNull filter;
+    unsigned char row[4 * Source::kWidth];
+    Connect(filter, source);
+    ASSERT_TRUE(filter.Start());
+    const ZPixFormat taller(Source::kWidth, Source::kHeight + 5, 4, 8);
+    filter.SetInputFormat(taller);
+    filter.SetOutputFormat(taller);
+    EXPECT_EQ(filter.GetOutputFormat().GetHeight(), Source::kHeight);
+    EXPECT_FALSE(filter.FilterScanline(Source::kHeight + 2, row));
+    EXPECT_TRUE(filter.FilterScanline(0, row));
+    filter.Stop();
+    EXPECT_EQ(filter.GetInputFormat().GetHeight(), Source::kHeight + 5);
+    EXPECT_EQ(filter.GetOutputFormat().GetHeight(), Source::kHeight + 5);
+}
+
 TEST(ZPixFilterBase, APictureWithoutLinesStartsAndHasNone) {
     Source source;
     ZPixfNull filter;

@@ -1,4 +1,6 @@
 #pragma once
+#include <optional>
+
 #include "shr/ZString.h"
 #include "zpixf/Export.h"
 #include "zpixf/ZPixFormat.h"
@@ -52,6 +54,7 @@ public:
 
     const ZPixFormat& GetInputFormat() const noexcept { return inputFormat; }
     const ZPixFormat& GetOutputFormat() const noexcept { return outputFormat; }
+    /// What is set while the filter is started counts from its Stop on.
     void SetInputFormat(const ZPixFormat& format);
     void SetOutputFormat(const ZPixFormat& format);
     /// `function` and what `userData` points at must outlive the filtering.
@@ -95,6 +98,7 @@ private:
     ScanLineFunction scanLineFunction = nullptr;
     void* userData = nullptr;
     bool started = false;
+    std::optional<ZPixFormat> nextInputFormat, nextOutputFormat;
     shr::ZString errorModule, errorFile, errorDescription;
     int errorLine = 0;
     bool lacksMemory = false;

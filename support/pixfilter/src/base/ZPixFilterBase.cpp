@@ -1,14 +1,26 @@
 #include "zpixf/ZPixFilterBase.h"
 
 #include <new>
+#include <utility>
 
 namespace zpixf {
 
 ZPixFilterBase::ZPixFilterBase() = default;
 ZPixFilterBase::~ZPixFilterBase() = default;
 
-void ZPixFilterBase::SetInputFormat(const ZPixFormat& format) { inputFormat = format; }
-void ZPixFilterBase::SetOutputFormat(const ZPixFormat& format) { outputFormat = format; }
+void ZPixFilterBase::SetInputFormat(const ZPixFormat& format) {
+    if (started)
+        nextInputFormat = format;
+    else
+        inputFormat = format;
+}
+
+void ZPixFilterBase::SetOutputFormat(const ZPixFormat& format) {
+    if (started)
+        nextOutputFormat = format;
+    else
+        outputFormat = format;
+}
 
 void ZPixFilterBase::SetScanLineFunction(ScanLineFunction function, void* data) {
     scanLineFunction = function;
@@ -36,7 +48,11 @@ bool ZPixFilterBase::Start() {
     return started;
 }
 
-void ZPixFilterBase::Stop() { started = false; }
+void ZPixFilterBase::Stop() {
+    started = false;
+    if (nextInputFormat) inputFormat = *std::exchange(nextInputFormat, std::nullopt);
+    if (nextOutputFormat) outputFormat = *std::exchange(nextOutputFormat, std::nullopt);
+}
 
 bool ZPixFilterBase::IsReadyFor(unsigned line) {
     if (!started) {
