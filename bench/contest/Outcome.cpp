@@ -1,35 +1,55 @@
 #include "Outcome.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 
-namespace contest::filters {
+namespace contest {
 
 namespace {
 
-std::string TitleOf(const Outcome& outcome) {
-    return outcome.name + ", " + std::to_string(outcome.size.from) + " to " + std::to_string(outcome.size.to);
-}
-
 std::string LabelOf(const Entrant& who) { return who.otherwise.empty() ? who.name : who.name + ", " + who.otherwise; }
 
-void PrintDifference(const Difference& difference, bool isOurs) {
-    if (isOurs && difference.max == 0)
-        std::printf(" %6s %7s", "=", "=");
-    else
-        std::printf(" %6d %7.3f", difference.max, difference.mean);
+const Figure* Find(const Score& score, const std::string& name) {
+    for (const Figure& figure : score.verdict.figures)
+        if (figure.name == name) return &figure;
+    return nullptr;
 }
 
-void PrintRow(const Outcome& outcome, const Score& score) {
-    std::printf("%-38s %9.1f %9.2f", LabelOf(score.who).c_str(), outcome.MegapixelsASecond(score),
-                outcome.OursOver(score));
-    if (score.difference) {
-        std::printf("%c", &score == outcome.FastestRival() ? '*' : ' ');
-        PrintDifference(*score.difference, score.who.isOurs);
+/// The names of the figures that anyone has.
+std::vector<std::string> ColumnsOf(const Outcome& outcome) {
+    std::vector<std::string> columns;
+    for (const Score& score : outcome.scores)
+        for (const Figure& figure : score.verdict.figures)
+            if (std::find(columns.begin(), columns.end(), figure.name) == columns.end()) columns.push_back(figure.name);
+    return columns;
+}
+
+void PrintBeside(const Outcome& outcome, const Score& score, const Score& own) {
+    const char mark = &score == outcome.FastestRival() ? '*' : ' ';
+    std::printf("  | %7.2f x%c", score.seconds.median / own.seconds.median, mark);
+    for (const Figure& figure : score.verdict.figures) {
+        const Figure* ours = Find(own, figure.name);
+        if (ours == nullptr || figure.beside == Beside::nothing) continue;
+        if (figure.beside == Beside::difference)
+            std::printf(" %+6.2f %s", figure.value - ours->value, figure.name);
+        else
+            std::printf(" %6.3f %s", figure.value / ours->value, figure.name);
     }
-    if (score.drift) std::printf(" %+7.2f", *score.drift);
-    std::printf("\n");
+}
+
+void PrintRow(const Outcome& outcome, const std::vector<std::string>& columns, const Score& score) {
+    std::printf("%-44s %9.5f %9.1f", LabelOf(score.who).c_str(), score.seconds.median,
+                outcome.MegapixelsASecond(score));
+    for (const std::string& column : columns) {
+        const Figure* figure = Find(score, column);
+        if (figure == nullptr)
+            std::printf(" %9s", "");
+        else
+            std::printf(" %9.*f", figure->value == static_cast<int>(figure->value) ? 0 : 3, figure->value);
+    }
+    for (const Score& own : outcome.scores)
+        if (own.who.role == Role::ours) PrintBeside(outcome, score, own);
+    std::printf("%s\n", score.verdict.isRight ? "" : "  WRONG");
 }
 
 }  // namespace
@@ -37,64 +57,60 @@ void PrintRow(const Outcome& outcome, const Score& score) {
 const Score* Outcome::FastestRival() const {
     const Score* fastest = nullptr;
     for (const Score& score : scores)
-        if (score.IsRival() && (fastest == nullptr || score.seconds < fastest->seconds)) fastest = &score;
+        if (score.who.IsRival() && (fastest == nullptr || score.seconds.median < fastest->seconds.median))
+            fastest = &score;
     return fastest;
 }
 
 double Outcome::MegapixelsASecond(const Score& score) const {
-    const double side = std::max(size.from, size.to);
-    return side * side / 1e6 / score.seconds;
+    const double side = std::max(from, to);
+    return side * side / 1e6 / score.seconds.median;
 }
 
 bool Outcome::IsRight() const {
-    constexpr double kLargestDrift = 0.5;
-    const bool isExact = !Ours().difference || Ours().difference->max == 0;
-    return isExact && (!Ours().drift || std::abs(*Ours().drift) <= kLargestDrift);
-}
-
-void PrintHead() {
-    std::printf(
-        "\nFilters, MP/s of the larger of source and result; * the fastest that does the same. Differences are levels\n"
-        "of B, G and R from ours, %d pixels from the border on; those of ours from plain loops, everywhere (= none).\n"
-        "Drift is what a pyramid of halvings to %d x %d does to the mean.\n",
-        kBorder, kTopOfPyramid, kTopOfPyramid);
+    return std::all_of(scores.begin(), scores.end(), [](const Score& score) { return score.verdict.isRight; });
 }
 
 void PrintTable(const Outcome& outcome) {
-    std::printf("\n%-38s %9s %9s  %6s %7s%s\n", TitleOf(outcome).c_str(), "MP/s", "ours / it", "max", "mean",
-                outcome.Ours().drift ? "   drift" : "");
-    for (const Score& score : outcome.scores) PrintRow(outcome, score);
+    const std::vector<std::string> columns = ColumnsOf(outcome);
+    std::printf("\n%-44s %9s %9s", (outcome.title + " to " + std::to_string(outcome.to)).c_str(), "seconds", "MP/s");
+    for (const std::string& column : columns) std::printf(" %9s", column.c_str());
+    for (const Score& own : outcome.scores)
+        if (own.who.role == Role::ours) std::printf("  | time / %s", own.who.name.c_str());
+    std::printf("\n");
+    for (const Score& score : outcome.scores) PrintRow(outcome, columns, score);
     std::fflush(stdout);
 }
 
 void PrintSummary(const std::vector<Outcome>& outcomes) {
-    std::printf("\n%-38s %9s %9s  %s\n", "Filters", "ours", "in cache", "ours / fastest rival");
+    std::printf("\n%-44s %9s  %s\n", "", "MP/s", "ours / fastest rival; ours / what stands beside");
     for (const Outcome& outcome : outcomes) {
-        std::printf("%-38s %9.1f %9.1f", TitleOf(outcome).c_str(), outcome.MegapixelsASecond(outcome.Ours()),
-                    outcome.MegapixelsASecond(outcome.OursInCache()));
-        if (const Score* rival = outcome.FastestRival())
-            std::printf("  %6.2f %s", outcome.OursOver(*rival), rival->who.name.c_str());
-        std::printf("%s\n", outcome.IsRight() ? "" : "  OURS IS WRONG");
+        const Score& ours = outcome.Ours();
+        std::printf("%-44s %9.1f", outcome.title.c_str(), outcome.MegapixelsASecond(ours));
+        const auto print = [&](const Score& score) {
+            std::printf("  %6.2f %s", score.seconds.median / ours.seconds.median, score.who.name.c_str());
+        };
+        if (const Score* rival = outcome.FastestRival()) print(*rival);
+        for (const Score& score : outcome.scores)
+            if (score.who.role == Role::beside) print(score);
+        std::printf("%s\n", outcome.IsRight() ? "" : "  WRONG");
     }
 }
 
-void Record(Records& records, const Outcome& outcome) {
+void Record(bench::Records& records, const Outcome& outcome) {
     for (const Score& score : outcome.scores) {
-        std::vector<Field> fields = {{"op", outcome.name},
-                                     {"size", double(outcome.size.from)},
-                                     {"to", double(outcome.size.to)},
-                                     {"who", score.who.name},
-                                     {"mps", outcome.MegapixelsASecond(score)},
-                                     {"seconds", score.seconds},
-                                     {"ours_to_it", outcome.OursOver(score)},
-                                     {"does_the_same", score.who.otherwise.empty()}};
-        if (score.difference) {
-            fields.push_back({"max_difference", double(score.difference->max)});
-            fields.push_back({"mean_difference", score.difference->mean});
-        }
-        if (score.drift) fields.push_back({"drift", *score.drift});
+        std::vector<bench::Field> fields = {{"op", outcome.name},
+                                            {"size", double(outcome.from)},
+                                            {"to", double(outcome.to)},
+                                            {"who", score.who.name},
+                                            {"mps", outcome.MegapixelsASecond(score)},
+                                            {"seconds", score.seconds.median},
+                                            {"best_seconds", score.seconds.best},
+                                            {"ours_to_it", score.seconds.median / outcome.Ours().seconds.median},
+                                            {"otherwise", score.who.otherwise}};
+        for (const Figure& figure : score.verdict.figures) fields.emplace_back(figure.name, figure.value);
         records.Add(fields);
     }
 }
 
-}  // namespace contest::filters
+}  // namespace contest

@@ -1,56 +1,37 @@
 #pragma once
-// What comes of a contest of one filter: figures, and how they are printed and recorded.
-#include <optional>
-#include <string>
-#include <vector>
+// What comes of an operation: figures, and how they are printed and recorded.
+#include "Contest.h"
+#include "harness/Records.h"
 
-#include "Records.h"
-#include "operations/Filters.h"
-
-namespace contest::filters {
-
-/// Libraries differ in what they think lies beyond a border: so many pixels there are left out where they are compared.
-inline constexpr int kBorder = 8;
-/// Side of the last level of a pyramid.
-inline constexpr int kTopOfPyramid = 16;
-
-/// How far two results are from each other in B, G and R.
-struct Difference {
-    int max = 0;
-    double mean = 0;
-};
+namespace contest {
 
 /// How one did.
 struct Score {
     Entrant who;
-    double seconds = 0;
-    std::optional<Difference> difference{};  ///< from our result; that of ours from the reference
-    std::optional<double> drift{};           ///< of the mean in a pyramid
-
-    bool IsRival() const { return !who.isOurs && who.otherwise.empty(); }
+    Verdict verdict{};
+    bench::Times seconds{};
 };
 
-/// The first score is that of our filter on pictures, the second that in the cache.
 struct Outcome {
-    std::string name;
-    Size size;
-    std::vector<Score> scores;
+    std::string title, name;
+    int from, to;
+    std::vector<Score> scores{};  ///< ours first
 
-    const Score& Ours() const { return scores[0]; }
-    const Score& OursInCache() const { return scores[1]; }
-    /// Null if there is no rival.
+    const Score& Ours() const { return scores.front(); }
+    /// Null if there is none.
     const Score* FastestRival() const;
-    double OursOver(const Score& score) const { return score.seconds / Ours().seconds; }
-    /// Of the larger picture.
+    /// Of the larger of source and result.
     double MegapixelsASecond(const Score& score) const;
-    /// Whether ours gives what the reference gives, and drifts by no more than half a level.
     bool IsRight() const;
 };
 
-void PrintHead();
-void PrintTable(const Outcome& outcome);
-/// A line each: ours beside the fastest.
-void PrintSummary(const std::vector<Outcome>& outcomes);
-void Record(Records& records, const Outcome& outcome);
+/// The rivals take part where their operation has this one's name. `rounds` as for TakeTurns.
+Outcome Hold(const Operation& operation, const Rows& rivals, const Square& picture, int rounds);
 
-}  // namespace contest::filters
+/// A line for each who takes part, compared with each of ours.
+void PrintTable(const Outcome& outcome);
+/// A line for each operation: ours beside the fastest.
+void PrintSummary(const std::vector<Outcome>& outcomes);
+void Record(bench::Records& records, const Outcome& outcome);
+
+}  // namespace contest

@@ -1,64 +1,77 @@
-#include "Contest.h"
-
-#include <opencv2/core.hpp>
-
+// contest sets conversion, quantisation, filters and compression beside other libraries, all on one thread and in
+// turns.
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <stdexcept>
+#include <utility>
+
+#include "Outcome.h"
+#include "harness/Program.h"
 
 namespace {
 
-constexpr char kUsage[] =
-    "contest [--filter REGEX] [--rounds N] [--json FILE] [--picture photo|shot]\n"
-    "Sets conversion, quantisation and filters beside other libraries, all on one thread and in turns. The filter is\n"
-    "searched for in names such as \"premultiply 4096\", \"quantise 256\" and \"filter half 4096\". The environment\n"
-    "variable ZBM_PICTURES names the folder of the pictures, 4096 x 4096 pixels of bytes B, G, R, A, top row first.\n";
+using namespace contest;
 
-struct Options {
-    std::string filter = ".", jsonFile, picture = "photo";
-    int rounds = 15;
-};
+std::vector<Operation> Wanted(const bench::Options& options, int side) {
+    std::vector<Operation> wanted;
+    for (const auto& operations : {Conversions, Quantizations, Filters, Compressions})
+        for (const Operation& operation : operations(side))
+            if (options.Wants(operation.Title())) wanted.push_back(operation);
+    return wanted;
+}
 
-bool Parse(int argc, char** argv, Options& options) {
-    for (int i = 1; i < argc; i += 2) {
-        const std::string key = argv[i];
-        if (i + 1 >= argc) return false;
-        if (key == "--filter")
-            options.filter = argv[i + 1];
-        else if (key == "--rounds")
-            options.rounds = std::max(1, std::atoi(argv[i + 1]));
-        else if (key == "--json")
-            options.jsonFile = argv[i + 1];
-        else if (key == "--picture")
-            options.picture = argv[i + 1];
-        else
-            return false;
+Rows AllRows() {
+    Rows rows;
+    const char* separator = "Beside: ";
+    for (const Rival& rival : Rivals()) {
+        std::printf("%s%s", std::exchange(separator, ", "), rival.library);
+        const Rows some = rival.rows();
+        rows.insert(rows.end(), some.begin(), some.end());
     }
-    return true;
+    std::printf(".\n");
+    return rows;
+}
+
+void PrintHead(const std::string& picture, int side, int rounds) {
+    std::printf(
+        "Picture: %s, %d x %d. Medians of %d rounds (a fifth of them where jobs take long).\n"
+        "MP/s of the larger of source and result; how many times as long as ours each takes, * for the fastest that\n"
+        "does the same.\n"
+        "exact: 1 if by our rules; max, mean: levels from our rules, the rounded result or (filters) from ours; "
+        "drift:\n"
+        "what a pyramid of halvings does to the mean; dB: from the picture; ratio: bytes of pixels / bytes stored.\n",
+        picture.c_str(), side, side, rounds);
+}
+
+int HoldAll(const bench::Options& options, const std::string& pictureName) {
+    const int side = options.isQuick ? 2 * bench::kTileSide : bench::kPictureSide;
+    const int rounds = options.RoundsOr(15);
+    const Square picture = CutSquare(bench::LoadPicture(pictureName), side);
+    bench::Records records(options.jsonFile);
+    PrintHead(bench::PictureOrigin(pictureName), side, rounds);
+    const Rows rivals = AllRows();
+    std::vector<Outcome> outcomes;
+    for (const Operation& operation : Wanted(options, side)) {
+        outcomes.push_back(Hold(operation, rivals, picture, rounds));
+        PrintTable(outcomes.back());
+        Record(records, outcomes.back());
+    }
+    PrintSummary(outcomes);
+    const auto isRight = [](const Outcome& outcome) { return outcome.IsRight(); };
+    return std::all_of(outcomes.begin(), outcomes.end(), isRight) ? 0 : 1;
 }
 
 }  // namespace
 
-int main(int argc, char** argv) try {
-    Options options;
-    if (!Parse(argc, argv, options)) {
-        std::fputs(kUsage, stderr);
-        return 2;
-    }
-    cv::setNumThreads(1);
-    contest::Setting setting{std::regex(options.filter),
-                             options.rounds,
-                             contest::LoadPicture(options.picture),
-                             {},
-                             contest::Records(options.jsonFile)};
-    std::printf("Picture: %s. %s. Medians of %d rounds (a fifth of them where jobs take long).\n",
-                setting.picture.description.c_str(), setting.pillow.Greeting().c_str(), options.rounds);
-    const bool converts = contest::HoldConvertContest(setting);
-    const bool quantizes = contest::HoldQuantizeContest(setting);
-    const bool filters = contest::HoldFilterContest(setting);
-    return converts && quantizes && filters ? 0 : 1;
-} catch (const std::exception& error) {
-    std::fprintf(stderr, "contest: %s\n", error.what());
-    return 1;
+int main(int argc, char** argv) {
+    CLI::App app(
+        "Sets conversion, quantisation, filters and compression beside other libraries, on one thread and in turns.\n"
+        "The filter is searched for in names such as \"convert premultiply 4096\", \"palette quantise 256 4096\",\n"
+        "\"filter half 512\" and \"codec store 4096\". The environment variable ZBM_PICTURES names the folder of the\n"
+        "pictures, 4096 x 4096 pixels of bytes B, G, R, A, top row first. The exit status tells whether ours are "
+        "right.");
+    bench::Options options;
+    std::string picture = "photo";
+    options.AddTo(app);
+    app.add_option("--picture", picture, "photo or shot")->check(CLI::IsMember({"photo", "shot"}));
+    return bench::RunProgram(app, argc, argv, [&] { return HoldAll(options, picture); });
 }

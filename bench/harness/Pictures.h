@@ -1,12 +1,15 @@
 #pragma once
-// The picture on which contests are held, and the memory that holds pixels.
+// The pictures on which is measured, and the memory that holds pixels.
 #include <cstddef>
 #include <cstdint>
 #include <new>
 #include <string>
 #include <vector>
 
-namespace contest {
+#include "convert/ZBMColorFormat.h"
+#include "shr/ColorFormat.h"
+
+namespace bench {
 
 /// Pixels begin at a cache line, so that no contestant is hampered by where they happen to lie.
 template <class T>
@@ -22,20 +25,49 @@ struct CacheLineAllocator {
 };
 using Pixels = std::vector<std::uint8_t, CacheLineAllocator<std::uint8_t>>;
 
-inline constexpr std::size_t kPictureSide = 4096;
-inline constexpr std::size_t kTileSide = 512;
+/// A square picture, top row first, with its colour table if the format has one.
+struct Square {
+    Square(shr::ColorFormat which, int sidePixels);
 
-/// A square, opaque picture: bytes B, G, R, A, top row first.
-struct Picture {
-    std::string description;
-    Pixels bgra;  ///< kPictureSide x kPictureSide
+    zbm::PixelRows Rows() { return {pixels.data(), format, stride, table.empty() ? nullptr : table.data()}; }
+    zbm::ConstPixelRows Rows() const { return {pixels.data(), format, stride, table.empty() ? nullptr : table.data()}; }
+    std::size_t PixelCount() const { return static_cast<std::size_t>(side) * static_cast<std::size_t>(side); }
+    double Megapixels() const { return static_cast<double>(PixelCount()) / 1e6; }
+
+    shr::ColorFormat format;
+    int side, stride;  ///< in pixels; in bytes
+    Pixels pixels;
+    std::vector<shr::Color4b> table;
 };
 
-/// The picture `name`.bgra of the folder that the environment variable ZBM_PICTURES names; without it, one made by a
-/// formula. Raises std::runtime_error for a file that is missing or has another size.
-Picture LoadPicture(const std::string& name);
+inline constexpr int kPictureSide = 4096, kTileSide = 512;
+
+/// The picture `name`.bgra, bytes B, G, R, A, of the folder that the environment variable ZBM_PICTURES names; without
+/// it, one made by a formula. Square and opaque. Raises std::runtime_error for a file that is missing or has another
+/// size than kPictureSide x kPictureSide.
+Square LoadPicture(const std::string& name);
+/// Which of the two it is, for people.
+std::string PictureOrigin(const std::string& name);
+/// LoadPicture("photo"), loaded once.
+const Square& Photograph();
 
 /// The picture itself for its own side; a square from its inside for a smaller one.
-Pixels CutSquare(const Picture& picture, std::size_t side);
+Square CutSquare(const Square& bgra, int side);
+/// The same picture in bytes B, G, R, A.
+Square ToBgra(const Square& picture);
 
-}  // namespace contest
+/// Bytes that look like nothing in particular, the same in every run.
+Pixels Noise(std::size_t bytes);
+
+/// Two blocks of memory that memcpy copies as the rival of an operation; touched before, so that no page is fresh.
+class Copy {
+public:
+    explicit Copy(std::size_t bytes) : from(bytes, 1), to(bytes, 2) {}
+    void operator()() const;
+
+private:
+    Pixels from;
+    mutable Pixels to;
+};
+
+}  // namespace bench

@@ -1,26 +1,16 @@
-#include "Records.h"
+#include "harness/Records.h"
 
 #include <cmath>
 #include <cstdio>
 #include <stdexcept>
 
-namespace contest {
+namespace bench {
 
-namespace {
-
-std::string AsJson(double number) {
-    if (!std::isfinite(number)) return "null";
+Field::Field(std::string name, double number) : key(std::move(name)), value("null") {
     char text[32];
     std::snprintf(text, sizeof text, "%.6g", number);
-    return text;
+    if (std::isfinite(number)) value = text;
 }
-
-}  // namespace
-
-Field::Field(const char* name, double number) : key(name), value(AsJson(number)) {}
-Field::Field(const char* name, bool answer) : key(name), value(answer ? "true" : "false") {}
-Field::Field(const char* name, const std::string& text) : key(name), value('"' + text + '"') {}
-Field::Field(const char* name, const char* text) : Field(name, std::string(text)) {}
 
 Records::Records(const std::string& jsonFile) {
     if (jsonFile.empty()) return;
@@ -45,4 +35,4 @@ void Records::Add(const std::vector<Field>& fields) {
     json << "}" << std::flush;
 }
 
-}  // namespace contest
+}  // namespace bench

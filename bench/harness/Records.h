@@ -4,14 +4,12 @@
 #include <string>
 #include <vector>
 
-namespace contest {
+namespace bench {
 
 /// A key with its value as JSON writes it. Texts are names of our own, and hold nothing that would have to be escaped.
 struct Field {
-    Field(const char* name, double number);
-    Field(const char* name, bool answer);
-    Field(const char* name, const std::string& text);
-    Field(const char* name, const char* text);
+    Field(std::string name, double number);
+    Field(std::string name, const std::string& text) : key(std::move(name)), value('"' + text + '"') {}
 
     std::string key, value;
 };
@@ -31,4 +29,4 @@ private:
     bool isFirst = true;
 };
 
-}  // namespace contest
+}  // namespace bench

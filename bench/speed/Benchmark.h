@@ -1,13 +1,10 @@
 #pragma once
-// How benchmarks measure: an operation and its rival take turns, so that both meet the same noise, and the medians of
-// many rounds are compared. A ratio above 1 means that the operation is faster than its rival.
-#include <benchmark/benchmark.h>
-
-#include <chrono>
-#include <cstddef>
-#include <cstdint>
-#include <functional>
+// A benchmark of our own is a row of data: its name, how many rounds it takes, and what sets it up and measures it.
+#include <string>
 #include <vector>
+
+#include "harness/Records.h"
+#include "harness/Turns.h"
 
 namespace bench {
 
@@ -17,22 +14,57 @@ struct Work {
     const char* unit;  ///< a second: "GB/s", "MP/s"
 };
 
-/// Runs `operation` and `rival` in turns. The record's value is the operation's rate, and its ratio the rival's time
-/// over the operation's; `ratioName` names the rival ("ratio_to_memcpy").
-void TakeTurns(benchmark::State& state, Work work, const std::function<void()>& operation, const char* ratioName,
-               const std::function<void()>& rival);
-
-/// Two blocks of memory that memcpy copies as the rival of an operation; touched before, so that no page is fresh.
-class Copy {
+/// One benchmark as it runs.
+class Run {
 public:
-    explicit Copy(std::size_t bytes);
-    void operator()() const;
+    explicit Run(int howOften) : rounds(howOften) {}
+
+    /// Runs `operation` and its rival in turns. The result is the operation's rate, and the rival's time over the
+    /// operation's; `ratioName` names the rival ("ratio_to_memcpy").
+    void TakeTurns(Work work, const Job& operation, const char* ratioName, const Job& rival);
+    void TakeTurns(Work work, const Job& operation, std::size_t bytesOfMemcpy);
+    /// One more figure of the result.
+    void Add(const char* name, double value) { more.emplace_back(name, value); }
+
+    struct Result {
+        Work work{};
+        double rate = 0;
+        const char* ratioName = "";
+        double ratio = 0;
+    };
+    const Result& TheResult() const { return result; }
+    const std::vector<std::pair<const char*, double>>& More() const { return more; }
 
 private:
-    mutable std::vector<std::uint8_t> from, to;
+    int rounds;
+    Result result;
+    std::vector<std::pair<const char*, double>> more;
 };
 
-/// Bytes that look like nothing in particular, the same in every run.
-std::vector<std::uint8_t> Noise(std::size_t bytes);
+struct Benchmark {
+    std::string name;
+    int rounds;
+    std::function<void(Run&)> run;
+};
+
+/// Adds benchmarks to the program, before main():
+///
+///     [[maybe_unused]] const bool kAdded = bench::Add({{"Median/3", 5, [](bench::Run& run) { Median(run, 3); }}});
+bool Add(const std::vector<Benchmark>& benchmarks);
+const std::vector<Benchmark>& AllBenchmarks();
+
+/// The rates of all benchmarks so far whose names are like "Convert/bgr24_to_gray8/512", as a table in Markdown.
+class PairTable {
+public:
+    void Add(const std::string& name, double rate);
+    void Print() const;
+
+private:
+    struct Cell {
+        std::string from, to;
+        double rate;
+    };
+    std::vector<Cell> cells;
+};
 
 }  // namespace bench

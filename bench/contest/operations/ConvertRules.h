@@ -2,109 +2,91 @@
 // What conversions are to give, in plain loops: the rules of our converter, and beside them the rounded results that
 // most other libraries aim at.
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
 
-#include "shr/Color4b.h"
+#include "harness/Pictures.h"
 
-namespace contest {
+namespace contest::rules {
 
-/// Pixels lie one after the other, without padding; a count of packed pixels fills whole bytes.
-using Rule = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::size_t pixels, const shr::Color4b* table);
-
-namespace rules {
+using bench::Square;
+using Rule = void (*)(const Square& source, Square& result);
 
 constexpr std::uint8_t Byte(unsigned value) { return static_cast<std::uint8_t>(value); }
 constexpr unsigned WeighedSum(const std::uint8_t* bgr) { return 114u * bgr[0] + 587u * bgr[1] + 299u * bgr[2]; }
 
-inline void SwapRedAndBlue(const std::uint8_t* src, std::uint8_t* dst, std::size_t pixels, const shr::Color4b*) {
-    for (; pixels != 0; --pixels, src += 4, dst += 4) {
-        dst[0] = src[2];
-        dst[1] = src[1];
-        dst[2] = src[0];
-        dst[3] = src[3];
-    }
+/// Gives `make` each pixel of the source, of kFrom bytes, with its place in the result, of kTo bytes.
+template <std::size_t kFrom, std::size_t kTo, class Make>
+void ForEachPixel(const Square& source, Square& result, const Make& make) {
+    for (std::size_t i = 0; i < source.PixelCount(); ++i) make(&source.pixels[kFrom * i], &result.pixels[kTo * i]);
 }
 
-inline void AddAlpha(const std::uint8_t* src, std::uint8_t* dst, std::size_t pixels, const shr::Color4b*) {
-    for (; pixels != 0; --pixels, src += 3, dst += 4) {
-        std::copy_n(src, 3, dst);
-        dst[3] = 255;
-    }
+inline void SwapRedAndBlue(const Square& source, Square& result) {
+    ForEachPixel<4, 4>(source, result, [](const auto* from, auto* to) {
+        for (int c = 0; c < 3; ++c) to[c] = from[2 - c];
+        to[3] = from[3];
+    });
 }
 
-inline void DropAlpha(const std::uint8_t* src, std::uint8_t* dst, std::size_t pixels, const shr::Color4b*) {
-    for (; pixels != 0; --pixels, src += 4, dst += 3) std::copy_n(src, 3, dst);
+inline void AddAlpha(const Square& source, Square& result) {
+    ForEachPixel<3, 4>(source, result, [](const auto* from, auto* to) { *std::copy_n(from, 3, to) = 255; });
 }
 
-inline void Premultiply(const std::uint8_t* src, std::uint8_t* dst, std::size_t pixels, const shr::Color4b*) {
-    for (; pixels != 0; --pixels, src += 4, dst += 4) {
-        const unsigned alpha = src[3];
-        for (int c = 0; c < 3; ++c) dst[c] = Byte((src[c] * alpha + 127) / 255);
-        dst[3] = src[3];
-    }
+inline void DropAlpha(const Square& source, Square& result) {
+    ForEachPixel<4, 3>(source, result, [](const auto* from, auto* to) { std::copy_n(from, 3, to); });
+}
+
+inline void Premultiply(const Square& source, Square& result) {
+    ForEachPixel<4, 4>(source, result, [](const auto* from, auto* to) {
+        for (int c = 0; c < 3; ++c) to[c] = Byte((from[c] * unsigned{from[3]} + 127) / 255);
+        to[3] = from[3];
+    });
 }
 
 /// Half of alpha is added before the division for results to the nearest, nothing for truncated ones.
-inline void Unpremultiply(const std::uint8_t* src, std::uint8_t* dst, std::size_t pixels, bool nearest) {
-    for (; pixels != 0; --pixels, src += 4, dst += 4) {
-        const unsigned alpha = src[3];
+template <bool kNearest>
+void Unpremultiply(const Square& source, Square& result) {
+    ForEachPixel<4, 4>(source, result, [](const auto* from, auto* to) {
+        const unsigned alpha = from[3];
         for (int c = 0; c < 3; ++c)
-            dst[c] = alpha == 0 ? src[c] : Byte((src[c] * 255u + (nearest ? alpha / 2 : 0)) / alpha);
-        dst[3] = src[3];
-    }
-}
-inline void UnpremultiplyTruncated(const std::uint8_t* src, std::uint8_t* dst, std::size_t pixels,
-                                   const shr::Color4b*) {
-    Unpremultiply(src, dst, pixels, false);
-}
-inline void UnpremultiplyNearest(const std::uint8_t* src, std::uint8_t* dst, std::size_t pixels, const shr::Color4b*) {
-    Unpremultiply(src, dst, pixels, true);
+            to[c] = alpha == 0 ? from[c] : Byte((from[c] * 255u + (kNearest ? alpha / 2 : 0)) / alpha);
+        to[3] = from[3];
+    });
 }
 
-inline void GreyTruncated(const std::uint8_t* src, std::uint8_t* dst, std::size_t pixels, const shr::Color4b*) {
-    for (std::size_t i = 0; i < pixels; ++i) dst[i] = Byte(WeighedSum(src + 4 * i) / 1000);
-}
-inline void GreyNearest(const std::uint8_t* src, std::uint8_t* dst, std::size_t pixels, const shr::Color4b*) {
-    for (std::size_t i = 0; i < pixels; ++i) dst[i] = Byte((WeighedSum(src + 4 * i) + 500) / 1000);
-}
-
-inline void GreyToColor(const std::uint8_t* src, std::uint8_t* dst, std::size_t pixels, const shr::Color4b*) {
-    for (; pixels != 0; --pixels, ++src, dst += 4) {
-        std::fill_n(dst, 3, *src);
-        dst[3] = 255;
-    }
+template <bool kNearest>
+void Grey(const Square& source, Square& result) {
+    ForEachPixel<4, 1>(source, result, [](const auto* from, auto* to) {
+        *to = Byte((WeighedSum(from) + (kNearest ? 500 : 0)) / 1000);
+    });
 }
 
-inline void Grey16TopByte(const std::uint8_t* src, std::uint8_t* dst, std::size_t pixels, const shr::Color4b*) {
-    for (std::size_t i = 0; i < pixels; ++i) dst[i] = src[2 * i + 1];
-}
-inline void Grey16Nearest(const std::uint8_t* src, std::uint8_t* dst, std::size_t pixels, const shr::Color4b*) {
-    for (std::size_t i = 0; i < pixels; ++i) dst[i] = Byte((src[2 * i] + 256u * src[2 * i + 1] + 128) / 257);
+inline void GreyToColor(const Square& source, Square& result) {
+    ForEachPixel<1, 4>(source, result, [](const auto* from, auto* to) { *std::fill_n(to, 3, *from) = 255; });
 }
 
-inline void BitsToGrey(const std::uint8_t* src, std::uint8_t* dst, std::size_t pixels, const shr::Color4b*) {
-    for (std::size_t i = 0; i < pixels; ++i) dst[i] = (src[i / 8] << i % 8 & 0x80) != 0 ? 255 : 0;
+inline void Grey16TopByte(const Square& source, Square& result) {
+    ForEachPixel<2, 1>(source, result, [](const auto* from, auto* to) { *to = from[1]; });
+}
+inline void Grey16Nearest(const Square& source, Square& result) {
+    ForEachPixel<2, 1>(source, result,
+                       [](const auto* from, auto* to) { *to = Byte((from[0] + 256u * from[1] + 128) / 257); });
 }
 
-inline void LookUp(const std::uint8_t* src, std::uint8_t* dst, std::size_t pixels, const shr::Color4b* table) {
-    for (; pixels != 0; --pixels, ++src, dst += 4) {
-        const shr::Color4b color = table[*src];
-        dst[0] = color.blue;
-        dst[1] = color.green;
-        dst[2] = color.red;
-        dst[3] = color.alpha;
-    }
+inline void BitsToGrey(const Square& source, Square& result) {
+    for (std::size_t i = 0; i < source.PixelCount(); ++i)
+        result.pixels[i] = (source.pixels[i / 8] << i % 8 & 0x80) != 0 ? 255 : 0;
 }
 
-inline void Threshold(const std::uint8_t* src, std::uint8_t* dst, std::size_t pixels, const shr::Color4b*) {
-    for (std::size_t i = 0; i < pixels; i += 8) {
-        unsigned bits = 0;
-        for (std::size_t k = i; k < i + 8; ++k) bits = bits << 1 | (WeighedSum(src + 4 * k) >= 127500 ? 1u : 0u);
-        dst[i / 8] = Byte(bits);
-    }
+inline void LookUp(const Square& source, Square& result) {
+    ForEachPixel<1, 4>(source, result, [&](const auto* from, auto* to) {
+        const shr::Color4b color = source.table[*from];
+        to[0] = color.blue, to[1] = color.green, to[2] = color.red, to[3] = color.alpha;
+    });
 }
 
-}  // namespace rules
+inline void Threshold(const Square& source, Square& result) {
+    std::fill(result.pixels.begin(), result.pixels.end(), std::uint8_t{0});
+    for (std::size_t i = 0; i < source.PixelCount(); ++i)
+        if (WeighedSum(&source.pixels[4 * i]) >= 127500) result.pixels[i / 8] |= Byte(0x80u >> i % 8);
+}
 
-}  // namespace contest
+}  // namespace contest::rules

@@ -1,11 +1,14 @@
 #pragma once
 // What our filters are to give, in plain loops.
-#include "operations/FilterScene.h"
+#include <functional>
 
-namespace contest::filters {
+#include "harness/Pictures.h"
+#include "operations/FilterParameters.h"
 
-/// Makes the result of a canvas.
-using Reference = std::function<void(const Canvas&)>;
+namespace contest {
+
+using bench::Square;
+using Reference = std::function<void(const Square& source, Square& result)>;
 
 namespace references {
 
@@ -13,10 +16,10 @@ Reference Levels(const Line& line);
 /// For an amount that is not negative.
 Reference Saturation(double amount);
 Reference Convolution(const Kernel& kernel);
-void Desaturation(const Canvas& canvas);
-void Half(const Canvas& canvas);
-void Nearest(const Canvas& canvas);
+void Desaturation(const Square& source, Square& result);
+void Half(const Square& source, Square& result);
+void Nearest(const Square& source, Square& result);
 
 }  // namespace references
 
-}  // namespace contest::filters
+}  // namespace contest

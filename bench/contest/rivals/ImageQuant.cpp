@@ -1,92 +1,90 @@
-#include "rivals/ImageQuant.h"
+// libimagequant.
+#include <libimagequant.h>
 
-#include <algorithm>
-#include <cstring>
+#include <memory>
 #include <stdexcept>
-#include <string>
+
+#include "operations/ConvertRules.h"
+#include "operations/Indexed.h"
 
 namespace contest {
 
 namespace {
 
-constexpr auto kSide = static_cast<unsigned>(kPictureSide);
-constexpr std::size_t kRowBytes = kPictureSide * 4;
+/// A picture for which it has chosen colours. `rgba` must outlive it.
+class Choice {
+public:
+    Choice(const Square& rgba, int colors, int speed) : attributes(liq_attr_create()) {
+        liq_set_max_colors(attributes.get(), colors);
+        liq_set_speed(attributes.get(), speed);
+        image.reset(liq_image_create_rgba(attributes.get(), rgba.pixels.data(), rgba.side, rgba.side, 0));
+        liq_result* chosen = nullptr;
+        Check(liq_image_quantize(image.get(), attributes.get(), &chosen));
+        result.reset(chosen);
+    }
 
-bool ReadRow(void* picture, unsigned line, void* buffer) {
-    std::memcpy(buffer, static_cast<const Pixels*>(picture)->data() + line * kRowBytes, kRowBytes);
-    return true;
+    void Map(bool dithers, Square& indices) const {
+        liq_set_dithering_level(result.get(), dithers ? 1.0F : 0.0F);
+        Check(liq_write_remapped_image(result.get(), image.get(), indices.pixels.data(), indices.pixels.size()));
+        const liq_palette* palette = liq_get_palette(result.get());
+        for (unsigned i = 0; i < palette->count; ++i) {
+            const liq_color color = palette->entries[i];
+            indices.table[i] = {color.r, color.g, color.b};
+        }
+    }
+
+private:
+    static void Check(liq_error error) {
+        if (error != LIQ_OK) throw std::runtime_error("libimagequant fails");
+    }
+    struct Destroy {
+        void operator()(liq_attr* what) const { liq_attr_destroy(what); }
+        void operator()(liq_image* what) const { liq_image_destroy(what); }
+        void operator()(liq_result* what) const { liq_result_destroy(what); }
+    };
+    std::unique_ptr<liq_attr, Destroy> attributes;
+    std::unique_ptr<liq_image, Destroy> image;
+    std::unique_ptr<liq_result, Destroy> result;
+};
+
+std::shared_ptr<const Square> ToRgba(const Square& bgra) {
+    const auto rgba = std::make_shared<Square>(bgra);
+    rules::SwapRedAndBlue(bgra, *rgba);
+    return rgba;
 }
 
-[[noreturn]] void RaiseWhatFailed(const zpixf::ZPixFilterBase& filter) {
-    throw std::runtime_error("a filter fails at line " + std::to_string(filter.GetErrorLine()) + " of its source");
+Entrant Choosing(int speed, int colors, bool dithers) {
+    return {"libimagequant speed " + std::to_string(speed), [=](const Scene& scene) {
+                return Painting([=, rgba = ToRgba(scene.source)](const Square&, Square& indices) {
+                    Choice(*rgba, colors, speed).Map(dithers, indices);
+                })(scene);
+            }};
 }
 
-void Start(zpixf::ZPixFilterBase& filter, const Pixels& bgra, const zpixf::ZPixFormat& output) {
-    filter.SetInputFormat(zpixf::ZPixFormat(kSide, kSide, 4, 8));
-    filter.SetOutputFormat(output);
-    filter.SetScanLineFunction(ReadRow, const_cast<Pixels*>(&bgra));
-    if (!filter.Start()) RaiseWhatFailed(filter);
+/// The colours are chosen beforehand.
+Entrant Mapping(bool dithers) {
+    return {"libimagequant, own colours", [=](const Scene& scene) {
+                const auto rgba = ToRgba(scene.source);
+                const auto choice = std::make_shared<Choice>(*rgba, 256, 10);
+                return Painting([=](const Square&, Square& indices) {
+                    (void)rgba;
+                    choice->Map(dithers, indices);
+                })(scene);
+            }};
 }
 
-void Run(zpixf::ZPixFilterBase& filter, const Pixels& bgra, const zpixf::ZPixFormat& output, IndexedPicture& result) {
-    Start(filter, bgra, output);
-    for (unsigned y = 0; y < kSide; ++y)
-        if (!filter.FilterScanline(y, &result.indices[y * kPictureSide])) RaiseWhatFailed(filter);
-    std::copy_n(filter.GetOutputFormat().GetColors(), 256, result.table);
-    filter.Stop();
+Rows RowsOfImageQuant() {
+    Rows rows = {{"dither to a palette", Mapping(true)}, {"map to a table", Mapping(false)}};
+    for (const int speed : {4, 10}) {
+        rows.push_back({"quantise 256", Choosing(speed, 256, false)});
+        rows.push_back({"quantise 16", Choosing(speed, 16, false)});
+        rows.push_back({"quantise and dither 256", Choosing(speed, 256, true)});
+    }
+    return rows;
 }
 
-zpixf::ZPixFormat Indices() { return zpixf::ZPixFormat(kSide, kSide, 1, 8, 256); }
+[[maybe_unused]] const bool kAdded = Add({"libimagequant", RowsOfImageQuant});
 
 }  // namespace
-
-Pixels IndexedPicture::ToBgra() const {
-    Pixels bgra(kPicturePixels * 4, 255);
-    for (std::size_t i = 0; i < kPicturePixels; ++i) {
-        const RGBQUAD color = table[indices[i]];
-        bgra[4 * i] = color.rgbBlue;
-        bgra[4 * i + 1] = color.rgbGreen;
-        bgra[4 * i + 2] = color.rgbRed;
-    }
-    return bgra;
-}
-
-void Quantize(zpixf::ZPixfQuantize& quantizer, const Pixels& bgra, unsigned colors, IndexedPicture& result) {
-    quantizer.SetDesiredColors(colors);
-    Run(quantizer, bgra, Indices(), result);
-}
-
-void Dither(zpixf::ZPixfDither& ditherer, const Pixels& bgra, const RGBQUAD* table, IndexedPicture& result) {
-    zpixf::ZPixFormat output = Indices();
-    if (table != nullptr) output.FillColorTable(256, table);
-    Run(ditherer, bgra, output, result);
-}
-
-void QuantizeAndDither(zpixf::ZPixfQuantize& quantizer, zpixf::ZPixfDither& ditherer, const Pixels& bgra,
-                       IndexedPicture& result) {
-    Start(quantizer, bgra, Indices());
-    Dither(ditherer, bgra, quantizer.GetOutputFormat().GetColors(), result);
-}
-
-LiqChoice::LiqChoice(const Pixels& rgba, int colors, int speed) : attributes(liq_attr_create()) {
-    liq_set_max_colors(attributes.get(), colors);
-    liq_set_speed(attributes.get(), speed);
-    image.reset(liq_image_create_rgba(attributes.get(), rgba.data(), int{kSide}, int{kSide}, 0));
-    liq_result* chosen = nullptr;
-    if (liq_image_quantize(image.get(), attributes.get(), &chosen) != LIQ_OK)
-        throw std::runtime_error("libimagequant fails");
-    result.reset(chosen);
-}
-
-void LiqChoice::Map(bool dithers, IndexedPicture& picture) const {
-    liq_set_dithering_level(result.get(), dithers ? 1.0F : 0.0F);
-    if (liq_write_remapped_image(result.get(), image.get(), picture.indices.data(), kPicturePixels) != LIQ_OK)
-        throw std::runtime_error("libimagequant fails");
-    const liq_palette* palette = liq_get_palette(result.get());
-    for (unsigned i = 0; i < palette->count; ++i) {
-        const liq_color color = palette->entries[i];
-        picture.table[i] = {color.b, color.g, color.r, 0};
-    }
-}
 
 }  // namespace contest

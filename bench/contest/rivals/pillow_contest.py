@@ -3,10 +3,13 @@
 
 Reads requests from standard input, a line each, and answers on standard output:
 
-    source SIDE BYTES TABLEBYTES    followed by the pixels and a colour table (R, G, B, A); no answer
-    prepare JOB                     "ready": Pillow's own picture of the source is made, untimed
-    run JOB TIMES                   the seconds that so many runs took
-    result JOB                      the number of bytes, then the pixels of the last run in the form the contest compares
+    prepare N JOB FROM TO BYTES TABLEBYTES    followed by the pixels of a square and a colour table (R, G, B, A); FROM
+                                              and TO are the sides of source and result. "ready": Pillow's own picture
+                                              of the source is made, untimed; from now on the job is N
+    run N TIMES                               the seconds that so many runs took
+    result N                                  the number of bytes, then the pixels of the last run in the form the
+                                              contest compares
+    forget N                                  "gone": its pictures are
 
 A JOB is a name of JOBS, with its arguments behind colons.
 """
@@ -28,8 +31,8 @@ DIFFUSION = Image.Dither.FLOYDSTEINBERG
 
 
 class Source:
-    def __init__(self, side, pixels, table):
-        self.size, self.pixels, self.table = (side, side), pixels, table
+    def __init__(self, side, target, pixels, table):
+        self.size, self.target, self.pixels, self.table = (side, side), (target, target), pixels, table
 
     def picture(self, mode, raw=None):
         return Image.frombytes(mode, self.size, self.pixels, "raw", raw or mode)
@@ -65,21 +68,17 @@ def grey(picture):
     return picture.convert("L").tobytes()
 
 
-def quantize(colours, method):
-    def prepare(source):
-        # The octree needs the fourth channel, the median cut works without.
-        picture = source.opaque()
-        if method == Image.Quantize.FASTOCTREE:
-            picture = picture.convert("RGBA")
-        return lambda: picture.quantize(colours, method)
-    return prepare
+def quantize(source, colours, method):
+    # The octree needs the fourth channel, the median cut works without.
+    picture, colours, method = source.opaque(), int(colours), Image.Quantize[method]
+    if method == Image.Quantize.FASTOCTREE:
+        picture = picture.convert("RGBA")
+    return lambda: picture.quantize(colours, method)
 
 
-def quantize_and_diffuse(colours, method):
-    def prepare(source):
-        choose, picture = quantize(colours, method)(source), source.opaque()
-        return lambda: picture.quantize(colours, dither=DIFFUSION, palette=choose())
-    return prepare
+def diffuse(source, colours, method):
+    choose, picture = quantize(source, colours, method), source.opaque()
+    return lambda: picture.quantize(int(colours), dither=DIFFUSION, palette=choose())
 
 
 def to_palette(dither):
@@ -131,20 +130,14 @@ def reduce(source, times):
     return lambda: picture.reduce(times)
 
 
-def resize(source, side, method):
-    picture, size, method = source.four_channels(), (int(side), int(side)), Image.Resampling[method]
-    return lambda: picture.resize(size, method)
-
-
-def halve(source, method):
-    return resize(source, source.size[0] // 2, method)
+def resize(source, method):
+    picture, method = source.four_channels(), Image.Resampling[method]
+    return lambda: picture.resize(source.target, method)
 
 
 def itself(result):
     return result
 
-
-MEDIANCUT, FASTOCTREE = Image.Quantize.MEDIANCUT, Image.Quantize.FASTOCTREE
 
 # Job: how to prepare it, giving what a run does; what the contest compares of a run's result.
 JOBS = {
@@ -160,12 +153,8 @@ JOBS = {
     "palette8_bgra": (prepared(Source.indexed, lambda p: p.convert("RGBA")), bgra),
     "bgra_grey1": (prepared(lambda s: s.picture("RGBA", "BGRA"),
                             lambda p: p.convert("1", dither=NO_DITHER).tobytes()), itself),
-    "mediancut_256": (quantize(256, MEDIANCUT), bgra),
-    "mediancut_16": (quantize(16, MEDIANCUT), bgra),
-    "fastoctree_256": (quantize(256, FASTOCTREE), bgra),
-    "fastoctree_16": (quantize(16, FASTOCTREE), bgra),
-    "mediancut_diffuse_256": (quantize_and_diffuse(256, MEDIANCUT), bgra),
-    "fastoctree_diffuse_256": (quantize_and_diffuse(256, FASTOCTREE), bgra),
+    "quantize": (quantize, bgra),
+    "diffuse": (diffuse, bgra),
     "palette": (to_palette(NO_DITHER), bgra),
     "palette_diffuse": (to_palette(DIFFUSION), bgra),
     "web_diffuse": (prepared(Source.opaque, lambda p: p.convert("P", dither=DIFFUSION)), bgra),
@@ -175,49 +164,48 @@ JOBS = {
     "median": (median, raw_bytes("CMYK")),
     "reduce": (reduce, raw_bytes("CMYK")),
     "resize": (resize, raw_bytes("CMYK")),
-    "halve": (halve, raw_bytes("CMYK")),
 }
 
 
-def make_run(source, job):
-    name, *arguments = job.split(":")
-    return JOBS[name][0](source, *arguments)
+class Run:
+    """A job at work on a source."""
 
+    def __init__(self, source, job):
+        name, *arguments = job.split(":")
+        prepare, self.compared = JOBS[name]
+        self.run, self.result = prepare(source, *arguments), None
 
-def compared_pixels(job, result):
-    return JOBS[job.split(":")[0]][1](result)
-
-
-def timed(run, times):
-    start = time.perf_counter()
-    for _ in range(times):
-        result = run()
-    return time.perf_counter() - start, result
+    def timed(self, times):
+        self.result = None
+        start = time.perf_counter()
+        for _ in range(times):
+            result = self.run()
+        seconds = time.perf_counter() - start
+        self.result = result
+        return seconds
 
 
 def serve(requests, answers):
-    source, runs, results = None, {}, {}
+    runs = {}
 
-    def answer(text):
-        answers.write(text.encode() + b"\n")
+    def answer(text, pixels=b""):
+        answers.write(text.encode() + b"\n" + pixels)
+        answers.flush()
 
     for line in requests:
-        verb, *words = line.decode().split()
-        if verb == "source":
-            side, count, table_count = map(int, words)
-            source, runs, results = Source(side, requests.read(count), requests.read(table_count)), {}, {}
-        elif verb == "prepare":
-            runs[words[0]] = make_run(source, words[0])
+        verb, number, *words = line.decode().split()
+        if verb == "prepare":
+            side, target, count, table_count = map(int, words[1:])
+            runs[number] = Run(Source(side, target, requests.read(count), requests.read(table_count)), words[0])
             answer("ready")
         elif verb == "run":
-            results.pop(words[0], None)
-            seconds, results[words[0]] = timed(runs[words[0]], int(words[1]))
-            answer(repr(seconds))
+            answer(repr(runs[number].timed(int(words[0]))))
         elif verb == "result":
-            pixels = compared_pixels(words[0], results[words[0]])
-            answer(str(len(pixels)))
-            answers.write(pixels)
-        answers.flush()
+            pixels = runs[number].compared(runs[number].result)
+            answer(str(len(pixels)), pixels)
+        elif verb == "forget":
+            del runs[number]
+            answer("gone")
 
 
 if __name__ == "__main__":

@@ -1,61 +1,53 @@
-// Every pair of pixel formats that chooses no colours, on a tile of 512 x 512 pixels, and the pairs that matter most on
-// a picture of 4096 x 4096 too, where caches do not help. The rival is memcpy of the larger side.
+// Every pair of pixel formats on a tile of 512 x 512 pixels, and the pairs that matter most on a picture of 4096 x 4096
+// too, where caches do not help. The rival is memcpy of the larger side. Pairs to indices of colours choose a colour
+// table (by median cut), equal formats copy; the pair RGBA to BGRX goes through a row of BGRA.
 #include <algorithm>
-#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Benchmark.h"
-#include "convert/ZBMColorFormat.h"
+#include "convert/ConvertEveryPair.h"
+#include "harness/Pictures.h"
 
 namespace {
 
+using bench::Square;
 using shr::ColorFormat;
 
 constexpr const char* kNames[] = {"",         "gray1",    "gray4", "gray8",  "gray16", "gray32", "indexed1",
                                   "indexed4", "indexed8", "bgr24", "bgra32", "rgba32", "bgrx32", "pbgra32"};
 
-struct Picture {
-    Picture(ColorFormat which, std::uint32_t side)
-        : format(which),
-          stride(static_cast<std::int32_t>(shr::RowBytes(side, which))),
-          pixels(bench::Noise(static_cast<std::size_t>(stride) * side)),
-          table(static_cast<std::size_t>(shr::ColorFmtToTblSize[which])) {}
-
-    zbm::PixelRows Rows() { return {pixels.data(), format, stride, table.data()}; }
-    zbm::ConstPixelRows ConstRows() const { return {pixels.data(), format, stride, table.data()}; }
-
-    ColorFormat format;
-    std::int32_t stride;
-    std::vector<std::uint8_t> pixels;
-    std::vector<shr::Color4b> table;
-};
-
-void Convert(benchmark::State& state, ColorFormat dst, ColorFormat src, std::uint32_t side) {
-    const Picture from(src, side);
-    Picture to(dst, side);
-    const bench::Copy copy(std::max(from.pixels.size(), to.pixels.size()));
-    bench::TakeTurns(
-        state, {side * side / 1e6, "MP/s"}, [&] { zbm::ConvertPixels(to.Rows(), from.ConstRows(), side, side); },
-        "ratio_to_memcpy", [&] { copy(); });
+void ConvertPicture(Square& to, const Square& from) {
+    const auto side = static_cast<std::uint32_t>(from.side);
+    zbm::ConvertEveryPair(to.Rows(), from.Rows(), side, side);
 }
 
-bool IsIndexed(ColorFormat format) { return shr::ColorFmtToTblSize[format] != 0; }
-bool IsMeasured(ColorFormat dst, ColorFormat src) {
-    if (dst == src || (src == shr::RGBA_32 && dst == shr::BGRX_32)) return false;
-    return !IsIndexed(dst) || src <= shr::GRAYSCALE_32 || (IsIndexed(src) && src < dst);
+/// The photograph, or a tile cut from it. Every alpha occurs, so that premultiplied pixels are not all alike.
+Square MakePicture(ColorFormat format, int side) {
+    Square original = CutSquare(bench::Photograph(), side);
+    for (std::size_t i = 3; i < original.pixels.size(); i += 4) original.pixels[i] = static_cast<std::uint8_t>(i / 512);
+    Square picture(format, side);
+    ConvertPicture(picture, original);
+    return picture;
 }
 
-void Register(ColorFormat dst, ColorFormat src, std::uint32_t side, int rounds) {
-    const std::string name = std::string("Convert/") + kNames[src] + "_to_" + kNames[dst] + "/" + std::to_string(side);
-    benchmark::RegisterBenchmark(name.c_str(), &Convert, dst, src, side)->UseManualTime()->Iterations(rounds);
+void Convert(bench::Run& run, ColorFormat dst, ColorFormat src, int side) {
+    const Square from = MakePicture(src, side);
+    Square to(dst, side);
+    run.TakeTurns(
+        {from.Megapixels(), "MP/s"}, [&] { ConvertPicture(to, from); }, std::max(from.pixels.size(), to.pixels.size()));
 }
 
-[[maybe_unused]] const bool kAreRegistered = [] {
+bench::Benchmark Pair(int dst, int src, int side, int rounds) {
+    return {std::string("Convert/") + kNames[src] + "_to_" + kNames[dst] + "/" + std::to_string(side), rounds,
+            [=](bench::Run& run) { Convert(run, static_cast<ColorFormat>(dst), static_cast<ColorFormat>(src), side); }};
+}
+
+std::vector<bench::Benchmark> Pairs() {
+    std::vector<bench::Benchmark> pairs;
     for (int src = 1; src < shr::kColorFormats; ++src)
-        for (int dst = 1; dst < shr::kColorFormats; ++dst)
-            if (IsMeasured(static_cast<ColorFormat>(dst), static_cast<ColorFormat>(src)))
-                Register(static_cast<ColorFormat>(dst), static_cast<ColorFormat>(src), 512, 15);
+        for (int dst = 1; dst < shr::kColorFormats; ++dst) pairs.push_back(Pair(dst, src, bench::kTileSide, 15));
     for (const auto& [src, dst] : {std::pair{shr::BGRA_32, shr::RGBA_32},
                                    {shr::BGR_24, shr::BGRA_32},
                                    {shr::BGRA_32, shr::BGR_24},
@@ -67,8 +59,10 @@ void Register(ColorFormat dst, ColorFormat src, std::uint32_t side, int rounds) 
                                    {shr::GRAYSCALE_1, shr::GRAYSCALE_8},
                                    {shr::INDEXED_8, shr::BGRA_32},
                                    {shr::BGRA_32, shr::GRAYSCALE_1}})
-        Register(dst, src, 4096, 9);
-    return true;
-}();
+        pairs.push_back(Pair(dst, src, bench::kPictureSide, 9));
+    return pairs;
+}
+
+[[maybe_unused]] const bool kAdded = bench::Add(Pairs());
 
 }  // namespace

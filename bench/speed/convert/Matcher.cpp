@@ -1,16 +1,13 @@
 // The colour-table matcher: its building against the price of clearing its map, its searches and whole pictures
-// against the plain loops. The picture is photo.bgra (4096 x 4096 pixels of 4 bytes: B, G, R, A) in the folder that the
-// environment variable ZBM_PICTURES names, or else a made one.
+// against the plain loops.
 #include <array>
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
 #include <memory>
-#include <string>
+#include <vector>
 
 #include "Benchmark.h"
 #include "convert/MatcherKernels.h"
 #include "convert/ZBMColorFormat.h"
+#include "harness/Pictures.h"
 #include "zbm/ColorTableMatcher.h"
 
 namespace {
@@ -18,34 +15,11 @@ namespace {
 using shr::Color4b;
 using Table = std::array<Color4b, 256>;
 
-constexpr std::uint32_t kSide = 4096;
+constexpr std::uint32_t kSide = bench::kPictureSide;
 constexpr std::size_t kPixels = std::size_t{kSide} * kSide;
 
-/// Slopes with a little noise on them.
-std::vector<std::uint8_t> MadePicture() {
-    const auto noise = bench::Noise(4 * kPixels);
-    std::vector<std::uint8_t> picture(4 * kPixels);
-    for (std::size_t i = 0; i < picture.size(); ++i) {
-        const std::size_t x = i / 4 % kSide, y = i / 4 / kSide;
-        picture[i] = static_cast<std::uint8_t>((x * (1 + i % 4) + y * (4 - i % 4)) / 80 + noise[i] % 8);
-    }
-    return picture;
-}
-
-const std::vector<std::uint8_t>& Picture() {
-    static const std::vector<std::uint8_t> picture = [] {
-        const char* folder = std::getenv("ZBM_PICTURES");
-        if (folder == nullptr) return MadePicture();
-        std::vector<std::uint8_t> pixels(4 * kPixels);
-        std::ifstream file(std::string(folder) + "/photo.bgra", std::ios::binary);
-        file.read(reinterpret_cast<char*>(pixels.data()), static_cast<std::streamsize>(pixels.size()));
-        return file ? pixels : MadePicture();
-    }();
-    return picture;
-}
-
 Color4b ColorAt(std::size_t pixel) {
-    const std::uint8_t* bgra = Picture().data() + 4 * pixel;
+    const std::uint8_t* bgra = bench::Photograph().pixels.data() + 4 * pixel;
     return {bgra[2], bgra[1], bgra[0]};
 }
 
@@ -56,14 +30,14 @@ Table Palette() {
     return table;
 }
 
-void Build(benchmark::State& state) {
+void Build(bench::Run& run) {
     const Table table = Palette();
     const auto build = [&] { const zbm::ColorTableMatcher matcher(table.data(), 256); };
     const auto clear = [] {
         std::vector<std::uint8_t> map(std::size_t{1} << 24);
-        benchmark::DoNotOptimize(map.data());
+        bench::Keep(map.front());
     };
-    bench::TakeTurns(state, {1e-3, "1/ms"}, build, "ratio_to_clearing", clear);
+    run.TakeTurns({1e-3, "1/ms"}, build, "ratio_to_clearing", clear);
 }
 
 /// As the rule for the map goes: every entry's distance to every cell, along each axis by additions.
@@ -83,7 +57,7 @@ void PlainInverseMap(const Table& table, std::vector<std::int32_t>& distances, s
             }
 }
 
-void InverseMap(benchmark::State& state) {
+void InverseMap(bench::Run& run) {
     const Table table = Palette();
     const auto work = std::make_unique<std::int32_t[]>(zbm::kInverseMapWork);
     std::vector<std::uint8_t> map(32768), plainMap(32768);
@@ -92,8 +66,7 @@ void InverseMap(benchmark::State& state) {
         zbm::ActiveMatcherKernels().buildInverseMap({reinterpret_cast<const std::uint8_t*>(table.data()), 256},
                                                     work.get(), map.data());
     };
-    bench::TakeTurns(state, {1e-3, "1/ms"}, build, "ratio_to_plain",
-                     [&] { PlainInverseMap(table, distances, plainMap); });
+    run.TakeTurns({1e-3, "1/ms"}, build, "ratio_to_plain", [&] { PlainInverseMap(table, distances, plainMap); });
 }
 
 unsigned PlainNearest(const Table& table, Color4b color) {
@@ -107,47 +80,51 @@ unsigned PlainNearest(const Table& table, Color4b color) {
     return best;
 }
 
-void MatchNearest(benchmark::State& state) {
+void MatchNearest(bench::Run& run) {
     constexpr std::size_t kCalls = 10000;
     const Table table = Palette();
     const zbm::ColorTableMatcher matcher(table.data(), 256);
     const auto callEach = [](auto match) {
         unsigned sum = 0;
         for (std::size_t i = 0; i < kCalls; ++i) sum += match(ColorAt(i * 1667));
-        benchmark::DoNotOptimize(sum);
+        bench::Keep(sum);
     };
-    bench::TakeTurns(
-        state, {kCalls * 1e-6, "M/s"}, [&] { callEach([&](Color4b color) { return matcher.MatchNearest(color); }); },
+    run.TakeTurns(
+        {kCalls * 1e-6, "M/s"}, [&] { callEach([&](Color4b color) { return matcher.MatchNearest(color); }); },
         "ratio_to_plain", [&] { callEach([&](Color4b color) { return PlainNearest(table, color); }); });
 }
 
 /// The whole picture, against one call of MatchExactOrApproximate a pixel.
-void ToTable(benchmark::State& state, shr::ColorFormat source, shr::ColorFormat destination) {
+void ToTable(bench::Run& run, shr::ColorFormat source, shr::ColorFormat destination) {
     const Table table = Palette();
     const zbm::ColorTableMatcher matcher(table.data(), 256);
     std::vector<std::uint8_t> indices(kPixels);
     const auto stride = [](shr::ColorFormat format) { return static_cast<int>(shr::RowBytes(kSide, format)); };
     const auto convert = [&] {
         zbm::ConvertPixelsToColorTable({indices.data(), destination, stride(destination)}, 256,
-                                       {Picture().data(), source, stride(source), table.data()}, 256, kSide, kSide,
-                                       matcher);
+                                       {bench::Photograph().pixels.data(), source, stride(source), table.data()}, 256,
+                                       kSide, kSide, matcher);
     };
     const auto callEach = [&] {
         for (std::size_t i = 0; i < kPixels; ++i) indices[i] = matcher.MatchExactOrApproximate(ColorAt(i));
     };
-    bench::TakeTurns(state, {kPixels * 1e-6, "MP/s"}, convert, "ratio_to_calls", callEach);
+    run.TakeTurns({kPixels * 1e-6, "MP/s"}, convert, "ratio_to_calls", callEach);
 }
 
-#define ZBM_BENCH(function) BENCHMARK(function)->UseManualTime()
-#define ZBM_BENCH_TO_TABLE(name, ...) BENCHMARK_CAPTURE(ToTable, name, __VA_ARGS__)->UseManualTime()->Iterations(9)
-ZBM_BENCH(Build)->Iterations(25)->Name("Matcher/build");
-ZBM_BENCH(InverseMap)->Iterations(25)->Name("Matcher/inverse_map");
-ZBM_BENCH(MatchNearest)->Iterations(25)->Name("Matcher/nearest");
-ZBM_BENCH_TO_TABLE(bgra32_to_indexed8, shr::BGRA_32, shr::INDEXED_8);
-ZBM_BENCH_TO_TABLE(bgra32_to_indexed4, shr::BGRA_32, shr::INDEXED_4);
-ZBM_BENCH_TO_TABLE(bgra32_to_indexed1, shr::BGRA_32, shr::INDEXED_1);
-ZBM_BENCH_TO_TABLE(bgr24_to_indexed8, shr::BGR_24, shr::INDEXED_8);
-ZBM_BENCH_TO_TABLE(gray8_to_indexed8, shr::GRAYSCALE_8, shr::INDEXED_8);
-ZBM_BENCH_TO_TABLE(indexed1_to_indexed1, shr::INDEXED_1, shr::INDEXED_1);
+bench::Benchmark WholePicture(const char* name, shr::ColorFormat source, shr::ColorFormat destination) {
+    return {name, 9, [=](bench::Run& run) { ToTable(run, source, destination); }};
+}
+
+[[maybe_unused]] const bool kAdded = bench::Add({
+    {"Matcher/build", 25, Build},
+    {"Matcher/inverse_map", 25, InverseMap},
+    {"Matcher/nearest", 25, MatchNearest},
+    WholePicture("ToTable/bgra32_to_indexed8", shr::BGRA_32, shr::INDEXED_8),
+    WholePicture("ToTable/bgra32_to_indexed4", shr::BGRA_32, shr::INDEXED_4),
+    WholePicture("ToTable/bgra32_to_indexed1", shr::BGRA_32, shr::INDEXED_1),
+    WholePicture("ToTable/bgr24_to_indexed8", shr::BGR_24, shr::INDEXED_8),
+    WholePicture("ToTable/gray8_to_indexed8", shr::GRAYSCALE_8, shr::INDEXED_8),
+    WholePicture("ToTable/indexed1_to_indexed1", shr::INDEXED_1, shr::INDEXED_1),
+});
 
 }  // namespace

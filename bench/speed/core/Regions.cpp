@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "Benchmark.h"
+#include "harness/Pictures.h"
 #include "shr/ColorFormat.h"
 #include "zbm/ZBasicMemBitmap.h"
 
@@ -30,25 +31,23 @@ enum class Direction { fetch, store };
 
 /// A call for the whole picture but `margin` pixels on each side. An odd margin shifts packed pixels within their
 /// bytes.
-void Whole(benchmark::State& state, Direction direction, shr::ColorFormat format, int margin) {
+void Whole(bench::Run& run, Direction direction, shr::ColorFormat format, int margin) {
     ZBasicMemBitmap& bitmap = LargeBitmap(format);
     const int side = kSide - 2 * margin;
     const auto stride = static_cast<int>(shr::RowBytes(static_cast<unsigned>(side), format));
     const std::size_t bytes = static_cast<std::size_t>(stride) * static_cast<unsigned>(side);
     std::vector<std::uint8_t> rows(bytes, 3);
-    const bench::Copy copy(bytes);
     const auto operation = [&] {
         if (direction == Direction::fetch)
             bitmap.FetchRegion(rows.data(), stride, margin, margin, side, side);
         else
             bitmap.StoreRegion(rows.data(), stride, margin, margin, side, side);
     };
-    bench::TakeTurns(state, {Gigabytes(static_cast<double>(bytes)), "GB/s"}, operation, "ratio_to_memcpy",
-                     [&] { copy(); });
+    run.TakeTurns({Gigabytes(static_cast<double>(bytes)), "GB/s"}, operation, bytes);
 }
 
 /// The same for all of the picture, against one memcpy for each row of each tile: what the shape of the pieces costs.
-void WholeAgainstRows(benchmark::State& state, Direction direction) {
+void WholeAgainstRows(bench::Run& run, Direction direction) {
     constexpr std::size_t kStride = std::size_t{4} * kSide;
     ZBasicMemBitmap& bitmap = LargeBitmap(shr::BGRA_32);
     std::vector<std::uint8_t> rows(kStride * kSide, 3);
@@ -76,13 +75,12 @@ void WholeAgainstRows(benchmark::State& state, Direction direction) {
         for (int i = 0; i < bitmap.GetNumScanRectRows(); ++i)
             for (int j = 0; j < bitmap.GetNumScanRects(i); ++j) copyTile(i, j);
     };
-    bench::TakeTurns(state, {Gigabytes(static_cast<double>(rows.size())), "GB/s"}, operation, "ratio_to_row_memcpys",
-                     rival);
+    run.TakeTurns({Gigabytes(static_cast<double>(rows.size())), "GB/s"}, operation, "ratio_to_row_memcpys", rival);
 }
 
 /// Calls for 256 x 256 regions at odd places all over the picture, the caller's buffer being used again and again; the
 /// rival copies as many bytes from as many places, as if each region lay in one piece.
-void Scattered(benchmark::State& state, Direction direction, shr::ColorFormat format) {
+void Scattered(bench::Run& run, Direction direction, shr::ColorFormat format) {
     constexpr int kRegion = 256, kStep = 509, kRegions = (kSide - kRegion) / kStep;
     ZBasicMemBitmap& bitmap = LargeBitmap(format);
     const auto stride = static_cast<int>(shr::RowBytes(kRegion, format));
@@ -107,48 +105,47 @@ void Scattered(benchmark::State& state, Direction direction, shr::ColorFormat fo
             std::uint8_t* place = picture.data() + std::min(i * distance, picture.size() - bytes);
             std::memcpy(direction == Direction::fetch ? piece.data() : place,
                         direction == Direction::fetch ? place : piece.data(), bytes);
-            benchmark::ClobberMemory();
+            bench::KeepWrites();
         }
     };
-    bench::TakeTurns(state, {Gigabytes(static_cast<double>(bytes) * kRegions * kRegions), "GB/s"}, operation,
-                     "ratio_to_memcpy", rival);
+    run.TakeTurns({Gigabytes(static_cast<double>(bytes) * kRegions * kRegions), "GB/s"}, operation, "ratio_to_memcpy",
+                  rival);
 }
 
 /// Masks against 32-bit pixels; the rival copies the 32-bit side.
-void Mask(benchmark::State& state, Direction direction) {
+void Mask(bench::Run& run, Direction direction) {
     constexpr int kHeight = 2048;
     ZBasicMemBitmap& bitmap = LargeBitmap(shr::BGR_24);
     const RECT rect{0, 0, kSide, kHeight};
     auto pixels = bench::Noise(std::size_t{4} * kSide * kHeight);
-    const bench::Copy copy(pixels.size());
     const auto operation = [&] {
         if (direction == Direction::fetch)
             bitmap.GetAlphaFromMask(pixels.data(), 4 * kSide, rect, 4);
         else
             bitmap.SetMaskFromAlpha(pixels.data(), 4 * kSide, rect);
     };
-    bench::TakeTurns(state, {Gigabytes(static_cast<double>(pixels.size())), "GB/s"}, operation, "ratio_to_memcpy",
-                     [&] { copy(); });
+    run.TakeTurns({Gigabytes(static_cast<double>(pixels.size())), "GB/s"}, operation, pixels.size());
 }
 
 using shr::BGRA_32, shr::GRAYSCALE_1, shr::INDEXED_4;
 
-#define ZBM_BENCH(function, name, ...) BENCHMARK_CAPTURE(function, name, __VA_ARGS__)->UseManualTime()
-ZBM_BENCH(Whole, fetch_bgra32, Direction::fetch, BGRA_32, 0)->Iterations(9);
-ZBM_BENCH(Whole, store_bgra32, Direction::store, BGRA_32, 0)->Iterations(9);
-ZBM_BENCH(WholeAgainstRows, fetch_bgra32, Direction::fetch)->Iterations(9);
-ZBM_BENCH(WholeAgainstRows, store_bgra32, Direction::store)->Iterations(9);
-ZBM_BENCH(Scattered, fetch_bgra32, Direction::fetch, BGRA_32)->Iterations(9);
-ZBM_BENCH(Scattered, store_bgra32, Direction::store, BGRA_32)->Iterations(9);
-ZBM_BENCH(Whole, fetch_gray1_shifted, Direction::fetch, GRAYSCALE_1, 3)->Iterations(15);
-ZBM_BENCH(Whole, store_gray1_shifted, Direction::store, GRAYSCALE_1, 3)->Iterations(15);
-ZBM_BENCH(Scattered, fetch_gray1, Direction::fetch, GRAYSCALE_1)->Iterations(15);
-ZBM_BENCH(Scattered, store_gray1, Direction::store, GRAYSCALE_1)->Iterations(15);
-ZBM_BENCH(Whole, fetch_indexed4_shifted, Direction::fetch, INDEXED_4, 3)->Iterations(15);
-ZBM_BENCH(Whole, store_indexed4_shifted, Direction::store, INDEXED_4, 3)->Iterations(15);
-ZBM_BENCH(Scattered, fetch_indexed4, Direction::fetch, INDEXED_4)->Iterations(15);
-ZBM_BENCH(Scattered, store_indexed4, Direction::store, INDEXED_4)->Iterations(15);
-ZBM_BENCH(Mask, GetAlphaFromMask, Direction::fetch)->Iterations(15);
-ZBM_BENCH(Mask, SetMaskFromAlpha, Direction::store)->Iterations(15);
+[[maybe_unused]] const bool kAdded = bench::Add({
+    {"Whole/fetch_bgra32", 9, [](bench::Run& run) { Whole(run, Direction::fetch, BGRA_32, 0); }},
+    {"Whole/store_bgra32", 9, [](bench::Run& run) { Whole(run, Direction::store, BGRA_32, 0); }},
+    {"WholeAgainstRows/fetch_bgra32", 9, [](bench::Run& run) { WholeAgainstRows(run, Direction::fetch); }},
+    {"WholeAgainstRows/store_bgra32", 9, [](bench::Run& run) { WholeAgainstRows(run, Direction::store); }},
+    {"Scattered/fetch_bgra32", 9, [](bench::Run& run) { Scattered(run, Direction::fetch, BGRA_32); }},
+    {"Scattered/store_bgra32", 9, [](bench::Run& run) { Scattered(run, Direction::store, BGRA_32); }},
+    {"Whole/fetch_gray1_shifted", 15, [](bench::Run& run) { Whole(run, Direction::fetch, GRAYSCALE_1, 3); }},
+    {"Whole/store_gray1_shifted", 15, [](bench::Run& run) { Whole(run, Direction::store, GRAYSCALE_1, 3); }},
+    {"Scattered/fetch_gray1", 15, [](bench::Run& run) { Scattered(run, Direction::fetch, GRAYSCALE_1); }},
+    {"Scattered/store_gray1", 15, [](bench::Run& run) { Scattered(run, Direction::store, GRAYSCALE_1); }},
+    {"Whole/fetch_indexed4_shifted", 15, [](bench::Run& run) { Whole(run, Direction::fetch, INDEXED_4, 3); }},
+    {"Whole/store_indexed4_shifted", 15, [](bench::Run& run) { Whole(run, Direction::store, INDEXED_4, 3); }},
+    {"Scattered/fetch_indexed4", 15, [](bench::Run& run) { Scattered(run, Direction::fetch, INDEXED_4); }},
+    {"Scattered/store_indexed4", 15, [](bench::Run& run) { Scattered(run, Direction::store, INDEXED_4); }},
+    {"Mask/GetAlphaFromMask", 15, [](bench::Run& run) { Mask(run, Direction::fetch); }},
+    {"Mask/SetMaskFromAlpha", 15, [](bench::Run& run) { Mask(run, Direction::store); }},
+});
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "Benchmark.h"
+#include "harness/Pictures.h"
 #include "shr/ColorFormat.h"
 #include "zbm/ZMemBitmap.h"
 
@@ -27,57 +28,56 @@ std::unique_ptr<ZMemBitmap> LargeBitmap(shr::ColorFormat format) {
 std::size_t BytesOf(shr::ColorFormat format) { return static_cast<std::size_t>(shr::RowBytes(kSide, format)) * kSide; }
 
 /// `readAndWritten` is what must be read and what must be written, together; a copy handles each of its bytes twice.
-void AgainstCopying(benchmark::State& state, std::size_t readAndWritten, const std::function<void()>& operation) {
-    const bench::Copy copy(readAndWritten / 2);
-    bench::TakeTurns(state, {kMegapixels, "MP/s"}, operation, "ratio_to_copying", [&] { copy(); });
+void AgainstCopying(bench::Run& run, std::size_t readAndWritten, const std::function<void()>& operation) {
+    run.TakeTurns({kMegapixels, "MP/s"}, operation, "ratio_to_copying", bench::Copy(readAndWritten / 2));
 }
 
-void ChangeBrightness(benchmark::State& state) {
+void ChangeBrightness(bench::Run& run) {
     const auto bitmap = LargeBitmap(shr::BGRA_32);
     double amount = 0.1;
-    AgainstCopying(state, 2 * BytesOf(shr::BGRA_32), [&] {
-        benchmark::DoNotOptimize(bitmap->ChangeBrightness(amount, nullptr));
+    AgainstCopying(run, 2 * BytesOf(shr::BGRA_32), [&] {
+        bench::Keep(bitmap->ChangeBrightness(amount, nullptr));
         amount = -amount;
     });
 }
 
 /// A result whose memory the process has yet to get from the system.
-void ConvertToNew(benchmark::State& state) {
+void ConvertToNew(bench::Run& run) {
     const auto bitmap = LargeBitmap(shr::BGR_24);
-    AgainstCopying(state, BytesOf(shr::BGR_24) + BytesOf(shr::BGRA_32), [&] {
+    AgainstCopying(run, BytesOf(shr::BGR_24) + BytesOf(shr::BGRA_32), [&] {
         zbm::ZBasicMemBitmap result(1, 1, shr::BGRA_32);
-        benchmark::DoNotOptimize(result.Create(shr::BGRA_32, *bitmap, nullptr));
+        bench::Keep(result.Create(shr::BGRA_32, *bitmap, nullptr));
     });
 }
 
 /// Each level is read once but the last, and written once: 1 + 1/4 + ... read, 1/4 + 1/16 + ... written.
-void CommitAll(benchmark::State& state) {
+void CommitAll(bench::Run& run) {
     const auto bitmap = LargeBitmap(shr::BGRA_32);
-    AgainstCopying(state, BytesOf(shr::BGRA_32) * 5 / 3,
-                   [&] { benchmark::DoNotOptimize(bitmap->CommitAll(nullptr, true)); });
+    AgainstCopying(run, BytesOf(shr::BGRA_32) * 5 / 3, [&] { bench::Keep(bitmap->CommitAll(nullptr, true)); });
 }
 
 /// After a change, which drops the levels and with them their memory.
-void CommitAllAnew(benchmark::State& state) {
+void CommitAllAnew(bench::Run& run) {
     const auto bitmap = LargeBitmap(shr::BGRA_32);
-    AgainstCopying(state, BytesOf(shr::BGRA_32) * 5 / 3, [&] {
+    AgainstCopying(run, BytesOf(shr::BGRA_32) * 5 / 3, [&] {
         bitmap->CommitScanRect(0, 0);
-        benchmark::DoNotOptimize(bitmap->CommitAll(nullptr));
+        bench::Keep(bitmap->CommitAll(nullptr));
     });
 }
 
-void Convert(benchmark::State& state, shr::ColorFormat from, shr::ColorFormat to) {
+void Convert(bench::Run& run, shr::ColorFormat from, shr::ColorFormat to) {
     const auto bitmap = LargeBitmap(from);
     zbm::ZBasicMemBitmap result(1, 1, shr::BGRA_32);
-    AgainstCopying(state, BytesOf(from) + BytesOf(to),
-                   [&] { benchmark::DoNotOptimize(result.Create(to, *bitmap, nullptr)); });
+    AgainstCopying(run, BytesOf(from) + BytesOf(to), [&] { bench::Keep(result.Create(to, *bitmap, nullptr)); });
 }
 
-BENCHMARK(ChangeBrightness)->UseManualTime()->Iterations(5);
-BENCHMARK(CommitAll)->UseManualTime()->Iterations(5);
-BENCHMARK(CommitAllAnew)->UseManualTime()->Iterations(5);
-BENCHMARK(ConvertToNew)->UseManualTime()->Iterations(5);
-BENCHMARK_CAPTURE(Convert, bgr_to_bgra, shr::BGR_24, shr::BGRA_32)->UseManualTime()->Iterations(5);
-BENCHMARK_CAPTURE(Convert, bgra_to_gray8, shr::BGRA_32, shr::GRAYSCALE_8)->UseManualTime()->Iterations(5);
+[[maybe_unused]] const bool kAdded = bench::Add({
+    {"ChangeBrightness", 5, ChangeBrightness},
+    {"CommitAll", 5, CommitAll},
+    {"CommitAllAnew", 5, CommitAllAnew},
+    {"ConvertToNew", 5, ConvertToNew},
+    {"Convert/bgr_to_bgra", 5, [](bench::Run& run) { Convert(run, shr::BGR_24, shr::BGRA_32); }},
+    {"Convert/bgra_to_gray8", 5, [](bench::Run& run) { Convert(run, shr::BGRA_32, shr::GRAYSCALE_8); }},
+});
 
 }  // namespace

@@ -1,74 +1,48 @@
-// Ditherers on a photograph: megapixels a second from Start to the last line, with fixed palettes and one made for the
-// picture. With ZBM_PICTURES naming a folder, its photo.bgra (4096 x 4096 pixels of B, G, R, A) is taken; else a
-// picture is made up.
-#include <cmath>
-#include <string>
-
-#include "pixfilter/Photograph.h"
+// Ditherers on the photograph: megapixels a second from Start to the last line, with fixed palettes and with one made
+// for the picture.
 #include "zpixf/ZPixfDither.h"
+
+#include "Benchmark.h"
+#include "harness/FilterRun.h"
 #include "zpixf/ZPixfQuantize.h"
 
 namespace {
 
-using zpixf::ZPixFilterBase;
-using zpixf::ZPixFormat;
-
-constexpr unsigned kSide = bench::kPhotographSide;
-constexpr std::size_t kPixels = std::size_t{kSide} * kSide;
-
-using Bytes = std::vector<std::uint8_t>;
-
-void Connect(ZPixFilterBase& filter, const ZPixFormat& output) {
-    filter.SetInputFormat(ZPixFormat(kSide, kSide, 4, 8));
-    filter.SetOutputFormat(output);
-    filter.SetScanLineFunction(&bench::ReadPhotograph, nullptr);
-}
+using bench::Square;
 
 /// The format of 256 colours chosen for the picture.
-const ZPixFormat& PicturesFormat() {
-    static const ZPixFormat format = [] {
-        zpixf::ZPixfQuantizeMedian8 quantizer;
-        Connect(quantizer, ZPixFormat(kSide, kSide, 1, 8));
-        quantizer.Start();
-        return quantizer.GetOutputFormat();
-    }();
-    return format;
+zpixf::ZPixFormat FormatOf(const Square& picture) {
+    zpixf::ZPixfQuantizeMedian8 quantizer;
+    bench::LineSource source{picture.pixels.data(), picture.side, static_cast<unsigned>(picture.side)};
+    Start(quantizer, source, bench::BgraFormat(picture.side, picture.side), bench::IndexFormat(picture.side));
+    return quantizer.GetOutputFormat();
 }
 
-constexpr int kPicturesPalette = 0;
+constexpr unsigned kColorsOfPicture = 0;
 
 template <class Filter>
-void Dither(benchmark::State& state) {
-    const auto colors = static_cast<unsigned>(state.range(0));
-    const unsigned bits = colors == 2 ? 1 : colors == 16 ? 4 : 8;
-    const ZPixFormat format =
-        state.range(0) == kPicturesPalette ? PicturesFormat() : ZPixFormat(kSide, kSide, 1, bits, colors);
-    Bytes indices(kPixels, 1);
-    const bench::Copy copy(4 * kPixels);
-    bool isDone = true;
-    const auto operation = [&] {
-        Filter filter;
-        Connect(filter, format);
-        isDone = filter.Start() && isDone;
-        for (unsigned y = 0; y < kSide; ++y)
-            isDone = filter.FilterScanline(y, &indices[std::size_t{kSide} * y * bits / 8]) && isDone;
-    };
-    bench::TakeTurns(state, {static_cast<double>(kPixels) / 1e6, "MP/s"}, operation, "ratio_to_memcpy",
-                     [&] { copy(); });
-    if (!isDone) state.SkipWithError("the ditherer failed");
+bench::Benchmark Dither(const std::string& name, unsigned colors) {
+    return {name + "/colors:" + std::to_string(colors), 9, [=](bench::Run& run) {
+                const Square& photograph = bench::Photograph();
+                const auto indexed = colors == 2 ? shr::INDEXED_1 : colors == 16 ? shr::INDEXED_4 : shr::INDEXED_8;
+                const auto bits = static_cast<unsigned>(shr::ColorFmtToBPP[indexed]);
+                const zpixf::ZPixFormat format = colors == kColorsOfPicture
+                                                     ? FormatOf(photograph)
+                                                     : bench::IndexFormat(photograph.side, bits, colors);
+                Square indices(indexed, photograph.side);
+                const auto operation = [&] {
+                    Filter filter;
+                    MakeIndices(filter, photograph, format, indices);
+                };
+                run.TakeTurns({photograph.Megapixels(), "MP/s"}, operation, photograph.pixels.size());
+            }};
 }
 
-#define ZBM_BENCH(Filter, name) \
-    BENCHMARK(Dither<Filter>)   \
-        ->Name(name)            \
-        ->ArgName("colors")     \
-        ->Arg(2)                \
-        ->Arg(16)               \
-        ->Arg(256)              \
-        ->Arg(kPicturesPalette) \
-        ->UseManualTime()       \
-        ->Iterations(9)
-ZBM_BENCH(zpixf::ZPixfDitherOrdered, "Dither/ordered");
-ZBM_BENCH(zpixf::ZPixfDitherDiffuse, "Dither/diffuse");
+[[maybe_unused]] const bool kAdded = [] {
+    for (const unsigned colors : {2U, 16U, 256U, kColorsOfPicture})
+        bench::Add({Dither<zpixf::ZPixfDitherOrdered>("Dither/ordered", colors),
+                    Dither<zpixf::ZPixfDitherDiffuse>("Dither/diffuse", colors)});
+    return true;
+}();
 
 }  // namespace

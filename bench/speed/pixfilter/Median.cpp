@@ -1,25 +1,18 @@
 // The median filter alone, line by line: the source copies lines of a picture, the results go into one line's buffer.
 // The rival copies the same lines.
-#include "pixfilter/Photograph.h"
+#include "pixfilter/PhotographFilter.h"
 #include "zpixf/ZPixfMedian.h"
 
 namespace {
 
-/// The first `lines` lines of the picture.
-void Median(benchmark::State& state, unsigned span, unsigned lines) {
-    zpixf::ZPixfMedian filter;
-    filter.SetSpan(span);
-    bench::FilterPhotograph(state, filter, lines);
+bench::Benchmark Median(unsigned span, int lines) {
+    const std::string name = "Median/" + std::to_string(span);
+    return bench::PhotographFilter<zpixf::ZPixfMedian>(
+        name, [=](auto& filter) { filter.SetSpan(span); }, 5, lines);
 }
 
-#define ZBM_BENCH(span, lines) BENCHMARK_CAPTURE(Median, span, span, lines)->UseManualTime()->Iterations(5)
-ZBM_BENCH(3, 4096);
-ZBM_BENCH(5, 4096);
-ZBM_BENCH(7, 1024);
-ZBM_BENCH(15, 1024);
-ZBM_BENCH(31, 1024);
-ZBM_BENCH(63, 1024);
-ZBM_BENCH(101, 1024);
-ZBM_BENCH(255, 1024);
+[[maybe_unused]] const bool kAdded =
+    bench::Add({Median(3, 4096), Median(5, 4096), Median(7, 1024), Median(15, 1024), Median(31, 1024), Median(63, 1024),
+                Median(101, 1024), Median(255, 1024)});
 
 }  // namespace

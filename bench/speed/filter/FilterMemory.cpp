@@ -2,8 +2,8 @@
 // rows of tiles and in lines of the picture. It meters the program's own malloc, and takes no time.
 //
 //     filter_memory [SIDE]        the bitmaps' side in pixels, 8192 if not given
+#include <CLI/CLI.hpp>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <vector>
 
@@ -120,12 +120,11 @@ bool Report(const Operation& operation, const char* className, int side) {
 
 }  // namespace
 
-int main(int count, char** arguments) {
-    const int side = count > 1 ? std::atoi(arguments[1]) : 8192;
-    if (side < 1) {
-        std::fputs("filter_memory [SIDE]\n", stderr);
-        return 2;
-    }
+int main(int argc, char** argv) {
+    CLI::App app("What whole operations take of the heap, beside source and result.");
+    int side = 8192;
+    app.add_option("SIDE", side, "of the bitmaps, in pixels")->check(CLI::PositiveNumber);
+    CLI11_PARSE(app, argc, argv);
     std::printf("bitmaps of %d x %d; the peak beside source and result\n", side, side);
     std::printf("%-24s %-10s %-8s %14s %9s %9s\n", "operation", "format", "class", "bytes", "tile rows", "lines");
     for (const Operation& operation : kOperations) {
