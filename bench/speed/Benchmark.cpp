@@ -40,10 +40,10 @@ void PairTable::Add(const std::string& name, double rate) {
 }
 
 void PairTable::Print() const {
-    if (cells.empty()) return;
     std::vector<std::string> formats;
     for (const Cell& cell : cells)
         if (formats.empty() || formats.back() != cell.from) formats.push_back(cell.from);
+    if (cells.empty() || cells.size() != formats.size() * formats.size()) return;
     std::string head = "\n| from \\ to |", line = "\n|---|";
     for (const std::string& format : formats) head += " " + format + " |", line += "---:|";
     std::printf("%s%s", head.c_str(), line.c_str());

@@ -53,7 +53,8 @@ struct Benchmark {
 bool Add(const std::vector<Benchmark>& benchmarks);
 const std::vector<Benchmark>& AllBenchmarks();
 
-/// The rates of all benchmarks so far whose names are like "Convert/bgr24_to_gray8/512", as a table in Markdown.
+/// The rates of all benchmarks whose names are like "Convert/bgr24_to_gray8/512", as a table in Markdown: printed when
+/// every pair has run.
 class PairTable {
 public:
     void Add(const std::string& name, double rate);

@@ -80,7 +80,8 @@ const Operation kOperations[] = {
 /// Noise of all bytes, but fully opaque where there is alpha.
 void Fill(ZMemBitmap& bitmap) {
     const int side = bitmap.GetPixelWidth();
-    std::vector<std::uint8_t> line(static_cast<std::size_t>(shr::RowBytes(side, bitmap.GetColorFormat())));
+    std::vector<std::uint8_t> line(
+        static_cast<std::size_t>(shr::RowBytes(static_cast<unsigned>(side), bitmap.GetColorFormat())));
     std::uint32_t state = 1;
     for (int y = 0; y < side; ++y) {
         for (std::size_t i = 0; i < line.size(); ++i) {
@@ -112,7 +113,7 @@ bool Report(const Operation& operation, const char* className, int side) {
     const faults::Requests requests = faults::RequestsSinceReset();
     const bool inPlace = operation.result == Result::inPlace;  // then what has grown are lines that the bitmap keeps
     const auto beside = static_cast<double>(inPlace ? requests.peak : requests.peak - requests.grown);
-    const auto line = static_cast<double>(shr::RowBytes(side, operation.format));
+    const auto line = static_cast<double>(shr::RowBytes(static_cast<unsigned>(side), operation.format));
     std::printf("%-24s %-10s %-8s %14.0f %9.2f %9.1f  %s\n", operation.name, NameOf(operation.format), className,
                 beside, beside / (line * source.GetScanRectHeight()), beside / line, operation.note);
     return done;
