@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Sets format conversion, quantisation and filters beside libyuv, OpenCV, libvips, babl, Pillow and libimagequant, on
-# one thread and in turns, and prints tables. Installs the other libraries, builds Release; takes several minutes of a
-# quiet machine.
+# Sets format conversion, quantisation, filters and compression beside libyuv, OpenCV, libvips, babl, Pillow,
+# libimagequant, libpng, zstd and lz4, on one thread and in turns, and prints tables. Installs the other libraries, builds
+# Release; takes several minutes of a quiet machine.
 #
-#   [ZBM_PICTURES=FOLDER] scripts/contest.sh [--filter REGEX] [--rounds N] [--json FILE] [--picture photo|shot]
+#   [ZBM_PICTURES=FOLDER] scripts/contest.sh [--filter REGEX] [--rounds N] [--json FILE] [--picture photo|shot] [--quick]
 #
 # FOLDER holds photo.bgra and shot.bgra, 4096 x 4096 pixels of 4 bytes (B, G, R, A), top row first; without it, the
 # contest is held on a picture made by a formula.

@@ -15,7 +15,7 @@
 # shellcheck disable=SC2034  # the lists are read through a reference
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
-packages_build=(g++ cmake ninja-build pkg-config googletest libbenchmark-dev libcli11-dev
+packages_build=(g++ cmake ninja-build pkg-config googletest libcli11-dev
     libzstd-dev liblz4-dev zlib1g-dev libpng-dev libjpeg-dev libtiff-dev python3-minimal
     zstd)
 packages_demo=(python3-pil)
