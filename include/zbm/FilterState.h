@@ -11,6 +11,7 @@ namespace zbm {
 
 class ZBasicMemBitmap;
 class ZBitmap;
+class ZFileBitmap;
 
 /// The input of a run of filters: one row of its tiles, or none where its own tiles can be read, and one line of each
 /// kind. The lines keep their memory for the next run.
@@ -38,6 +39,7 @@ struct ZBM_API OutputRowState {
     OutputRowState(const OutputRowState&) = delete;
     OutputRowState& operator=(const OutputRowState&) = delete;
 
+    ZFileBitmap* outputBitmap = nullptr;  ///< borrowed
     std::unique_ptr<ZBasicMemBitmap> outputRowCopy;
     std::int32_t currentOutputRow = -1;
 };

@@ -42,4 +42,17 @@ ZBM_API const ZString& ModuleName();
 [[nodiscard]] ZBM_API bool SRProgress(shr::IProgress* progress, int tileRow, int tileCol, int numTileRows,
                                       int numTilesPerRow);
 
+// The folder of temporary bitmaps, one for the process, without a lock: it is set before bitmaps are made on other
+// threads. Errors are of source file "ZBMFileBitmap".
+
+/// Puts new temporary bitmaps into the folder `dir`, with or without a separator at its end. Raises ERR_SHR_FILE_FIND
+/// (line 49) if there is no such folder; the former choice then stays.
+ZBM_API void SetGlobalFileBitmapTempDir(const ZString& dir);
+/// That folder, or the system's folder for temporary files when none was chosen; with a separator at its end. Raises
+/// ERR_SHR_FILE_FIND (line 62) if the chosen one is gone.
+ZBM_API ZString GetGlobalFileBitmapTempDir();
+/// Deletes the files of temporary bitmaps there that a killed program has left: "zv*.tmp" with a bitmap's signature,
+/// neither hidden nor a system's nor in use. For the start of a program, as bitmaps that nobody has open go, too.
+ZBM_API void CleanGlobalFileBitmapTempDir();
+
 }  // namespace zbm

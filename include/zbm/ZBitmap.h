@@ -222,7 +222,8 @@ protected:
     shr::ColorFormat colorFormat = shr::FORMAT_NONE;
     std::uint32_t numColorTableItems = 0;
     shr::Color4b colorTable[256];
-    std::vector<ZScanRectRow> scanRectRows;
+    /// Locks of const bitmaps fill and empty the slots of tiles that lie in files.
+    mutable std::vector<ZScanRectRow> scanRectRows;
 
 private:
     bool FilterAsTask(zpixf::ZPixFilterBase& filter, const wchar_t* taskText, shr::IProgress* progress);

@@ -80,6 +80,8 @@ protected:
 
 private:
     friend class ZBasicMemBitmap;
+    friend class ZBitmapCFileStore;
+    friend class ZFileBitmap;
 
     enum class Content { zero, overwritten };  // whether the maker is certain to overwrite all pixels and the mask
     struct ZBM_LOCAL Place;                    // the tile that a loaded record must be

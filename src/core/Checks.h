@@ -7,6 +7,10 @@
 #include <algorithm>
 #include <span>
 
+namespace shr {
+class ZString;
+}
+
 namespace zbm {
 
 /// What a check raises when it fails.
@@ -16,6 +20,14 @@ enum class Raises {
     writeArchive,    ///< Throw_ERR_ZBM_WRITE_ARCHIVE
     unsupportedDib,  ///< Throw_ERR_ZBM_UNSUPPORTED_DIB_FORMAT
     memoryShort,     ///< shr::Throw_ERR_SHR_NOGLOBALMEM
+    // Errors of a file or folder, of which the check is told the name: shr::Throw_ERR_SHR_...
+    badFile,         ///< BADFILE
+    fileFind,        ///< FILE_FIND
+    fileReadOnly,    ///< FILE_READ_ONLY
+    fileOpen,        ///< FILE_OPEN, with the system's words for its last error
+    fileCreate,      ///< FILE_CREATE, likewise
+    fileDelete,      ///< FILE_DELETE, likewise
+    tempFileCreate,  ///< TEMPFILE_CREATE
 };
 
 struct CheckRow {
@@ -63,6 +75,13 @@ struct Require {
             Fail(check);
     }
     [[noreturn]] void Fail(Check check) const;
+
+    /// The same for a check of a file or folder with that name.
+    void operator()(bool condition, Check check, const shr::ZString& name) const {
+        if (!condition) [[unlikely]]
+            Fail(check, name);
+    }
+    [[noreturn]] void Fail(Check check, const shr::ZString& name) const;
 };
 inline constexpr Require require;
 

@@ -12,15 +12,19 @@
 #include <vector>
 
 #include "core/checks/BasicMemBitmapChecks.h"
+#include "core/checks/BitmapCFileStoreChecks.h"
 #include "core/checks/BitmapChecks.h"
 #include "core/checks/ColorFormatChecks.h"
 #include "core/checks/ColorTableMatcherChecks.h"
 #include "core/checks/DummyBitmapChecks.h"
+#include "core/checks/FileBitmapChecks.h"
 #include "core/checks/MemBitmapChecks.h"
+#include "core/checks/POTCFileBitmapChecks.h"
 #include "core/checks/PixFilterPipelineChecks.h"
 #include "core/checks/PixelRectChecks.h"
 #include "core/checks/RunFiltersChecks.h"
 #include "core/checks/ScanRectChecks.h"
+#include "core/checks/ScanRectFileBitmapChecks.h"
 #include "zbm/ZBasicMemBitmap.h"
 
 namespace zbm {
@@ -29,10 +33,11 @@ namespace {
 constexpr int kFirstOwnLine = 9000;
 
 const CheckList* const kAllLists[] = {
-    &ListOf(BasicMemBitmapCheck{}),    &ListOf(BitmapCheck{}),    &ListOf(ColorFormatCheck{}),
-    &ListOf(ColorTableMatcherCheck{}), &ListOf(MemBitmapCheck{}), &ListOf(PixFilterPipelineCheck{}),
-    &ListOf(PixelRectCheck{}),         &ListOf(ScanRectCheck{}),  &ListOf(DummyBitmapCheck{}),
-    &ListOf(RunFiltersCheck{}),
+    &ListOf(BasicMemBitmapCheck{}),     &ListOf(BitmapCheck{}),         &ListOf(ColorFormatCheck{}),
+    &ListOf(ColorTableMatcherCheck{}),  &ListOf(MemBitmapCheck{}),      &ListOf(PixFilterPipelineCheck{}),
+    &ListOf(PixelRectCheck{}),          &ListOf(ScanRectCheck{}),       &ListOf(DummyBitmapCheck{}),
+    &ListOf(RunFiltersCheck{}),         &ListOf(FileBitmapCheck{}),     &ListOf(BitmapCFileStoreCheck{}),
+    &ListOf(ScanRectFileBitmapCheck{}), &ListOf(POTCFileBitmapCheck{}),
 };
 
 struct Promised {
@@ -109,6 +114,87 @@ const Promised kPromised[] = {
     {PixFilterPipelineCheck::stages, "ZBMPixFilterPipeline", 165},
     {PixFilterPipelineCheck::filterStart, "ZBMPixFilterPipeline", 218, Raises::memoryShort},
     {ColorFormatCheck::colorTable, "ZBMColorFormat", 43},
+    {BitmapCFileStoreCheck::baseOffset, "ZBMBitmapCFileStore", 317},
+    {BitmapCFileStoreCheck::blankStore, "ZBMBitmapCFileStore", 322},
+    {BitmapCFileStoreCheck::badFile, "ZBMBitmapCFileStore", 353, Raises::badFile},
+    {BitmapCFileStoreCheck::dibHeader, "ZBMBitmapCFileStore", 506},
+    {BitmapCFileStoreCheck::dibBits, "ZBMBitmapCFileStore", 508},
+    {BitmapCFileStoreCheck::dibIntoReadOnly, "ZBMBitmapCFileStore", 509},
+    {BitmapCFileStoreCheck::dibColors, "ZBMBitmapCFileStore", 571},
+    {BitmapCFileStoreCheck::skeletonOfReadOnly, "ZBMBitmapCFileStore", 754},
+    {BitmapCFileStoreCheck::headerOfReadOnly, "ZBMBitmapCFileStore", 829},
+    {BitmapCFileStoreCheck::tableOfReadOnly, "ZBMBitmapCFileStore", 841},
+    {BitmapCFileStoreCheck::colorCount, "ZBMBitmapCFileStore", 872},
+    {BitmapCFileStoreCheck::colorTable, "ZBMBitmapCFileStore", 906},
+    {BitmapCFileStoreCheck::colorIndex, "ZBMBitmapCFileStore", 910},
+    {BitmapCFileStoreCheck::formatRange, "ZBMBitmapCFileStore", 920},
+    {BitmapCFileStoreCheck::readBlank, "ZBMBitmapCFileStore", 978},
+    {BitmapCFileStoreCheck::writable, "ZBMBitmapCFileStore", 1010},
+    {FileBitmapCheck::newTempFolder, "ZBMFileBitmap", 49, Raises::fileFind},
+    {FileBitmapCheck::tempFolder, "ZBMFileBitmap", 62, Raises::fileFind},
+    {FileBitmapCheck::lockClosed, "ZBMFileBitmap", 236},
+    {FileBitmapCheck::lockLocked, "ZBMFileBitmap", 252},
+    {FileBitmapCheck::unlockClosed, "ZBMFileBitmap", 291},
+    {FileBitmapCheck::unlockUnlocked, "ZBMFileBitmap", 305},
+    {FileBitmapCheck::commitClosed, "ZBMFileBitmap", 320},
+    {FileBitmapCheck::commitUnlocked, "ZBMFileBitmap", 334},
+    {FileBitmapCheck::commitReadOnly, "ZBMFileBitmap", 341, Raises::fileReadOnly},
+    {FileBitmapCheck::firstInputRow, "ZBMFileBitmap", 413},
+    {FileBitmapCheck::inputRow, "ZBMFileBitmap", 727},
+    {FileBitmapCheck::outputRow, "ZBMFileBitmap", 816},
+    {ScanRectFileBitmapCheck::tempFile, "ZBMScanRectFileBitmap", 175, Raises::tempFileCreate},
+    {ScanRectFileBitmapCheck::openedFile, "ZBMScanRectFileBitmap", 210, Raises::fileOpen},
+    {ScanRectFileBitmapCheck::badFile, "ZBMScanRectFileBitmap", 228, Raises::badFile},
+    {ScanRectFileBitmapCheck::openedLevelCount, "ZBMScanRectFileBitmap", 247},
+    {ScanRectFileBitmapCheck::createdSize, "ZBMScanRectFileBitmap", 328},
+    {ScanRectFileBitmapCheck::createdLevelCount, "ZBMScanRectFileBitmap", 351},
+    {ScanRectFileBitmapCheck::dibHeader, "ZBMScanRectFileBitmap", 398},
+    {ScanRectFileBitmapCheck::dibBits, "ZBMScanRectFileBitmap", 400},
+    {ScanRectFileBitmapCheck::dibLevelCount, "ZBMScanRectFileBitmap", 431},
+    {ScanRectFileBitmapCheck::copied, "ZBMScanRectFileBitmap", 490},
+    {ScanRectFileBitmapCheck::convertedSelf, "ZBMScanRectFileBitmap", 516},
+    {ScanRectFileBitmapCheck::convertedFormat, "ZBMScanRectFileBitmap", 517},
+    {ScanRectFileBitmapCheck::convertedLevelCount, "ZBMScanRectFileBitmap", 581},
+    {ScanRectFileBitmapCheck::resizedSelf, "ZBMScanRectFileBitmap", 608},
+    {ScanRectFileBitmapCheck::resizedLeft, "ZBMScanRectFileBitmap", 610},
+    {ScanRectFileBitmapCheck::resizedRight, "ZBMScanRectFileBitmap", 611},
+    {ScanRectFileBitmapCheck::resizedTop, "ZBMScanRectFileBitmap", 612},
+    {ScanRectFileBitmapCheck::resizedBottom, "ZBMScanRectFileBitmap", 613},
+    {ScanRectFileBitmapCheck::resizedWidth, "ZBMScanRectFileBitmap", 615},
+    {ScanRectFileBitmapCheck::resizedHeight, "ZBMScanRectFileBitmap", 616},
+    {ScanRectFileBitmapCheck::resizeMethod, "ZBMScanRectFileBitmap", 764},
+    {ScanRectFileBitmapCheck::emptySize, "ZBMScanRectFileBitmap", 805},
+    {ScanRectFileBitmapCheck::createdFile, "ZBMScanRectFileBitmap", 869, Raises::fileCreate},
+    {ScanRectFileBitmapCheck::deletedFile, "ZBMScanRectFileBitmap", 950, Raises::fileDelete},
+    {ScanRectFileBitmapCheck::closedFile, "ZBMScanRectFileBitmap", 990},
+    {ScanRectFileBitmapCheck::builtLevelCount, "ZBMScanRectFileBitmap", 1070},
+    {ScanRectFileBitmapCheck::nextSlot, "ZBMScanRectFileBitmap", 1131},
+    {ScanRectFileBitmapCheck::mostLevels, "ZBMScanRectFileBitmap", 1143},
+    {ScanRectFileBitmapCheck::infoTableWritable, "ZBMScanRectFileBitmap", 1438},
+    {ScanRectFileBitmapCheck::resolutionClosed, "ZBMScanRectFileBitmap", 1483},
+    {ScanRectFileBitmapCheck::resolutionReadOnly, "ZBMScanRectFileBitmap", 1484},
+    {ScanRectFileBitmapCheck::readClosed, "ZBMScanRectFileBitmap", 1524},
+    {ScanRectFileBitmapCheck::writeClosed, "ZBMScanRectFileBitmap", 1536},
+    {POTCFileBitmapCheck::open, "ZBMPOTCFileBitmap", 99},
+    {POTCFileBitmapCheck::createPlain, "ZBMPOTCFileBitmap", 112},
+    {POTCFileBitmapCheck::createFromPackedDib, "ZBMPOTCFileBitmap", 124},
+    {POTCFileBitmapCheck::createFromDib, "ZBMPOTCFileBitmap", 137},
+    {POTCFileBitmapCheck::createCopy, "ZBMPOTCFileBitmap", 149},
+    {POTCFileBitmapCheck::createdSelf, "ZBMPOTCFileBitmap", 162},
+    {POTCFileBitmapCheck::createdName, "ZBMPOTCFileBitmap", 163},
+    {POTCFileBitmapCheck::reduction, "ZBMPOTCFileBitmap", 264},
+    {POTCFileBitmapCheck::filledSelf, "ZBMPOTCFileBitmap", 275},
+    {POTCFileBitmapCheck::filledLeft, "ZBMPOTCFileBitmap", 277},
+    {POTCFileBitmapCheck::filledRight, "ZBMPOTCFileBitmap", 278},
+    {POTCFileBitmapCheck::filledTop, "ZBMPOTCFileBitmap", 279},
+    {POTCFileBitmapCheck::filledBottom, "ZBMPOTCFileBitmap", 280},
+    {POTCFileBitmapCheck::filledWidth, "ZBMPOTCFileBitmap", 282},
+    {POTCFileBitmapCheck::filledHeight, "ZBMPOTCFileBitmap", 283},
+    {POTCFileBitmapCheck::resizeMethod, "ZBMPOTCFileBitmap", 415},
+    {POTCFileBitmapCheck::xResolution, "ZBMPOTCFileBitmap", 520},
+    {POTCFileBitmapCheck::yResolution, "ZBMPOTCFileBitmap", 533},
+    {POTCFileBitmapCheck::readClosed, "ZBMPOTCFileBitmap", 549},
+    {POTCFileBitmapCheck::writeClosed, "ZBMPOTCFileBitmap", 559},
 };
 
 TEST(Checks, StandAtTheLinesThatCallersKnow) {
@@ -158,6 +244,13 @@ const char* NameOf(Raises raises) {
         case Raises::writeArchive: return "`Throw_ERR_ZBM_WRITE_ARCHIVE`";
         case Raises::unsupportedDib: return "`Throw_ERR_ZBM_UNSUPPORTED_DIB_FORMAT`";
         case Raises::memoryShort: return "`Throw_ERR_SHR_NOGLOBALMEM`";
+        case Raises::badFile: return "`Throw_ERR_SHR_BADFILE`";
+        case Raises::fileFind: return "`Throw_ERR_SHR_FILE_FIND`";
+        case Raises::fileReadOnly: return "`Throw_ERR_SHR_FILE_READ_ONLY`";
+        case Raises::fileOpen: return "`Throw_ERR_SHR_FILE_OPEN`";
+        case Raises::fileCreate: return "`Throw_ERR_SHR_FILE_CREATE`";
+        case Raises::fileDelete: return "`Throw_ERR_SHR_FILE_DELETE`";
+        case Raises::tempFileCreate: return "`Throw_ERR_SHR_TEMPFILE_CREATE`";
     }
     return "";
 }

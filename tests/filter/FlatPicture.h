@@ -89,14 +89,15 @@ inline FlatPicture FilteredBgra(zpixf::ZPixFilterBase& filter, const FlatPicture
 }
 
 /// `like` gives the format, and how many colours to choose if that is an indexed one.
-inline FlatPicture FromBgra(const FlatPicture& bgra, const FlatPicture& like) {
+template <class Quantizer = zpixf::ZPixfQuantizeMedian5>
+FlatPicture FromBgra(const FlatPicture& bgra, const FlatPicture& like) {
     FlatPicture result(bgra.width, bgra.height, like.format);
     const auto width = static_cast<unsigned>(bgra.width), height = static_cast<unsigned>(bgra.height);
     if (like.numColors == 0) {
         zbm::ConvertPixels({result.rows.data(), result.format, result.RowBytes()}, bgra.Pixels(), width, height);
         return result;
     }
-    zpixf::ZPixfQuantizeMedian5 quantizer;
+    Quantizer quantizer;
     quantizer.SetInputFormat(zpixf::ZPixFormat(width, height));
     quantizer.SetOutputFormat(zpixf::ZPixFormat(width, height, 1, static_cast<unsigned>(BitsPerPixel(like.format))));
     quantizer.SetDesiredColors(like.numColors);
@@ -111,12 +112,13 @@ inline FlatPicture FromBgra(const FlatPicture& bgra, const FlatPicture& like) {
 }
 
 /// What the filter makes of the whole source at one go, for a bitmap that was `former`.
-inline FlatPicture FilteredWhole(zpixf::ZPixFilterBase& filter, const FlatPicture& source, const FlatPicture& former) {
+template <class Quantizer = zpixf::ZPixfQuantizeMedian5>
+FlatPicture FilteredWhole(zpixf::ZPixFilterBase& filter, const FlatPicture& source, const FlatPicture& former) {
     const int type = static_cast<int>(filter.FilterType());
     const bool movesAlpha = type == 6 || type == 7 || type == 16;
     const FlatPicture bgra = FilteredBgra(filter, AsBgra(source, movesAlpha ? Mask::becomesAlpha : Mask::isLeftOut),
                                           former.width, former.height);
-    FlatPicture result = FromBgra(bgra, former);
+    FlatPicture result = FromBgra<Quantizer>(bgra, former);
     result.opaque = former.opaque;
     for (std::size_t i = 0; movesAlpha && i < result.opaque.size(); ++i) result.opaque[i] = bgra.rows[4 * i + 3] >= 128;
     return result;

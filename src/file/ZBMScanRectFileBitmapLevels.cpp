@@ -1,0 +1,114 @@
+// The reductions of a bitmap on its own file: each in a store behind all that is there before it.
+#include <algorithm>
+
+#include "core/checks/ScanRectFileBitmapChecks.h"
+#include "filter/ReductionSizes.h"
+#include "shr/Path.h"
+#include "shr/ScopeExit.h"
+#include "zbm/ZPOTCFileBitmap.h"
+#include "zbm/ZScanRectFileBitmap.h"
+
+namespace zbm {
+
+namespace {
+
+RECT WholeOf(const ZBitmap& bitmap) { return {0, 0, bitmap.GetPixelWidth(), bitmap.GetPixelHeight()}; }
+
+}  // namespace
+
+ZBitmap* ZScanRectFileBitmap::GetPtrToPOTReduction(unsigned level) {
+    if (level == 0 || IsItsOwnReduction(*this)) return this;
+    if (level > reductions.size()) return nullptr;
+    return reductions[level - 1].get();
+}
+
+bool ZScanRectFileBitmap::CommitAll(shr::IProgress* progress) { return CreatePOTReductions(progress); }
+
+bool ZScanRectFileBitmap::CommitAll(shr::IProgress* progress, bool rebuild) {
+    if (rebuild && fileOpen) reductionsStale = true;
+    return CreatePOTReductions(progress);
+}
+
+void ZScanRectFileBitmap::FreeAllPOTReductions() noexcept { reductions.clear(); }
+
+bool ZScanRectFileBitmap::CreatePOTReductions(shr::IProgress* progress) {
+    if (!reductionsStale) return true;
+    if (readOnly) {
+        require(reductions.empty() && !ReducedSize(*this), ScanRectFileBitmapCheck::committedReadOnly, fileName);
+        return true;
+    }
+    if (!reductions.empty()) return RegenPOTReductions(progress);
+
+    require(fileInfoTable.levelCount == 1, ScanRectFileBitmapCheck::builtLevelCount);
+    const FileInfoTable before = fileInfoTable;
+    shr::ScopeExit undo([&] {
+        FreeAllPOTReductions();
+        fileInfoTable = before;
+    });
+    if (!FromLevelSource(progress, [&](ZBitmap& source) { return BuildLevels(source, progress); })) return false;
+    SaveFileInfoTable();
+    reductionsStale = false;
+    undo.Release();
+    return true;
+}
+
+bool ZScanRectFileBitmap::BuildLevels(ZBitmap& first, shr::IProgress* progress) {
+    ZBitmap* source = &first;
+    while (fileInfoTable.levelCount < FileInfoTable::kLevels) {
+        const auto size = ReducedSize(*source);
+        if (!size) break;
+        auto level = std::make_unique<ZPOTCFileBitmap>(fileName, file, PlaceOfNextLevel(), false, false);
+        const int width = static_cast<int>(size->cx), height = static_cast<int>(size->cy);
+        if (!level->Create(fileName, width, height, *source, WholeOf(*source), ResizeBilinear, progress)) return false;
+        AppendLevel(std::move(level));
+        source = reductions.back().get();
+    }
+    return true;
+}
+
+void ZScanRectFileBitmap::AppendLevel(std::unique_ptr<ZPOTCFileBitmap> level) {
+    const std::uint32_t next = fileInfoTable.levelCount + 1;
+    require(next < FileInfoTable::kLevels, ScanRectFileBitmapCheck::mostLevels);
+    require(fileInfoTable.slots[next] == 0, ScanRectFileBitmapCheck::nextSlot);
+    reductions.push_back(std::move(level));
+    fileInfoTable.levelCount = next;
+    fileInfoTable.slots[next] = file.GetLength();
+}
+
+/// The place that was kept for it, unless tiles came to lie there or behind it meanwhile.
+std::int64_t ZScanRectFileBitmap::PlaceOfNextLevel() {
+    std::int64_t dataEnd = store->DataEnd();
+    for (const auto& level : reductions) dataEnd = std::max(dataEnd, level->store.DataEnd());
+    std::int64_t& slot = fileInfoTable.slots[fileInfoTable.levelCount];
+    const std::int64_t end = file.GetLength();
+    if (slot < dataEnd || slot > end) slot = end;
+    return slot;
+}
+
+bool ZScanRectFileBitmap::RegenPOTReductions(shr::IProgress* progress) {
+    if (!reductionsStale) return true;
+    const auto refill = [&](ZBitmap& first) {
+        ZBitmap* source = &first;
+        for (const auto& level : reductions) {
+            if (!level->FillFromOther(*source, WholeOf(*source), ResizeBilinear, progress)) return false;
+            source = level.get();
+        }
+        return true;
+    };
+    if (!FromLevelSource(progress, refill)) return false;
+    reductionsStale = false;
+    return true;
+}
+
+/// Colours are averaged, which indices cannot be: the levels of a palette bitmap come from a copy in true colours,
+/// whose file stays in the folder of temporary files until the next build or sweep.
+template <class Build>
+bool ZScanRectFileBitmap::FromLevelSource(shr::IProgress* progress, const Build& build) {
+    if (!IsReducedInTrueColors(*this)) return build(*this);
+    if (!scratchFilename.IsEmpty()) shr::RemoveFile(scratchFilename);
+    scratchFilename = MakeUniqueTempFile();
+    ZScanRectFileBitmap scratch(L"", L"", false);
+    return scratch.Create(scratchFilename, shr::BGRA_32, *this, progress) && build(scratch);
+}
+
+}  // namespace zbm

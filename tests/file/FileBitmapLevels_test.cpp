@@ -1,0 +1,65 @@
+// The reductions of a bitmap in a file.
+#include <gtest/gtest.h>
+
+#include "core/checks/ScanRectFileBitmapChecks.h"
+#include "file/FileImage.h"
+#include "file/OpenFileBitmaps.h"
+#include "shr/Path.h"
+#include "support_code/ExpectError.h"
+#include "support_code/TestProgress.h"
+#include "zbm/ZMemBitmap.h"
+
+namespace {
+
+using namespace testkit;
+using zbm::ZBasicMemBitmap;
+using zbm::ZMemBitmap;
+
+class FileLevels : public testing::Test {
+protected:
+    void SetUp() override {
+        std::filesystem::create_directory(shr::test::SystemPath(folder));
+        zbm::SetGlobalFileBitmapTempDir(folder);
+    }
+    void TearDown() override { zbm::SetGlobalFileBitmapTempDir(shr::CPath().GetTempPathW(true)); }
+
+    std::unique_ptr<OpenFileBitmap> Opened(bool readOnly) const {
+        auto bitmap = std::make_unique<OpenFileBitmap>();
+        bitmap->Open(name, readOnly);
+        return bitmap;
+    }
+
+    ScratchFolder scratch;
+    const shr::ZString name = scratch.File("picture"), folder = scratch.File("temporary");
+};
+
+/// Whether all levels are those that the picture has in memory.
+testing::AssertionResult HasLevelsOf(OpenFileBitmap& bitmap, const ZBasicMemBitmap& picture) {
+    ZMemBitmap expected(1, 1, shr::BGRA_32);
+    expected.Create(picture);
+    if (!expected.CommitAll(nullptr)) return testing::AssertionFailure() << "no levels in memory";
+    for (unsigned level = 1;; ++level) {
+        zbm::ZBitmap* const found = bitmap.GetPtrToPOTReduction(level);
+        zbm::ZBitmap* const wanted = expected.GetPtrToPOTReduction(level);
+        if (wanted == nullptr || found == nullptr)
+            return (wanted == found ? testing::AssertionSuccess() : testing::AssertionFailure())
+                   << "the number of levels differs";
+        const auto equal = AreEqual(*found, *wanted);
+        if (!equal) return testing::AssertionFailure() << "level " << level << ": " << equal.message();
+    }
+}
+
+TEST_F(FileLevels, AreThoseOfABitmapInMemory) {
+    for (const ColorFormat format : kFormats) {
+        const ZBasicMemBitmap picture = FormulaBitmap(150, 137, format, 64, 50);
+        const auto bitmap = OnFile(name, picture);
+        ASSERT_TRUE(bitmap->CommitAll(nullptr));
+        EXPECT_TRUE(HasLevelsOf(*bitmap, picture)) << FormatName(format);
+        bitmap->Close();
+        const auto opened = Opened(true);
+        EXPECT_TRUE(AreEqual(*opened, picture)) << FormatName(format);
+        EXPECT_TRUE(HasLevelsOf(*opened, picture)) << FormatName(format);
+    }
+}
+
+}  // namespace

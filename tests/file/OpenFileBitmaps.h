@@ -1,0 +1,67 @@
+#pragma once
+// Bitmaps in files with tiles of any size, and with their protected parts laid open.
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/LockedTile.h"
+#include "support_code/FormulaPicture.h"
+#include "zbm/ZPOTCFileBitmap.h"
+#include "zbm/ZScanRectFileBitmap.h"
+
+namespace testkit {
+
+class OpenFileBitmap : public zbm::ZScanRectFileBitmap {
+public:
+    OpenFileBitmap() : ZScanRectFileBitmap(L"", L"", false) {}
+    using ZScanRectFileBitmap::BuildCurrentTempFilename;
+    using ZScanRectFileBitmap::CleanUp;
+    using ZScanRectFileBitmap::CommonCreate;
+    using ZScanRectFileBitmap::CreateCleanUp;
+    using ZScanRectFileBitmap::CreateSkeleton;
+    using ZScanRectFileBitmap::currentTempFilename;
+    using ZScanRectFileBitmap::file;
+    using ZScanRectFileBitmap::fileInfoTable;
+    using ZScanRectFileBitmap::GetInputBitmapScanLine;
+    using ZScanRectFileBitmap::ReadScanRect;
+    using ZScanRectFileBitmap::reductions;
+    using ZScanRectFileBitmap::reductionsStale;
+    using ZScanRectFileBitmap::SaveFileInfoTable;
+    using ZScanRectFileBitmap::SetOutputBitmapScanLine;
+    using ZScanRectFileBitmap::store;
+    using ZScanRectFileBitmap::tempDir;
+    using ZScanRectFileBitmap::WriteScanRect;
+};
+
+/// Commits the tiles of a bitmap of the same layout, and takes its colours and resolution.
+inline void StoreAll(const zbm::ZBitmap& from, zbm::ZBitmap& to) {
+    for (int row = 0; row < from.GetNumScanRectRows(); ++row)
+        for (int col = 0; col < from.GetNumScanRects(row); ++col) {
+            const zbm::LockedTile source(from, row, col), target(to, row, col);
+            *target = *source;
+            to.CommitScanRect(row, col);
+        }
+    to.FillColorTable(from.GetConstColorTablePtr(), from.GetNumColorTableItems());
+    to.SetXResolution(from.GetXResolution());
+    to.SetYResolution(from.GetYResolution());
+}
+
+/// A new file that holds the bitmap, in its own tiles.
+template <class FileBitmap = OpenFileBitmap>
+std::unique_ptr<FileBitmap> OnFile(const shr::ZString& name, const zbm::ZBitmap& bitmap) {
+    auto onFile = std::make_unique<FileBitmap>();
+    onFile->CreateSkeleton(name, bitmap.GetPixelHeight(), bitmap.GetPixelWidth(), bitmap.GetColorFormat(),
+                           bitmap.GetScanRectHeight(), bitmap.GetScanRectWidth());
+    StoreAll(bitmap, *onFile);
+    return onFile;
+}
+
+/// A copy in memory, in the same tiles.
+inline zbm::ZBasicMemBitmap InMemory(const zbm::ZBitmap& bitmap) {
+    zbm::ZBasicMemBitmap copy(bitmap.GetPixelWidth(), bitmap.GetPixelHeight(), bitmap.GetColorFormat(),
+                              bitmap.GetScanRectWidth(), bitmap.GetScanRectHeight());
+    StoreAll(bitmap, copy);
+    return copy;
+}
+
+}  // namespace testkit

@@ -1,0 +1,127 @@
+// The folder of temporary bitmaps, and the sweep of what earlier runs have left there.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "core/checks/FileBitmapChecks.h"
+#include "file/FileImage.h"
+#include "shr/BufferedFile.h"
+#include "shr/Path.h"
+#include "support_code/ExpectError.h"
+#include "zbm/ZBMLib2.h"
+
+namespace {
+
+using namespace testkit;
+using shr::ZString;
+using shr::test::ReadWhole;
+using shr::test::WriteWhole;
+
+/// Puts the process's choice back.
+class TempDirectory : public testing::Test {
+protected:
+    void SetUp() override {
+        std::filesystem::create_directory(shr::test::SystemPath(folder));
+        zbm::SetGlobalFileBitmapTempDir(folder);
+    }
+    void TearDown() override {
+        // There is no way back to no choice at all but the system's folder by name, which is the same.
+        zbm::SetGlobalFileBitmapTempDir(shr::CPath().GetTempPathW(true));
+    }
+    ZString In(const char* name) const { return shr::CPath::AppendDirSeparator(folder, true) + name; }
+    bool IsThere(const char* name) const { return shr::PathExists(In(name)); }
+
+    ScratchFolder scratch;
+    const ZString folder = scratch.File("temporary");
+};
+
+const Bytes kLeftover = FileImage().Signature(kBitmapSignature).Zeros(460).Take();
+
+TEST_F(TempDirectory, EndsWithOneSeparator) {
+    const ZString withSeparator = shr::CPath::AppendDirSeparator(folder, true);
+    EXPECT_EQ(zbm::GetGlobalFileBitmapTempDir(), withSeparator);
+    zbm::SetGlobalFileBitmapTempDir(withSeparator);
+    EXPECT_EQ(zbm::GetGlobalFileBitmapTempDir(), withSeparator);
+}
+
+template <class Act>
+testing::AssertionResult RaisesFileFind(Act act, zbm::Check check, const ZString& path) {
+    try {
+        act();
+    } catch (const shr::Exception& error) {
+        const bool namesIt = error.GetMessageText().Wide().find(path.Wide()) != std::wstring::npos;
+        if (IsAt(error, check) && namesIt) return testing::AssertionSuccess();
+        return testing::AssertionFailure() << "raises " << Describe(error);
+    }
+    return testing::AssertionFailure() << "raises nothing";
+}
+
+TEST_F(TempDirectory, MustExistAndStaysWhatItWasOtherwise) {
+    const ZString missing = scratch.File("missing");
+    EXPECT_TRUE(RaisesFileFind([&] { zbm::SetGlobalFileBitmapTempDir(missing); }, zbm::FileBitmapCheck::newTempFolder,
+                               shr::CPath::AppendDirSeparator(missing, true)));
+    EXPECT_EQ(zbm::GetGlobalFileBitmapTempDir(), shr::CPath::AppendDirSeparator(folder, true));
+}
+
+TEST_F(TempDirectory, ThatIsGoneIsAnError) {
+    std::filesystem::remove(shr::test::SystemPath(folder));
+    EXPECT_TRUE(RaisesFileFind([] { zbm::GetGlobalFileBitmapTempDir(); }, zbm::FileBitmapCheck::tempFolder, folder));
+    EXPECT_TRUE(RaisesFileFind([] { zbm::CleanGlobalFileBitmapTempDir(); }, zbm::FileBitmapCheck::tempFolder, folder));
+}
+
+TEST_F(TempDirectory, IsSweptOfWhatBearsABitmapsSignatureAlone) {
+    Bytes otherVersion = kLeftover, otherText = kLeftover, otherEnd = kLeftover;
+    otherVersion[45] = 2;
+    otherText[43] = ')';
+    otherEnd[44] = 1;
+    WriteWhole(In("zv1.tmp"), kLeftover);
+    WriteWhole(In("zv2.tmp"), otherVersion);
+    WriteWhole(In("zv3.tmp"), Bytes(kLeftover.begin(), kLeftover.begin() + 45));
+    WriteWhole(In("zvText.tmp"), otherText);
+    WriteWhole(In("zvEnd.tmp"), otherEnd);
+    WriteWhole(In("zvShort.tmp"), Bytes(kLeftover.begin(), kLeftover.begin() + 44));
+    WriteWhole(In("zvEmpty.tmp"), {});
+    WriteWhole(In("other.tmp"), kLeftover);
+    WriteWhole(In("zv1.tmpx"), kLeftover);
+    std::filesystem::create_directory(shr::test::SystemPath(In("zvFolder.tmp")));
+    zbm::CleanGlobalFileBitmapTempDir();
+    for (const char* name : {"zv1.tmp", "zv2.tmp", "zv3.tmp"}) EXPECT_FALSE(IsThere(name)) << name;
+    for (const char* name :
+         {"zvText.tmp", "zvEnd.tmp", "zvShort.tmp", "zvEmpty.tmp", "other.tmp", "zv1.tmpx", "zvFolder.tmp"})
+        EXPECT_TRUE(IsThere(name)) << name;
+}
+
+TEST_F(TempDirectory, KeepsFilesThatAreInUse) {
+    WriteWhole(In("zv1.tmp"), kLeftover);
+    shr::CBufferedFile file;
+    file.Open(In("zv1.tmp"), shr::FileAccess::readWrite, shr::FileMode::openExisting, shr::FileSharing::none);
+    zbm::CleanGlobalFileBitmapTempDir();
+    EXPECT_TRUE(IsThere("zv1.tmp"));
+    file.Close();
+    zbm::CleanGlobalFileBitmapTempDir();
+    EXPECT_FALSE(IsThere("zv1.tmp"));
+}
+
+TEST_F(TempDirectory, IsSweptToTheEndWhateverFails) {
+    for (const char* name : {"zv1.tmp", "zv2.tmp", "zv3.tmp"}) WriteWhole(In(name), kLeftover);
+    for (const shr::FileCall failing : {shr::FileCall::open, shr::FileCall::read, shr::FileCall::remove}) {
+        static shr::FileCall kind;
+        kind = failing;
+        const auto former = shr::SetFileFaultHook([](shr::FileCall call) { return call == kind; });
+        EXPECT_NO_THROW(zbm::CleanGlobalFileBitmapTempDir());
+        shr::SetFileFaultHook(former);
+        for (const char* name : {"zv1.tmp", "zv2.tmp", "zv3.tmp"}) EXPECT_TRUE(IsThere(name)) << name;
+    }
+    zbm::CleanGlobalFileBitmapTempDir();
+    EXPECT_FALSE(IsThere("zv3.tmp"));
+}
+
+TEST_F(TempDirectory, GetsTemporaryNamesThatTheSweepFinds) {
+    const ZString made = shr::CPath::GetTempFilename(zbm::GetGlobalFileBitmapTempDir());
+    ASSERT_TRUE(shr::PathExists(made));
+    WriteWhole(made, kLeftover);
+    zbm::CleanGlobalFileBitmapTempDir();
+    EXPECT_FALSE(shr::PathExists(made));
+}
+
+}  // namespace
