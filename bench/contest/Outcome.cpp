@@ -73,7 +73,8 @@ bool Outcome::IsRight() const {
 
 void PrintTable(const Outcome& outcome) {
     const std::vector<std::string> columns = ColumnsOf(outcome);
-    std::printf("\n%-44s %9s %9s", (outcome.title + " to " + std::to_string(outcome.to)).c_str(), "seconds", "MP/s");
+    const std::string to = outcome.to == outcome.from ? "" : " to " + std::to_string(outcome.to);
+    std::printf("\n%-44s %9s %9s", (outcome.title + to).c_str(), "seconds", "MP/s");
     for (const std::string& column : columns) std::printf(" %9s", column.c_str());
     for (const Score& own : outcome.scores)
         if (own.who.role == Role::ours) std::printf("  | time / %s", own.who.name.c_str());

@@ -2,6 +2,7 @@
 // picture.
 #include "operations/Codec.h"
 
+#include <algorithm>
 #include <cstring>
 #include <numeric>
 #include <stdexcept>

@@ -1,6 +1,7 @@
 #pragma once
 // What the filters of the contest compute, said once for ours, for the plain loops and for the rivals.
 #include <array>
+#include <cstdint>
 #include <string>
 #include <vector>
 

@@ -11,13 +11,14 @@ namespace contest {
 
 namespace {
 
-/// A picture for which it has chosen colours. `rgba` must outlive it.
+/// A picture for which it has chosen colours.
 class Choice {
 public:
-    Choice(const Square& rgba, int colors, int speed) : attributes(liq_attr_create()) {
+    Choice(std::shared_ptr<const Square> rgba, int colors, int speed)
+        : picture(std::move(rgba)), attributes(liq_attr_create()) {
         liq_set_max_colors(attributes.get(), colors);
         liq_set_speed(attributes.get(), speed);
-        image.reset(liq_image_create_rgba(attributes.get(), rgba.pixels.data(), rgba.side, rgba.side, 0));
+        image.reset(liq_image_create_rgba(attributes.get(), picture->pixels.data(), picture->side, picture->side, 0));
         liq_result* chosen = nullptr;
         Check(liq_image_quantize(image.get(), attributes.get(), &chosen));
         result.reset(chosen);
@@ -42,6 +43,7 @@ private:
         void operator()(liq_image* what) const { liq_image_destroy(what); }
         void operator()(liq_result* what) const { liq_result_destroy(what); }
     };
+    std::shared_ptr<const Square> picture;  // which the image does not copy
     std::unique_ptr<liq_attr, Destroy> attributes;
     std::unique_ptr<liq_image, Destroy> image;
     std::unique_ptr<liq_result, Destroy> result;
@@ -56,7 +58,7 @@ std::shared_ptr<const Square> ToRgba(const Square& bgra) {
 Entrant Choosing(int speed, int colors, bool dithers) {
     return {"libimagequant speed " + std::to_string(speed), [=](const Scene& scene) {
                 return Painting([=, rgba = ToRgba(scene.source)](const Square&, Square& indices) {
-                    Choice(*rgba, colors, speed).Map(dithers, indices);
+                    Choice(rgba, colors, speed).Map(dithers, indices);
                 })(scene);
             }};
 }
@@ -64,12 +66,8 @@ Entrant Choosing(int speed, int colors, bool dithers) {
 /// The colours are chosen beforehand.
 Entrant Mapping(bool dithers) {
     return {"libimagequant, own colours", [=](const Scene& scene) {
-                const auto rgba = ToRgba(scene.source);
-                const auto choice = std::make_shared<Choice>(*rgba, 256, 10);
-                return Painting([=](const Square&, Square& indices) {
-                    (void)rgba;
-                    choice->Map(dithers, indices);
-                })(scene);
+                const auto choice = std::make_shared<Choice>(ToRgba(scene.source), 256, 10);
+                return Painting([=](const Square&, Square& indices) { choice->Map(dithers, indices); })(scene);
             }};
 }
 

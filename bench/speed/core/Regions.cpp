@@ -25,9 +25,23 @@ ZBasicMemBitmap& LargeBitmap(shr::ColorFormat format) {
     return *bitmap;
 }
 
-double Gigabytes(double bytes) { return bytes / 1e9; }
+bench::Work Gigabytes(double bytes) { return {bytes / 1e9, "GB/s"}; }
 
 enum class Direction { fetch, store };
+
+/// Passes a square region between the bitmap and rows of the caller's.
+void Pass(Direction direction, ZBasicMemBitmap& bitmap, bench::Pixels& rows, int stride, int x, int y, int side) {
+    if (direction == Direction::fetch)
+        bitmap.FetchRegion(rows.data(), stride, x, y, side, side);
+    else
+        bitmap.StoreRegion(rows.data(), stride, x, y, side, side);
+}
+
+/// The same as memcpy, between a place in the bitmap and one in the rows.
+void Copy(Direction direction, void* inBitmap, void* inRows, std::size_t bytes) {
+    std::memcpy(direction == Direction::fetch ? inRows : inBitmap, direction == Direction::fetch ? inBitmap : inRows,
+                bytes);
+}
 
 /// A call for the whole picture but `margin` pixels on each side. An odd margin shifts packed pixels within their
 /// bytes.
@@ -35,47 +49,33 @@ void Whole(bench::Run& run, Direction direction, shr::ColorFormat format, int ma
     ZBasicMemBitmap& bitmap = LargeBitmap(format);
     const int side = kSide - 2 * margin;
     const auto stride = static_cast<int>(shr::RowBytes(static_cast<unsigned>(side), format));
-    const std::size_t bytes = static_cast<std::size_t>(stride) * static_cast<unsigned>(side);
-    std::vector<std::uint8_t> rows(bytes, 3);
-    const auto operation = [&] {
-        if (direction == Direction::fetch)
-            bitmap.FetchRegion(rows.data(), stride, margin, margin, side, side);
-        else
-            bitmap.StoreRegion(rows.data(), stride, margin, margin, side, side);
-    };
-    run.TakeTurns({Gigabytes(static_cast<double>(bytes)), "GB/s"}, operation, bytes);
+    bench::Pixels rows(static_cast<std::size_t>(stride) * static_cast<unsigned>(side), 3);
+    run.TakeTurns(
+        Gigabytes(static_cast<double>(rows.size())),
+        [&] { Pass(direction, bitmap, rows, stride, margin, margin, side); }, rows.size());
 }
 
 /// The same for all of the picture, against one memcpy for each row of each tile: what the shape of the pieces costs.
 void WholeAgainstRows(bench::Run& run, Direction direction) {
-    constexpr std::size_t kStride = std::size_t{4} * kSide;
+    constexpr int kStride = 4 * kSide;
     ZBasicMemBitmap& bitmap = LargeBitmap(shr::BGRA_32);
-    std::vector<std::uint8_t> rows(kStride * kSide, 3);
-    const auto operation = [&] {
-        if (direction == Direction::fetch)
-            bitmap.FetchRegion(rows.data(), kStride, 0, 0, kSide, kSide);
-        else
-            bitmap.StoreRegion(rows.data(), kStride, 0, 0, kSide, kSide);
-    };
+    bench::Pixels rows(std::size_t{kStride} * kSide, 3);
     const auto copyTile = [&](int tileRow, int tileCol) {
         zbm::ZScanRect& tile = bitmap.LockScanRect(tileRow, tileCol);
-        const std::size_t bytes = std::size_t{4} * static_cast<unsigned>(tile.GetWidth());
         const RECT box = bitmap.GetScanRectBBox(tileRow, tileCol);
-        for (int y = 0; y < tile.GetHeight(); ++y) {
-            std::uint8_t* row = rows.data() + static_cast<unsigned>(box.top + y) * kStride;
-            std::uint8_t* piece = row + std::size_t{4} * static_cast<unsigned>(box.left);
-            if (direction == Direction::fetch)
-                std::memcpy(piece, tile.GetRowPtr(y), bytes);
-            else
-                std::memcpy(tile.GetRowPtr(y), piece, bytes);
-        }
+        for (int y = 0; y < tile.GetHeight(); ++y)
+            Copy(direction, tile.GetRowPtr(y),
+                 rows.data() + std::ptrdiff_t{kStride} * (box.top + y) + std::ptrdiff_t{4} * box.left,
+                 std::size_t{4} * static_cast<unsigned>(tile.GetWidth()));
         bitmap.UnlockScanRect(tileRow, tileCol);
     };
     const auto rival = [&] {
         for (int i = 0; i < bitmap.GetNumScanRectRows(); ++i)
             for (int j = 0; j < bitmap.GetNumScanRects(i); ++j) copyTile(i, j);
     };
-    run.TakeTurns({Gigabytes(static_cast<double>(rows.size())), "GB/s"}, operation, "ratio_to_row_memcpys", rival);
+    run.TakeTurns(
+        Gigabytes(static_cast<double>(rows.size())), [&] { Pass(direction, bitmap, rows, kStride, 0, 0, kSide); },
+        "ratio_to_row_memcpys", rival);
 }
 
 /// Calls for 256 x 256 regions at odd places all over the picture, the caller's buffer being used again and again; the
@@ -85,31 +85,21 @@ void Scattered(bench::Run& run, Direction direction, shr::ColorFormat format) {
     ZBasicMemBitmap& bitmap = LargeBitmap(format);
     const auto stride = static_cast<int>(shr::RowBytes(kRegion, format));
     const std::size_t bytes = shr::PixelBytes(kRegion, format) * kRegion;
-    std::vector<std::uint8_t> rows(static_cast<std::size_t>(stride) * kRegion, 3);
-    const auto forEachRegion = [](auto use) {
-        for (int i = 0; i < kRegions; ++i)
-            for (int j = 0; j < kRegions; ++j) use(j * kStep + 3, i * kStep + 5);
-    };
+    bench::Pixels rows(static_cast<std::size_t>(stride) * kRegion, 3), piece(bytes, 7);
+    bench::Pixels picture(shr::RowBytes(kSide, format) * kSide, 5);
     const auto operation = [&] {
-        forEachRegion([&](int x, int y) {
-            if (direction == Direction::fetch)
-                bitmap.FetchRegion(rows.data(), stride, x, y, kRegion, kRegion);
-            else
-                bitmap.StoreRegion(rows.data(), stride, x, y, kRegion, kRegion);
-        });
+        for (int i = 0; i < kRegions; ++i)
+            for (int j = 0; j < kRegions; ++j)
+                Pass(direction, bitmap, rows, stride, j * kStep + 3, i * kStep + 5, kRegion);
     };
-    std::vector<std::uint8_t> picture(shr::RowBytes(kSide, format) * kSide, 5), piece(bytes, 7);
     const auto rival = [&] {
         const std::size_t distance = picture.size() / (kRegions * kRegions);
         for (std::size_t i = 0; i < kRegions * kRegions; ++i) {
-            std::uint8_t* place = picture.data() + std::min(i * distance, picture.size() - bytes);
-            std::memcpy(direction == Direction::fetch ? piece.data() : place,
-                        direction == Direction::fetch ? place : piece.data(), bytes);
+            Copy(direction, picture.data() + std::min(i * distance, picture.size() - bytes), piece.data(), bytes);
             bench::KeepWrites();
         }
     };
-    run.TakeTurns({Gigabytes(static_cast<double>(bytes) * kRegions * kRegions), "GB/s"}, operation, "ratio_to_memcpy",
-                  rival);
+    run.TakeTurns(Gigabytes(static_cast<double>(bytes) * kRegions * kRegions), operation, "ratio_to_memcpy", rival);
 }
 
 /// Masks against 32-bit pixels; the rival copies the 32-bit side.
@@ -117,35 +107,40 @@ void Mask(bench::Run& run, Direction direction) {
     constexpr int kHeight = 2048;
     ZBasicMemBitmap& bitmap = LargeBitmap(shr::BGR_24);
     const RECT rect{0, 0, kSide, kHeight};
-    auto pixels = bench::Noise(std::size_t{4} * kSide * kHeight);
+    bench::Pixels pixels = bench::Noise(std::size_t{4} * kSide * kHeight);
     const auto operation = [&] {
         if (direction == Direction::fetch)
             bitmap.GetAlphaFromMask(pixels.data(), 4 * kSide, rect, 4);
         else
             bitmap.SetMaskFromAlpha(pixels.data(), 4 * kSide, rect);
     };
-    run.TakeTurns({Gigabytes(static_cast<double>(pixels.size())), "GB/s"}, operation, pixels.size());
+    run.TakeTurns(Gigabytes(static_cast<double>(pixels.size())), operation, pixels.size());
 }
 
-using shr::BGRA_32, shr::GRAYSCALE_1, shr::INDEXED_4;
+/// Two rows: "GROUP/fetch_WHAT" and the same stored.
+template <class Measure>
+void AddBoth(const std::string& group, const std::string& what, int rounds, const Measure& measure) {
+    bench::Add({{group + "/fetch_" + what, rounds, [=](bench::Run& run) { measure(run, Direction::fetch); }},
+                {group + "/store_" + what, rounds, [=](bench::Run& run) { measure(run, Direction::store); }}});
+}
 
-[[maybe_unused]] const bool kAdded = bench::Add({
-    {"Whole/fetch_bgra32", 9, [](bench::Run& run) { Whole(run, Direction::fetch, BGRA_32, 0); }},
-    {"Whole/store_bgra32", 9, [](bench::Run& run) { Whole(run, Direction::store, BGRA_32, 0); }},
-    {"WholeAgainstRows/fetch_bgra32", 9, [](bench::Run& run) { WholeAgainstRows(run, Direction::fetch); }},
-    {"WholeAgainstRows/store_bgra32", 9, [](bench::Run& run) { WholeAgainstRows(run, Direction::store); }},
-    {"Scattered/fetch_bgra32", 9, [](bench::Run& run) { Scattered(run, Direction::fetch, BGRA_32); }},
-    {"Scattered/store_bgra32", 9, [](bench::Run& run) { Scattered(run, Direction::store, BGRA_32); }},
-    {"Whole/fetch_gray1_shifted", 15, [](bench::Run& run) { Whole(run, Direction::fetch, GRAYSCALE_1, 3); }},
-    {"Whole/store_gray1_shifted", 15, [](bench::Run& run) { Whole(run, Direction::store, GRAYSCALE_1, 3); }},
-    {"Scattered/fetch_gray1", 15, [](bench::Run& run) { Scattered(run, Direction::fetch, GRAYSCALE_1); }},
-    {"Scattered/store_gray1", 15, [](bench::Run& run) { Scattered(run, Direction::store, GRAYSCALE_1); }},
-    {"Whole/fetch_indexed4_shifted", 15, [](bench::Run& run) { Whole(run, Direction::fetch, INDEXED_4, 3); }},
-    {"Whole/store_indexed4_shifted", 15, [](bench::Run& run) { Whole(run, Direction::store, INDEXED_4, 3); }},
-    {"Scattered/fetch_indexed4", 15, [](bench::Run& run) { Scattered(run, Direction::fetch, INDEXED_4); }},
-    {"Scattered/store_indexed4", 15, [](bench::Run& run) { Scattered(run, Direction::store, INDEXED_4); }},
-    {"Mask/GetAlphaFromMask", 15, [](bench::Run& run) { Mask(run, Direction::fetch); }},
-    {"Mask/SetMaskFromAlpha", 15, [](bench::Run& run) { Mask(run, Direction::store); }},
-});
+void AddWhole(const std::string& what, int rounds, shr::ColorFormat format, int margin) {
+    AddBoth("Whole", what, rounds, [=](auto& run, Direction direction) { Whole(run, direction, format, margin); });
+}
+void AddScattered(const std::string& what, int rounds, shr::ColorFormat format) {
+    AddBoth("Scattered", what, rounds, [=](auto& run, Direction direction) { Scattered(run, direction, format); });
+}
+
+[[maybe_unused]] const bool kAdded = [] {
+    AddWhole("bgra32", 9, shr::BGRA_32, 0);
+    AddBoth("WholeAgainstRows", "bgra32", 9, WholeAgainstRows);
+    AddScattered("bgra32", 9, shr::BGRA_32);
+    AddWhole("gray1_shifted", 15, shr::GRAYSCALE_1, 3);
+    AddScattered("gray1", 15, shr::GRAYSCALE_1);
+    AddWhole("indexed4_shifted", 15, shr::INDEXED_4, 3);
+    AddScattered("indexed4", 15, shr::INDEXED_4);
+    return bench::Add({{"Mask/GetAlphaFromMask", 15, [](bench::Run& run) { Mask(run, Direction::fetch); }},
+                       {"Mask/SetMaskFromAlpha", 15, [](bench::Run& run) { Mask(run, Direction::store); }}});
+}();
 
 }  // namespace
