@@ -2,10 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "core/checks/ScanRectFileBitmapChecks.h"
-#include "file/FileImage.h"
-#include "file/OpenFileBitmaps.h"
-#include "shr/Path.h"
-#include "support_code/ExpectError.h"
+#include "file/FileBitmapTesting.h"
 #include "support_code/TestProgress.h"
 #include "zbm/ZMemBitmap.h"
 
@@ -15,23 +12,7 @@ using namespace testkit;
 using zbm::ZBasicMemBitmap;
 using zbm::ZMemBitmap;
 
-class FileLevels : public testing::Test {
-protected:
-    void SetUp() override {
-        std::filesystem::create_directory(shr::test::SystemPath(folder));
-        zbm::SetGlobalFileBitmapTempDir(folder);
-    }
-    void TearDown() override { zbm::SetGlobalFileBitmapTempDir(shr::CPath().GetTempPathW(true)); }
-
-    std::unique_ptr<OpenFileBitmap> Opened(bool readOnly) const {
-        auto bitmap = std::make_unique<OpenFileBitmap>();
-        bitmap->Open(name, readOnly);
-        return bitmap;
-    }
-
-    ScratchFolder scratch;
-    const shr::ZString name = scratch.File("picture"), folder = scratch.File("temporary");
-};
+using FileLevels = FileBitmapTest;
 
 /// Whether all levels are those that the picture has in memory.
 testing::AssertionResult HasLevelsOf(OpenFileBitmap& bitmap, const ZBasicMemBitmap& picture) {
@@ -44,7 +25,7 @@ testing::AssertionResult HasLevelsOf(OpenFileBitmap& bitmap, const ZBasicMemBitm
         if (wanted == nullptr || found == nullptr)
             return (wanted == found ? testing::AssertionSuccess() : testing::AssertionFailure())
                    << "the number of levels differs";
-        const auto equal = AreEqual(*found, *wanted);
+        const auto equal = IsEqual(*found, *wanted);
         if (!equal) return testing::AssertionFailure() << "level " << level << ": " << equal.message();
     }
 }
@@ -57,7 +38,7 @@ TEST_F(FileLevels, AreThoseOfABitmapInMemory) {
         EXPECT_TRUE(HasLevelsOf(*bitmap, picture)) << FormatName(format);
         bitmap->Close();
         const auto opened = Opened(true);
-        EXPECT_TRUE(AreEqual(*opened, picture)) << FormatName(format);
+        EXPECT_TRUE(IsEqual(*opened, picture)) << FormatName(format);
         EXPECT_TRUE(HasLevelsOf(*opened, picture)) << FormatName(format);
     }
 }
