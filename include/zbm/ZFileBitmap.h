@@ -81,6 +81,8 @@ protected:
     ZFileBitmap();
     void Init(int newPixelHeight, int newPixelWidth, shr::ColorFormat newFormat, int newTileHeight, int newTileWidth);
 
+    bool HasNoPixels() const noexcept { return pixelWidth == 0 || pixelHeight == 0; }
+
     // Filtering into this bitmap: the lines of the input rectangle of `input` go through the stage, and out of it into
     // an assembled row of tiles that reaches `output`, which is this bitmap, through WriteScanRect.
     bool FilterScanLines(const CPixFilterContext* context, ZBitmap* input, ZFileBitmap* output,

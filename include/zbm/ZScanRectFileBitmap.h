@@ -95,7 +95,8 @@ public:
     [[nodiscard]] bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) override;
     using ZFileBitmap::Serialize;
 
-    /// Also in the file. Raise internal errors when closed (line 1483 for resolutions) or opened read-only (1484).
+    /// Also in the file. Raise internal errors, and change nothing, when closed (line 1483 for resolutions) or opened
+    /// read-only (1484 for resolutions, ZBMBitmapCFileStore 829 for colours).
     void FillColorTable(const shr::Color4b* colors, unsigned count) override;
     void SetXResolution(int pixelsPerMeter) override;
     void SetYResolution(int pixelsPerMeter) override;
@@ -164,7 +165,9 @@ private:
     static void* CreateInstance();
     static const ToldTileReading toldTileReading;
     static void LoadTile(const ZBitmap& bitmap, int row, int col, ZScanRect& tile);
+    static const ZBitmap* CurrentLevel(const ZBitmap& bitmap, unsigned level);
     [[noreturn]] void RefuseFile() const;
+    void OpenFile(ZString name, shr::FileAccess access, shr::FileMode mode, shr::FileSharing sharing, Check check);
     void ReadFileInfoTable();
     void OpenLevels();
     void MarkStaleLevels() noexcept;

@@ -1,5 +1,7 @@
 #include "zbm/ZBMLib2.h"
 
+#include <cstdint>
+
 namespace zbm {
 
 const ZString& ModuleName() {
@@ -21,9 +23,9 @@ void Throw_ERR_ZBM_UNSUPPORTED_DIB_FORMAT(const ZString& module, const ZString& 
 
 bool SRProgress(shr::IProgress* progress, int tileRow, int tileCol, int numTileRows, int numTilesPerRow) {
     if (progress == nullptr) return true;
-    const int all = numTileRows * numTilesPerRow;
+    const std::int64_t perRow = numTilesPerRow, all = numTileRows * perRow, done = tileRow * perRow + tileCol + 1;
     // A grid whose rows hold no tiles (a picture of width 0) is done as soon as it is walked.
-    const double fraction = all == 0 ? 1.0 : (tileRow * numTilesPerRow + tileCol + 1) / static_cast<double>(all);
+    const double fraction = all == 0 ? 1.0 : static_cast<double>(done) / static_cast<double>(all);
     try {
         progress->SetProgress(fraction);
     } catch (const shr::AbortException&) { return false; }

@@ -77,7 +77,7 @@ ZBitmapCFileStore::ZBitmapCFileStore(const shr::ZString& storeName, shr::CBuffer
     file.Seek(base);
     if (!open) return;
     fileEnd = file.GetLength() - base;
-    if (!kStoreSignature.Read(file)) RefuseFile();
+    if (fileEnd < kHeaderEnd || !kStoreSignature.Read(file)) RefuseFile();
     version = SignatureBlock::kVersion;
     ReadHeader();
     ReadTable();
@@ -90,7 +90,7 @@ void ZBitmapCFileStore::RefuseFile() const { require.Fail(BitmapCFileStoreCheck:
 /// What would do harm is refused here; colours and resolution are taken as they stand.
 void ZBitmapCFileStore::ReadHeader() {
     std::uint8_t bytes[kHeaderBytes];
-    if (file.Read(bytes, sizeof bytes) != sizeof bytes) RefuseFile();
+    file.ReadExactly(bytes, sizeof bytes);
     Decode(header, bytes);
     if (!header.IsValid()) RefuseFile();
 }
@@ -101,7 +101,8 @@ TileGrid ZBitmapCFileStore::Header::Grid() const noexcept {
 
 bool ZBitmapCFileStore::Header::IsValid() const noexcept {
     return pixelHeight >= 0 && pixelWidth >= 0 && scanRectHeight >= 1 && scanRectWidth >= 1 &&
-           shr::IsColorFormat(colorFormat) && numColorTableItems <= std::size(colorTable) &&
+           shr::IsColorFormat(colorFormat) &&
+           numColorTableItems <= static_cast<unsigned>(shr::ColorFmtToTblSize[colorFormat]) &&
            tablePosition >= kHeaderEnd;
 }
 
@@ -111,7 +112,7 @@ void ZBitmapCFileStore::ReadTable() {
     if (!PositionTable(grid).FitsInto(fileEnd - header.tablePosition)) RefuseFile();
     std::vector<std::uint8_t> bytes(static_cast<std::size_t>(PositionTable(grid).Bytes()));
     file.Seek(base + header.tablePosition);
-    if (file.Read(bytes.data(), bytes.size()) != bytes.size()) RefuseFile();
+    file.ReadExactly(bytes.data(), bytes.size());
     LittleEndianReader reader(bytes.data());
     std::int32_t count;
     reader.I32(count);
@@ -177,6 +178,7 @@ void ZBitmapCFileStore::SeatHeader() noexcept { headerPosition = kHeaderPosition
 
 void ZBitmapCFileStore::CreateSkeleton(const ZBitmap& bitmap) {
     require(!readOnly, BitmapCFileStoreCheck::skeletonOfReadOnly);
+    require(shr::IsColorFormat(bitmap.GetColorFormat()), BitmapCFileStoreCheck::formatRange);
     file.Seek(base);
     std::vector<std::vector<std::int64_t>> rows(static_cast<std::size_t>(bitmap.GetNumScanRectRows()));
     for (std::size_t row = 0; row < rows.size(); ++row)
@@ -246,6 +248,7 @@ void ZBitmapCFileStore::SetColorFormat(shr::ColorFormat format) {
 void ZBitmapCFileStore::FillColorTable(const shr::Color4b* colors, unsigned count) {
     require(count <= static_cast<unsigned>(shr::ColorFmtToTblSize[header.colorFormat]),
             BitmapCFileStoreCheck::colorCount);
+    require(!readOnly, BitmapCFileStoreCheck::headerOfReadOnly);
     std::copy_n(colors, count, header.colorTable);
     std::fill(header.colorTable + count, std::end(header.colorTable), shr::Color4b::Black);
     header.numColorTableItems = count;

@@ -53,15 +53,11 @@ ZScanRectFileBitmap::~ZScanRectFileBitmap() {
 }
 
 void ZScanRectFileBitmap::Open(const ZString& name, bool readOnlyFile) {
-    const ZString kept = name;  // it may be our own, or die with what is closed
+    ZString kept = name;  // it may be our own, or die with what is closed
     Close();
     const auto access = readOnlyFile ? shr::FileAccess::read : shr::FileAccess::readWrite;
     const auto sharing = readOnlyFile ? shr::FileSharing::read : shr::FileSharing::none;
-    require(file.OpenNoThrow(kept, access, shr::FileMode::openExisting, sharing), ScanRectFileBitmapCheck::openedFile,
-            kept);
-    fileName = kept;
-    readOnly = readOnlyFile;
-    fileOpen = true;
+    OpenFile(std::move(kept), access, shr::FileMode::openExisting, sharing, ScanRectFileBitmapCheck::openedFile);
     try {
         ReadFileInfoTable();
         OpenLevels();
@@ -73,6 +69,15 @@ void ZScanRectFileBitmap::Open(const ZString& name, bool readOnlyFile) {
     }
 }
 
+/// Nothing raises between the opening of the file and the mark that it is ours to close.
+void ZScanRectFileBitmap::OpenFile(ZString name, shr::FileAccess access, shr::FileMode mode, shr::FileSharing sharing,
+                                   Check check) {
+    require(file.OpenNoThrow(name, access, mode, sharing), check, name);
+    fileName = std::move(name);
+    readOnly = access == shr::FileAccess::read;
+    fileOpen = true;
+}
+
 void ZScanRectFileBitmap::ReadFileInfoTable() {
     std::uint8_t bytes[FileInfoTable::kBytes];
     if (!kFileBitmapSignature.Read(file) || file.Read(bytes, sizeof bytes) != sizeof bytes) RefuseFile();
@@ -82,8 +87,7 @@ void ZScanRectFileBitmap::ReadFileInfoTable() {
     const std::uint32_t count = fileInfoTable.levelCount;
     require(count >= 1 && count <= FileInfoTable::kLevels, ScanRectFileBitmapCheck::openedLevelCount);
     // Behind the slot of the level to come nothing has a meaning.
-    std::fill(std::min(fileInfoTable.slots + count + 1, std::end(fileInfoTable.slots)), std::end(fileInfoTable.slots),
-              std::int64_t{0});
+    std::fill(fileInfoTable.slots + std::min(count + 1, FileInfoTable::kLevels), std::end(fileInfoTable.slots), 0);
     if (fileInfoTable.slots[0] < FileInfoTable::kFirstStore) RefuseFile();
 }
 
@@ -95,6 +99,7 @@ void ZScanRectFileBitmap::OpenLevels() {
         if (slot < store->TablesEnd()) RefuseFile();
         if (readOnly && ZBitmapCFileStore::IsCutOff(file, slot)) break;
         reductions.push_back(std::make_unique<ZPOTCFileBitmap>(fileName, file, slot, true, readOnly));
+        if (reductions.back()->HasNoPixels()) RefuseFile();
     }
     fileInfoTable.levelCount = static_cast<std::uint32_t>(reductions.size()) + 1;
     reductionsStale = store->header.reserved[0] == kStaleLevels;
@@ -142,7 +147,8 @@ void ZScanRectFileBitmap::Save() {
 
 /// What an object of exactly this class tells of its tiles: read without a lock, zero where the file has none.
 const ToldTileReading ZScanRectFileBitmap::toldTileReading(typeid(ZScanRectFileBitmap),
-                                                           {.load = &ZScanRectFileBitmap::LoadTile});
+                                                           {.load = &ZScanRectFileBitmap::LoadTile,
+                                                            .currentLevel = &ZScanRectFileBitmap::CurrentLevel});
 
 void ZScanRectFileBitmap::LoadTile(const ZBitmap& bitmap, int row, int col, ZScanRect& tile) {
     const auto& self = static_cast<const ZScanRectFileBitmap&>(bitmap);
@@ -163,6 +169,7 @@ void ZScanRectFileBitmap::WriteScanRect(const ZScanRect& tile, int row, int col)
 
 void ZScanRectFileBitmap::FillColorTable(const shr::Color4b* colors, unsigned count) {
     require(store != nullptr, ScanRectFileBitmapCheck::colorsClosed);
+    if (readOnly) store->FillColorTable(colors, count);  // raises before anything is changed
     ZBitmap::FillColorTable(colors, count);
     store->FillColorTable(colors, count);
     reductionsStale = true;

@@ -65,14 +65,8 @@ void CopyInto(ZBasicMemBitmap& rowCopy, int top, const ZScanRect& tile, const RE
 void ZScanRectFileBitmap::CommonCreate(const ZString& name, int height, int width, shr::ColorFormat format,
                                        int tileHeight, int tileWidth) {
     Init(height, width, format, tileHeight, tileWidth);
-    require(file.OpenNoThrow(name, shr::FileAccess::readWrite, shr::FileMode::create, shr::FileSharing::none),
-            ScanRectFileBitmapCheck::createdFile, name);
-    shr::ScopeExit closeAgain([this] { file = shr::CBufferedFile(); });
-    fileName = name;
-    readOnly = false;
-    fileOpen = true;
-    closeAgain.Release();
-
+    OpenFile(name, shr::FileAccess::readWrite, shr::FileMode::create, shr::FileSharing::none,
+             ScanRectFileBitmapCheck::createdFile);
     kFileBitmapSignature.Write(file);
     version = SignatureBlock::kVersion;
     infoTablePosition = SignatureBlock::kBytes;
@@ -80,7 +74,7 @@ void ZScanRectFileBitmap::CommonCreate(const ZString& name, int height, int widt
     fileInfoTable.levelCount = 1;
     fileInfoTable.slots[0] = FileInfoTable::kFirstStore;
     SaveFileInfoTable();
-    store = std::make_unique<OwnStore>(name, file, FileInfoTable::kFirstStore, false, false);
+    store = std::make_unique<OwnStore>(fileName, file, FileInfoTable::kFirstStore, false, false);
     FreeAllPOTReductions();
     reductionsStale = true;
     if (isBeingMade) WriteLevelCount(0);
@@ -224,11 +218,12 @@ bool ZScanRectFileBitmap::CopyTiles(ZBitmap& source, shr::IProgress* progress) {
         return store->Create(source, progress);
     store->CreateEmpty(pixelWidth, pixelHeight, colorFormat, kFileTileSide, kFileTileSide);
     const shr::CScopedIProgressTask task(progress, kCreatingImage);
-    for (int row = 0; row < GetNumScanRectRows(); ++row) {
+    const int rows = pixelWidth == 0 ? 0 : GetNumScanRectRows();
+    for (int row = 0; row < rows; ++row) {
         const std::unique_ptr<ZBasicMemBitmap> rowCopy = AssembleRow(source, row);
         for (int col = 0; col < GetNumScanRects(row); ++col) {
             WriteScanRect(rowCopy->LockScanRect(0, col), row, col);
-            if (!SRProgress(progress, row, col, GetNumScanRectRows(), GetNumScanRects(row))) return false;
+            if (!SRProgress(progress, row, col, rows, GetNumScanRects(row))) return false;
         }
     }
     store->CommitAll();

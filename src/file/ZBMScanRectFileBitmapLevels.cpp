@@ -22,6 +22,17 @@ ZBitmap* ZScanRectFileBitmap::GetPtrToPOTReduction(unsigned level) {
     return reductions[level - 1].get();
 }
 
+/// Only a level of the size that ours have: a file may hold others.
+const ZBitmap* ZScanRectFileBitmap::CurrentLevel(const ZBitmap& bitmap, unsigned level) {
+    const auto& self = static_cast<const ZScanRectFileBitmap&>(bitmap);
+    if (level == 0) return &self;
+    if (self.reductionsStale || self.reductions.size() < level) return nullptr;
+    const ZBitmap& found = *self.reductions[level - 1];
+    const bool isReduced =
+        found.GetPixelWidth() == self.pixelWidth >> level && found.GetPixelHeight() == self.pixelHeight >> level;
+    return isReduced ? &found : nullptr;
+}
+
 bool ZScanRectFileBitmap::CommitAll(shr::IProgress* progress) { return CreatePOTReductions(progress); }
 
 bool ZScanRectFileBitmap::CommitAll(shr::IProgress* progress, bool rebuild) {
@@ -106,9 +117,14 @@ template <class Build>
 bool ZScanRectFileBitmap::FromLevelSource(shr::IProgress* progress, const Build& build) {
     if (!IsReducedInTrueColors(*this)) return build(*this);
     if (!scratchFilename.IsEmpty()) shr::RemoveFile(scratchFilename);
-    scratchFilename = MakeUniqueTempFile();
+    scratchFilename = {};
+    ZString made = MakeUniqueTempFile();
+    shr::ScopeExit removeAgain([&] { shr::RemoveFile(made); });
     ZScanRectFileBitmap scratch(L"", L"", false);
-    return scratch.Create(scratchFilename, shr::BGRA_32, *this, progress) && build(scratch);
+    if (!scratch.Create(made, shr::BGRA_32, *this, progress) || scratch.HasNoPixels()) return false;
+    removeAgain.Release();
+    scratchFilename = std::move(made);
+    return build(scratch);
 }
 
 }  // namespace zbm

@@ -10,6 +10,8 @@
 #include "zbm/SerializeIO.h"
 #include "zbm/ZBMLib2.h"
 #include "zbm/ZMemBitmap.h"
+#include "zbm/ZPOTCFileBitmap.h"
+#include "zbm/ZScanRectFileBitmap.h"
 
 namespace {
 
@@ -42,6 +44,27 @@ TEST(TypeRecords, NameTheClassesAndTheirParents) {
     EXPECT_EQ(ZBitmap::ClassTypeId.GetParent(), &CTypedObject::ClassTypeId);
     EXPECT_EQ(ZBasicMemBitmap::ClassTypeId.GetParent(), &ZBitmap::ClassTypeId);
     EXPECT_EQ(ZMemBitmap::ClassTypeId.GetParent(), &ZBasicMemBitmap::ClassTypeId);
+}
+
+TEST(TypeRecords, OfBitmapsInFilesAreThreeInARow) {
+    using zbm::ZFileBitmap, zbm::ZScanRectFileBitmap;
+    EXPECT_STREQ(ZFileBitmap::ClassTypeId.GetName(), "ZFileBitmap");
+    EXPECT_STREQ(ZScanRectFileBitmap::ClassTypeId.GetName(), "ZScanRectFileBitmap");
+    EXPECT_EQ(ZFileBitmap::ClassTypeId.GetParent(), &ZBitmap::ClassTypeId);
+    EXPECT_EQ(ZScanRectFileBitmap::ClassTypeId.GetParent(), &ZFileBitmap::ClassTypeId);
+    EXPECT_TRUE(ZFileBitmap::ClassTypeId.IsAbstract());
+    static_assert(std::is_same_v<decltype(zbm::ZPOTCFileBitmap::ClassTypeId), const CTypeInfo>);
+    EXPECT_EQ(&zbm::ZPOTCFileBitmap::ClassTypeId, &ZFileBitmap::ClassTypeId) << "a reduction has no record of its own";
+}
+
+TEST(TypeRecords, MakeAClosedBitmapOnFileByName) {
+    const std::unique_ptr<CTypedObject> object(CTypeInfo::CreateObject("ZScanRectFileBitmap"));
+    ASSERT_NE(object, nullptr);
+    EXPECT_EQ(object->GetTypeId(), &zbm::ZScanRectFileBitmap::ClassTypeId);
+    const auto* bitmap = dynamic_cast<zbm::ZScanRectFileBitmap*>(object.get());
+    ASSERT_NE(bitmap, nullptr);
+    EXPECT_FALSE(bitmap->IsFileOpen());
+    EXPECT_TRUE(bitmap->GetFileName().IsEmpty());
 }
 
 TEST(TypeRecords, HaveAFactoryUnlessTheClassIsAbstract) {

@@ -8,6 +8,8 @@
 #include "shr/ISerialize.h"
 #include "zbm/ISerializeLegacyGCS.h"
 #include "zbm/ZMemBitmap.h"
+#include "zbm/ZPOTCFileBitmap.h"
+#include "zbm/ZScanRectFileBitmap.h"
 
 namespace {
 
@@ -39,6 +41,12 @@ struct BasicMemBitmapProbe : zbm::ZBasicMemBitmap {
 };
 struct MemBitmapProbe : zbm::ZMemBitmap {
     using ZMemBitmap::ZMemBitmap;
+    virtual void Next() {}
+};
+/// Reductions add no operation either; so both classes of files end where their base does.
+template <class Base>
+struct FileBitmapProbe : Base {
+    using Base::Base, Base::ReadScanRect, Base::WriteScanRect, Base::CreateSkeleton;
     virtual void Next() {}
 };
 struct TypedObjectProbe : shr::CTypedObject {
@@ -77,6 +85,35 @@ TEST(VirtualTable, EndsForAllBitmapsInMemoryWhereItEndsForABitmap) {
     EXPECT_EQ(SlotOf(&BasicMemBitmapProbe::Next), 21);
     EXPECT_EQ(SlotOf(&MemBitmapProbe::Next), 21);
 }
+
+TEST(VirtualTable, OfABitmapInAFileGoesOn) {
+    using shr::IProgress, shr::ZString;
+    using Probe = FileBitmapProbe<zbm::ZScanRectFileBitmap>;
+    using zbm::ZFileBitmap;
+    EXPECT_EQ(SlotOf(&ZFileBitmap::Open), 21);
+    EXPECT_EQ(
+        SlotOf<bool (ZFileBitmap::*)(const ZString&, int, int, ZBitmap&, const RECT&, zbm::ResizeMethod, IProgress*)>(
+            &ZFileBitmap::Create),
+        22);
+    EXPECT_EQ(SlotOf<bool (ZFileBitmap::*)(const ZString&, ZBitmap&, IProgress*)>(&ZFileBitmap::Create), 23);
+    EXPECT_EQ(
+        SlotOf<bool (ZFileBitmap::*)(const ZString&, const BITMAPINFOHEADER*, const void*, const RGBQUAD*, IProgress*)>(
+            &ZFileBitmap::Create),
+        24);
+    EXPECT_EQ(SlotOf<bool (ZFileBitmap::*)(const ZString&, const BITMAPINFO&, IProgress*)>(&ZFileBitmap::Create), 25);
+    EXPECT_EQ(
+        SlotOf<bool (ZFileBitmap::*)(const ZString&, int, int, shr::ColorFormat, IProgress*)>(&ZFileBitmap::Create),
+        26);
+    EXPECT_EQ(SlotOf(&ZFileBitmap::Close), 27);
+    EXPECT_EQ(SlotOf<bool (ZFileBitmap::*)(zbm::SerializeIO&, IProgress*, gcs::GCSDef*)>(&ZFileBitmap::Serialize), 28);
+    EXPECT_EQ(SlotOf(&Probe::ReadScanRect), 29);
+    EXPECT_EQ(SlotOf(&Probe::WriteScanRect), 30);
+    EXPECT_EQ(SlotOf(&Probe::CreateSkeleton), 31);
+    EXPECT_EQ(SlotOf(&Probe::Next), 32);
+    EXPECT_EQ(SlotOf(&FileBitmapProbe<zbm::ZPOTCFileBitmap>::Next), 32);
+}
+
+TEST(VirtualTable, OfAStoreHoldsFillColorTableAlone) { EXPECT_EQ(EntryOf(&zbm::ZBitmapCFileStore::FillColorTable), 0); }
 
 TEST(VirtualTable, OfATypedObjectHoldsTheDestructorAndGetTypeId) {
     EXPECT_EQ(SlotOf(&shr::CTypedObject::GetTypeId), 1);

@@ -145,4 +145,11 @@ TEST(ScopedProgressTask, LogsOneLineInsteadOfThrowingAtItsEnd) {
               "Unknown exception caught by CScopedIProgressTask dtor\nModule Shared, File IProgress, Line 108");
 }
 
+TEST(SRProgress, CountsMoreTilesThan32BitsHold) {
+    TestProgress progress;
+    EXPECT_TRUE(SRProgress(&progress, 49999, 24999, 50000, 50000));
+    EXPECT_TRUE(SRProgress(&progress, 49999, 49999, 50000, 50000));
+    EXPECT_EQ(progress.fractions, (std::vector<double>{(50000.0 * 50000 - 25000) / (50000.0 * 50000), 1.0}));
+}
+
 }  // namespace

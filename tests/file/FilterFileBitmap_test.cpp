@@ -27,8 +27,8 @@ ZBasicMemBitmap FewColors(int width, int height, ColorFormat format, int tileWid
 
 /// The same picture, whatever its indices; masks too.
 testing::AssertionResult LooksAs(const zbm::ZBitmap& bitmap, const zbm::ZBitmap& expected) {
-    if (TableSize(expected.GetColorFormat()) == 0) return AreEqual(bitmap, expected);
-    const FlatPicture a = Flattened(bitmap), b = Flattened(expected);
+    if (TableSize(expected.GetColorFormat()) == 0) return IsEqual(bitmap, expected);
+    const FlatPicture a = Flattened(InMemory(bitmap)), b = Flattened(expected);
     if (a.opaque != b.opaque) return testing::AssertionFailure() << "the masks differ";
     if (AsBgra(a, Mask::isLeftOut).rows != AsBgra(b, Mask::isLeftOut).rows)
         return testing::AssertionFailure() << "the colours differ";

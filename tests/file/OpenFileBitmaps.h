@@ -64,4 +64,9 @@ inline zbm::ZBasicMemBitmap InMemory(const zbm::ZBitmap& bitmap) {
     return copy;
 }
 
+/// Whether a bitmap in a file agrees with another in layout, pixels, masks, colours and resolutions.
+inline testing::AssertionResult IsEqual(const zbm::ZBitmap& onFile, const zbm::ZBitmap& expected) {
+    return AreEqual(InMemory(onFile), expected);  // a tile of a file is read anew for each lock
+}
+
 }  // namespace testkit

@@ -4,35 +4,19 @@
 #include <filesystem>
 
 #include "core/checks/FileBitmapChecks.h"
-#include "file/FileImage.h"
+#include "file/FileBitmapTesting.h"
 #include "shr/BufferedFile.h"
-#include "shr/Path.h"
-#include "support_code/ExpectError.h"
 #include "zbm/ZBMLib2.h"
 
 namespace {
 
 using namespace testkit;
 using shr::ZString;
-using shr::test::ReadWhole;
-using shr::test::WriteWhole;
 
-/// Puts the process's choice back.
-class TempDirectory : public testing::Test {
+class TempDirectory : public FileBitmapTest {
 protected:
-    void SetUp() override {
-        std::filesystem::create_directory(shr::test::SystemPath(folder));
-        zbm::SetGlobalFileBitmapTempDir(folder);
-    }
-    void TearDown() override {
-        // There is no way back to no choice at all but the system's folder by name, which is the same.
-        zbm::SetGlobalFileBitmapTempDir(shr::CPath().GetTempPathW(true));
-    }
-    ZString In(const char* name) const { return shr::CPath::AppendDirSeparator(folder, true) + name; }
-    bool IsThere(const char* name) const { return shr::PathExists(In(name)); }
-
-    ScratchFolder scratch;
-    const ZString folder = scratch.File("temporary");
+    ZString In(const char* entry) const { return shr::CPath::AppendDirSeparator(folder, true) + entry; }
+    bool IsThere(const char* entry) const { return shr::PathExists(In(entry)); }
 };
 
 const Bytes kLeftover = FileImage().Signature(kBitmapSignature).Zeros(460).Take();
@@ -44,29 +28,17 @@ TEST_F(TempDirectory, EndsWithOneSeparator) {
     EXPECT_EQ(zbm::GetGlobalFileBitmapTempDir(), withSeparator);
 }
 
-template <class Act>
-testing::AssertionResult RaisesFileFind(Act act, zbm::Check check, const ZString& path) {
-    try {
-        act();
-    } catch (const shr::Exception& error) {
-        const bool namesIt = error.GetMessageText().Wide().find(path.Wide()) != std::wstring::npos;
-        if (IsAt(error, check) && namesIt) return testing::AssertionSuccess();
-        return testing::AssertionFailure() << "raises " << Describe(error);
-    }
-    return testing::AssertionFailure() << "raises nothing";
-}
-
 TEST_F(TempDirectory, MustExistAndStaysWhatItWasOtherwise) {
     const ZString missing = scratch.File("missing");
-    EXPECT_TRUE(RaisesFileFind([&] { zbm::SetGlobalFileBitmapTempDir(missing); }, zbm::FileBitmapCheck::newTempFolder,
-                               shr::CPath::AppendDirSeparator(missing, true)));
+    EXPECT_TRUE(RaisesFileError([&] { zbm::SetGlobalFileBitmapTempDir(missing); }, zbm::FileBitmapCheck::newTempFolder,
+                                shr::CPath::AppendDirSeparator(missing, true)));
     EXPECT_EQ(zbm::GetGlobalFileBitmapTempDir(), shr::CPath::AppendDirSeparator(folder, true));
 }
 
 TEST_F(TempDirectory, ThatIsGoneIsAnError) {
     std::filesystem::remove(shr::test::SystemPath(folder));
-    EXPECT_TRUE(RaisesFileFind([] { zbm::GetGlobalFileBitmapTempDir(); }, zbm::FileBitmapCheck::tempFolder, folder));
-    EXPECT_TRUE(RaisesFileFind([] { zbm::CleanGlobalFileBitmapTempDir(); }, zbm::FileBitmapCheck::tempFolder, folder));
+    EXPECT_TRUE(RaisesFileError([] { zbm::GetGlobalFileBitmapTempDir(); }, zbm::FileBitmapCheck::tempFolder, folder));
+    EXPECT_TRUE(RaisesFileError([] { zbm::CleanGlobalFileBitmapTempDir(); }, zbm::FileBitmapCheck::tempFolder, folder));
 }
 
 TEST_F(TempDirectory, IsSweptOfWhatBearsABitmapsSignatureAlone) {
@@ -85,10 +57,10 @@ TEST_F(TempDirectory, IsSweptOfWhatBearsABitmapsSignatureAlone) {
     WriteWhole(In("zv1.tmpx"), kLeftover);
     std::filesystem::create_directory(shr::test::SystemPath(In("zvFolder.tmp")));
     zbm::CleanGlobalFileBitmapTempDir();
-    for (const char* name : {"zv1.tmp", "zv2.tmp", "zv3.tmp"}) EXPECT_FALSE(IsThere(name)) << name;
-    for (const char* name :
+    for (const char* entry : {"zv1.tmp", "zv2.tmp", "zv3.tmp"}) EXPECT_FALSE(IsThere(entry)) << entry;
+    for (const char* entry :
          {"zvText.tmp", "zvEnd.tmp", "zvShort.tmp", "zvEmpty.tmp", "other.tmp", "zv1.tmpx", "zvFolder.tmp"})
-        EXPECT_TRUE(IsThere(name)) << name;
+        EXPECT_TRUE(IsThere(entry)) << entry;
 }
 
 TEST_F(TempDirectory, KeepsFilesThatAreInUse) {
@@ -103,14 +75,14 @@ TEST_F(TempDirectory, KeepsFilesThatAreInUse) {
 }
 
 TEST_F(TempDirectory, IsSweptToTheEndWhateverFails) {
-    for (const char* name : {"zv1.tmp", "zv2.tmp", "zv3.tmp"}) WriteWhole(In(name), kLeftover);
+    for (const char* entry : {"zv1.tmp", "zv2.tmp", "zv3.tmp"}) WriteWhole(In(entry), kLeftover);
     for (const shr::FileCall failing : {shr::FileCall::open, shr::FileCall::read, shr::FileCall::remove}) {
         static shr::FileCall kind;
         kind = failing;
         const auto former = shr::SetFileFaultHook([](shr::FileCall call) { return call == kind; });
         EXPECT_NO_THROW(zbm::CleanGlobalFileBitmapTempDir());
         shr::SetFileFaultHook(former);
-        for (const char* name : {"zv1.tmp", "zv2.tmp", "zv3.tmp"}) EXPECT_TRUE(IsThere(name)) << name;
+        for (const char* entry : {"zv1.tmp", "zv2.tmp", "zv3.tmp"}) EXPECT_TRUE(IsThere(entry)) << entry;
     }
     zbm::CleanGlobalFileBitmapTempDir();
     EXPECT_FALSE(IsThere("zv3.tmp"));

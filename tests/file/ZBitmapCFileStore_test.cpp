@@ -8,12 +8,9 @@
 
 #include "core/checks/BitmapCFileStoreChecks.h"
 #include "core/checks/BitmapChecks.h"
-#include "file/FileImage.h"
+#include "file/FileBitmapTesting.h"
 #include "shr/BufferedFile.h"
-#include "support_code/ExpectError.h"
-#include "support_code/FormulaPicture.h"
 #include "support_code/TestProgress.h"
-#include "zbm/ZBasicMemBitmap.h"
 
 namespace {
 
@@ -26,7 +23,7 @@ using zbm::ZScanRect;
 static_assert(std::is_polymorphic_v<ZBitmapCFileStore> && !std::is_copy_constructible_v<ZBitmapCFileStore>);
 
 /// Lays the protected steps open.
-class OpenStore : public ZBitmapCFileStore {
+class OpenStore final : public ZBitmapCFileStore {
 public:
     using ZBitmapCFileStore::CreateCleanUp;
     using ZBitmapCFileStore::CreateSkeleton;
@@ -121,19 +118,9 @@ TEST_F(Store, RefusesANegativeBaseAndABlankStoreThatMayNotBeWritten) {
     EXPECT_TRUE(RaisesInternalError([&] { OpenStore(name, file, 0, false, true); }, BitmapCFileStoreCheck::blankStore));
 }
 
-/// Whether `act` raises the bad-file error of the store with that name in its text.
 template <class Act>
 testing::AssertionResult RaisesBadFile(Act act, const shr::ZString& storeName) {
-    try {
-        act();
-    } catch (const shr::InternalError& error) {
-        return testing::AssertionFailure() << "raises the internal error " << Describe(error);
-    } catch (const shr::Exception& error) {
-        const bool namesIt = error.GetMessageText().Wide().find(storeName.Wide()) != std::wstring::npos;
-        if (IsAt(error, BitmapCFileStoreCheck::badFile) && namesIt) return testing::AssertionSuccess();
-        return testing::AssertionFailure() << "raises " << Describe(error);
-    }
-    return testing::AssertionFailure() << "raises nothing";
+    return RaisesFileError(act, BitmapCFileStoreCheck::badFile, storeName);
 }
 
 TEST_F(Store, RefusesWhatDoesNotBeginWithItsSignatureAndVersion1) {
@@ -201,6 +188,8 @@ INSTANTIATE_TEST_SUITE_P(
                     BadStore{"TilesWithoutHeight", 2, 3, 0, 3, 3}, BadStore{"TilesWithoutWidth", 2, 3, 2, 0, 3},
                     BadStore{"NoFormat", 2, 3, 2, 3, 0}, BadStore{"UnknownFormat", 2, 3, 2, 3, 14},
                     BadStore{"TooManyColors", 2, 3, 2, 3, 8, 1, 1, 0, kTablePosition, 257},
+                    BadStore{"MoreColorsThanItsFormat", 2, 3, 2, 3, 6, 1, 1, 0, kTablePosition, 3},
+                    BadStore{"ColorsOfTrueColors", 2, 3, 2, 3, 9, 1, 1, 0, kTablePosition, 1},
                     BadStore{"NoTable", 2, 3, 2, 3, 3, 1, 1, 0, 0},
                     BadStore{"NegativeTable", 2, 3, 2, 3, 3, 1, 1, 0, -8},
                     BadStore{"TableInHeader", 2, 3, 2, 3, 3, 1, 1, 0, 1312},
@@ -279,7 +268,8 @@ TEST_F(Store, ThatIsBlankHasNoTiles) {
 TEST_F(Store, RefusesTilesOutsideItsGridOrOfAnotherShape) {
     const auto store = Empty(5, 3, shr::BGRA_32, 4, 2);  // the last tile is 1 x 1
     ZScanRect full(4, 2, shr::BGRA_32), last(1, 1, shr::BGRA_32), other(1, 1, shr::RGBA_32);
-    for (const auto& [row, col] : {std::pair{-1, 0}, {0, -1}, {2, 0}, {0, 2}}) {
+    for (const auto& place : {std::pair{-1, 0}, {0, -1}, {2, 0}, {0, 2}}) {
+        const int row = place.first, col = place.second;
         EXPECT_TRUE(RaisesInternalError([&] { store->WriteScanRect(full, row, col); }, BitmapCFileStoreCheck::tile));
         EXPECT_TRUE(RaisesInternalError([&] { store->ReadScanRect(full, row, col); }, BitmapCFileStoreCheck::tile));
     }

@@ -1,0 +1,80 @@
+// What stands in the file while a bitmap still has it open. (Windows lets nobody look.)
+#include <gtest/gtest.h>
+
+#include "core/checks/ScanRectFileBitmapChecks.h"
+#include "file/FileBitmapTesting.h"
+#include "support_code/TestProgress.h"
+
+namespace {
+
+using namespace testkit;
+using zbm::ScanRectFileBitmapCheck;
+using zbm::ZBasicMemBitmap;
+
+using FileOnDisk = FileBitmapTest;
+
+TEST_F(FileOnDisk, TellsTheFileOfNewTilesWhenItIsClosedOrSaved) {
+    OpenFileBitmap bitmap;
+    bitmap.CreateEmpty(name, 2, 1, shr::BGRA_32);
+    SetAndCommit(bitmap, 1, 0, 0x12345678);
+    const auto pixelInFile = [&] {
+        const shr::ZString copy = scratch.File("copy");
+        WriteWhole(copy, ReadWhole(name));
+        OpenFileBitmap opened;
+        opened.Open(copy, true);
+        return GetPixel(opened, 1, 0);
+    };
+    ASSERT_TRUE(bitmap.CommitAll(nullptr));
+    EXPECT_EQ(pixelInFile(), 0u) << "CommitAll is about the reductions";
+    bitmap.Save();
+    EXPECT_EQ(pixelInFile(), 0x12345678u);
+    bitmap.Close();
+    EXPECT_EQ(pixelInFile(), 0x12345678u);
+}
+
+/// Looks at the file whenever progress is reported.
+class Onlooker : public TestProgress {
+public:
+    explicit Onlooker(std::function<void()> newLook) : look(std::move(newLook)) {}
+    void SetProgress(double fraction) override {
+        TestProgress::SetProgress(fraction);
+        look();
+    }
+
+private:
+    std::function<void()> look;
+};
+
+TEST_F(FileOnDisk, ThatIsStillBeingMadeIsRefusedAsSuchIfItIsLeftSo) {
+    const shr::ZString copy = scratch.File("copy");
+    int looks = 0;
+    Onlooker killed([&] {
+        WriteWhole(copy, ReadWhole(name));
+        OpenFileBitmap opened;
+        for (const bool readOnly : {true, false})
+            EXPECT_TRUE(
+                RaisesInternalError([&] { opened.Open(copy, readOnly); }, ScanRectFileBitmapCheck::openedLevelCount));
+        ++looks;
+    });
+    ZBasicMemBitmap source = FormulaBitmap(530, 20, shr::BGR_24, 64, 50);
+    OpenFileBitmap bitmap;
+    ASSERT_TRUE(bitmap.Create(name, 530, 20, shr::BGR_24, &killed));
+    ASSERT_TRUE(bitmap.Create(name, source, &killed));
+    ASSERT_TRUE(bitmap.Create(name, shr::GRAYSCALE_8, source, &killed));
+    ASSERT_TRUE(bitmap.Create(name, 30, 20, source, {0, 0, 530, 20}, zbm::ResizePlain, &killed));
+    EXPECT_GE(looks, 8);
+    WriteWhole(copy, ReadWhole(name));
+    OpenFileBitmap opened;
+    EXPECT_NO_THROW(opened.Open(copy, true)) << "what is complete opens, also while it is still in use";
+}
+
+TEST_F(FileOnDisk, HasItsSignatureFromTheFirstTileOnSoThatASweepFindsWhatAKillLeft) {
+    Onlooker killed([&] {
+        const Bytes bytes = ReadWhole(name);
+        ASSERT_GE(bytes.size(), 509u);
+        EXPECT_EQ(Bytes(bytes.begin(), bytes.begin() + 49), FileImage().Signature(kBitmapSignature).Take());
+    });
+    ASSERT_TRUE(OpenFileBitmap().Create(name, 530, 20, shr::BGR_24, &killed));
+}
+
+}  // namespace

@@ -1,0 +1,201 @@
+#pragma once
+// All that is done with bitmaps in files, each with what must hold when something fails in the middle: for tests that
+// let calls and requests for memory fail one by one.
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "file/FileBitmapTesting.h"
+
+namespace testkit {
+
+enum class Came { toItsEnd, toAnError };
+
+/// Pictures, files and an object to work on.
+class FileWorkplace {
+public:
+    FileWorkplace(const shr::ZString& pictureFile, const shr::ZString& otherFile)
+        : name(pictureFile), other(otherFile) {}
+
+    const shr::ZString name, other;
+    zbm::ZBasicMemBitmap picture = FormulaBitmap(70, 60, shr::BGR_24, 30, 25);
+    zbm::ZBasicMemBitmap changed = Brightened();
+    std::unique_ptr<OpenFileBitmap> bitmap = std::make_unique<OpenFileBitmap>();
+
+    /// The picture in its file, with levels.
+    void WriteFile() {
+        auto onFile = OnFile(name, picture);
+        ASSERT_TRUE(onFile->CommitAll(nullptr));
+        onFile->Close();
+    }
+    void OpenFile(bool readOnly = false) {
+        WriteFile();
+        bitmap->Open(name, readOnly);
+    }
+
+private:
+    zbm::ZBasicMemBitmap Brightened() {
+        zbm::ZBasicMemBitmap bright = picture;
+        EXPECT_TRUE(bright.ChangeBrightness(0.3, nullptr));
+        return bright;
+    }
+};
+
+struct FileWork {
+    const char* name;
+    void (*prepare)(FileWorkplace& place);
+    void (*act)(FileWorkplace& place);
+    void (*check)(FileWorkplace& place, Came came);
+};
+inline void PrintTo(const FileWork& work, std::ostream* out) { *out << work.name; }
+
+namespace works {
+
+inline void Nothing(FileWorkplace&) {}
+
+inline testing::AssertionResult IsOnFile(const shr::ZString& name, const zbm::ZBitmap& expected) {
+    OpenFileBitmap opened;
+    opened.Open(name, true);
+    return IsEqual(opened, expected);
+}
+
+/// A creation leaves its whole file or none, and can be had again.
+inline void CheckCreated(FileWorkplace& place, Came came) {
+    if (came == Came::toAnError) {
+        EXPECT_TRUE(IsClosed(*place.bitmap) || place.bitmap->IsEmpty());
+        EXPECT_FALSE(shr::PathExists(place.other));
+    } else {
+        EXPECT_TRUE(place.bitmap->IsFileOpen());
+        place.bitmap->Close();
+        OpenFileBitmap opened;
+        EXPECT_NO_THROW(opened.Open(place.other, true));
+        EXPECT_EQ(opened.GetPixelHeight(), 60);
+    }
+    EXPECT_TRUE(place.bitmap->Create(place.other, place.picture, nullptr));
+    EXPECT_EQ(GetPixel(*place.bitmap, 69, 59), GetPixel(place.picture, 69, 59));
+}
+
+/// An opening changes nothing.
+inline void CheckOpened(FileWorkplace& place, Came came) {
+    const bool isClosed = IsClosed(*place.bitmap) || place.bitmap->IsEmpty();
+    EXPECT_TRUE(came == Came::toAnError ? isClosed : IsEqual(*place.bitmap, place.picture));
+    place.bitmap->Close();
+    EXPECT_TRUE(IsOnFile(place.name, place.picture));
+}
+
+/// What is open stays so and has each pixel as it was or as it will be; the work can be done again.
+inline void CheckChanged(FileWorkplace& place, Came came, const zbm::ZBitmap& after, void (*act)(FileWorkplace&)) {
+    place.bitmap->UnlockAllScanRects();
+    const zbm::ZBasicMemBitmap found = InMemory(*place.bitmap);
+    for (int y = 0; y < 60; ++y)
+        for (int x = 0; x < 70; ++x) {
+            const std::uint32_t pixel = GetPixel(found, x, y);
+            const bool isNew = pixel == GetPixel(after, x, y);
+            ASSERT_TRUE(isNew || (came == Came::toAnError && pixel == GetPixel(place.picture, x, y))) << x << ", " << y;
+            ASSERT_EQ(GetMask(found, x, y), FormulaMask(x, y));
+        }
+    StoreAll(place.picture, *place.bitmap);
+    act(place);
+    EXPECT_TRUE(IsEqual(*place.bitmap, after));
+    EXPECT_TRUE(place.bitmap->CommitAll(nullptr));
+    place.bitmap->Close();
+    EXPECT_TRUE(IsOnFile(place.name, after));
+}
+
+inline void Brighten(FileWorkplace& place) { EXPECT_TRUE(place.bitmap->ChangeBrightness(0.3, nullptr)); }
+inline void CommitTile(FileWorkplace& place) {
+    const zbm::LockedTile tile(*place.bitmap, 1, 1);
+    *tile = place.changed.LockScanRect(1, 1);
+    place.bitmap->CommitScanRect(1, 1);
+}
+inline void BuildLevels(FileWorkplace& place) { EXPECT_TRUE(place.bitmap->CommitAll(nullptr, true)); }
+
+inline void CheckLevels(FileWorkplace& place, Came came) {
+    EXPECT_TRUE(IsEqual(*place.bitmap, place.picture));
+    EXPECT_EQ(place.bitmap->reductionsStale, came == Came::toAnError);
+    EXPECT_TRUE(place.bitmap->CommitAll(nullptr));
+    EXPECT_EQ(place.bitmap->reductions.size(), 1u);
+    place.bitmap->Close();
+    EXPECT_TRUE(IsOnFile(place.name, place.picture));
+}
+
+}  // namespace works
+
+inline const FileWork kFileWorks[] = {
+    {"CreateZeros", works::Nothing,
+     [](auto& place) { EXPECT_TRUE(place.bitmap->Create(place.other, 70, 60, shr::BGR_24, nullptr)); },
+     works::CheckCreated},
+    {"CreateEmpty", works::Nothing, [](auto& place) { place.bitmap->CreateEmpty(place.other, 70, 60, shr::BGR_24); },
+     works::CheckCreated},
+    {"CreateCopy", works::Nothing,
+     [](auto& place) { EXPECT_TRUE(place.bitmap->Create(place.other, place.picture, nullptr)); }, works::CheckCreated},
+    {"CreateInFormat", works::Nothing,
+     [](auto& place) { EXPECT_TRUE(place.bitmap->Create(place.other, shr::INDEXED_8, place.picture, nullptr)); },
+     works::CheckCreated},
+    {"CreateAtSize", works::Nothing,
+     [](auto& place) {
+         EXPECT_TRUE(
+             place.bitmap->Create(place.other, 35, 60, place.picture, {0, 0, 70, 60}, zbm::ResizeBilinear, nullptr));
+     },
+     works::CheckCreated},
+    {"Open", [](auto& place) { place.WriteFile(); }, [](auto& place) { place.bitmap->Open(place.name, false); },
+     works::CheckOpened},
+    {"OpenForReading", [](auto& place) { place.WriteFile(); },
+     [](auto& place) { place.bitmap->Open(place.name, true); }, works::CheckOpened},
+    {"ReadTile",
+     [](auto& place) {
+         place.picture = FormulaBitmap(200, 200, shr::BGR_24, 100, 100);  // more than a buffer holds
+         place.OpenFile(true);
+     },
+     [](auto& place) { EXPECT_EQ(GetPixel(*place.bitmap, 199, 0), GetPixel(place.picture, 199, 0)); },
+     [](auto& place, Came) { works::CheckOpened(place, Came::toItsEnd); }},
+    {"WriteTileOver", [](auto& place) { place.OpenFile(); }, works::CommitTile,
+     [](auto& place, Came came) {
+         zbm::ZBasicMemBitmap after = place.picture;
+         after.LockScanRect(1, 1) = place.changed.LockScanRect(1, 1);
+         works::CheckChanged(place, came, after, works::CommitTile);
+     }},
+    {"WriteTileFirst", [](auto& place) { place.bitmap->CreateSkeleton(place.name, 60, 70, shr::BGR_24, 25, 30); },
+     works::CommitTile,
+     [](auto& place, Came came) {
+         place.bitmap->UnlockAllScanRects();
+         const std::uint32_t written = GetPixel(place.changed, 40, 40);
+         EXPECT_EQ(GetPixel(*place.bitmap, 40, 40), came == Came::toAnError ? 0 : written);
+         StoreAll(place.picture, *place.bitmap);
+         EXPECT_TRUE(IsEqual(*place.bitmap, place.picture));
+         place.bitmap->Close();
+         EXPECT_TRUE(works::IsOnFile(place.name, place.picture));
+     }},
+    {"FilterInPlace", [](auto& place) { place.OpenFile(); }, works::Brighten,
+     [](auto& place, Came came) { works::CheckChanged(place, came, place.changed, works::Brighten); }},
+    {"BuildLevels", [](auto& place) { place.bitmap = OnFile(place.name, place.picture); }, works::BuildLevels,
+     works::CheckLevels},
+    {"RefreshLevels", [](auto& place) { place.OpenFile(); }, works::BuildLevels, works::CheckLevels},
+    {"BuildLevelsOfIndices",
+     [](auto& place) {
+         place.picture = FormulaBitmap(70, 60, shr::INDEXED_8, 30, 25);
+         place.bitmap = OnFile(place.name, place.picture);
+     },
+     works::BuildLevels, works::CheckLevels},
+    {"Save", [](auto& place) { place.bitmap = OnFile(place.name, place.picture); },
+     [](auto& place) { place.bitmap->Save(); },
+     [](auto& place, Came) {
+         place.bitmap->Save();
+         place.bitmap->Close();
+         EXPECT_TRUE(works::IsOnFile(place.name, place.picture));
+     }},
+    {"Close",
+     [](auto& place) {
+         place.OpenFile();
+         StoreAll(place.changed, *place.bitmap);
+     },
+     [](auto& place) { place.bitmap->Close(); },
+     [](auto& place, Came came) {
+         EXPECT_TRUE(IsClosed(*place.bitmap));
+         EXPECT_TRUE(works::IsOnFile(place.name, place.changed));
+         (void)came;
+     }},
+};
+
+}  // namespace testkit
