@@ -183,6 +183,46 @@ TEST(Process, ReportsAStandardOutputThatIsFull) {
                         "standard output");
 }
 
+TEST(Process, NothingButThePictureGoesIntoAFileWhereStandardStreamsAreClosed) {
+    const ScratchFolder folder;
+    // Deep colours, so that there is a note.
+    WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 16, 20, 20, 1)));
+    for (const char* name : {"a.bmp", "a.png", "a.tif", "a.jpg", "a.zbm"}) {
+        const std::vector<std::string> command{"convert", folder.File("p"), folder.File(name)};
+        const ToolResult open = Process(folder, command).Result();
+        EXPECT_EQ(open.ErrorLines().size(), 1u) << open.errors;
+        const Bytes expected = ReadFile(folder.File(name));
+        for (unsigned closed = 1; closed < 8; ++closed) {
+            const ToolResult result = Process(folder, command, [closed] {
+                                          for (int i = 0; i < 3; ++i)
+                                              if ((closed >> i & 1) != 0) close(i);
+                                      }).Result();
+            EXPECT_EQ(result.code, 0) << name << ' ' << closed;
+            EXPECT_TRUE(ReadFile(folder.File(name)) == expected) << name << ' ' << closed;
+            EXPECT_EQ(result.out, "");
+        }
+    }
+}
+
+TEST(Process, ReportsAStandardOutputThatIsClosed) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 20, 20, 1)));
+    for (const std::vector<std::string>& command :
+         {std::vector<std::string>{"convert", folder.File("p"), "-", "--type", "png"},
+          {"info", folder.File("p")},
+          {"--help"}}) {
+        ExpectOneErrorAbout(Process(folder, command, [] { close(STDOUT_FILENO); }).Result(), "standard output");
+        EXPECT_EQ(Process(folder, command,
+                          [] {
+                              for (int i = 0; i < 3; ++i) close(i);
+                          })
+                      .Result()
+                      .code,
+                  1);
+    }
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"p"});
+}
+
 TEST(Process, SaysThatAPipeAsInputMustBeSeekable) {
     const ScratchFolder folder;
     ASSERT_EQ(mkfifo(folder.File("pipe").c_str(), 0600), 0);
