@@ -47,7 +47,9 @@ public:
     /// Waits for its end. The files that took its output are gone afterwards.
     ToolResult Result() {
         int status = 0;
-        waitpid(id, &status, 0);
+        rusage usage{};
+        wait4(id, &status, 0, &usage);
+        mostMemory = usage.ru_maxrss;
         ToolResult result;
         result.code = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
         const auto text = [](const std::string& name) {
@@ -60,9 +62,13 @@ public:
         return result;
     }
 
+    /// Once it has ended: how many kilobytes it had at a time.
+    long MostMemory() const { return mostMemory; }
+
 private:
     std::string outName, errorsName;
     pid_t id;
+    long mostMemory = 0;
 };
 
 /// A BMP picture of noise, which takes the slowest method a while.
@@ -221,6 +227,19 @@ TEST(Process, ReportsAStandardOutputThatIsClosed) {
                   1);
     }
     EXPECT_EQ(folder.Names(), std::vector<std::string>{"p"});
+}
+
+TEST(Process, AForgedSizeOfAJpegTakesLittleMemoryOnceItsDataHasEnded) {
+    const ScratchFolder folder;
+    // Of a picture in several scans the coefficients of all blocks are kept, here 1.1 GB.
+    Bytes file = EncodeJpeg(RandomImage(Kind::grey, 8, 64, 64, 1), {.progressive = true, .arithmetic = true});
+    SetJpegSize(file, 24000, 24000);
+    WriteFile(folder.File("p.jpg"), file);
+    Process process(folder, {"pack", folder.File("p.jpg"), folder.File("p.zbm")});
+    const ToolResult result = process.Result();
+    ExpectOneErrorAbout(result, folder.File("p.jpg"));
+    EXPECT_NE(result.errors.find("its arithmetic-coded data ends too early"), std::string::npos) << result.errors;
+    EXPECT_LT(process.MostMemory(), 450000) << "kilobytes";
 }
 
 TEST(Process, SaysThatAPipeAsInputMustBeSeekable) {
