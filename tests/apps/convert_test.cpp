@@ -88,12 +88,35 @@ protected:
         StoreArchive(source, folder.File("in"));
         const ToolResult result = Run("in", "out.zbm", format, quantizer);
         EXPECT_EQ(result.code, 0) << result.errors;
-        EXPECT_EQ(result.errors, "");
+        errors = result.errors;
         return LoadArchive(folder.File("out.zbm"));
     }
 
     ScratchFolder folder;
+    std::string errors;  // of the last conversion
 };
+
+TEST_F(Converting, SaysThatSoftTransparencyBecomesOnOrOff) {
+    const auto bitmapWithAlphas = [](shr::ColorFormat format, std::uint32_t alpha) {
+        return MakeBitmap(format, [alpha](int x, int y) {
+            return Pixel{(x == 30 && y == 28 ? alpha : x % 2 == 0 ? 0u : 255u) << 24};
+        });
+    };
+    const std::string note = "zbm: " + folder.File("in") + ": note: its soft transparency becomes on or off\n";
+    for (const auto source : {shr::BGRA_32, shr::RGBA_32, shr::PBGRA_32}) {
+        for (int i = shr::GRAYSCALE_1; i <= shr::PBGRA_32; ++i) {
+            const bool holdsAlpha = shr::ColorFmtHasAlphaChannel[i];
+            for (const std::uint32_t soft : {1u, 127u, 128u, 254u}) {
+                Convert(*bitmapWithAlphas(source, soft), NameOf(i));
+                EXPECT_EQ(errors, holdsAlpha ? "" : note) << NameOf(i) << ' ' << soft;
+            }
+            Convert(*bitmapWithAlphas(source, 255), NameOf(i));
+            EXPECT_EQ(errors, "") << NameOf(i);
+        }
+    }
+    Convert(*bitmapWithAlphas(shr::BGRA_32, 100), "INDEXED_4", "diffuse");
+    EXPECT_EQ(errors, note);
+}
 
 TEST_F(Converting, GivesEveryFormatItsPixelsAndKeepsTransparency) {
     const BitmapPtr source = RandomBgra();
