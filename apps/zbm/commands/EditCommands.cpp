@@ -30,6 +30,13 @@ void EditFile(const Input& input, const Output& output, const Streams& streams, 
     WritePicture(picture, output, file, streams.console, progress);
 }
 
+/// Filters work with 8 bits a channel.
+void NoteReducedGrey(const zbm::ZBitmap& bitmap, const Input& input, const Streams& streams) {
+    const shr::ColorFormat format = bitmap.GetColorFormat();
+    if (format == shr::GRAYSCALE_16 || format == shr::GRAYSCALE_32)
+        streams.console.Note(input.name, "its grey levels are reduced to 8 bits: filters work with no more");
+}
+
 /// The numbers of a text, which spaces, commas and line ends part.
 std::vector<double> NumbersIn(const std::string& text) {
     constexpr const char* kBetween = " \t\r\n,;";
@@ -91,6 +98,7 @@ void Adjust(const AdjustOptions& options, const Streams& streams) {
     std::vector<Adjustment> adjustments;
     for (const AdjustmentMaker& make : options.adjustments) adjustments.push_back(make());
     EditFile(options.input, options.output, streams, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
+        NoteReducedGrey(*bitmap, options.input, streams);
         for (const Adjustment& adjust : adjustments) RequireDone(adjust(*bitmap, progress));
         return bitmap;
     });
@@ -100,6 +108,7 @@ void Resize(const ResizeOptions& options, const Streams& streams) {
     EditFile(options.input, options.output, streams, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
         const auto [width, height] = options.size.For({bitmap->GetPixelWidth(), bitmap->GetPixelHeight()});
         RefuseTooManyPixels(width, height, options.input.reading.maxPixels);
+        NoteReducedGrey(*bitmap, options.input, streams);
         RefuseBeyondMemory({width, height, bitmap->GetColorFormat(), 512, 512}, 0);
         auto result = std::make_unique<zbm::ZBasicMemBitmap>(1, 1, shr::BGRA_32);
         const RECT whole{0, 0, bitmap->GetPixelWidth(), bitmap->GetPixelHeight()};
@@ -110,6 +119,7 @@ void Resize(const ResizeOptions& options, const Streams& streams) {
 
 void QuantizeColors(const QuantizeOptions& options, const Streams& streams) {
     EditFile(options.input, options.output, streams, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
+        NoteReducedGrey(*bitmap, options.input, streams);
         std::vector<RGBQUAD> palette;
         RequireDone(bitmap->QuantizeColors(options.method, options.colors, palette, &progress));
         return bitmap;
