@@ -262,6 +262,17 @@ TEST_F(Converting, TakesTheJpegQualityAskedFor) {
               DecodeJpeg(EncodeJpeg(image, {.quality = 20, .fullColor = false})).samples);
 }
 
+TEST_F(Converting, AJpegHasACodeOfItsOwn) {
+    Image image = RandomImage(Kind::rgb, 8, 200, 150, 4);
+    for (std::uint32_t& sample : image.samples) sample = sample / 8 + 100;
+    const Bytes usual = EncodeJpeg(image);  // in the code that suits most pictures
+    WriteFile(folder.File("in.png"), EncodePng(image));
+    ASSERT_EQ(RunTool({"convert", folder.File("in.png"), folder.File("out.jpg"), "--quality", "90"}).code, 0);
+    const Bytes own = ReadFile(folder.File("out.jpg"));
+    EXPECT_EQ(DecodeJpeg(own).samples, DecodeJpeg(usual).samples);
+    EXPECT_LT(own.size(), usual.size() * 97 / 100);
+}
+
 TEST_F(Converting, AnUnknownFormatIsWrongUsageAndTheKnownOnesAreTold) {
     StoreArchive(*RandomBgra(), folder.File("in"));
     const ToolResult result = Run("in", "out.zbm", "BGRA");
