@@ -194,6 +194,17 @@ TEST(Messages, ShowControlCharactersOfFileNamesEscaped) {
     EXPECT_EQ(result.ErrorLines().size(), 1u) << result.errors;
 }
 
+TEST(Messages, ShowWhatTurnsTheDirectionOfTextEscaped) {
+    // From U+202A to U+202E, from U+2066 to U+2069, and the characters around them.
+    const ToolResult result = RunTool({"info",
+                                       "\xE2\x80\xA9\xE2\x80\xAA\xE2\x80\xAEgnp.exe\xE2\x80\xAF"
+                                       "\xE2\x81\xA5\xE2\x81\xA6\xE2\x81\xA9\xE2\x81\xAA"});
+    EXPECT_EQ(result.errors.find("zbm: \xE2\x80\xA9\\u202A\\u202Egnp.exe\xE2\x80\xAF"
+                                 "\xE2\x81\xA5\\u2066\\u2069\xE2\x81\xAA: "),
+              0u)
+        << result.errors;
+}
+
 TEST(Messages, ShowBytesThatAreNoTextEscaped) {
     const ToolResult result = RunTool({"info", "a\x9B\xFFz"});
     EXPECT_EQ(result.errors.find("zbm: a\\x9B\\xFFz: "), 0u) << result.errors;
