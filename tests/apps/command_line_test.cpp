@@ -58,8 +58,14 @@ INSTANTIATE_TEST_SUITE_P(
                     std::vector<std::string>{"unpack", "a.zbm", "b.png", "--max-pixels", "0"},
                     std::vector<std::string>{"unpack", "a.zbm", "b.png", "--max-pixels", "many"},
                     std::vector<std::string>{"convert", "a.zbm", "b.zbm", "--background", "white"},
-                    std::vector<std::string>{"info"}, std::vector<std::string>{"info", "-"},
-                    std::vector<std::string>{"info", "a", "b"}),
+                    std::vector<std::string>{"unpack", "a.zbm", "b.png", "--max-pixels", "1e6"},
+                    std::vector<std::string>{"unpack", "a.zbm", "b.png", "--max-pixels", "18446744073709551616"},
+                    std::vector<std::string>{"adjust", "a.zbm", "b.png", "--convolve", ""},
+                    std::vector<std::string>{"adjust", "a.zbm", "b.png", "--convolve="},
+                    std::vector<std::string>{"adjust", "a.zbm", "b.png", "--convolve", "-"},
+                    std::vector<std::string>{"unpack", "a.zbm", "b", "--type", ""},
+                    std::vector<std::string>{"info", ""}, std::vector<std::string>{"info"},
+                    std::vector<std::string>{"info", "-"}, std::vector<std::string>{"info", "a", "b"}),
     [](const auto& tested) {
         std::string name = "Case" + std::to_string(tested.index);
         for (const std::string& word : tested.param) name += '_' + word;
@@ -75,6 +81,11 @@ TEST(CommandLine, NamesAnUnknownCommand) {
         EXPECT_EQ(result.code, 2);
         EXPECT_EQ(result.errors, "zbm: usage: \"shrink\" is no command (see zbm --help)\n");
     }
+}
+
+TEST(CommandLine, NamesTheRangeOfMaxPixels) {
+    EXPECT_EQ(RunTool({"convert", "a.png", "b.png", "--max-pixels", "0"}).errors,
+              "zbm: usage: --max-pixels: \"0\" is no whole number from 1 to 18446744073709551615 (see zbm --help)\n");
 }
 
 TEST(CommandLine, TakesOptionsAnywhere) {

@@ -88,7 +88,8 @@ TEST_F(Editing, ConvolvesWithTheKernelOfAFile) {
 
 TEST_F(Editing, AKernelFileThatHoldsNoKernelIsWrongUsageThatNamesIt) {
     for (const char* text : {"", "1 2 3", "1 2 3 4 5 6 7 8 nine", "1 1 1 1 1 1 1 1 1 1 1 1", "1e999 1 1 1 1 1 1 1 1",
-                             "1 1 1 1 nan 1 1 1 1", "1 1 1 1 1 1 1 1 1 inf", "1 1 1 1 1 1 1 1 1 1 -inf"}) {
+                             "1 1 1 1 nan 1 1 1 1", "1 1 1 1 1 1 1 1 1 inf", "1 1 1 1 1 1 1 1 1 1 -inf",
+                             "1e308 1e308 1e308 1e308 1e308 1e308 1e308 1e308 1e308", "1e307 1 1 1 1 1 1 1 1"}) {
         WriteText("kernel", text);
         const ToolResult result =
             Run({"adjust", folder.File("in.png"), folder.File("x.zbm"), "--convolve", folder.File("kernel")});

@@ -79,16 +79,29 @@ Kernel ReadKernel(const ZString& fileName) {
     return {numbers, divisor, bias};
 }
 
+bool Convolute(zbm::ZBitmap& bitmap, Kernel kernel, shr::IProgress* progress) {
+    double* const coefficients = kernel.coefficients.data();
+    return kernel.coefficients.size() == 9 ? bitmap.Convolute3x3(coefficients, kernel.divisor, kernel.bias, progress)
+                                           : bitmap.Convolute5x5(coefficients, kernel.divisor, kernel.bias, progress);
+}
+
+/// Raises std::invalid_argument for numbers that are too large. Which are, the library knows: so it is tried.
+void RefuseUnlessTaken(const Kernel& kernel) {
+    zbm::ZBasicMemBitmap pixel(1, 1, shr::BGRA_32);
+    try {
+        Convolute(pixel, kernel, nullptr);
+    } catch (const shr::Exception& error) { throw std::invalid_argument(TextOf(error, {}, {})); }
+}
+
 }  // namespace
 
 Adjustment ConvolutionFrom(const ZString& kernelFile) {
     return InContextOf(kernelFile, [&]() -> Adjustment {
         try {
-            return [kernel = ReadKernel(kernelFile)](zbm::ZBitmap& bitmap, shr::IProgress& progress) mutable {
-                double* const coefficients = kernel.coefficients.data();
-                return kernel.coefficients.size() == 9
-                           ? bitmap.Convolute3x3(coefficients, kernel.divisor, kernel.bias, &progress)
-                           : bitmap.Convolute5x5(coefficients, kernel.divisor, kernel.bias, &progress);
+            const Kernel kernel = ReadKernel(kernelFile);
+            RefuseUnlessTaken(kernel);
+            return [kernel](zbm::ZBitmap& bitmap, shr::IProgress& progress) {
+                return Convolute(bitmap, kernel, &progress);
             };
         } catch (const std::invalid_argument& error) { throw UsageError(kernelFile, error.what()); }
     });
