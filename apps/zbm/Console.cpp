@@ -10,6 +10,9 @@ constexpr int kShownWarnings = 5;
 
 bool IsControl(wchar_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); }
 
+/// Turns the direction of what follows: a name would look as if it had another ending.
+bool TurnsDirection(wchar_t unit) { return (unit >= 0x202A && unit <= 0x202E) || (unit >= 0x2066 && unit <= 0x2069); }
+
 /// A byte that is no UTF-8, as texts keep it: a second half of a pair that has no first one.
 bool IsStrayByte(wchar_t unit, wchar_t former) {
     const bool followsFirstHalf = former >= 0xD800 && former < 0xDC00;
@@ -24,7 +27,9 @@ std::wstring Escape(wchar_t unit) {
         default: break;
     }
     constexpr wchar_t kDigits[] = L"0123456789ABCDEF";
-    return {L'\\', L'x', kDigits[unit >> 4 & 15], kDigits[unit & 15]};
+    const auto digit = [&](int shift) { return kDigits[unit >> shift & 15]; };
+    if (TurnsDirection(unit)) return {L'\\', L'u', digit(12), digit(8), digit(4), digit(0)};
+    return {L'\\', L'x', digit(4), digit(0)};
 }
 
 /// Libraries break their longer messages.
@@ -40,7 +45,7 @@ std::string Escaped(const ZString& text) {
     std::wstring shown;
     wchar_t former = 0;
     for (const wchar_t unit : text.Wide()) {
-        if (IsControl(unit) || IsStrayByte(unit, former))
+        if (IsControl(unit) || TurnsDirection(unit) || IsStrayByte(unit, former))
             shown += Escape(unit);
         else
             shown += unit;

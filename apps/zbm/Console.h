@@ -31,7 +31,8 @@ public:
 /// How many columns the terminal at which messages are read has now; 0 if they go elsewhere.
 using TerminalWidth = int (*)();
 
-/// The text with its control characters, and bytes that are no text, as escapes: "\n", "\x1B". Hostile names and files
+/// The text with its control characters, those that turn the direction of writing, and bytes that are no text, as
+/// escapes: "\n", "\x1B", "\u202E". Hostile names and files
 /// would tell the terminal what to do.
 std::string Escaped(const ZString& text);
 

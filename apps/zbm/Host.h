@@ -13,7 +13,8 @@ using shr::ZString;
 /// The program's arguments without its name, in UTF-8 (as the bytes that they are, where the system has no encoding).
 std::vector<std::string> Arguments(int argc, char** argv);
 
-/// Makes the standard streams show UTF-8.
+/// Makes the standard streams show UTF-8. Those that are closed stay so for good: no file takes their places. To be
+/// called before any file is opened. Raises std::runtime_error where that cannot be had.
 void PrepareConsole();
 /// Makes standard output take bytes as they are, in place of text.
 void PrepareBinaryOutput();

@@ -1,9 +1,12 @@
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <initializer_list>
 #include <memory>
+#include <stdexcept>
 
 #include "Host.h"
 
@@ -11,7 +14,12 @@ namespace tool {
 
 std::vector<std::string> Arguments(int argc, char** argv) { return {argv + (argc > 0 ? 1 : 0), argv + argc}; }
 
-void PrepareConsole() {}
+void PrepareConsole() {
+    // A new file gets the lowest free descriptor. Where a standard stream is closed that would be the stream's, and
+    // messages would go into the file. What takes the place can be neither read nor written, as if it were closed.
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(stream, F_GETFD) == -1 && open("/", O_PATH) != stream) throw std::runtime_error("no descriptor");
+}
 
 void PrepareBinaryOutput() {}
 

@@ -78,6 +78,8 @@ struct JpegOptions {
     int densityUnit = 0, density = 1;
 };
 Bytes EncodeJpeg(const Image& image, const JpegOptions& options = {});
+/// Makes the file claim another size.
+void SetJpegSize(Bytes& file, int width, int height);
 /// Density comes back as pixels per metre.
 Image DecodeJpeg(const Bytes& bytes);
 

@@ -70,6 +70,20 @@ Bytes EncodeJpeg(const Image& image, const JpegOptions& options) {
     return bytes;
 }
 
+void SetJpegSize(Bytes& file, int width, int height) {
+    // The frame's header is of a marker FFC0 .. FFCF, but for the one of coding tables: length, precision, height,
+    // width.
+    std::size_t at = 2;
+    while ((file[at + 1] & 0xF0) != 0xC0 || file[at + 1] == 0xC4 || file[at + 1] == 0xCC)
+        at += 2u + (file[at + 2] << 8 | file[at + 3]);
+    const auto put = [&](std::size_t offset, int value) {
+        file[at + offset] = static_cast<std::uint8_t>(value >> 8);
+        file[at + offset + 1] = static_cast<std::uint8_t>(value);
+    };
+    put(5, height);
+    put(7, width);
+}
+
 Image DecodeJpeg(const Bytes& bytes) {
     jpeg_decompress_struct decoder{};
     jpeg_error_mgr errors{};

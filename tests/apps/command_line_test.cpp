@@ -58,8 +58,14 @@ INSTANTIATE_TEST_SUITE_P(
                     std::vector<std::string>{"unpack", "a.zbm", "b.png", "--max-pixels", "0"},
                     std::vector<std::string>{"unpack", "a.zbm", "b.png", "--max-pixels", "many"},
                     std::vector<std::string>{"convert", "a.zbm", "b.zbm", "--background", "white"},
-                    std::vector<std::string>{"info"}, std::vector<std::string>{"info", "-"},
-                    std::vector<std::string>{"info", "a", "b"}),
+                    std::vector<std::string>{"unpack", "a.zbm", "b.png", "--max-pixels", "1e6"},
+                    std::vector<std::string>{"unpack", "a.zbm", "b.png", "--max-pixels", "18446744073709551616"},
+                    std::vector<std::string>{"adjust", "a.zbm", "b.png", "--convolve", ""},
+                    std::vector<std::string>{"adjust", "a.zbm", "b.png", "--convolve="},
+                    std::vector<std::string>{"adjust", "a.zbm", "b.png", "--convolve", "-"},
+                    std::vector<std::string>{"unpack", "a.zbm", "b", "--type", ""},
+                    std::vector<std::string>{"info", ""}, std::vector<std::string>{"info"},
+                    std::vector<std::string>{"info", "-"}, std::vector<std::string>{"info", "a", "b"}),
     [](const auto& tested) {
         std::string name = "Case" + std::to_string(tested.index);
         for (const std::string& word : tested.param) name += '_' + word;
@@ -75,6 +81,11 @@ TEST(CommandLine, NamesAnUnknownCommand) {
         EXPECT_EQ(result.code, 2);
         EXPECT_EQ(result.errors, "zbm: usage: \"shrink\" is no command (see zbm --help)\n");
     }
+}
+
+TEST(CommandLine, NamesTheRangeOfMaxPixels) {
+    EXPECT_EQ(RunTool({"convert", "a.png", "b.png", "--max-pixels", "0"}).errors,
+              "zbm: usage: --max-pixels: \"0\" is no whole number from 1 to 18446744073709551615 (see zbm --help)\n");
 }
 
 TEST(CommandLine, TakesOptionsAnywhere) {
@@ -192,6 +203,17 @@ TEST(Messages, ShowControlCharactersOfFileNamesEscaped) {
               0u)
         << result.errors;
     EXPECT_EQ(result.ErrorLines().size(), 1u) << result.errors;
+}
+
+TEST(Messages, ShowWhatTurnsTheDirectionOfTextEscaped) {
+    // From U+202A to U+202E, from U+2066 to U+2069, and the characters around them.
+    const ToolResult result = RunTool({"info",
+                                       "\xE2\x80\xA9\xE2\x80\xAA\xE2\x80\xAEgnp.exe\xE2\x80\xAF"
+                                       "\xE2\x81\xA5\xE2\x81\xA6\xE2\x81\xA9\xE2\x81\xAA"});
+    EXPECT_EQ(result.errors.find("zbm: \xE2\x80\xA9\\u202A\\u202Egnp.exe\xE2\x80\xAF"
+                                 "\xE2\x81\xA5\\u2066\\u2069\xE2\x81\xAA: "),
+              0u)
+        << result.errors;
 }
 
 TEST(Messages, ShowBytesThatAreNoTextEscaped) {

@@ -88,12 +88,35 @@ protected:
         StoreArchive(source, folder.File("in"));
         const ToolResult result = Run("in", "out.zbm", format, quantizer);
         EXPECT_EQ(result.code, 0) << result.errors;
-        EXPECT_EQ(result.errors, "");
+        errors = result.errors;
         return LoadArchive(folder.File("out.zbm"));
     }
 
     ScratchFolder folder;
+    std::string errors;  // of the last conversion
 };
+
+TEST_F(Converting, SaysThatSoftTransparencyBecomesOnOrOff) {
+    const auto bitmapWithAlphas = [](shr::ColorFormat format, std::uint32_t alpha) {
+        return MakeBitmap(format, [alpha](int x, int y) {
+            return Pixel{(x == 30 && y == 28 ? alpha : x % 2 == 0 ? 0u : 255u) << 24};
+        });
+    };
+    const std::string note = "zbm: " + folder.File("in") + ": note: its soft transparency becomes on or off\n";
+    for (const auto source : {shr::BGRA_32, shr::RGBA_32, shr::PBGRA_32}) {
+        for (int i = shr::GRAYSCALE_1; i <= shr::PBGRA_32; ++i) {
+            const bool holdsAlpha = shr::ColorFmtHasAlphaChannel[i];
+            for (const std::uint32_t soft : {1u, 127u, 128u, 254u}) {
+                Convert(*bitmapWithAlphas(source, soft), NameOf(i));
+                EXPECT_EQ(errors, holdsAlpha ? "" : note) << NameOf(i) << ' ' << soft;
+            }
+            Convert(*bitmapWithAlphas(source, 255), NameOf(i));
+            EXPECT_EQ(errors, "") << NameOf(i);
+        }
+    }
+    Convert(*bitmapWithAlphas(shr::BGRA_32, 100), "INDEXED_4", "diffuse");
+    EXPECT_EQ(errors, note);
+}
 
 TEST_F(Converting, GivesEveryFormatItsPixelsAndKeepsTransparency) {
     const BitmapPtr source = RandomBgra();
@@ -237,6 +260,17 @@ TEST_F(Converting, TakesTheJpegQualityAskedFor) {
     ASSERT_EQ(RunTool({"convert", folder.File("in.png"), folder.File("out.jpg"), "--quality", "20"}).code, 0);
     EXPECT_EQ(DecodeJpeg(ReadFile(folder.File("out.jpg"))).samples,
               DecodeJpeg(EncodeJpeg(image, {.quality = 20, .fullColor = false})).samples);
+}
+
+TEST_F(Converting, AJpegHasACodeOfItsOwn) {
+    Image image = RandomImage(Kind::rgb, 8, 200, 150, 4);
+    for (std::uint32_t& sample : image.samples) sample = sample / 8 + 100;
+    const Bytes usual = EncodeJpeg(image);  // in the code that suits most pictures
+    WriteFile(folder.File("in.png"), EncodePng(image));
+    ASSERT_EQ(RunTool({"convert", folder.File("in.png"), folder.File("out.jpg"), "--quality", "90"}).code, 0);
+    const Bytes own = ReadFile(folder.File("out.jpg"));
+    EXPECT_EQ(DecodeJpeg(own).samples, DecodeJpeg(usual).samples);
+    EXPECT_LT(own.size(), usual.size() * 97 / 100);
 }
 
 TEST_F(Converting, AnUnknownFormatIsWrongUsageAndTheKnownOnesAreTold) {

@@ -88,7 +88,8 @@ TEST_F(Editing, ConvolvesWithTheKernelOfAFile) {
 
 TEST_F(Editing, AKernelFileThatHoldsNoKernelIsWrongUsageThatNamesIt) {
     for (const char* text : {"", "1 2 3", "1 2 3 4 5 6 7 8 nine", "1 1 1 1 1 1 1 1 1 1 1 1", "1e999 1 1 1 1 1 1 1 1",
-                             "1 1 1 1 nan 1 1 1 1", "1 1 1 1 1 1 1 1 1 inf", "1 1 1 1 1 1 1 1 1 1 -inf"}) {
+                             "1 1 1 1 nan 1 1 1 1", "1 1 1 1 1 1 1 1 1 inf", "1 1 1 1 1 1 1 1 1 1 -inf",
+                             "1e308 1e308 1e308 1e308 1e308 1e308 1e308 1e308 1e308", "1e307 1 1 1 1 1 1 1 1"}) {
         WriteText("kernel", text);
         const ToolResult result =
             Run({"adjust", folder.File("in.png"), folder.File("x.zbm"), "--convolve", folder.File("kernel")});
@@ -196,6 +197,26 @@ TEST_F(Editing, ReducesIntoAnArchiveThatAllCommandsRead) {
     EXPECT_EQ(DecodePng(ReadFile(folder.File("out.png"))).samples, picture.samples);
     ASSERT_EQ(Run({"adjust", folder.File("a.zbm"), folder.File("b.zbm"), "--gray"}).code, 0);
     EXPECT_NE(Run({"info", folder.File("b.zbm")}).out.find("reduction: 35 x 25\n"), std::string::npos);
+}
+
+TEST_F(Editing, SaysThatDeepGreyIsReduced) {
+    WriteFile(folder.File("in.png"), EncodePng(RandomImage(Kind::grey, 16, 9, 7, 1)));
+    const std::string note =
+        "zbm: " + folder.File("in.png") + ": note: its grey levels are reduced to 8 bits: filters work with no more\n";
+    for (const std::vector<std::string>& command : {std::vector<std::string>{"resize", "--size", "5x5"},
+                                                    {"resize", "--size", "5x5", "--method", "nearest"},
+                                                    {"adjust", "--median", "3"},
+                                                    {"quantize"}}) {
+        std::vector<std::string> arguments = command;
+        arguments.insert(arguments.begin() + 1, {folder.File("in.png"), folder.File("out.png")});
+        const ToolResult result = Run(arguments);
+        EXPECT_EQ(result.code, 0);
+        EXPECT_EQ(result.errors, note);
+        const Image image = DecodePng(ReadFile(folder.File("out.png")));
+        EXPECT_EQ(image.bits, 16);
+        for (const std::uint32_t level : image.samples) ASSERT_EQ(level % 257, 0u);
+    }
+    EXPECT_EQ(Run({"reduce", folder.File("in.png"), folder.File("a.zbm")}).errors, "") << "the picture itself stays";
 }
 
 TEST_F(Editing, ADamagedReductionIsOneError) {

@@ -64,6 +64,20 @@ TEST_F(Failing, RefusesWhatIsNoArchive) {
     EXPECT_EQ(folder.Names(), std::vector<std::string>{"in"});
 }
 
+TEST_F(Failing, SaysThatAFileIsEmpty) {
+    WriteFile(folder.File("in"), {});
+    for (const ToolResult& result : {Pack(), Unpack(), RunTool({"info", folder.File("in")}),
+                                     RunTool({"convert", folder.File("in"), folder.File("out.png")})}) {
+        EXPECT_EQ(result.code, 1);
+        EXPECT_EQ(result.errors, "zbm: " + folder.File("in") + ": is empty\n");
+    }
+}
+
+TEST_F(Failing, SaysThatATiffOfAHeaderAloneIsDamaged) {
+    WriteFile(folder.File("in"), {'I', 'I', 42, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+    EXPECT_EQ(Pack().errors, "zbm: " + folder.File("in") + ": the file is damaged\n");
+}
+
 TEST_F(Failing, RefusesAnArchiveOfAnEmptyBitmap) {
     zbm::ZBasicMemBitmap bitmap(1, 1, shr::BGR_24);
     bitmap.Create(0, 5, shr::BGR_24);

@@ -117,15 +117,24 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(JpegDamage, ASizeThatTheDataCannotHoldIsRefusedInEveryCoding) {
     for (const bool arithmetic : {false, true}) {
         Bytes file = EncodeJpeg(Structured(Kind::grey, 64, 64, 0), {.arithmetic = arithmetic});
-        // The frame's header: marker, length, precision, then height and width.
-        const std::uint8_t frame = arithmetic ? 0xC9 : 0xC0;
-        std::size_t at = 0;
-        while (file[at] != 0xFF || file[at + 1] != frame) ++at;
-        for (const std::size_t high : {at + 5, at + 7}) file[high] = 0xFD;
+        SetJpegSize(file, 64832, 64832);
         WriteFile(folder.File("p.jpg"), file);
         const ToolResult result = RunTool({"pack", folder.File("p.jpg"), folder.File("p.zbm")});
         ExpectOneErrorAbout(result, folder.File("p.jpg"));
         EXPECT_NE(result.errors.find("too short for its picture of 64832 x 64832"), std::string::npos) << result.errors;
+    }
+}
+
+TEST_F(JpegDamage, PixelsAreNotMadeUpOnceTheDataHasEnded) {
+    for (const bool restarts : {false, true}) {
+        Bytes file = EncodeJpeg(Structured(Kind::grey, 64, 64, 64), {.arithmetic = true, .restartRows = restarts});
+        SetJpegSize(file, 8000, 8000);
+        WriteFile(folder.File("p.jpg"), file);
+        // On a terminal each hundredth of the rows is told.
+        const ToolResult result = RunTool({"pack", folder.File("p.jpg"), folder.File("p.zbm")}, 80);
+        EXPECT_EQ(result.code, 1);
+        EXPECT_NE(result.errors.find(" 0 %"), std::string::npos) << result.errors;
+        EXPECT_EQ(result.errors.find(" 2 %"), std::string::npos) << result.errors;
     }
 }
 

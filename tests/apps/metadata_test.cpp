@@ -81,6 +81,40 @@ TEST_F(KeepingMetadata, ADamagedProfileIsNoted) {
     }
 }
 
+struct ProfileDamage {
+    const char* name;
+    void (*damage)(Bytes& profile);
+};
+constexpr ProfileDamage kProfileDamages[] = {
+    {"padded", [](Bytes& profile) { profile.push_back(0); }},
+    {"cut", [](Bytes& profile) { profile.resize(300); }},
+    {"cut to its header", [](Bytes& profile) { profile.resize(128); }},
+    {"length 0", [](Bytes& profile) { std::fill_n(profile.begin(), 4, std::uint8_t{0}); }},
+    {"length beyond", [](Bytes& profile) { profile[0] = 0xFF; }},
+    {"no signature", [](Bytes& profile) { profile[36] = 'x'; }},
+    {"a tag beyond its end", [](Bytes& profile) { profile[131] = 1, profile[136] = profile[140] = 0x7F; }},
+    {"more tags than it holds", [](Bytes& profile) { profile[128] = 0xFF; }},
+    {"another white", [](Bytes& profile) { profile[68] = 1; }},
+    {"of a link between devices", [](Bytes& profile) { std::copy_n("link", 4, profile.begin() + 12); }},
+    {"for unknown connections", [](Bytes& profile) { std::copy_n("wxyz", 4, profile.begin() + 20); }},
+};
+
+TEST_F(KeepingMetadata, APictureWithADamagedProfileIsWrittenWithoutIt) {
+    for (const ProfileDamage& kind : kProfileDamages) {
+        SCOPED_TRACE(kind.name);
+        Image image = SmallImage();
+        image.profile = MakeProfile("RGB ", 400);
+        kind.damage(image.profile);
+        for (const Bytes& file : {EncodeTiff(image), EncodeJpeg(image)}) {
+            const Image written = DecodePng(Convert(file, ".png"));
+            EXPECT_EQ(written.width, image.width);
+            EXPECT_EQ(written.profile, Bytes());
+            EXPECT_TRUE(HasNote("its colour profile is damaged and not kept")) << result.errors;
+            EXPECT_EQ(result.ErrorLines().size(), 1u) << result.errors;
+        }
+    }
+}
+
 TEST_F(KeepingMetadata, ArchivesAndBmpHoldNoProfileAndSaySo) {
     Image image = SmallImage();
     image.profile = MakeProfile("RGB ", 400);

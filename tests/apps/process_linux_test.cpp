@@ -47,7 +47,9 @@ public:
     /// Waits for its end. The files that took its output are gone afterwards.
     ToolResult Result() {
         int status = 0;
-        waitpid(id, &status, 0);
+        rusage usage{};
+        wait4(id, &status, 0, &usage);
+        mostMemory = usage.ru_maxrss;
         ToolResult result;
         result.code = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
         const auto text = [](const std::string& name) {
@@ -60,9 +62,13 @@ public:
         return result;
     }
 
+    /// Once it has ended: how many kilobytes it had at a time.
+    long MostMemory() const { return mostMemory; }
+
 private:
     std::string outName, errorsName;
     pid_t id;
+    long mostMemory = 0;
 };
 
 /// A BMP picture of noise, which takes the slowest method a while.
@@ -181,6 +187,59 @@ TEST(Process, ReportsAStandardOutputThatIsFull) {
                                 [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); })
                             .Result(),
                         "standard output");
+}
+
+TEST(Process, NothingButThePictureGoesIntoAFileWhereStandardStreamsAreClosed) {
+    const ScratchFolder folder;
+    // Deep colours, so that there is a note.
+    WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 16, 20, 20, 1)));
+    for (const char* name : {"a.bmp", "a.png", "a.tif", "a.jpg", "a.zbm"}) {
+        const std::vector<std::string> command{"convert", folder.File("p"), folder.File(name)};
+        const ToolResult open = Process(folder, command).Result();
+        EXPECT_EQ(open.ErrorLines().size(), 1u) << open.errors;
+        const Bytes expected = ReadFile(folder.File(name));
+        for (unsigned closed = 1; closed < 8; ++closed) {
+            const ToolResult result = Process(folder, command, [closed] {
+                                          for (int i = 0; i < 3; ++i)
+                                              if ((closed >> i & 1) != 0) close(i);
+                                      }).Result();
+            EXPECT_EQ(result.code, 0) << name << ' ' << closed;
+            EXPECT_TRUE(ReadFile(folder.File(name)) == expected) << name << ' ' << closed;
+            EXPECT_EQ(result.out, "");
+        }
+    }
+}
+
+TEST(Process, ReportsAStandardOutputThatIsClosed) {
+    const ScratchFolder folder;
+    WriteFile(folder.File("p"), EncodePng(RandomImage(Kind::rgb, 8, 20, 20, 1)));
+    for (const std::vector<std::string>& command :
+         {std::vector<std::string>{"convert", folder.File("p"), "-", "--type", "png"},
+          {"info", folder.File("p")},
+          {"--help"}}) {
+        ExpectOneErrorAbout(Process(folder, command, [] { close(STDOUT_FILENO); }).Result(), "standard output");
+        EXPECT_EQ(Process(folder, command,
+                          [] {
+                              for (int i = 0; i < 3; ++i) close(i);
+                          })
+                      .Result()
+                      .code,
+                  1);
+    }
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"p"});
+}
+
+TEST(Process, AForgedSizeOfAJpegTakesLittleMemoryOnceItsDataHasEnded) {
+    const ScratchFolder folder;
+    // Of a picture in several scans the coefficients of all blocks are kept, here 1.1 GB.
+    Bytes file = EncodeJpeg(RandomImage(Kind::grey, 8, 64, 64, 1), {.progressive = true, .arithmetic = true});
+    SetJpegSize(file, 24000, 24000);
+    WriteFile(folder.File("p.jpg"), file);
+    Process process(folder, {"pack", folder.File("p.jpg"), folder.File("p.zbm")});
+    const ToolResult result = process.Result();
+    ExpectOneErrorAbout(result, folder.File("p.jpg"));
+    EXPECT_NE(result.errors.find("its arithmetic-coded data ends too early"), std::string::npos) << result.errors;
+    EXPECT_LT(process.MostMemory(), 450000) << "kilobytes";
 }
 
 TEST(Process, SaysThatAPipeAsInputMustBeSeekable) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "InputFile.h"
 #include "pictures/BitmapFacts.h"
 #include "pictures/PictureOptions.h"
 #include "pictures/RowConversion.h"
@@ -222,16 +223,21 @@ private:
     bool hasFound = false;
 };
 
+ArchiveSurvey Survey(shr::CBufferedFile& file, Surveyor& surveyor, shr::IProgress& progress) {
+    if (file.GetLength() == 0) throw std::runtime_error(kFileIsEmpty);
+    return ArchiveWalk(file, surveyor, progress).Walk();
+}
+
 }  // namespace
 
 ArchiveSurvey SurveyForLoading(shr::CBufferedFile& file, std::uint64_t mostPixels, shr::IProgress& progress) {
     LoadingSurveyor surveyor(mostPixels);
-    return ArchiveWalk(file, surveyor, progress).Walk();
+    return Survey(file, surveyor, progress);
 }
 
 ArchiveSurvey SurveyForInfo(shr::CBufferedFile& file, shr::IProgress& progress) {
     InfoSurveyor surveyor;
-    ArchiveSurvey survey = ArchiveWalk(file, surveyor, progress).Walk();
+    ArchiveSurvey survey = Survey(file, surveyor, progress);
     survey.hasTransparentPixels = surveyor.HasFound();
     return survey;
 }

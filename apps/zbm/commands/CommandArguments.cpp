@@ -192,6 +192,7 @@ void AddKernel(CLI::App* adjust, std::vector<AdjustmentMaker>& adjustments) {
         ->add_option_function<std::string>("--convolve", append,
                                            "A convolution; FILE holds 9 or 25 numbers, then a divisor and a bias")
         ->type_name("FILE")
+        ->check(CheckInputName)
         ->trigger_on_parse();
 }
 

@@ -7,6 +7,8 @@
 #include "Progress.h"
 #include "commands/ArchiveFile.h"
 #include "commands/BitmapFile.h"
+#include "pictures/BitmapFacts.h"
+#include "pictures/RowConversion.h"
 
 namespace tool {
 
@@ -30,6 +32,8 @@ void Convert(const ConvertOptions& options, const Streams& streams) {
     Picture picture = ReadPictureOrArchive(options.input, streams.console, progress);
     if (options.format) {
         InContextOf(options.input.name, [&] {
+            if (HasMask(*options.format) && HasSoftAlpha(*picture.bitmap, progress))
+                streams.console.Note(options.input.name, "its soft transparency becomes on or off");
             picture.bitmap = ConvertBitmap(*picture.bitmap, *options.format, options.quantizer, progress);
         });
     }

@@ -30,6 +30,13 @@ void EditFile(const Input& input, const Output& output, const Streams& streams, 
     WritePicture(picture, output, file, streams.console, progress);
 }
 
+/// Filters work with 8 bits a channel.
+void NoteReducedGrey(const zbm::ZBitmap& bitmap, const Input& input, const Streams& streams) {
+    const shr::ColorFormat format = bitmap.GetColorFormat();
+    if (format == shr::GRAYSCALE_16 || format == shr::GRAYSCALE_32)
+        streams.console.Note(input.name, "its grey levels are reduced to 8 bits: filters work with no more");
+}
+
 /// The numbers of a text, which spaces, commas and line ends part.
 std::vector<double> NumbersIn(const std::string& text) {
     constexpr const char* kBetween = " \t\r\n,;";
@@ -72,16 +79,29 @@ Kernel ReadKernel(const ZString& fileName) {
     return {numbers, divisor, bias};
 }
 
+bool Convolute(zbm::ZBitmap& bitmap, Kernel kernel, shr::IProgress* progress) {
+    double* const coefficients = kernel.coefficients.data();
+    return kernel.coefficients.size() == 9 ? bitmap.Convolute3x3(coefficients, kernel.divisor, kernel.bias, progress)
+                                           : bitmap.Convolute5x5(coefficients, kernel.divisor, kernel.bias, progress);
+}
+
+/// Raises std::invalid_argument for numbers that are too large. Which are, the library knows: so it is tried.
+void RefuseUnlessTaken(const Kernel& kernel) {
+    zbm::ZBasicMemBitmap pixel(1, 1, shr::BGRA_32);
+    try {
+        Convolute(pixel, kernel, nullptr);
+    } catch (const shr::Exception& error) { throw std::invalid_argument(TextOf(error, {}, {})); }
+}
+
 }  // namespace
 
 Adjustment ConvolutionFrom(const ZString& kernelFile) {
     return InContextOf(kernelFile, [&]() -> Adjustment {
         try {
-            return [kernel = ReadKernel(kernelFile)](zbm::ZBitmap& bitmap, shr::IProgress& progress) mutable {
-                double* const coefficients = kernel.coefficients.data();
-                return kernel.coefficients.size() == 9
-                           ? bitmap.Convolute3x3(coefficients, kernel.divisor, kernel.bias, &progress)
-                           : bitmap.Convolute5x5(coefficients, kernel.divisor, kernel.bias, &progress);
+            const Kernel kernel = ReadKernel(kernelFile);
+            RefuseUnlessTaken(kernel);
+            return [kernel](zbm::ZBitmap& bitmap, shr::IProgress& progress) {
+                return Convolute(bitmap, kernel, &progress);
             };
         } catch (const std::invalid_argument& error) { throw UsageError(kernelFile, error.what()); }
     });
@@ -91,6 +111,7 @@ void Adjust(const AdjustOptions& options, const Streams& streams) {
     std::vector<Adjustment> adjustments;
     for (const AdjustmentMaker& make : options.adjustments) adjustments.push_back(make());
     EditFile(options.input, options.output, streams, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
+        NoteReducedGrey(*bitmap, options.input, streams);
         for (const Adjustment& adjust : adjustments) RequireDone(adjust(*bitmap, progress));
         return bitmap;
     });
@@ -100,6 +121,7 @@ void Resize(const ResizeOptions& options, const Streams& streams) {
     EditFile(options.input, options.output, streams, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
         const auto [width, height] = options.size.For({bitmap->GetPixelWidth(), bitmap->GetPixelHeight()});
         RefuseTooManyPixels(width, height, options.input.reading.maxPixels);
+        NoteReducedGrey(*bitmap, options.input, streams);
         RefuseBeyondMemory({width, height, bitmap->GetColorFormat(), 512, 512}, 0);
         auto result = std::make_unique<zbm::ZBasicMemBitmap>(1, 1, shr::BGRA_32);
         const RECT whole{0, 0, bitmap->GetPixelWidth(), bitmap->GetPixelHeight()};
@@ -110,6 +132,7 @@ void Resize(const ResizeOptions& options, const Streams& streams) {
 
 void QuantizeColors(const QuantizeOptions& options, const Streams& streams) {
     EditFile(options.input, options.output, streams, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
+        NoteReducedGrey(*bitmap, options.input, streams);
         std::vector<RGBQUAD> palette;
         RequireDone(bitmap->QuantizeColors(options.method, options.colors, palette, &progress));
         return bitmap;

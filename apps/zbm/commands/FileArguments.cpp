@@ -8,9 +8,12 @@ namespace {
 
 std::string CheckFileName(const std::string& name) { return name.empty() ? "a file name is empty" : ""; }
 
-std::string CheckInputName(const std::string& name) {
-    if (name == "-") return "standard input (-) is not supported: the input is read back and forth";
-    return CheckFileName(name);
+/// A whole number from 1 to the largest that there is.
+std::string CheckCount(const std::string& text) {
+    std::uint64_t count = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
+    if (error == std::errc{} && end == text.data() + text.size() && count > 0) return "";
+    return "\"" + text + "\" is no whole number from 1 to " + std::to_string(UINT64_MAX);
 }
 
 CLI::Option* AddName(CLI::App* command, const char* name, ZString& target, const char* description) {
@@ -48,6 +51,11 @@ void AddPictureOptions(CLI::App* command, Output& output) {
 
 }  // namespace
 
+std::string CheckInputName(const std::string& name) {
+    if (name == "-") return "standard input (-) is not supported: the input is read back and forth";
+    return CheckFileName(name);
+}
+
 CLI::Option* AddFile(CLI::App* command, const char* name, ZString& target, const char* description) {
     return AddName(command, name, target, description)->check(CheckInputName);
 }
@@ -58,7 +66,7 @@ void AddInput(CLI::App* command, const char* name, Input& input, const char* des
         ->add_option("--max-pixels", input.reading.maxPixels,
                      "Refuse larger pictures; " + std::to_string(kDefaultMaxPixels) + " pixels if not given")
         ->type_name("N")
-        ->check(CLI::PositiveNumber);
+        ->check(CheckCount);
     command->add_flag("--keep-orientation", input.reading.keepOrientation,
                       "Leaves a picture as it lies in its file, marked to be shown turned, instead of turning it");
 }

@@ -9,6 +9,8 @@
 // Arguments that several commands have. The targets must live until the arguments are parsed.
 namespace tool {
 
+/// For CLI::Option::check: what is wrong with the name of a file to read; nothing if nothing is.
+std::string CheckInputName(const std::string& name);
 /// A file's name, in UTF-8, that is no standard stream's.
 CLI::Option* AddFile(CLI::App* command, const char* name, ZString& target, const char* description);
 /// A file to read, and the options of reading.

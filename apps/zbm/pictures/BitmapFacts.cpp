@@ -19,6 +19,14 @@ void NoteIndices(BitmapFacts& facts, const std::uint8_t* values, const std::uint
     }
 }
 
+bool HasSoftAlphaIn(const std::uint8_t* row, int count) {
+    // Of 255 and 0 the next number has no bit above the lowest.
+    std::uint8_t all = 0;
+    for (std::size_t x = 0; x < static_cast<std::size_t>(count); ++x)
+        all |= static_cast<std::uint8_t>(static_cast<std::uint8_t>(row[4 * x + 3] + 1) & 0xFE);
+    return all != 0;
+}
+
 }  // namespace
 
 bool HasAlphaBelowFull(const std::uint8_t* row, int count) {
@@ -26,6 +34,19 @@ bool HasAlphaBelowFull(const std::uint8_t* row, int count) {
     std::uint8_t all = shr::ALPHA_MAX;
     for (std::size_t x = 0; x < static_cast<std::size_t>(count); ++x) all &= row[4 * x + 3];
     return all != shr::ALPHA_MAX;
+}
+
+bool HasSoftAlpha(zbm::ZBitmap& bitmap, shr::IProgress& progress) {
+    if (HasMask(bitmap.GetColorFormat())) return false;
+    const shr::CScopedIProgressTask task(&progress, L"Examining pixels...");
+    TileRows rows(bitmap);
+    std::vector<std::uint8_t> row(std::size_t{4} * static_cast<unsigned>(rows.Width()));
+    for (int y = 0; y < rows.Height(); ++y) {
+        progress.SetProgress(static_cast<double>(y) / rows.Height());
+        rows.Fetch(0, y, rows.Width(), row.data(), nullptr);
+        if (HasSoftAlphaIn(row.data(), rows.Width())) return true;
+    }
+    return false;
 }
 
 bool BitmapFacts::IsTransparencyByIndex() const {

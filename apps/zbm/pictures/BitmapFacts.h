@@ -23,6 +23,10 @@ struct BitmapFacts {
 /// Whether one of the row's pixels of four bytes, alpha last, is not fully opaque.
 bool HasAlphaBelowFull(const std::uint8_t* row, int count);
 
+/// Whether the alpha of a pixel is neither none nor full. Formats without an alpha channel have no such. Throws what
+/// `progress` throws.
+bool HasSoftAlpha(zbm::ZBitmap& bitmap, shr::IProgress& progress);
+
 /// Throws what `progress` throws.
 BitmapFacts LookAt(zbm::ZBitmap& bitmap, shr::IProgress& progress);
 

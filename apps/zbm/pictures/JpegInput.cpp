@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 
 namespace tool {
 
@@ -12,9 +13,12 @@ namespace {
 constexpr std::size_t kFewestSpares = 24;
 /// A block of a single colour takes about 2^-14 bits, so this is more than twice as much as a picture of one needs.
 constexpr std::uint64_t kBlocksPerSpare = 65536;
+/// How many blocks all scans but the last may have behind their data. A real picture comes to as many only if a pattern
+/// repeats all over its 30 megapixels or more.
+constexpr std::uint64_t kMostBlocksPastData = 1 << 21;
 
-constexpr std::uint8_t kStuffing = 0x00, kMark = 0xFF, kStartOfScan = 0xDA, kTemporary = 0x01;
-bool IsRestart(std::uint8_t code) { return code >= 0xD0 && code <= 0xD7; }
+constexpr std::uint8_t kStuffing = 0x00, kMark = 0xFF, kStartOfScan = 0xDA, kEndOfImage = 0xD9, kTemporary = 0x01;
+bool IsRestart(int code) { return code >= 0xD0 && code <= 0xD7; }
 /// Has no length: restarts, start and end of the image.
 bool StandsAlone(std::uint8_t code) {
     return (code >= 0xD0 && code <= 0xD9) || code == kTemporary || code == kStuffing;
@@ -37,15 +41,24 @@ void JpegInput::AttachTo(jpeg_decompress_struct& jpegDecoder) {
     decoder->src = this;
 }
 
-void JpegInput::WatchArithmeticData(std::uint64_t blocks) {
+void JpegInput::WatchArithmeticData(std::uint64_t blocksOfPicture) {
+    blocks = blocksOfPicture;
     spares.assign(kFewestSpares + static_cast<std::size_t>(blocks / kBlocksPerSpare), 0);
     watching = true;
     begin = end - bytes_in_buffer;  // take back what lies before the library
     bytes_in_buffer = 0;
 }
 
+bool JpegInput::IsMadeUp() {
+    const int marker = decoder->unread_marker;  // 0 as long as the decoder has not come upon one
+    if (!sparesTaken || marker == 0) return false;
+    if (jpeg_has_multiple_scans(decoder) == FALSE) return !IsRestart(marker);
+    blocksPastData += blocks / std::max(decoder->total_iMCU_rows, 1u);
+    return marker == kEndOfImage || blocksPastData > kMostBlocksPastData;
+}
+
 void JpegInput::RequireWholeData() const {
-    if (sparesTaken) throw std::runtime_error("its arithmetic-coded data ends too early");
+    if (sparesTaken) throw std::runtime_error(kCodedDataEndsTooEarly);
 }
 
 boolean JpegInput::OnFill(j_decompress_ptr library) {
@@ -66,12 +79,10 @@ void JpegInput::OnSkip(j_decompress_ptr library, long byteCount) {
 }
 
 void JpegInput::HandOutNextPiece() {
-    if (sparesDue && !ScanHasBareBits()) {
-        sparesDue = false;
-        sparesTaken = true;
-        return HandOut(spares.data(), spares.size());
+    if (std::exchange(sparesDue, false)) {
+        sparesTaken = !ScanHasBareBits();
+        if (sparesTaken) return HandOut(spares.data(), spares.size());
     }
-    sparesDue = false;
     // Without more bytes the library would make up the rest of the picture.
     if (begin == end && !Refill()) guard.Fail(kEndsTooEarly);
     const std::size_t piece = watching ? WatchedPiece() : end - begin;

@@ -13,6 +13,8 @@
 
 namespace tool {
 
+inline constexpr const char* kCodedDataEndsTooEarly = "its arithmetic-coded data ends too early";
+
 /// Hands a file to the JPEG library, piece by piece, and tells whether arithmetic-coded data was all there.
 ///
 /// An arithmetic decoder that finds no more data goes on with zero bytes: an encoder leaves zeros at the end of its
@@ -30,11 +32,15 @@ public:
     /// `decoder` borrows this object.
     void AttachTo(jpeg_decompress_struct& jpegDecoder);
 
-    /// To be called before arithmetic-coded data is decoded, with the decoder at its first byte. `blocks` is how many
-    /// the picture has.
-    void WatchArithmeticData(std::uint64_t blocks);
+    /// To be called before arithmetic-coded data is decoded, with the decoder at its first byte. `blocksOfPicture`
+    /// is how many it has.
+    void WatchArithmeticData(std::uint64_t blocksOfPicture);
     /// To be called when the library reports that it skipped bytes before a marker.
     void NoteSkippedBytes() { sparesTaken = false; }
+    /// To be asked before each row is decoded or, of a picture in several scans, each row of blocks: whether what
+    /// follows is made up, since the decoder is past the last data and all zeros, or far past other data. Else a few
+    /// bytes could make gigabytes.
+    bool IsMadeUp();
     /// To be called when the picture is decoded. Raises std::runtime_error if its last data was cut.
     void RequireWholeData() const;
 
@@ -63,6 +69,7 @@ private:
     std::size_t begin = 0, end = 0;  // of what was not yet handed out
 
     bool watching = false;
+    std::uint64_t blocks = 0, blocksPastData = 0;
     Place place = Place::data;
     std::uint8_t code = 0;  // of the segment's marker
     std::size_t segmentLeft = 0;

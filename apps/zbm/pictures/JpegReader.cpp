@@ -245,9 +245,11 @@ void JpegReader::OnMessage(j_common_ptr library, int level) {
     if (!self.guard.Try([&] { self.notes.Warn(message); })) self.guard.Fail("");
 }
 
+/// Called before each row that is decoded or, of pictures in several scans, is read.
 void JpegReader::OnProgress(j_common_ptr library) {
     JpegReader& self = Of(library);
     if (self.decoder.input_scan_number > kMostScans) self.guard.Fail("it has too many scans");
+    if (self.input.IsMadeUp()) self.guard.Fail(kCodedDataEndsTooEarly);
 }
 
 }  // namespace

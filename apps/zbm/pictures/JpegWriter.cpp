@@ -20,6 +20,8 @@ namespace tool {
 
 namespace {
 
+/// Up to so many pixels all coefficients, of 2 bytes a sample, are kept until it is known which code serves them best.
+constexpr std::int64_t kMostPixelsWithOwnCode = std::int64_t{1} << 26;
 constexpr std::size_t kBufferBytes = 65536;
 /// From here on colours are stored as fine as brightness: who asks for such a quality sees the difference.
 constexpr int kFullColorQuality = 90;
@@ -105,6 +107,8 @@ void JpegWriter::SetUp() {
         encoder.comp_info[0].h_samp_factor = 1;
         encoder.comp_info[0].v_samp_factor = 1;
     }
+    const bool hasOwnCode = std::int64_t{rows.Width()} * rows.Height() <= kMostPixelsWithOwnCode;
+    encoder.optimize_coding = hasOwnCode ? TRUE : FALSE;
     SetResolution();
 }
 

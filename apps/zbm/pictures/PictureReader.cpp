@@ -5,6 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "InputFile.h"
+
 namespace tool {
 
 namespace {
@@ -52,6 +54,7 @@ bool BeginsLikePicture(PictureSource& source) { return TypeOf(source) != nullptr
 
 std::unique_ptr<PictureReader> OpenPicture(PictureSource& source, Notes& notes) {
     const FileType* type = TypeOf(source);
+    if (source.Length() == 0) throw std::runtime_error(kFileIsEmpty);
     if (type == nullptr) throw std::runtime_error("is no PNG, JPEG, TIFF or BMP picture");
     return type->open(source, notes);
 }

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "pictures/Exif.h"
@@ -43,6 +44,7 @@ private:
     void WritePalette();
     void SetResolution();
     void SetColorMeaning();
+    void SetColorProfile(const std::vector<std::uint8_t>& profile);
     void SetColorMarks(const ColorMarks& marks);
     void SetCodingPoints(const ColorMarks& marks);
     void SetOrientation();
@@ -164,18 +166,24 @@ void PngWriter::SetResolution() {
 
 void PngWriter::SetColorMeaning() {
     const bool isGrey = (colorType & PNG_COLOR_MASK_COLOR) == 0;
-    const std::vector<std::uint8_t>* profile = ProfileFor(isGrey, job.metadata, job.notes);
-    bool taken = false;
-    guard.Run([&] {
-        if (profile == nullptr) return;
-        png_set_iCCP(handle.png, handle.info, "icc", PNG_COMPRESSION_TYPE_BASE, profile->data(),
-                     static_cast<png_uint_32>(profile->size()));
-        taken = png_get_valid(handle.png, handle.info, PNG_INFO_iCCP) != 0;
-    });
-    // The library looks closely at profiles, and has said what is wrong.
-    if (profile != nullptr && !taken) NoteLostProfile(job.metadata, job.notes);
+    if (const auto* profile = ProfileFor(isGrey, job.metadata, job.notes)) SetColorProfile(*profile);
     SetColorMarks(job.metadata.colorMarks);
     SetCodingPoints(job.metadata.colorMarks);
+}
+
+/// The library looks closely at profiles, and takes what is wrong with one for an error; but it costs no pixel.
+void PngWriter::SetColorProfile(const std::vector<std::uint8_t>& profile) {
+    bool taken = false;
+    try {
+        guard.Run([&] {
+            png_set_iCCP(handle.png, handle.info, "icc", PNG_COMPRESSION_TYPE_BASE, profile.data(),
+                         static_cast<png_uint_32>(profile.size()));
+            taken = png_get_valid(handle.png, handle.info, PNG_INFO_iCCP) != 0;
+        });
+        if (!taken) NoteLostProfile(job.metadata, job.notes);
+    } catch (const std::runtime_error& error) {
+        job.notes.Add(std::string("its colour profile is damaged and not kept: ") + error.what());
+    }
 }
 
 void PngWriter::SetColorMarks(const ColorMarks& marks) {

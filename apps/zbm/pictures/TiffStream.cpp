@@ -34,7 +34,8 @@ std::string Formatted(const char* format, va_list arguments) {
 
 }  // namespace
 
-TiffStream::TiffStream(Data& file, const char* mode, Notes& target) : data(file), notes(target) {
+TiffStream::TiffStream(Data& file, const char* mode, Notes& target)
+    : data(file), notes(target), noReason(*mode == 'r' ? "the file is damaged" : "the TIFF library gives no reason") {
     const std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> options(TIFFOpenOptionsAlloc(),
                                                                                &TIFFOpenOptionsFree);
     if (options == nullptr) throw std::bad_alloc();
@@ -62,7 +63,7 @@ void TiffStream::Check(bool succeeded) {
     hasFailed = hasFailed || pending || !succeeded;
     if (pending) std::rethrow_exception(std::exchange(pending, nullptr));
     const std::string text = std::exchange(message, {});
-    if (!succeeded) throw std::runtime_error(text.empty() ? "the TIFF library gives no reason" : text);
+    if (!succeeded) throw std::runtime_error(text.empty() ? noReason : text);
 }
 
 template <class Action>

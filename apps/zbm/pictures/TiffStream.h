@@ -61,6 +61,7 @@ private:
 
     Data& data;
     Notes& notes;
+    const char* const noReason;  // what is said where the library fails without a message
     std::exception_ptr pending;
     std::string message;  // the first since the last Check that tells of an error
     bool hasFailed = false;
