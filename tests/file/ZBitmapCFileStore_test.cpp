@@ -8,6 +8,7 @@
 
 #include "core/checks/BitmapCFileStoreChecks.h"
 #include "core/checks/BitmapChecks.h"
+#include "core/checks/ScanRectChecks.h"
 #include "file/FileBitmapTesting.h"
 #include "shr/BufferedFile.h"
 #include "support_code/TestProgress.h"
@@ -480,8 +481,8 @@ TEST_F(Store, RefusesDibsWithoutHeaderBitsOrColors) {
 TEST_F(Store, RefusesDibsThatAreCompressedOrTopDown) {
     for (const DWORD compression : {1u, 2u, 4u, 5u}) {
         const PackedPicture dib(2, 2, 8, compression, 0);
-        EXPECT_TRUE(
-            RaisesNamedError([&] { Blank()->Create(dib.Info(), nullptr); }, kUnsupportedDibText, L"ZBMScanRect"))
+        EXPECT_TRUE(RaisesNamedError([&] { Blank()->Create(dib.Info(), nullptr); }, kUnsupportedDibText,
+                                     zbm::ScanRectCheck::dibCompression))
             << compression;
     }
     const PackedPicture topDown(2, -2, 8, BI_RGB, 0);
