@@ -182,6 +182,46 @@ TEST_F(Converting, FewColorsComeOutExactWithEachQuantizer) {
     }
 }
 
+TEST_F(Converting, LeavesAtMostThatManyColors) {
+    const BitmapPtr grey = MakeBitmap(
+        shr::GRAYSCALE_8, [](int x, int y) { return Pixel{static_cast<std::uint32_t>(7 * x + y * y) & 255}; });
+    const BitmapPtr colors = RandomBgra();
+    for (zbm::ZBasicMemBitmap* source : {grey.get(), colors.get()}) {
+        for (const char* quantizer : {"median5", "median8", "popularity"}) {
+            StoreArchive(*source, folder.File("in"));
+            ASSERT_EQ(RunTool({"convert", folder.File("in"), folder.File("out.zbm"), "--format", "INDEXED_8",
+                               "--quantizer", quantizer, "--colors", "7"})
+                          .code,
+                      0);
+            const BitmapPtr result = LoadArchive(folder.File("out.zbm"));
+            EXPECT_EQ(result->GetNumColorTableItems(), 7u) << quantizer;
+            std::set<std::uint32_t> indices;
+            for (int y = 0; y < kHeight; ++y)
+                for (int x = 0; x < kWidth; ++x) indices.insert(PixelAt(*result, x, y).value);
+            EXPECT_EQ(indices.size(), 7u) << quantizer;
+            EXPECT_LT(*indices.rbegin(), 7u) << quantizer;
+        }
+    }
+}
+
+TEST_F(Converting, ACountOfColorsThatCannotBeHadIsWrongUsage) {
+    StoreArchive(*RandomBgra(), folder.File("in"));
+    for (const std::vector<std::string>& options :
+         {std::vector<std::string>{"--colors", "5"},
+          {"--colors", "5", "--format", "BGR_24"},
+          {"--colors", "17", "--format", "INDEXED_4"},
+          {"--colors", "0", "--format", "INDEXED_4"},
+          {"--colors", "5", "--format", "INDEXED_4", "--quantizer", "ordered"},
+          {"--colors", "5", "--format", "INDEXED_4", "--quantizer", "diffuse"}}) {
+        std::vector<std::string> arguments{"convert", folder.File("in"), folder.File("out.zbm")};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        const ToolResult result = RunTool(arguments);
+        EXPECT_EQ(result.code, 2);
+        EXPECT_NE(result.errors.find("--colors"), std::string::npos) << result.errors;
+    }
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"in"});
+}
+
 TEST_F(Converting, DitheringKeepsTheMeanOfAGreyAsBlackAndWhite) {
     const BitmapPtr source = MakeBitmap(shr::BGRA_32, [](int, int) { return Pixel{0xFF404040}; });
     for (const char* quantizer : {"ordered", "diffuse"}) {

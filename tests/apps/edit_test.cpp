@@ -174,6 +174,20 @@ TEST_F(Editing, RefusesToResizeBeyondTheAllowedPixels) {
     EXPECT_EQ(folder.Names(), std::vector<std::string>{"in.png"});
 }
 
+TEST_F(Editing, BlurTakesOnTheColorsOfTransparentPixelsUnlessThePictureIsPutOnABackgroundFirst) {
+    Image image = RandomImage(Kind::rgba, 8, 12, 6, 1);
+    for (int y = 0; y < 6; ++y)
+        for (int x = 0; x < 12; ++x)
+            for (int c = 0; c < 4; ++c) image.At(x, y, c) = x < 6 ? (c == 3 ? 255 : 200) : 0;
+    WriteFile(folder.File("in.png"), EncodePng(image));
+    EXPECT_EQ(Adjusted({"--blur", "1"}).At(5, 3, 0), 133u) << "a third is black";
+    EXPECT_EQ(Adjusted({"--blur", "1", "--background", "white"}).At(5, 3, 0), 133u) << "the background comes last";
+    EXPECT_EQ(Edited({"resize"}, {"--size", "24x12"}).At(11, 6, 0), 200u) << "resizing heeds alpha";
+    ASSERT_EQ(Run({"convert", folder.File("in.png"), folder.File("in2.png"), "--background", "white"}).code, 0);
+    WriteFile(folder.File("in.png"), ReadFile(folder.File("in2.png")));
+    EXPECT_EQ(Adjusted({"--blur", "1"}).At(5, 3, 0), 218u);
+}
+
 TEST_F(Editing, LeavesAtMostThatManyColors) {
     for (const char* quantizer : {"median5", "median8", "popularity"}) {
         const Image result = Edited({"quantize"}, {"--colors", "7", "--quantizer", quantizer});

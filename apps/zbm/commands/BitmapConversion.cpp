@@ -129,12 +129,14 @@ void RequireFilter(bool succeeded, const zpixf::ZPixFilterBase& filter) {
     if (!succeeded) throw std::runtime_error(filter.GetErrorDescription().ToUtf8());
 }
 
-void Quantize(const zbm::ZBasicMemBitmap& source, zbm::ZBasicMemBitmap& result, zpixf::ZPixfType quantizer,
+void Quantize(const zbm::ZBasicMemBitmap& source, zbm::ZBasicMemBitmap& result, const ColorChoice& colors,
               shr::IProgress& progress) {
     const shr::ColorFormat format = result.GetColorFormat();
     const int width = source.GetPixelWidth(), height = source.GetPixelHeight();
     const auto columns = static_cast<unsigned>(width), lines = static_cast<unsigned>(height);
-    const auto filter = zpixf::MakeQuantizer(quantizer, static_cast<unsigned>(shr::ColorFmtToTblSize[format]));
+    const zpixf::ZPixfType quantizer = colors.quantizer.value_or(zpixf::ZPixfType::QuantizeMedian8);
+    const auto filter =
+        zpixf::MakeQuantizer(quantizer, colors.most.value_or(static_cast<unsigned>(shr::ColorFmtToTblSize[format])));
     BgraLines bgra(source, PassesOf(quantizer), progress);
     filter->SetInputFormat(zpixf::ZPixFormat(columns, lines));
     filter->SetOutputFormat(zpixf::ZPixFormat(columns, lines, 1, static_cast<unsigned>(shr::ColorFmtToBPP[format])));
@@ -160,13 +162,13 @@ bool GivesIndices(shr::ColorFormat source, shr::ColorFormat indexed) {
 
 }  // namespace
 
-BitmapPtr ConvertBitmap(const zbm::ZBasicMemBitmap& source, shr::ColorFormat format,
-                        std::optional<zpixf::ZPixfType> quantizer, shr::IProgress& progress) {
+BitmapPtr ConvertBitmap(const zbm::ZBasicMemBitmap& source, shr::ColorFormat format, const ColorChoice& colors,
+                        shr::IProgress& progress) {
     const shr::ColorFormat from = source.GetColorFormat();
     BitmapPtr result = MakeAlike(source, format);
     const shr::CScopedIProgressTask task(&progress, L"Converting pixels...");
-    if (IsIndexed(format) && (quantizer || !GivesIndices(from, format))) {
-        Quantize(source, *result, quantizer.value_or(zpixf::ZPixfType::QuantizeMedian8), progress);
+    if (IsIndexed(format) && (colors.IsGiven() || !GivesIndices(from, format))) {
+        Quantize(source, *result, colors, progress);
     } else if (from == format || (HasMask(from) && HasMask(format))) {
         ForEachTile(source, progress, DirectConversion(source, *result));
     } else {

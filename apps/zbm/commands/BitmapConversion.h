@@ -8,13 +8,19 @@
 
 namespace tool {
 
+/// How the colours of an indexed format are found.
+struct ColorChoice {
+    std::optional<zpixf::ZPixfType> quantizer;  ///< of zpixf::MakeQuantizer; median8 if not given
+    std::optional<unsigned> most;               ///< how many at most; as many as the format holds if not given
+
+    bool IsGiven() const { return quantizer || most; }
+};
+
 /// The bitmap in another format: its size, tiles and resolution stay, and so does transparency, as alpha or mask.
 ///
 /// Where the format is indexed, grey becomes a ramp of grey, and indices that fit stay what they are; all other colours
-/// are quantized, by median8 unless `quantizer` (of zpixf::MakeQuantizer) says otherwise. With a `quantizer` all are.
-/// Throws what `progress` throws.
+/// are quantized. Where a choice of colours is given all are. Throws what `progress` throws.
 std::unique_ptr<zbm::ZBasicMemBitmap> ConvertBitmap(const zbm::ZBasicMemBitmap& source, shr::ColorFormat format,
-                                                    std::optional<zpixf::ZPixfType> quantizer,
-                                                    shr::IProgress& progress);
+                                                    const ColorChoice& colors, shr::IProgress& progress);
 
 }  // namespace tool

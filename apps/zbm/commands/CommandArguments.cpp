@@ -106,6 +106,32 @@ Command AddUnpack(CLI::App& app) {
     return {unpack, [options](const Streams& streams) { Unpack(*options, streams); }};
 }
 
+/// Refuses a choice of colours where there is none.
+void CheckColorChoice(const ConvertOptions& options) {
+    const auto& [quantizer, most] = options.colors;
+    const char* const name = most ? "--colors" : "--quantizer";
+    if (!options.colors.IsGiven()) return;
+    if (!options.format || !IsIndexed(*options.format))
+        throw CLI::ValidationError(name, "only an INDEXED format has colours to find");
+    if (!most) return;
+    if (quantizer == zpixf::ZPixfType::DitherOrdered || quantizer == zpixf::ZPixfType::DitherDiffuse)
+        throw CLI::ValidationError(name, "the colours of ordered and diffuse are fixed");
+    if (const int capacity = shr::TraitsOf(*options.format).TableSize(); *most > static_cast<unsigned>(capacity))
+        throw CLI::ValidationError(name, "the format has at most " + std::to_string(capacity));
+}
+
+/// The options must outlive the parsing.
+void AddColorChoice(CLI::App* convert, ConvertOptions& options) {
+    AddChoice(convert, "--quantizer", options.colors.quantizer, Quantizers(), "QUANTIZER",
+              "How an indexed format's colours are found: median5, median8 (the default) or popularity; ordered and "
+              "diffuse dither in a fixed palette");
+    convert
+        ->add_option("--colors", options.colors.most, "How many colours of an indexed format, not of a fixed palette")
+        ->type_name("N")
+        ->check(CLI::Range(1, 256));
+    convert->callback([&options] { CheckColorChoice(options); });
+}
+
 Command AddConvert(CLI::App& app) {
     const auto options = std::make_shared<ConvertOptions>();
     CLI::App* convert =
@@ -118,13 +144,9 @@ Command AddConvert(CLI::App& app) {
                                            "The pixel format, like BGRA_32 or INDEXED_8; as it is if not given")
         ->type_name("FORMAT")
         ->check(CheckFormat);
-    AddChoice(convert, "--quantizer", options->quantizer, Quantizers(), "QUANTIZER",
-              "How an indexed format's colours are found: median5, median8 (the default), popularity, ordered or "
-              "diffuse");
-    convert->callback([options] {
-        if (options->quantizer && !(options->format && IsIndexed(*options->format)))
-            throw CLI::ValidationError("--quantizer", "only an INDEXED format has colours to find");
-    });
+    AddColorChoice(convert, *options);
+    convert->footer(
+        "Only BGRA_32, RGBA_32 and PBGRA_32 hold soft transparency; in all others a pixel has all or none.");
     return {convert, [options](const Streams& streams) { Convert(*options, streams); }};
 }
 
@@ -199,6 +221,12 @@ void AddKernel(CLI::App* adjust, std::vector<AdjustmentMaker>& adjustments) {
 Command AddAdjust(CLI::App& app) {
     const auto options = std::make_shared<AdjustOptions>();
     CLI::App* adjust = app.add_subcommand("adjust", "Adjust a picture or an archive, in the order of the options");
+    adjust->footer(
+        "Deep grey keeps 8 bits. Transparent pixels have colours too, which their neighbours take "
+        "on\n"
+        "where --blur, --sharpen, --median or --convolve look at several pixels: a fringe, often black. Against it "
+        "put\n"
+        "the picture on its background first, with zbm convert --background; --background here comes after all.");
     AddInput(adjust, "INPUT", options->input, kInputHelp);
     AddOutput(adjust, "OUTPUT", options->output, Writes::anything, kOutputHelp);
     std::vector<AdjustmentMaker>& adjustments = options->adjustments;
@@ -226,6 +254,7 @@ Command AddAdjust(CLI::App& app) {
 Command AddResize(CLI::App& app) {
     const auto options = std::make_shared<ResizeOptions>();
     CLI::App* resize = app.add_subcommand("resize", "Resample a picture or an archive to another size");
+    resize->footer("The pixel format stays: what is black and white remains so, without grey. Deep grey keeps 8 bits.");
     AddInput(resize, "INPUT", options->input, kInputHelp);
     AddOutput(resize, "OUTPUT", options->output, Writes::anything, kOutputHelp);
     const auto takeSize = [options](const std::string& text) { options->size = NewSize::Parse(text).value(); };
@@ -257,6 +286,8 @@ Command AddResize(CLI::App& app) {
 Command AddQuantize(CLI::App& app) {
     const auto options = std::make_shared<QuantizeOptions>();
     CLI::App* quantize = app.add_subcommand("quantize", "Reduce the colours of a picture or an archive");
+    quantize->footer(
+        "The pixel format stays; for a picture with a palette say zbm convert --format INDEXED_8 --colors N.");
     AddInput(quantize, "INPUT", options->input, kInputHelp);
     AddOutput(quantize, "OUTPUT", options->output, Writes::anything, kOutputHelp);
     quantize->add_option("--colors", options->colors, "How many colours, 1 to 256; 256 if not given")

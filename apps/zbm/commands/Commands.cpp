@@ -34,7 +34,7 @@ void Convert(const ConvertOptions& options, const Streams& streams) {
         InContextOf(options.input.name, [&] {
             if (HasMask(*options.format) && HasSoftAlpha(*picture.bitmap, progress))
                 streams.console.Note(options.input.name, "its soft transparency becomes on or off");
-            picture.bitmap = ConvertBitmap(*picture.bitmap, *options.format, options.quantizer, progress);
+            picture.bitmap = ConvertBitmap(*picture.bitmap, *options.format, options.colors, progress);
         });
     }
     WritePicture(picture, options.output, file, streams.console, progress);

@@ -29,7 +29,7 @@ struct ConvertOptions {
     Input input;
     Output output;
     std::optional<shr::ColorFormat> format;  ///< stays what it is if not given
-    std::optional<zpixf::ZPixfType> quantizer;
+    ColorChoice colors;                      ///< of an indexed format
 };
 
 struct InfoOptions {
