@@ -75,7 +75,7 @@ void SetJpegSize(Bytes& file, int width, int height) {
     // width.
     std::size_t at = 2;
     while ((file[at + 1] & 0xF0) != 0xC0 || file[at + 1] == 0xC4 || file[at + 1] == 0xCC)
-        at += 2u + (file[at + 2] << 8 | file[at + 3]);
+        at += 2 + std::size_t{file[at + 2]} * 256 + file[at + 3];
     const auto put = [&](std::size_t offset, int value) {
         file[at + offset] = static_cast<std::uint8_t>(value >> 8);
         file[at + offset + 1] = static_cast<std::uint8_t>(value);

@@ -403,7 +403,7 @@ TEST_F(Packing, ReadsBmpOfTheOldHeader) {
 TEST_F(Packing, RefusesRunLengthBmp) { ExpectRefused(SmallBmp(8, 1, Bytes(1100), 1078), "run-length"); }
 
 TEST_F(Packing, RefusesWhatIsNoPicture) {
-    ExpectRefused({}, "is no PNG, JPEG, TIFF or BMP picture");
+    ExpectRefused({}, "is empty");
     ExpectRefused({'B'}, "is no PNG, JPEG, TIFF or BMP picture");
     ExpectRefused({'G', 'I', 'F', '8', '9', 'a', 0, 0, 0, 0}, "is no PNG, JPEG, TIFF or BMP picture");
 }

@@ -222,11 +222,10 @@ Command AddAdjust(CLI::App& app) {
     const auto options = std::make_shared<AdjustOptions>();
     CLI::App* adjust = app.add_subcommand("adjust", "Adjust a picture or an archive, in the order of the options");
     adjust->footer(
-        "Deep grey keeps 8 bits. Transparent pixels have colours too, which their neighbours take "
-        "on\n"
-        "where --blur, --sharpen, --median or --convolve look at several pixels: a fringe, often black. Against it "
-        "put\n"
-        "the picture on its background first, with zbm convert --background; --background here comes after all.");
+        "Deep grey keeps 8 bits. Transparent pixels have colours too, often black, which --blur, --sharpen, --median\n"
+        "and --convolve mix into their neighbours': a fringe. Against it put the picture on its background first, "
+        "with\n"
+        "zbm convert --background; --background here comes after the adjustments.");
     AddInput(adjust, "INPUT", options->input, kInputHelp);
     AddOutput(adjust, "OUTPUT", options->output, Writes::anything, kOutputHelp);
     std::vector<AdjustmentMaker>& adjustments = options->adjustments;
