@@ -49,10 +49,15 @@ ZBasicMemBitmap::ZBasicMemBitmap(int width, int height, shr::ColorFormat format,
     Create(width, height, format, tileWidth, tileHeight);
 }
 
-ZBasicMemBitmap::ZBasicMemBitmap(const ZBasicMemBitmap& source) : ZBitmap() { CopyAll(source); }
+ZBasicMemBitmap::ZBasicMemBitmap(const ZBasicMemBitmap& source) : ZBitmap() {
+    if (!source.IsEmpty()) CopyAll(source);
+}
 
 ZBasicMemBitmap& ZBasicMemBitmap::operator=(const ZBasicMemBitmap& source) {
-    if (this != &source) CopyAll(source);
+    if (source.IsEmpty())
+        CreateCleanup();
+    else if (this != &source)
+        CopyAll(source);
     return *this;
 }
 
@@ -138,7 +143,6 @@ void ZBasicMemBitmap::CreateCleanup() noexcept {
 /// Each tile is made as a copy, so that its memory is touched once.
 void ZBasicMemBitmap::CopyAll(const ZBasicMemBitmap& source) {
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
-    if (source.IsEmpty()) return;
     Init(source.pixelHeight, source.pixelWidth, source.colorFormat, source.scanRectHeight, source.scanRectWidth);
     for (std::size_t row = 0; row < scanRectRows.size(); ++row) {
         const auto& from = source.scanRectRows[row].tiles;
@@ -168,7 +172,6 @@ void ZBasicMemBitmap::TakeResolution(const ZBitmap& source) {
 void ZBasicMemBitmap::ChangeFrom(ZBasicMemBitmap& source) {
     if (this == &source) return;
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
-    if (source.IsEmpty()) return;
     Init(source.pixelHeight, source.pixelWidth, source.colorFormat, source.scanRectHeight, source.scanRectWidth);
     TakeDetails(source);
     // All that can fail comes before the first tile moves: then neither bitmap would hold the picture.

@@ -31,7 +31,13 @@ ZMemBitmap::ZMemBitmap(int width, int height, shr::ColorFormat format, int tileW
 ZMemBitmap::ZMemBitmap(const ZMemBitmap& source) : ZBasicMemBitmap(source) { CopyPOTReductions(source); }
 
 ZMemBitmap& ZMemBitmap::operator=(const ZMemBitmap& source) {
-    if (this != &source) CopyAll(source);
+    if (this == &source) return *this;
+    if (source.IsEmpty()) {
+        ZBasicMemBitmap::operator=(source);
+        CopyPOTReductions(source);
+    } else {
+        CopyAll(source);
+    }
     return *this;
 }
 

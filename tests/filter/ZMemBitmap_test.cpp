@@ -36,6 +36,18 @@ void ExpectCopiedReductions(const OpenMemBitmap& copy, const OpenMemBitmap& sour
     }
 }
 
+TEST(ZMemBitmap, OfAnEmptyOneIsEmptyAndHasNoReductions) {
+    OpenMemBitmap source = WithTwoReductions(), assigned = WithTwoReductions();
+    const OpenMemBitmap taken(std::move(source));
+    // NOLINTBEGIN(bugprone-use-after-move): what is left is stated
+    ASSERT_TRUE(source.IsEmpty());
+    EXPECT_TRUE(OpenMemBitmap(source).IsEmpty());
+    assigned = source;
+    // NOLINTEND(bugprone-use-after-move)
+    EXPECT_TRUE(assigned.IsEmpty());
+    EXPECT_TRUE(assigned.reductions.empty());
+}
+
 TEST(ZMemBitmap, StartsWithReductionsToBeBuilt) {
     const OpenMemBitmap bitmap(100, 50, shr::BGR_24, 16, 8);
     EXPECT_TRUE(bitmap.needsRebuild);
