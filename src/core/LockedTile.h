@@ -1,5 +1,5 @@
 #pragma once
-#include "zbm/ZBMLib2.h"
+#include "core/LogInDestructor.h"
 #include "zbm/ZBitmap.h"
 
 namespace zbm {
@@ -12,7 +12,7 @@ public:
     ~LockedTile() {
         try {
             bitmap.UnlockScanRect(row, col);
-        } catch (...) { shr::LogExceptionInfoAndRethrowIfUnknown(ModuleName(), "LockedTile", __LINE__, nullptr); }
+        } catch (...) { LogInDestructor("LockedTile", __LINE__); }
     }
     LockedTile(const LockedTile&) = delete;
     LockedTile& operator=(const LockedTile&) = delete;

@@ -9,6 +9,7 @@
 // builds the reductions.
 #include "zbm/ZScanRectFileBitmap.h"
 
+#include "core/LogInDestructor.h"
 #include "core/TileReading.h"
 #include "core/checks/ScanRectFileBitmapChecks.h"
 #include "file/FileTiles.h"
@@ -49,7 +50,7 @@ ZScanRectFileBitmap::ZScanRectFileBitmap(const std::wstring& temporaryFolder, co
 ZScanRectFileBitmap::~ZScanRectFileBitmap() {
     try {
         ZScanRectFileBitmap::Close(true);
-    } catch (...) { shr::LogExceptionInfoAndRethrowIfUnknown(ModuleName(), "ZBMScanRectFileBitmap", 134, nullptr); }
+    } catch (...) { LogInDestructor("ZBMScanRectFileBitmap", 134); }
 }
 
 void ZScanRectFileBitmap::Open(const ZString& name, bool readOnlyFile) {

@@ -254,9 +254,9 @@ bool ZScanRectFileBitmap::FillFrom(ZBitmap& source, const RECT& rect, zpixf::ZPi
 
 void ZScanRectFileBitmap::CreateCleanUp() {
     if (!fileOpen || readOnly) return CleanUp();
-    const ZString name = fileName;
+    store.reset();  // nothing more is written, for which memory could be too short
     CleanUp();
-    require(shr::RemoveFile(name), ScanRectFileBitmapCheck::deletedFile, name);
+    require(shr::RemoveFile(fileName), ScanRectFileBitmapCheck::deletedFile, fileName);
 }
 
 void ZScanRectFileBitmap::CleanUp() {

@@ -1,0 +1,54 @@
+// Every request for memory fails once, and all from it on, in each thing that is done with bitmaps in files.
+#include "file/FileWorks.h"
+
+#include <gtest/gtest.h>
+
+#include "faults/FaultInjection.h"
+
+namespace faults {
+namespace {
+
+using namespace testkit;
+
+class FileBitmapsShortOfMemory : public testing::TestWithParam<FileWork> {
+protected:
+    void SetUp() override {
+        std::filesystem::create_directory(shr::test::SystemPath(folder));
+        zbm::SetGlobalFileBitmapTempDir(folder);
+        formerSink = shr::g_Logger.SetSink([](int, const shr::ZString&) {});  // of bitmaps that close themselves
+    }
+    void TearDown() override {
+        shr::g_Logger.SetSink(std::move(formerSink));
+        zbm::SetGlobalFileBitmapTempDir(shr::CPath().GetTempPathW(true));
+    }
+
+    shr::Logger::Sink formerSink;
+
+    ScratchFolder scratch;
+    const shr::ZString folder = scratch.File("temporary");
+};
+
+TEST_P(FileBitmapsShortOfMemory, LeaveWhatTheyFoundAndWorkAgain) {
+    const FileWork& work = GetParam();
+    const auto prepare = [&] {
+        std::filesystem::remove(shr::test::SystemPath(scratch.File("other")));
+        auto place = std::make_unique<FileWorkplace>(scratch.File("picture"), scratch.File("other"));
+        place->canDelete = false;
+        work.prepare(*place);
+        return place;
+    };
+    const auto act = [&](auto& place) { OrBadAlloc([&] { work.act(*place); }); };
+    const auto inspect = [&](auto& place, Outcome outcome) {
+        work.check(*place, outcome == Outcome::done ? Came::toItsEnd : Came::toAnError);
+    };
+    // What the process keeps from its first errors is made in rounds of their own.
+    for (unsigned nth = 1; nth < 20; ++nth)
+        detail::TryWithFault(nth, Failing::once, detail::Kept::allowed, prepare, act, inspect);
+    EXPECT_GT(FailEveryRequest(prepare, act, inspect), 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Works, FileBitmapsShortOfMemory, testing::ValuesIn(kFileWorks),
+                         [](const auto& instance) { return std::string(instance.param.name); });
+
+}  // namespace
+}  // namespace faults
