@@ -96,4 +96,22 @@ TEST_F(TempDirectory, GetsTemporaryNamesThatTheSweepFinds) {
     EXPECT_FALSE(shr::PathExists(made));
 }
 
+TEST_F(TempDirectory, KeepsABitmapThatIsInUse) {
+    const auto bitmap = OnFile(In("zvlive.tmp"), FormulaBitmap(30, 20, shr::BGR_24, 16, 16));
+    bitmap->Save();
+    zbm::CleanGlobalFileBitmapTempDir();
+    EXPECT_TRUE(IsThere("zvlive.tmp"));
+    EXPECT_TRUE(IsEqual(*bitmap, FormulaBitmap(30, 20, shr::BGR_24, 16, 16)));
+}
+
+TEST_F(TempDirectory, IsReadForEachNewTemporaryFile) {
+    OpenFileBitmap bitmap;
+    const ZString first = bitmap.BuildCurrentTempFilename();
+    EXPECT_TRUE(first.Wide().starts_with(zbm::GetGlobalFileBitmapTempDir().Wide()));
+    zbm::SetGlobalFileBitmapTempDir(shr::CPath().GetTempPathW(true));
+    const ZString second = bitmap.BuildCurrentTempFilename();
+    EXPECT_TRUE(second.Wide().starts_with(shr::CPath().GetTempPathW(true).Wide()));
+    shr::RemoveFile(second);
+}
+
 }  // namespace

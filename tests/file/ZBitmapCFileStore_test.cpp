@@ -390,6 +390,27 @@ TEST_F(Store, ThatIsCancelledStandsAtItsBase) {
     }
 }
 
+TEST_F(Store, WhoseCreationFailsStandsAtItsBaseAndPassesTheErrorOn) {
+    for (int failing = 1; failing <= 3; ++failing) {
+        const auto store = Blank(11);
+        {
+            const FailingCall writing(failing, FileCall::write);
+            EXPECT_THROW((void)store->Create(50, 50, shr::GRAYSCALE_8, 20, 20, nullptr), shr::Exception) << failing;
+        }
+        EXPECT_EQ(file.GetPosition(), 11);
+        EXPECT_TRUE(store->Create(5, 3, shr::GRAYSCALE_8, 4, 2, nullptr));
+    }
+}
+
+TEST_F(Store, OfABitmapWithoutFormatIsNotCreated) {
+    zbm::ZBasicMemBitmap empty(1, 1, shr::BGR_24);
+    EXPECT_THROW(empty.Create(-1, 1, shr::BGR_24), shr::InternalError);
+    ASSERT_TRUE(empty.IsEmpty());
+    EXPECT_TRUE(
+        RaisesInternalError([&] { (void)Blank()->Create(empty, nullptr); }, BitmapCFileStoreCheck::formatRange));
+    EXPECT_TRUE(File().empty());
+}
+
 TEST_F(Store, CopiesABitmapWithItsTilesColorsAndResolution) {
     for (const shr::ColorFormat format : kFormats) {
         Replace({});
