@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "faults/FaultInjection.h"
+#include "zpixf/ZPixfConvolution.h"
 
 namespace faults {
 namespace {
@@ -49,6 +50,37 @@ TEST_P(FileBitmapsShortOfMemory, LeaveWhatTheyFoundAndWorkAgain) {
 
 INSTANTIATE_TEST_SUITE_P(Works, FileBitmapsShortOfMemory, testing::ValuesIn(kFileWorks),
                          [](const auto& instance) { return std::string(instance.param.name); });
+
+/// Zero where the system does not tell.
+template <class Act>
+std::int64_t PeakOf(Act act) {
+    ResetRequests();
+    act();
+    return RequestsSinceReset().peak;
+}
+
+TEST(MemoryOfFileBitmaps, IsTwoRowsOfTilesWhateverIsDone) {
+    constexpr std::int64_t kMost = std::int64_t{128} << 20;
+    constexpr int kWidth = 24000, kHeight = 600;
+    const ScratchFolder scratch;
+    const shr::ZString name = scratch.File("picture"), other = scratch.File("other");
+    zbm::ZScanRectFileBitmap bitmap(L"", L"", false), made(L"", L"", false);
+    const auto expectFew = [&](const char* what, auto act) {
+        EXPECT_LT(PeakOf([&] { EXPECT_TRUE(act()) << what; }), kMost) << what;
+    };
+    expectFew("create", [&] { return bitmap.Create(name, kWidth, kHeight, shr::BGRA_32, nullptr); });
+    expectFew("brightness", [&] { return bitmap.ChangeBrightness(0.3, nullptr); });
+    expectFew("blur", [&] { return bitmap.Convolute5x5(zpixf::ZPixf5x5Mode::gaussian, nullptr); });
+    expectFew("levels", [&] { return bitmap.CommitAll(nullptr, true); });
+    expectFew("levels again", [&] { return bitmap.CommitAll(nullptr, true); });
+    expectFew("another format", [&] { return made.Create(other, shr::BGR_24, bitmap, nullptr); });
+    expectFew("indices", [&] { return made.Create(other, shr::INDEXED_8, bitmap, nullptr); });
+    expectFew("levels of indices", [&] { return made.CommitAll(nullptr); });
+    expectFew("another size", [&] {
+        return made.Create(other, kWidth / 2, kHeight, bitmap, {0, 0, kWidth, kHeight}, zbm::ResizeBicubic0, nullptr);
+    });
+    expectFew("copy", [&] { return made.Create(other, bitmap, nullptr); });
+}
 
 }  // namespace
 }  // namespace faults
