@@ -1,16 +1,20 @@
 #include "ErrorContext.h"
 
+#include "shr/Path.h"
+
 namespace tool {
 
 namespace {
 
-/// Whether the text tells that name; it does not any more afterwards.
+bool EndsLikeFolder(const ZString& name) { return name == shr::CPath::AppendDirSeparator(name, true); }
+
+/// Whether the text tells that name, in quotes; it does not any more afterwards.
 bool RemoveFrom(std::wstring& text, const ZString& name) {
     if (name.IsEmpty()) return false;
-    const std::wstring quoted = L" \"" + name.Wide() + L"\"";
-    const std::size_t place = text.find(quoted);
+    const std::wstring start = L" \"" + name.Wide();
+    const std::size_t place = text.find(EndsLikeFolder(name) ? start : start + L"\"");
     if (place == std::wstring::npos) return false;
-    text.erase(place, quoted.size());
+    text.erase(place, text.find(L'"', place + start.size()) + 1 - place);
     return true;
 }
 

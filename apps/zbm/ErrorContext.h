@@ -8,7 +8,8 @@
 
 namespace tool {
 
-/// A name that an error's text may tell, and the file of which the user is told instead.
+/// A name that an error's text may tell, or, with a separator at its end, a folder of such names, and the file of which
+/// the user is told instead.
 struct FileAlias {
     ZString openAs, shownAs;
 };

@@ -31,7 +31,7 @@ void ChangeInPlace(const ZString& name, const Streams& streams, const Change& ch
     InContextOf(name, [&] {
         const bool hasLevels = LevelCount(*bitmap) > 1;
         change(*bitmap, progress);
-        if (hasLevels) BuildLevels(*bitmap, Levels::stale, progress);
+        if (hasLevels) BuildLevels(*bitmap, Levels::stale, name, progress);
         bitmap->Save();
         bitmap->Close();
     });

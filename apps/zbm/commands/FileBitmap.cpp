@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
 
 #include "ErrorContext.h"
@@ -62,16 +63,12 @@ public:
     }
     CopyFolder(const CopyFolder&) = delete;
     CopyFolder& operator=(const CopyFolder&) = delete;
-    ZString Name() const { return name.Name() + L".d"; }
+    ZString Name() const { return shr::CPath::AppendDirSeparator(name.Name() + L".d", true); }
 
 private:
     shr::TempFile name;  // as long as it is there, nobody else has the name
     std::filesystem::path folder;
 };
-
-void Build(zbm::ZScanRectFileBitmap& bitmap, bool all, shr::IProgress& progress) {
-    if (!bitmap.CommitAll(&progress, all)) throw shr::AbortException();
-}
 
 }  // namespace
 
@@ -131,12 +128,19 @@ bool AreLevelsStale(const ZString& fileName) {
     });
 }
 
-void BuildLevels(zbm::ZScanRectFileBitmap& bitmap, Levels which, shr::IProgress& progress) {
+void BuildLevels(zbm::ZScanRectFileBitmap& bitmap, Levels which, const ZString& shownAs, shr::IProgress& progress) {
     const bool all = which == Levels::all || LevelCount(bitmap) == 1;
-    if (!IsIndexed(bitmap.GetColorFormat())) return Build(bitmap, all, progress);
-    const CopyFolder folder(bitmap.GetFileName());
-    bitmap.SetTempDir(folder.Name().Wide());
-    Build(bitmap, all, progress);
+    FileAliases names{{bitmap.GetFileName(), shownAs}};
+    const auto build = [&] {
+        std::optional<CopyFolder> folder;
+        if (IsIndexed(bitmap.GetColorFormat())) {
+            folder.emplace(bitmap.GetFileName());
+            names.push_back({folder->Name(), shownAs});
+            bitmap.SetTempDir(folder->Name().Wide());
+        }
+        if (!bitmap.CommitAll(&progress, all)) throw shr::AbortException();
+    };
+    InContextOf(shownAs, build, names);
 }
 
 }  // namespace tool

@@ -26,8 +26,8 @@ FileBitmapPtr MakeFileBitmap(const ZString& name, const Blank& blank);
 int LevelCount(zbm::ZBitmap& bitmap);
 /// Whether reductions that are there belong to former pixels.
 bool AreLevelsStale(const ZString& fileName);
-/// Builds what is stale or not there; or all anew. Raises shr::Exception.
 enum class Levels { stale, all };
-void BuildLevels(zbm::ZScanRectFileBitmap& bitmap, Levels which, shr::IProgress& progress);
+/// Builds what is stale or not there; or all anew. Raises ToolError, in which the file is `shownAs`.
+void BuildLevels(zbm::ZScanRectFileBitmap& bitmap, Levels which, const ZString& shownAs, shr::IProgress& progress);
 
 }  // namespace tool

@@ -95,7 +95,7 @@ void BuildLevels(const LevelsOptions& options, const Streams& streams) {
     ConsoleProgress progress(streams.console);
     const FileBitmapPtr bitmap = OpenFileBitmap(options.file, FileUse::change);
     InContextOf(options.file, [&] {
-        BuildLevels(*bitmap, options.rebuild ? Levels::all : Levels::stale, progress);
+        BuildLevels(*bitmap, options.rebuild ? Levels::all : Levels::stale, options.file, progress);
         bitmap->Save();
         bitmap->Close();
     });

@@ -99,7 +99,7 @@ void InFiles::BuildReductions(zbm::ZBitmap&, shr::IProgress&) {}
 void InFiles::Deliver(BitmapPtr bitmap, bool withLevels, OutputFile& file, shr::IProgress& progress) {
     bitmap = MakeWritable(std::move(bitmap), progress);
     auto& result = static_cast<zbm::ZScanRectFileBitmap&>(*bitmap);
-    if (withLevels) BuildLevels(result, Levels::all, progress);
+    if (withLevels) BuildLevels(result, Levels::all, file.Target(), progress);
     const ZString name = result.GetFileName();
     result.Close();
     file.Release();
