@@ -110,10 +110,13 @@ private:
             band.emplace(source, 0, top, source.GetPixelWidth(), height, shr::BGRA_32, nullptr);
     }
 
-    /// Few lines stay in the cache; but tiles in a file are to be read once.
+    /// Few lines stay in the cache; but tiles in a file are to be read seldom.
     static int BandHeightFor(const zbm::ZBitmap& bitmap) {
         const bool isInMemory = dynamic_cast<const zbm::ZBasicMemBitmap*>(&bitmap) != nullptr;
-        return isInMemory ? 64 : bitmap.GetScanRectHeight();
+        constexpr int kFewLines = 64, kMostBytes = 16 << 20;
+        return isInMemory
+                   ? kFewLines
+                   : std::max(kFewLines, std::min(bitmap.GetScanRectHeight(), kMostBytes / 4 / bitmap.GetPixelWidth()));
     }
 
     const zbm::ZBitmap& source;
