@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The library's main job on real pictures: a picture goes in, is held in tiles, is stored in an archive, comes back, and
-# every pixel is the same, but for what bitmaps do not hold (colours of 16 bits a sample), which is said. Installs what is missing, builds Release, and leaves all files in build/demo.
+# every pixel is the same, but for what bitmaps do not hold (colours of 16 bits a sample), which is said. Then one larger
+# than memory is worked on in a file. Installs what is missing, builds Release, and leaves all files in build/demo.
 #
 #   scripts/demo.sh [PICTURE]       a PNG, JPEG, TIFF or BMP; without it, a photograph and a drawing from a Debian package
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -124,6 +125,33 @@ edit_sheet() {
     show info sample.zbm
 }
 
+# larger_than_memory PICTURE: as many copies of it as make a picture four times the memory that the tool is then given.
+larger_than_memory() {
+    local memory=64 width=12000 height=7464 level=3 # MiB, pixels
+    local judge=(/usr/bin/python3 "$root/scripts/large_picture.py")
+    echo
+    "${judge[@]}" make "$1" "$width" "$height" "$demo/large.tif"
+    say "large.tif: $((3 * width * height / 1048576)) MiB of pixels; from here on the tool has an address space of $memory MiB"
+    (
+        ulimit -v $((memory * 1024))
+        if "$zbm" pack "$demo/large.tif" "$demo/large.zbm" 2>"$demo/large.log"; then
+            fail "zbm pack, which holds pictures in memory, was to have no room for it"
+        fi
+        show page large.tif large.zbf
+        show info large.zbf
+        show adjust --in-place large.zbf --brightness 0.2
+        show levels large.zbf
+        show info large.zbf
+        show view large.zbf large-view.png --level "$level"
+        show view large.zbf large-part.png --rect 5000,3000,800,600
+        show unpack large.zbf large.bmp
+    )
+    "${judge[@]}" check "$demo/large.tif" 0.2 "$demo/large.bmp" "$demo/large-view.png" "$level" ||
+        fail "large.zbf is not what Pillow makes of large.tif"
+    say "compared with Pillow, a stripe at a time; the view is build/demo/large-view.png"
+    rm "$demo/large.tif" "$demo/large.bmp"
+}
+
 "$root/scripts/dependencies.sh" build demo
 configure release
 build release zbm
@@ -133,12 +161,14 @@ if [ -n "$picture" ]; then
     round_trip "$picture"
     format_sheet "$demo/$unpacked"
     edit_sheet
+    larger_than_memory "$demo/$unpacked"
 else
     fetch_pictures
     round_trip "$demo/photograph.jpg"
     round_trip "$demo/drawing.png"
     format_sheet "$demo/photograph.jpg"
     edit_sheet
+    larger_than_memory "$demo/photograph.jpg"
 fi
 echo
 say "every pixel came back, but for what notes and comparisons above say; the archives and pictures are in build/demo"

@@ -1,25 +1,34 @@
 #include "ErrorContext.h"
 
+#include "shr/Path.h"
+
 namespace tool {
 
 namespace {
 
-void RemoveFrom(std::wstring& text, const ZString& name) {
-    if (name.IsEmpty()) return;
-    const std::wstring quoted = L" \"" + name.Wide() + L"\"";
-    const std::size_t place = text.find(quoted);
-    if (place != std::wstring::npos) text.erase(place, quoted.size());
+bool EndsLikeFolder(const ZString& name) { return name == shr::CPath::AppendDirSeparator(name, true); }
+
+/// Whether the text tells that name, in quotes; it does not any more afterwards.
+bool RemoveFrom(std::wstring& text, const ZString& name) {
+    if (name.IsEmpty()) return false;
+    const std::wstring start = L" \"" + name.Wide();
+    const std::size_t place = text.find(EndsLikeFolder(name) ? start : start + L"\"");
+    if (place == std::wstring::npos) return false;
+    text.erase(place, text.find(L'"', place + start.size()) + 1 - place);
+    return true;
 }
 
 }  // namespace
 
-std::string TextOf(const shr::Exception& error, const ZString& file, const ZString& alias) {
+ToolError ErrorAbout(const ZString& file, const shr::Exception& error, const FileAliases& aliases) {
     std::wstring text = error.GetMessageText().Wide();
-    RemoveFrom(text, file);
-    RemoveFrom(text, alias);
     // Internal errors have no text, but a place.
-    if (text.empty()) return error.what();
-    return ZString(text).ToUtf8();
+    if (text.empty()) return {file, error.what()};
+    for (const FileAlias& alias : aliases) {
+        if (RemoveFrom(text, alias.openAs)) return {alias.shownAs, ZString(text).ToUtf8()};
+    }
+    RemoveFrom(text, file);
+    return {file, ZString(text).ToUtf8()};
 }
 
 }  // namespace tool

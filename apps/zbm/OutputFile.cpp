@@ -65,12 +65,18 @@ OutputFile::OutputFile(const ZString& name, std::ostream& standardOutput)
         const ZString reason = shr::FormatSystemErrorMsg();
         throw ToolError(target, "no file can be made in its folder: " + reason.ToUtf8());
     }
-    if (!file.OpenNoThrow(temporary.Name(), shr::FileAccess::readWrite, shr::FileMode::openExisting,
-                          shr::FileSharing::none)) {
-        const ZString reason = shr::FormatSystemErrorMsg();
-        throw ToolError(target, "cannot be written: " + reason.ToUtf8());
-    }
+    Open();
 }
+
+void OutputFile::Open() {
+    if (file.OpenNoThrow(temporary.Name(), shr::FileAccess::readWrite, shr::FileMode::openExisting,
+                         shr::FileSharing::none))
+        return;
+    const ZString reason = shr::FormatSystemErrorMsg();
+    throw ToolError(target, "cannot be written: " + reason.ToUtf8());
+}
+
+void OutputFile::Release() { file.Close(); }
 
 OutputFile::~OutputFile() {
     // What is still buffered would only be written to be deleted, and on a full device could only fail once more.
@@ -81,6 +87,7 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::Commit() {
+    if (!file.IsOpen()) Open();
     if (isStandardOutput)
         CopyToStandardOutput();
     else

@@ -32,10 +32,13 @@ public:
     /// The temporary name, which the file's own errors tell.
     const ZString& TemporaryName() const noexcept { return temporary.Name(); }
 
+    /// Closes the file, so that something else may write it by its temporary name, or put another one in its place.
+    void Release();
     /// Puts the file on the device and gives it its name; or copies it to standard output. Raises ToolError.
     void Commit();
 
 private:
+    void Open();
     void ReplaceTarget();
     void CopyToStandardOutput();
 

@@ -200,8 +200,9 @@ TEST(LargestPicture, IsRefusedByItsPixelsBeforeAnythingIsMadeOfIt) {
     tool::ConsoleProgress progress(console);
     const auto read = [&](const Bytes& file, std::uint64_t maxPixels) {
         WriteFile(folder.File("in"), file);
-        return tool::ReadPicture({shr::ZString::FromUtf8(folder.File("in")), {.maxPixels = maxPixels}}, {}, console,
-                                 progress);
+        tool::InMemory place;
+        return tool::ReadPicture({shr::ZString::FromUtf8(folder.File("in")), {.maxPixels = maxPixels}}, {}, place,
+                                 console, progress);
     };
     const Image image = RandomImage(Kind::rgb, 8, 21, 13, 1);
     for (const Bytes& file : {EncodePng(image), EncodeJpeg(image), EncodeTiff(image), EncodeBmp(image)}) {

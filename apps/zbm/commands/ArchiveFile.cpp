@@ -23,6 +23,23 @@ void Serialize(zbm::ZBitmap& bitmap, zbm::SerializeIO& io, shr::IProgress& progr
     if (io.DamagedBlocks() > 0) throw std::runtime_error("the archive is damaged");
 }
 
+/// A bitmap to be stored that has no tiles but those of another, which are locked one at a time.
+class BorrowedTiles final : public zbm::ZBasicMemBitmap {
+public:
+    explicit BorrowedTiles(const zbm::ZBitmap& lender)
+        : ZBasicMemBitmap(1, 1, lender.GetColorFormat()), source(lender) {
+        Free();
+        Copy(source);
+        xResolution = source.GetXResolution();
+        yResolution = source.GetYResolution();
+    }
+    zbm::ZScanRect& LockScanRect(int row, int col) const override { return source.LockScanRect(row, col); }
+    void UnlockScanRect(int row, int col) const override { source.UnlockScanRect(row, col); }
+
+private:
+    const zbm::ZBitmap& source;
+};
+
 std::unique_ptr<zbm::ZBasicMemBitmap> MakeBitmapFor(ArchiveKind kind) {
     if (kind == ArchiveKind::withReductions) return std::make_unique<zbm::ZMemBitmap>(1, 1, shr::BGRA_32);
     return std::make_unique<zbm::ZBasicMemBitmap>(1, 1, shr::BGRA_32);
@@ -40,15 +57,11 @@ void FitColorTable(zbm::ZBitmap& bitmap) {
 }  // namespace
 
 void StoreArchive(zbm::ZBitmap& bitmap, OutputFile& output, zcdl::CodecMethod method, shr::IProgress& progress) {
-    InContextOf(
-        output.Target(),
-        [&] {
-            shr::FileArchive archive(output.File(), shr::FileArchive::Direction::storing);
-            zbm::SerializeIO io(archive, kWithReductions, method);
-            Serialize(bitmap, io, progress);
-            output.Commit();
-        },
-        output.TemporaryName());
+    shr::FileArchive archive(output.File(), shr::FileArchive::Direction::storing);
+    zbm::SerializeIO io(archive, kWithReductions, method);
+    if (dynamic_cast<zbm::ZBasicMemBitmap*>(&bitmap) != nullptr) return Serialize(bitmap, io, progress);
+    BorrowedTiles borrowed(bitmap);
+    Serialize(borrowed, io, progress);
 }
 
 std::unique_ptr<zbm::ZBasicMemBitmap> LoadArchive(const ZString& name, std::uint64_t mostPixels, Console& console,

@@ -10,8 +10,8 @@
 
 namespace tool {
 
-/// Makes the file the bitmap's archive, with nothing else in it, and commits it. Raises ToolError, and
-/// shr::AbortException when cancelled.
+/// Writes the bitmap's archive, with nothing else in it. Of a bitmap in a file it has the tiles, each read when its
+/// turn comes, and no reductions. Raises shr::Exception, and shr::AbortException when cancelled.
 void StoreArchive(zbm::ZBitmap& bitmap, OutputFile& output, zcdl::CodecMethod method, shr::IProgress& progress);
 
 /// Loads the bitmap of an archive file, which must have pixels. Notes bytes that follow the archive. Raises ToolError,

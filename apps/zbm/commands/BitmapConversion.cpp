@@ -5,9 +5,10 @@
 #include <stdexcept>
 #include <vector>
 
-#include "commands/MemoryLimit.h"
 #include "pictures/RowConversion.h"
+#include "pictures/TileRows.h"
 #include "zbm/CPixFilterPipeline.h"
+#include "zbm/ZBasicMemBitmap.h"
 #include "zbm/ZPixelRect.h"
 #include "zpixf/MakeQuantizer.h"
 
@@ -15,20 +16,16 @@ namespace tool {
 
 namespace {
 
-using BitmapPtr = std::unique_ptr<zbm::ZBasicMemBitmap>;
-
-BitmapPtr MakeAlike(const zbm::ZBasicMemBitmap& source, shr::ColorFormat format) {
-    const int width = source.GetPixelWidth(), height = source.GetPixelHeight();
-    const int tileWidth = source.GetScanRectWidth(), tileHeight = source.GetScanRectHeight();
-    RefuseBeyondMemory({width, height, format, tileWidth, tileHeight}, 0);
-    auto bitmap = std::make_unique<zbm::ZBasicMemBitmap>(width, height, format, tileWidth, tileHeight);
-    bitmap->SetXResolution(source.GetXResolution());
-    bitmap->SetYResolution(source.GetYResolution());
-    return bitmap;
+BitmapPtr MakeAlike(const zbm::ZBitmap& source, shr::ColorFormat format, Workplace& place) {
+    return place.Make({.shape = {source.GetPixelWidth(), source.GetPixelHeight(), format, source.GetScanRectWidth(),
+                                 source.GetScanRectHeight()},
+                       .xPixelsPerMeter = source.GetXResolution(),
+                       .yPixelsPerMeter = source.GetYResolution(),
+                       .colors = {}});
 }
 
 template <class Convert>
-void ForEachTile(const zbm::ZBitmap& bitmap, shr::IProgress& progress, const Convert& convert) {
+void ForEachTile(const zbm::ZBitmap& bitmap, shr::IProgress& progress, Convert convert) {
     const int rows = bitmap.GetNumScanRectRows();
     for (int row = 0; row < rows; ++row) {
         const int columns = bitmap.GetNumScanRects(row);
@@ -42,14 +39,14 @@ void ForEachTile(const zbm::ZBitmap& bitmap, shr::IProgress& progress, const Con
 /// Pixels by their values alone: between formats without alpha, masks go over as they are.
 class DirectConversion {
 public:
-    DirectConversion(const zbm::ZBasicMemBitmap& from, zbm::ZBasicMemBitmap& to) : source(from), result(to) {}
+    DirectConversion(const zbm::ZBitmap& from, zbm::ZBitmap& to) : source(from), result(to) {}
 
-    void operator()(int row, int col) const {
+    void operator()(int row, int col) {
         const RECT box = source.GetScanRectBBox(row, col);
         const zbm::ZPixelRect pixels(source, box, result.GetColorFormat(), nullptr);
         if (row == 0 && col == 0) TakeColorTable(pixels);
         result.StoreRegion(pixels.GetFirstRowPtr(), pixels.GetStride(), box);
-        if (HasMask(source.GetColorFormat()) && HasMask(result.GetColorFormat())) CopyMask(row, col);
+        if (HasMask(source.GetColorFormat()) && HasMask(result.GetColorFormat())) CopyMask(box);
     }
 
 private:
@@ -60,23 +57,22 @@ private:
         if (!colors.empty()) result.FillColorTable(colors.data(), static_cast<unsigned>(colors.size()));
     }
 
-    void CopyMask(int row, int col) const {
-        const zbm::ZScanRect& from = source.LockScanRect(row, col);
-        zbm::ZScanRect& to = result.LockScanRect(row, col);
-        const auto bytes = shr::PixelBytes(static_cast<std::uint64_t>(from.GetWidth()), shr::GRAYSCALE_1);
-        for (int y = 0; y < from.GetHeight(); ++y) std::memcpy(to.GetAlphaRowPtr(y), from.GetAlphaRowPtr(y), bytes);
-        result.CommitScanRect(row, col);
-        result.UnlockScanRect(row, col);
-        source.UnlockScanRect(row, col);
+    /// By way of alpha: the result's tiles may lie otherwise.
+    void CopyMask(const RECT& box) {
+        const int stride = 4 * static_cast<int>(box.right - box.left);
+        alpha.resize(static_cast<std::size_t>(stride) * static_cast<std::size_t>(box.bottom - box.top));
+        source.GetAlphaFromMask(alpha.data(), stride, box, 4);
+        result.SetMaskFromAlpha(alpha.data(), stride, box);
     }
 
-    const zbm::ZBasicMemBitmap& source;
-    zbm::ZBasicMemBitmap& result;
+    const zbm::ZBitmap& source;
+    zbm::ZBitmap& result;
+    std::vector<unsigned char> alpha;
 };
 
 /// By way of straight alpha: the mask becomes alpha, colours are multiplied by it or not as the formats want, and alpha
 /// becomes the mask.
-void ConvertWithAlpha(const zbm::ZBasicMemBitmap& source, zbm::ZBasicMemBitmap& result, const RECT& box) {
+void ConvertWithAlpha(const zbm::ZBitmap& source, zbm::ZBitmap& result, const RECT& box) {
     const zbm::ZPixelRect from(source, box, shr::BGRA_32, nullptr);
     zbm::ZPixelRect to(result, box, shr::BGRA_32, nullptr);
     std::memcpy(to.GetFirstRowPtr(), from.GetFirstRowPtr(), std::size_t{4} * from.GetWidth() * from.GetHeight());
@@ -86,8 +82,11 @@ void ConvertWithAlpha(const zbm::ZBasicMemBitmap& source, zbm::ZBasicMemBitmap& 
 /// The lines of a bitmap as straight BGRA, for filters; some are held at a time.
 class BgraLines {
 public:
-    BgraLines(const zbm::ZBasicMemBitmap& from, unsigned passes, shr::IProgress& target)
-        : source(from), progress(target), allLines(1.0 * passes * from.GetPixelHeight()) {}
+    BgraLines(const zbm::ZBitmap& from, unsigned passes, shr::IProgress& target)
+        : source(from),
+          progress(target),
+          bandHeight(BandHeightFor(from)),
+          allLines(1.0 * passes * from.GetPixelHeight()) {}
 
     static bool Pull(void* lines, unsigned line, void* buffer) {
         auto& self = *static_cast<BgraLines*>(lines);
@@ -104,16 +103,25 @@ public:
 
 private:
     void FetchBand(int y) {
-        const int top = y - y % kBandHeight, height = std::min(kBandHeight, source.GetPixelHeight() - top);
+        const int top = y - y % bandHeight, height = std::min(bandHeight, source.GetPixelHeight() - top);
         if (band)
             band->Fetch(0, top, source.GetPixelWidth(), height, nullptr);
         else
             band.emplace(source, 0, top, source.GetPixelWidth(), height, shr::BGRA_32, nullptr);
     }
 
-    static constexpr int kBandHeight = 64;
-    const zbm::ZBasicMemBitmap& source;
+    /// Few lines stay in the cache; but tiles in a file are to be read seldom.
+    static int BandHeightFor(const zbm::ZBitmap& bitmap) {
+        const bool isInMemory = dynamic_cast<const zbm::ZBasicMemBitmap*>(&bitmap) != nullptr;
+        constexpr int kFewLines = 64, kMostBytes = 16 << 20;
+        return isInMemory
+                   ? kFewLines
+                   : std::max(kFewLines, std::min(bitmap.GetScanRectHeight(), kMostBytes / 4 / bitmap.GetPixelWidth()));
+    }
+
+    const zbm::ZBitmap& source;
     shr::IProgress& progress;
+    const int bandHeight;
     const double allLines;
     double linesGiven = 0;
     std::optional<zbm::ZPixelRect> band;
@@ -129,8 +137,7 @@ void RequireFilter(bool succeeded, const zpixf::ZPixFilterBase& filter) {
     if (!succeeded) throw std::runtime_error(filter.GetErrorDescription().ToUtf8());
 }
 
-void Quantize(const zbm::ZBasicMemBitmap& source, zbm::ZBasicMemBitmap& result, const ColorChoice& colors,
-              shr::IProgress& progress) {
+void Quantize(const zbm::ZBitmap& source, zbm::ZBitmap& result, const ColorChoice& colors, shr::IProgress& progress) {
     const shr::ColorFormat format = result.GetColorFormat();
     const int width = source.GetPixelWidth(), height = source.GetPixelHeight();
     const auto columns = static_cast<unsigned>(width), lines = static_cast<unsigned>(height);
@@ -143,13 +150,14 @@ void Quantize(const zbm::ZBasicMemBitmap& source, zbm::ZBasicMemBitmap& result, 
     filter->SetScanLineFunction(&BgraLines::Pull, &bgra);
     RequireFilter(filter->Start(), *filter);
 
-    std::vector<unsigned char> row(shr::RowBytes(columns, format));
-    const int stride = static_cast<int>(row.size());
+    std::vector<unsigned char> row(shr::RowBytes(columns, format)), mask(shr::RowBytes(columns, shr::GRAYSCALE_1));
+    TileRows rows(result);
     for (int y = 0; y < height; ++y) {
         RequireFilter(filter->FilterScanline(static_cast<unsigned>(y), row.data()), *filter);
-        result.StoreRegion(row.data(), stride, 0, y, width, 1);
-        result.SetMaskFromAlpha(bgra.Line(y), 4 * width, {0, y, width, y + 1});
+        MaskOfAlpha(mask.data(), bgra.Line(y), width);
+        rows.Store(0, y, width, row.data(), mask.data());
     }
+    rows.Finish();
     zbm::TakePalette(result, filter->GetOutputFormat());
     filter->Stop();
 }
@@ -162,10 +170,10 @@ bool GivesIndices(shr::ColorFormat source, shr::ColorFormat indexed) {
 
 }  // namespace
 
-BitmapPtr ConvertBitmap(const zbm::ZBasicMemBitmap& source, shr::ColorFormat format, const ColorChoice& colors,
-                        shr::IProgress& progress) {
+BitmapPtr ConvertBitmap(const zbm::ZBitmap& source, shr::ColorFormat format, const ColorChoice& colors,
+                        Workplace& place, shr::IProgress& progress) {
     const shr::ColorFormat from = source.GetColorFormat();
-    BitmapPtr result = MakeAlike(source, format);
+    BitmapPtr result = MakeAlike(source, format, place);
     const shr::CScopedIProgressTask task(&progress, L"Converting pixels...");
     if (IsIndexed(format) && (colors.IsGiven() || !GivesIndices(from, format))) {
         Quantize(source, *result, colors, progress);

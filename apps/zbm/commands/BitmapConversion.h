@@ -2,8 +2,8 @@
 #include <memory>
 #include <optional>
 
+#include "commands/Workplace.h"
 #include "shr/IProgress.h"
-#include "zbm/ZBasicMemBitmap.h"
 #include "zpixf/ZPixFilterBase.h"
 
 namespace tool {
@@ -20,7 +20,7 @@ struct ColorChoice {
 ///
 /// Where the format is indexed, grey becomes a ramp of grey, and indices that fit stay what they are; all other colours
 /// are quantized. Where a choice of colours is given all are. Throws what `progress` throws.
-std::unique_ptr<zbm::ZBasicMemBitmap> ConvertBitmap(const zbm::ZBasicMemBitmap& source, shr::ColorFormat format,
-                                                    const ColorChoice& colors, shr::IProgress& progress);
+BitmapPtr ConvertBitmap(const zbm::ZBitmap& source, shr::ColorFormat format, const ColorChoice& colors,
+                        Workplace& place, shr::IProgress& progress);
 
 }  // namespace tool

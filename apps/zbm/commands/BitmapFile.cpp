@@ -2,7 +2,7 @@
 
 #include "ErrorContext.h"
 #include "commands/ArchiveFile.h"
-#include "commands/MemoryLimit.h"
+#include "commands/FileBitmap.h"
 #include "pictures/BitmapFacts.h"
 #include "pictures/PictureReader.h"
 
@@ -10,77 +10,100 @@ namespace tool {
 
 namespace {
 
-BitmapPtr MakeBitmap(const PictureInfo& info, TileSize tiles) {
-    RefuseBeyondMemory({info.width, info.height, info.format, tiles.width, tiles.height}, info.decoderBytes);
-    auto bitmap =
-        std::make_unique<zbm::ZBasicMemBitmap>(info.width, info.height, info.format, tiles.width, tiles.height);
-    if (!info.colorTable.empty()) {
-        bitmap->FillColorTable(info.colorTable.data(), static_cast<unsigned>(info.colorTable.size()));
-    }
-    // Where the file tells nothing, 0 keeps it that way; a new bitmap's own resolution is a guess from its size.
-    bitmap->SetXResolution(info.xPixelsPerMeter);
-    bitmap->SetYResolution(info.yPixelsPerMeter);
-    return bitmap;
+Blank BlankFor(const PictureInfo& info, TileSize tiles) {
+    return {.shape = {info.width, info.height, info.format, tiles.width, tiles.height},
+            .xPixelsPerMeter = info.xPixelsPerMeter,
+            .yPixelsPerMeter = info.yPixelsPerMeter,
+            .colors = info.colorTable,
+            .otherBytes = info.decoderBytes};
 }
 
-bool IsPicture(const ZString& name) {
-    return InContextOf(name, [&] {
-        PictureSource source(name);
-        return BeginsLikePicture(source);
+void Encode(zbm::ZBitmap& bitmap, const Metadata& metadata, const Output& output, OutputFile& file, Notes& notes,
+            ConsoleProgress& progress) {
+    const BitmapFacts facts = LookAt(bitmap, progress);
+    const shr::CScopedIProgressTask task(&progress, L"Writing picture...");
+    PictureJob job{bitmap, facts, file.File(), metadata, output.writing, notes, progress};
+    output.writer(job);
+}
+
+Picture ReadArchive(const Input& input, Console& console, ConsoleProgress& progress) {
+    const std::uint64_t mostPixels = input.reading.maxPixels.value_or(kDefaultMaxPixels);
+    Picture picture{LoadArchive(input.name, mostPixels, console, progress), {}};
+    picture.hadReductions = LevelCount(*picture.bitmap) > 1;
+    return picture;
+}
+
+Picture ReadFileBitmap(const Input& input, Workplace& place) {
+    FileBitmapPtr bitmap = OpenFileBitmap(input.name, FileUse::read);
+    place.AddName(input.name, input.name);
+    return InContextOf(input.name, [&] {
+        RefuseTooManyPixels(bitmap->GetPixelWidth(), bitmap->GetPixelHeight(), place.MostPixels(input.reading));
+        const bool hasReductions = LevelCount(*bitmap) > 1;
+        return Picture{std::move(bitmap), {}, hasReductions};
     });
-}
-
-void WriteByType(const Picture& picture, const Output& output, OutputFile& file, Notes& notes,
-                 ConsoleProgress& progress) {
-    const BitmapFacts facts = LookAt(*picture.bitmap, progress);
-    InContextOf(
-        file.Target(),
-        [&] {
-            const shr::CScopedIProgressTask task(&progress, L"Writing picture...");
-            PictureJob job{*picture.bitmap, facts, file.File(), picture.metadata, output.writing, notes, progress};
-            output.writer(job);
-            file.Commit();
-        },
-        file.TemporaryName());
 }
 
 }  // namespace
 
-Picture ReadPicture(const Input& input, TileSize tiles, Console& console, ConsoleProgress& progress) {
-    return InContextOf(input.name, [&] {
+FileType TypeOf(const ZString& name) {
+    return InContextOf(name, [&] {
+        PictureSource source(name);
+        if (BeginsLikePicture(source)) return FileType::picture;
+        return BeginsLikeFileBitmap(source) ? FileType::bitmap : FileType::archive;
+    });
+}
+
+std::unique_ptr<Workplace> WorkplaceFor(const Input& input, const Output& output, const OutputFile& file) {
+    if (output.type != FileType::bitmap && TypeOf(input.name) != FileType::bitmap) return std::make_unique<InMemory>();
+    return std::make_unique<InFiles>(file);
+}
+
+Picture ReadPicture(const Input& input, TileSize tiles, Workplace& place, Console& console, ConsoleProgress& progress) {
+    const auto read = [&] {
         PictureSource source(input.name);
         Notes notes(console, input.name);
         const std::unique_ptr<PictureReader> reader = OpenPicture(source, notes);
-        RefuseTooManyPixels(reader->Info().width, reader->Info().height, input.reading.maxPixels);
+        RefuseTooManyPixels(reader->Info().width, reader->Info().height, place.MostPixels(input.reading));
         const bool isTurned = !input.reading.keepOrientation;
         const PictureInfo info = isTurned ? Upright(reader->Info()) : reader->Info();
-        BitmapPtr bitmap = MakeBitmap(info, tiles);
+        BitmapPtr bitmap = place.Make(BlankFor(info, tiles));
         const shr::CScopedIProgressTask task(&progress, L"Reading picture...");
         TileRows rows(*bitmap, isTurned ? Orientation(reader->Info().metadata.orientation) : Orientation());
         reader->ReadInto(rows, progress);
         rows.Finish();
         return Picture{std::move(bitmap), info.metadata};
-    });
+    };
+    return InContextOf(input.name, read, place.Names());
 }
 
-Picture ReadArchive(const Input& input, Console& console, ConsoleProgress& progress) {
-    return {LoadArchive(input.name, input.reading.maxPixels, console, progress), {}};
+Picture ReadBitmap(const Input& input, Workplace& place, Console& console, ConsoleProgress& progress) {
+    return TypeOf(input.name) == FileType::bitmap ? ReadFileBitmap(input, place)
+                                                  : ReadArchive(input, console, progress);
 }
 
-Picture ReadPictureOrArchive(const Input& input, Console& console, ConsoleProgress& progress) {
-    if (IsPicture(input.name)) return ReadPicture(input, {}, console, progress);
-    return ReadArchive(input, console, progress);
+Picture ReadAny(const Input& input, Workplace& place, Console& console, ConsoleProgress& progress) {
+    if (TypeOf(input.name) == FileType::picture) return ReadPicture(input, {}, place, console, progress);
+    return ReadBitmap(input, place, console, progress);
 }
 
-void WritePicture(const Picture& picture, const Output& output, OutputFile& file, Console& console,
+void WritePicture(Picture picture, const Output& output, OutputFile& file, Workplace& place, Console& console,
                   ConsoleProgress& progress) {
     Notes notes(console, file.Target());
-    if (output.writer != nullptr) {
-        WriteByType(picture, output, file, notes, progress);
-    } else {
-        NoteLost(picture.metadata, notes);
-        StoreArchive(*picture.bitmap, file, output.method, progress);
-    }
+    if (output.type != FileType::picture) NoteLost(picture.metadata, notes);
+    place.AddName(file.TemporaryName(), file.Target());
+    const auto write = [&] {
+        switch (output.type) {
+            case FileType::picture: Encode(*picture.bitmap, picture.metadata, output, file, notes, progress); break;
+            case FileType::archive: StoreArchive(*picture.bitmap, file, output.method, progress); break;
+            case FileType::bitmap:
+                // Where the output is such a file, so is the workplace.
+                static_cast<InFiles&>(place).Deliver(picture.bitmap, picture.hadReductions, file, progress);
+                break;
+        }
+        picture.bitmap.reset();  // closes the input, whose place the output may be about to take
+        file.Commit();
+    };
+    InContextOf(file.Target(), write, place.Names());
 }
 
 }  // namespace tool

@@ -4,13 +4,11 @@
 #include "Console.h"
 #include "OutputFile.h"
 #include "Progress.h"
+#include "commands/Workplace.h"
 #include "pictures/PictureWriter.h"
-#include "zbm/ZBasicMemBitmap.h"
 #include "zcdl/Codec.h"
 
 namespace tool {
-
-using BitmapPtr = std::unique_ptr<zbm::ZBasicMemBitmap>;
 
 /// A file to read.
 struct Input {
@@ -18,33 +16,48 @@ struct Input {
     ReadOptions reading;
 };
 
+/// What a file can be: a picture, an archive, or a bitmap in a file.
+enum class FileType { picture, archive, bitmap };
+
 /// A file to write, and as what.
 struct Output {
     ZString name;
-    PictureWriter writer = nullptr;  ///< null: an archive
+    FileType type = FileType::archive;
+    PictureWriter writer = nullptr;  ///< of a picture
     WriteOptions writing;            ///< of pictures
     zcdl::CodecMethod method = zcdl::CodecMethod::balanced;
+    bool isInPlace = false;  ///< no file is written: the input itself changes
 };
 
 struct TileSize {
     int width = 512, height = 512;
 };
 
-/// A bitmap, and what its file told beside it; an archive tells nothing.
+/// A bitmap, and what its file told beside it; only picture files tell something.
 struct Picture {
     BitmapPtr bitmap;
     Metadata metadata;
+    bool hadReductions = false;
 };
 
-/// The picture file as a bitmap in the closest format. Raises ToolError; shr::AbortException when cancelled.
-Picture ReadPicture(const Input& input, TileSize tiles, Console& console, ConsoleProgress& progress);
-/// The bitmap of an archive file. Raises likewise.
-Picture ReadArchive(const Input& input, Console& console, ConsoleProgress& progress);
-/// The bitmap that a file holds: a picture if it begins like one, else an archive. Raises likewise.
-Picture ReadPictureOrArchive(const Input& input, Console& console, ConsoleProgress& progress);
+/// What the file begins like; an archive if like nothing else. Raises ToolError if it cannot be read.
+FileType TypeOf(const ZString& name);
 
-/// Writes the picture as what the output is to be, and commits the file. Raises likewise.
-void WritePicture(const Picture& picture, const Output& output, OutputFile& file, Console& console,
+/// Where a command works on what it reads and writes: in memory, unless one of both is a bitmap in a file. The output
+/// is borrowed.
+std::unique_ptr<Workplace> WorkplaceFor(const Input& input, const Output& output, const OutputFile& file);
+
+// These raise ToolError, and shr::AbortException when cancelled. The workplace outlives the pictures.
+
+/// The picture file as a bitmap in the closest format.
+Picture ReadPicture(const Input& input, TileSize tiles, Workplace& place, Console& console, ConsoleProgress& progress);
+/// The bitmap of an archive file, in memory; or that of a bitmap's file, which is only read.
+Picture ReadBitmap(const Input& input, Workplace& place, Console& console, ConsoleProgress& progress);
+/// Of any file.
+Picture ReadAny(const Input& input, Workplace& place, Console& console, ConsoleProgress& progress);
+
+/// Writes the picture as what the output is to be, lets go of it, and commits the file.
+void WritePicture(Picture picture, const Output& output, OutputFile& file, Workplace& place, Console& console,
                   ConsoleProgress& progress);
 
 }  // namespace tool

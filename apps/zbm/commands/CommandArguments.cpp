@@ -49,8 +49,9 @@ const std::map<std::string, zbm::QuantMethod>& QuantMethods() {
     return methods;
 }
 
-constexpr const char* kInputHelp = "The picture or archive to read";
-constexpr const char* kOutputHelp = "What to write: a picture or an archive (.zbm) by its ending; - is standard output";
+constexpr const char* kInputHelp = "The picture, archive or bitmap in a file to read";
+constexpr const char* kOutputHelp =
+    "What to write: a picture, an archive (.zbm) or a bitmap in a file (.zbf) by its ending; - is standard output";
 
 constexpr const char* kArchiveHelp = "The archive to write (.zbm); - is standard output";
 
@@ -99,8 +100,8 @@ Command AddPack(CLI::App& app) {
 
 Command AddUnpack(CLI::App& app) {
     const auto options = std::make_shared<UnpackOptions>();
-    CLI::App* unpack = app.add_subcommand("unpack", "Unpack an archive into a picture");
-    AddInput(unpack, "ARCHIVE", options->input, "The archive to read");
+    CLI::App* unpack = app.add_subcommand("unpack", "Unpack an archive, or a bitmap in a file, into a picture");
+    AddInput(unpack, "ARCHIVE", options->input, "The archive, or the bitmap in a file, to read");
     AddOutput(unpack, "PICTURE", options->output, Writes::pictures,
               "The picture to write, of the type that its ending tells; - is standard output");
     return {unpack, [options](const Streams& streams) { Unpack(*options, streams); }};
@@ -134,8 +135,7 @@ void AddColorChoice(CLI::App* convert, ConvertOptions& options) {
 
 Command AddConvert(CLI::App& app) {
     const auto options = std::make_shared<ConvertOptions>();
-    CLI::App* convert =
-        app.add_subcommand("convert", "Convert a picture or an archive to another type, or another pixel format");
+    CLI::App* convert = app.add_subcommand("convert", "Convert a file to another type, or another pixel format");
     AddInput(convert, "INPUT", options->input, kInputHelp);
     AddOutput(convert, "OUTPUT", options->output, Writes::anything, kOutputHelp);
     const auto takeFormat = [options](const std::string& name) { options->format = FormatNamed(name); };
@@ -220,14 +220,14 @@ void AddKernel(CLI::App* adjust, std::vector<AdjustmentMaker>& adjustments) {
 
 Command AddAdjust(CLI::App& app) {
     const auto options = std::make_shared<AdjustOptions>();
-    CLI::App* adjust = app.add_subcommand("adjust", "Adjust a picture or an archive, in the order of the options");
+    CLI::App* adjust = app.add_subcommand("adjust", "Adjust a picture, in the order of the options");
     adjust->footer(
         "Deep grey keeps 8 bits. Transparent pixels have colours too, often black, which --blur, --sharpen, --median\n"
         "and --convolve mix into their neighbours': a fringe. Against it put the picture on its background first, "
         "with\n"
         "zbm convert --background; --background here comes after the adjustments.");
     AddInput(adjust, "INPUT", options->input, kInputHelp);
-    AddOutput(adjust, "OUTPUT", options->output, Writes::anything, kOutputHelp);
+    AddInPlace(adjust, AddOutput(adjust, "OUTPUT", options->output, Writes::anything, kOutputHelp), options->output);
     std::vector<AdjustmentMaker>& adjustments = options->adjustments;
     AddAmounts(adjust, adjustments);
     const auto gray = [&adjustments](std::int64_t) {
@@ -252,7 +252,7 @@ Command AddAdjust(CLI::App& app) {
 
 Command AddResize(CLI::App& app) {
     const auto options = std::make_shared<ResizeOptions>();
-    CLI::App* resize = app.add_subcommand("resize", "Resample a picture or an archive to another size");
+    CLI::App* resize = app.add_subcommand("resize", "Resample a picture to another size");
     resize->footer("The pixel format stays: what is black and white remains so, without grey. Deep grey keeps 8 bits.");
     AddInput(resize, "INPUT", options->input, kInputHelp);
     AddOutput(resize, "OUTPUT", options->output, Writes::anything, kOutputHelp);
@@ -284,11 +284,12 @@ Command AddResize(CLI::App& app) {
 
 Command AddQuantize(CLI::App& app) {
     const auto options = std::make_shared<QuantizeOptions>();
-    CLI::App* quantize = app.add_subcommand("quantize", "Reduce the colours of a picture or an archive");
+    CLI::App* quantize = app.add_subcommand("quantize", "Reduce the colours of a picture");
     quantize->footer(
         "The pixel format stays; for a picture with a palette say zbm convert --format INDEXED_8 --colors N.");
     AddInput(quantize, "INPUT", options->input, kInputHelp);
-    AddOutput(quantize, "OUTPUT", options->output, Writes::anything, kOutputHelp);
+    AddInPlace(quantize, AddOutput(quantize, "OUTPUT", options->output, Writes::anything, kOutputHelp),
+               options->output);
     quantize->add_option("--colors", options->colors, "How many colours, 1 to 256; 256 if not given")
         ->type_name("N")
         ->check(CLI::Range(1, 256));
@@ -307,7 +308,7 @@ Command AddReduce(CLI::App& app) {
 
 Command AddInfo(CLI::App& app) {
     const auto options = std::make_shared<InfoOptions>();
-    CLI::App* info = app.add_subcommand("info", "Show what a picture or an archive holds");
+    CLI::App* info = app.add_subcommand("info", "Show what a file holds");
     AddFile(info, "FILE", options->file, kInputHelp);
     return {info, [options](const Streams& streams) { Info(*options, streams); }};
 }
@@ -315,8 +316,10 @@ Command AddInfo(CLI::App& app) {
 }  // namespace
 
 std::vector<Command> AddCommands(CLI::App& app) {
-    return {AddPack(app),   AddUnpack(app),   AddConvert(app), AddAdjust(app),
-            AddResize(app), AddQuantize(app), AddReduce(app),  AddInfo(app)};
+    std::vector<Command> commands{AddPack(app),   AddUnpack(app),   AddConvert(app), AddAdjust(app),
+                                  AddResize(app), AddQuantize(app), AddReduce(app),  AddInfo(app)};
+    AddPageCommands(app, commands);
+    return commands;
 }
 
 }  // namespace tool

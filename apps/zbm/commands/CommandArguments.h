@@ -19,4 +19,7 @@ struct Command {
 /// Adds every command, with its arguments, to the parser.
 std::vector<Command> AddCommands(CLI::App& app);
 
+/// Those that are about bitmaps in files only.
+void AddPageCommands(CLI::App& app, std::vector<Command>& commands);
+
 }  // namespace tool

@@ -18,11 +18,12 @@ namespace {
 
 constexpr const char* kDescription =
     "zbm packs pictures into archives of tiled bitmaps, unpacks them again, every pixel the same, converts them\n"
-    "between pixel formats, and edits them.";
+    "between pixel formats, and edits them. Pictures larger than memory are paged into files and edited there.";
 
 constexpr const char* kFooter =
     "Pictures are PNG, JPEG, TIFF or BMP files: told by their content when read, by their ending (.png .jpg .jpeg\n"
-    ".tif .tiff .bmp) when written; archives end in .zbm. The result replaces a file of its name, but only when it is\n"
+    ".tif .tiff .bmp) when written; archives end in .zbm, bitmaps in files in .zbf. The result replaces a file of its "
+    "name, but only when it is\n"
     "whole. For - it goes to standard output. The input is a file, never a pipe.\n"
     "\n"
     "A picture that is marked to be shown turned (EXIF orientation) is turned. Kept are the pixels, transparency, the\n"

@@ -1,12 +1,9 @@
 #include "commands/Commands.h"
 
-#include <memory>
-
-#include "ErrorContext.h"
 #include "OutputFile.h"
 #include "Progress.h"
-#include "commands/ArchiveFile.h"
 #include "commands/BitmapFile.h"
+#include "commands/EditFile.h"
 #include "pictures/BitmapFacts.h"
 #include "pictures/RowConversion.h"
 
@@ -15,29 +12,27 @@ namespace tool {
 void Pack(const PackOptions& options, const Streams& streams) {
     ConsoleProgress progress(streams.console);
     OutputFile file(options.output.name, streams.out);  // first, so that a name that cannot be written is told early
-    const Picture picture = ReadPicture(options.input, options.tiles, streams.console, progress);
-    WritePicture(picture, options.output, file, streams.console, progress);
+    InMemory place;
+    Picture picture = ReadPicture(options.input, options.tiles, place, streams.console, progress);
+    WritePicture(std::move(picture), options.output, file, place, streams.console, progress);
 }
 
 void Unpack(const UnpackOptions& options, const Streams& streams) {
     ConsoleProgress progress(streams.console);
     OutputFile file(options.output.name, streams.out);
-    const Picture picture = ReadArchive(options.input, streams.console, progress);
-    WritePicture(picture, options.output, file, streams.console, progress);
+    const auto place = WorkplaceFor(options.input, options.output, file);
+    Picture picture = ReadBitmap(options.input, *place, streams.console, progress);
+    WritePicture(std::move(picture), options.output, file, *place, streams.console, progress);
 }
 
 void Convert(const ConvertOptions& options, const Streams& streams) {
-    ConsoleProgress progress(streams.console);
-    OutputFile file(options.output.name, streams.out);
-    Picture picture = ReadPictureOrArchive(options.input, streams.console, progress);
-    if (options.format) {
-        InContextOf(options.input.name, [&] {
-            if (HasMask(*options.format) && HasSoftAlpha(*picture.bitmap, progress))
-                streams.console.Note(options.input.name, "its soft transparency becomes on or off");
-            picture.bitmap = ConvertBitmap(*picture.bitmap, *options.format, options.colors, progress);
-        });
-    }
-    WritePicture(picture, options.output, file, streams.console, progress);
+    const auto convert = [&](const BitmapPtr& bitmap, Workplace& place, ConsoleProgress& progress) {
+        if (!options.format) return bitmap;
+        if (HasMask(*options.format) && HasSoftAlpha(*bitmap, progress))
+            streams.console.Note(options.input.name, "its soft transparency becomes on or off");
+        return ConvertBitmap(*bitmap, *options.format, options.colors, place, progress);
+    };
+    EditFile(options.input, options.output, streams, convert);
 }
 
 }  // namespace tool

@@ -41,11 +41,11 @@ struct InfoOptions {
 
 /// Picture file to archive file.
 void Pack(const PackOptions& options, const Streams& streams);
-/// Archive file to picture file.
+/// Archive file, or a bitmap's file, to picture file.
 void Unpack(const UnpackOptions& options, const Streams& streams);
-/// Picture or archive file to one of another type, in another pixel format, or both.
+/// File of any type to one of another type, in another pixel format, or both.
 void Convert(const ConvertOptions& options, const Streams& streams);
-/// Writes what is known of a picture or an archive file, a line "key: value" each.
+/// Writes what is known of a file, a line "key: value" each.
 void Info(const InfoOptions& options, const Streams& streams);
 
 }  // namespace tool

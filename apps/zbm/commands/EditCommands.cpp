@@ -2,11 +2,13 @@
 
 #include <charconv>
 #include <cmath>
+#include <functional>
 #include <stdexcept>
 #include <string>
 
 #include "ErrorContext.h"
-#include "commands/ArchiveFile.h"
+#include "commands/EditFile.h"
+#include "commands/FileBitmap.h"
 #include "commands/MemoryLimit.h"
 #include "pictures/PictureSource.h"
 #include "zbm/ZMemBitmap.h"
@@ -19,15 +21,44 @@ void RequireDone(bool done) {
     if (!done) throw shr::AbortException();
 }
 
-/// Reads the input, has `edit` give the result, and writes that.
-template <class Edit>
-void EditFile(const Input& input, const Output& output, const Streams& streams, const Edit& edit) {
+/// A change of a bitmap's pixels, where they are.
+using Change = std::function<void(zbm::ZBitmap& bitmap, shr::IProgress& progress)>;
+
+/// What is done until then stays when it fails or is cancelled; the file is one that can be used.
+void ChangeInPlace(const ZString& name, const Streams& streams, const Change& change) {
     ConsoleProgress progress(streams.console);
-    OutputFile file(output.name, streams.out);  // first, so that a name that cannot be written is told early
-    Picture picture = ReadPictureOrArchive(input, streams.console, progress);
-    InContextOf(input.name, [&] { picture.bitmap = edit(std::move(picture.bitmap), progress); });
-    RequireDone(picture.bitmap->CommitAll(&progress));  // builds the reductions of an archive that had such again
-    WritePicture(picture, output, file, streams.console, progress);
+    const FileBitmapPtr bitmap = OpenFileBitmap(name, FileUse::change);
+    InContextOf(name, [&] {
+        const bool hasLevels = LevelCount(*bitmap) > 1;
+        change(*bitmap, progress);
+        if (hasLevels) BuildLevels(*bitmap, Levels::stale, name, progress);
+        bitmap->Save();
+        bitmap->Close();
+    });
+}
+
+void ChangeFile(const Input& input, const Output& output, const Streams& streams, const Change& change) {
+    if (output.isInPlace) return ChangeInPlace(input.name, streams, change);
+    EditFile(input, output, streams, [&](BitmapPtr bitmap, Workplace& place, ConsoleProgress& progress) {
+        BitmapPtr changed = place.MakeWritable(std::move(bitmap), progress);
+        change(*changed, progress);
+        place.BuildReductions(*changed, progress);
+        return changed;
+    });
+}
+
+/// The bitmap with room for reductions, in memory.
+BitmapPtr WithReductions(const BitmapPtr& bitmap, shr::IProgress& progress) {
+    auto reduced = std::make_shared<zbm::ZMemBitmap>(1, 1, shr::BGRA_32);
+    if (auto* const memory = dynamic_cast<zbm::ZBasicMemBitmap*>(bitmap.get())) {
+        reduced->ZBasicMemBitmap::ChangeFrom(*memory);
+        return reduced;
+    }
+    RefuseBeyondMemory({bitmap->GetPixelWidth(), bitmap->GetPixelHeight(), bitmap->GetColorFormat(),
+                        bitmap->GetScanRectWidth(), bitmap->GetScanRectHeight()},
+                       0);
+    RequireDone(reduced->Create(*bitmap, &progress));
+    return reduced;
 }
 
 /// Filters work with 8 bits a channel.
@@ -90,7 +121,7 @@ void RefuseUnlessTaken(const Kernel& kernel) {
     zbm::ZBasicMemBitmap pixel(1, 1, shr::BGRA_32);
     try {
         Convolute(pixel, kernel, nullptr);
-    } catch (const shr::Exception& error) { throw std::invalid_argument(TextOf(error, {}, {})); }
+    } catch (const shr::Exception& error) { throw std::invalid_argument(ErrorAbout({}, error, {}).what()); }
 }
 
 }  // namespace
@@ -110,42 +141,37 @@ Adjustment ConvolutionFrom(const ZString& kernelFile) {
 void Adjust(const AdjustOptions& options, const Streams& streams) {
     std::vector<Adjustment> adjustments;
     for (const AdjustmentMaker& make : options.adjustments) adjustments.push_back(make());
-    EditFile(options.input, options.output, streams, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
-        NoteReducedGrey(*bitmap, options.input, streams);
-        for (const Adjustment& adjust : adjustments) RequireDone(adjust(*bitmap, progress));
-        return bitmap;
+    ChangeFile(options.input, options.output, streams, [&](zbm::ZBitmap& bitmap, shr::IProgress& progress) {
+        NoteReducedGrey(bitmap, options.input, streams);
+        for (const Adjustment& adjust : adjustments) RequireDone(adjust(bitmap, progress));
     });
 }
 
 void Resize(const ResizeOptions& options, const Streams& streams) {
-    EditFile(options.input, options.output, streams, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
-        const auto [width, height] = options.size.For({bitmap->GetPixelWidth(), bitmap->GetPixelHeight()});
-        RefuseTooManyPixels(width, height, options.input.reading.maxPixels);
+    const auto resize = [&](const BitmapPtr& bitmap, Workplace& place, ConsoleProgress& progress) {
+        const PixelSize size = options.size.For({bitmap->GetPixelWidth(), bitmap->GetPixelHeight()});
+        RefuseTooManyPixels(size.width, size.height, place.MostPixels(options.input.reading));
         NoteReducedGrey(*bitmap, options.input, streams);
-        RefuseBeyondMemory({width, height, bitmap->GetColorFormat(), 512, 512}, 0);
-        auto result = std::make_unique<zbm::ZBasicMemBitmap>(1, 1, shr::BGRA_32);
-        const RECT whole{0, 0, bitmap->GetPixelWidth(), bitmap->GetPixelHeight()};
-        RequireDone(result->Create(width, height, *bitmap, whole, options.method, &progress));
-        return result;
-    });
+        return place.Resize(*bitmap, size, options.method, progress);
+    };
+    EditFile(options.input, options.output, streams, resize);
 }
 
 void QuantizeColors(const QuantizeOptions& options, const Streams& streams) {
-    EditFile(options.input, options.output, streams, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
-        NoteReducedGrey(*bitmap, options.input, streams);
+    ChangeFile(options.input, options.output, streams, [&](zbm::ZBitmap& bitmap, shr::IProgress& progress) {
+        NoteReducedGrey(bitmap, options.input, streams);
         std::vector<RGBQUAD> palette;
-        RequireDone(bitmap->QuantizeColors(options.method, options.colors, palette, &progress));
-        return bitmap;
+        RequireDone(bitmap.QuantizeColors(options.method, options.colors, palette, &progress));
     });
 }
 
 void Reduce(const ReduceOptions& options, const Streams& streams) {
-    EditFile(options.input, options.output, streams, [&](BitmapPtr bitmap, ConsoleProgress& progress) {
-        auto reduced = std::make_unique<zbm::ZMemBitmap>(1, 1, shr::BGRA_32);
-        reduced->ZBasicMemBitmap::ChangeFrom(*bitmap);
-        RequireDone(reduced->CommitAll(&progress, true));
+    const auto reduce = [](const BitmapPtr& bitmap, Workplace&, ConsoleProgress& progress) {
+        const BitmapPtr reduced = WithReductions(bitmap, progress);
+        RequireDone(static_cast<zbm::ZMemBitmap&>(*reduced).CommitAll(&progress, true));
         return reduced;
-    });
+    };
+    EditFile(options.input, options.output, streams, reduce);
 }
 
 }  // namespace tool

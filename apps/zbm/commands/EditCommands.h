@@ -44,8 +44,10 @@ struct ReduceOptions {
 /// else.
 Adjustment ConvolutionFrom(const ZString& kernelFile);
 
-// The commands read a picture or an archive, and write one of both. They raise ToolError for what goes wrong, and
-// shr::AbortException when cancelled; then they leave nothing behind.
+// The commands read a file of any type, and write one. They raise ToolError for what goes wrong, and
+// shr::AbortException when cancelled; then they leave nothing behind. Where the output is the input itself, changed in
+// place, that is a bitmap in a file, and keeps what was done until then; its reductions, if it has some, are built
+// anew.
 
 void Adjust(const AdjustOptions& options, const Streams& streams);
 /// The whole picture at another size, in its own format.

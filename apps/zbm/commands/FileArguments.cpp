@@ -64,35 +64,48 @@ void AddInput(CLI::App* command, const char* name, Input& input, const char* des
     AddFile(command, name, input.name, description);
     command
         ->add_option("--max-pixels", input.reading.maxPixels,
-                     "Refuse larger pictures; " + std::to_string(kDefaultMaxPixels) + " pixels if not given")
+                     "Refuse larger pictures; if not given, those of more than " + std::to_string(kDefaultMaxPixels) +
+                         " pixels that would be held in memory")
         ->type_name("N")
         ->check(CheckCount);
     command->add_flag("--keep-orientation", input.reading.keepOrientation,
                       "Leaves a picture as it lies in its file, marked to be shown turned, instead of turning it");
 }
 
-void AddOutput(CLI::App* command, const char* name, Output& output, Writes writes, const char* description) {
-    AddName(command, name, output.name, description)->check(CheckFileName);
-    if (writes != Writes::archives) AddPictureOptions(command, output);
+CLI::Option* AddOutput(CLI::App* command, const char* name, Output& output, Writes writes, const char* description) {
+    CLI::Option* const nameOption = AddName(command, name, output.name, description)->check(CheckFileName);
+    if (writes == Writes::anything || writes == Writes::pictures) AddPictureOptions(command, output);
     const auto type = std::make_shared<std::string>();
     CLI::Option* typeOption =
         command
             ->add_option("--type", *type,
-                         "What the output is where its name has no ending or is -: png, jpg, tif, bmp or zbm")
+                         "What the output is where its name has no ending or is -: png, jpg, tif, bmp, zbm or zbf")
             ->type_name("TYPE")
             ->check(CLI::IsMember(OutputTypes()));
-    if (writes != Writes::pictures) {
+    if (writes == Writes::anything || writes == Writes::archives) {
         command
             ->add_flag_callback(
                 "--archive", [type] { *type = kArchiveType; }, "The same as --type zbm")
             ->excludes(typeOption);
     }
     command->parse_complete_callback([&output, type, writes, name] {
+        if (output.isInPlace) return;
+        if (output.name.IsEmpty()) throw CLI::RequiredError(name);
         const std::string wrong = ChooseOutputType(output, *type, writes);
         if (!wrong.empty()) throw CLI::ValidationError(name, wrong);
-        if (output.writer == nullptr && output.writing.background)
-            throw CLI::ValidationError("--background", "only for pictures; an archive keeps transparency");
+        if (output.type != FileType::picture && output.writing.background)
+            throw CLI::ValidationError("--background", "only for pictures; other files keep transparency");
     });
+    return nameOption;
+}
+
+void AddInPlace(CLI::App* command, CLI::Option* outputName, Output& output) {
+    outputName->required(false);
+    command
+        ->add_flag("--in-place", output.isInPlace,
+                   "Changes the bitmap in a file (.zbf) that is INPUT, row of tiles by row of tiles; without OUTPUT. "
+                   "What is interrupted leaves the picture partly changed")
+        ->excludes(outputName);
 }
 
 }  // namespace tool

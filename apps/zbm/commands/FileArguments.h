@@ -15,8 +15,10 @@ std::string CheckInputName(const std::string& name);
 CLI::Option* AddFile(CLI::App* command, const char* name, ZString& target, const char* description);
 /// A file to read, and the options of reading.
 void AddInput(CLI::App* command, const char* name, Input& input, const char* description);
-/// A file to write, and the options of writing it.
-void AddOutput(CLI::App* command, const char* name, Output& output, Writes writes, const char* description);
+/// A file to write, and the options of writing it. Returns the name's option.
+CLI::Option* AddOutput(CLI::App* command, const char* name, Output& output, Writes writes, const char* description);
+/// The choice to change the input itself instead.
+void AddInPlace(CLI::App* command, CLI::Option* outputName, Output& output);
 
 /// One of the names of a map; it is the map's value that counts.
 template <class Value, class Target>

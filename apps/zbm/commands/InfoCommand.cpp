@@ -9,6 +9,7 @@
 #include "commands/ArchiveFile.h"
 #include "commands/ArchiveSurvey.h"
 #include "commands/Commands.h"
+#include "commands/FileBitmap.h"
 #include "commands/FormatNames.h"
 #include "pictures/PictureReader.h"
 #include "shr/Units.h"
@@ -52,6 +53,24 @@ void DescribeArchive(const ArchiveSurvey& survey, std::ostream& out) {
         out << "reduction: " << survey.bitmaps[i].shape.width << " x " << survey.bitmaps[i].shape.height << '\n';
 }
 
+void DescribeFileBitmap(const ZString& name, std::ostream& out) {
+    const FileBitmapPtr file = OpenFileBitmap(name, FileUse::read);
+    zbm::ZBitmap& bitmap = *file;
+    out << "size: " << bitmap.GetPixelWidth() << " x " << bitmap.GetPixelHeight() << '\n'
+        << "format: " << FormatName(bitmap.GetColorFormat()) << '\n'
+        << "tile size: " << bitmap.GetScanRectWidth() << " x " << bitmap.GetScanRectHeight() << '\n'
+        << "tiles: " << bitmap.GetNumScanRects(0) << " x " << bitmap.GetNumScanRectRows() << '\n'
+        << "resolution: " << ResolutionText(bitmap.GetXResolution(), bitmap.GetYResolution()) << '\n'
+        << "colour table entries: " << bitmap.GetNumColorTableItems() << '\n'
+        << "file bytes: " << OpenInput(name).GetLength() << '\n';
+    const int levels = LevelCount(bitmap);
+    for (int i = 1; i < levels; ++i) {
+        const zbm::ZBitmap& level = *bitmap.GetPtrToPOTReduction(static_cast<unsigned>(i));
+        out << "level " << i << ": " << level.GetPixelWidth() << " x " << level.GetPixelHeight() << '\n';
+    }
+    out << "levels: " << (levels == 1 ? "none" : AreLevelsStale(name) ? "stale" : "up to date") << '\n';
+}
+
 void DescribePicture(PictureSource& source, std::ostream& out, Notes& notes) {
     const PictureInfo info = Upright(OpenPicture(source, notes)->Info());
     out << "size: " << info.width << " x " << info.height << '\n'
@@ -69,6 +88,7 @@ void Info(const InfoOptions& options, const Streams& streams) {
         PictureSource source(options.file);
         Notes notes(streams.console, options.file);
         if (BeginsLikePicture(source)) return DescribePicture(source, streams.out, notes);
+        if (BeginsLikeFileBitmap(source)) return DescribeFileBitmap(options.file, streams.out);
         shr::CBufferedFile file = OpenInput(options.file);
         const ArchiveSurvey survey = SurveyForInfo(file, progress);
         NoteBytesAfterArchive(streams.console, options.file, survey.bytesAfterArchive);

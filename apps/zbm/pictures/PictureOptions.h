@@ -14,8 +14,9 @@ inline constexpr int kDefaultJpegQuality = 90;
 struct ReadOptions {
     /// Leaves the pixels as they lie in the file, marked to be shown turned, instead of turning them upright.
     bool keepOrientation = false;
-    /// Pictures of more are refused before anything of that size is allocated.
-    std::uint64_t maxPixels = kDefaultMaxPixels;
+    /// Pictures of more are refused before anything of that size is made. If not given, kDefaultMaxPixels are the most
+    /// that is held in memory, and files hold any number.
+    std::optional<std::uint64_t> maxPixels;
 };
 
 /// How picture files are written.

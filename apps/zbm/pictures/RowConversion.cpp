@@ -139,8 +139,12 @@ void MaskOfValue16(std::uint8_t* mask, const std::uint8_t* row, int count, std::
     BuildMask(mask, count, [&](int x) { return Load16(row + 2 * static_cast<std::size_t>(x)) != transparent; });
 }
 
-void SplitAlpha(std::uint8_t* bgr, std::uint8_t* mask, const std::uint8_t* bgra, int count) {
+void MaskOfAlpha(std::uint8_t* mask, const std::uint8_t* bgra, int count) {
     BuildMask(mask, count, [&](int x) { return bgra[4 * static_cast<std::size_t>(x) + 3] >= 128; });
+}
+
+void SplitAlpha(std::uint8_t* bgr, std::uint8_t* mask, const std::uint8_t* bgra, int count) {
+    MaskOfAlpha(mask, bgra, count);
     for (int x = 0; x < count; ++x, bgr += 3, bgra += 4) std::memcpy(bgr, bgra, 3);
 }
 

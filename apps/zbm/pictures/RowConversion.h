@@ -38,7 +38,9 @@ void MaskOfValues(std::uint8_t* mask, const std::uint8_t* row, int bits, int cou
                   const std::array<bool, 256>& transparent);
 void MaskOfValue16(std::uint8_t* mask, const std::uint8_t* row, int count, std::uint16_t transparent);
 
-/// BGRA pixels to BGR pixels and a mask, opaque where alpha is 128 or more; and back, to alpha 255 or 0.
+/// The mask of BGRA pixels: opaque where alpha is 128 or more.
+void MaskOfAlpha(std::uint8_t* mask, const std::uint8_t* bgra, int count);
+/// BGRA pixels to BGR pixels and such a mask; and back, to alpha 255 or 0.
 void SplitAlpha(std::uint8_t* bgr, std::uint8_t* mask, const std::uint8_t* bgra, int count);
 void JoinAlpha(std::uint8_t* bgra, const std::uint8_t* bgr, const std::uint8_t* mask, int count);
 

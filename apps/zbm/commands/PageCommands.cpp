@@ -1,0 +1,141 @@
+#include "commands/PageCommands.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "ErrorContext.h"
+#include "OutputFile.h"
+#include "Progress.h"
+#include "commands/FileBitmap.h"
+#include "pictures/RowConversion.h"
+#include "shr/FileFind.h"
+#include "shr/Path.h"
+#include "shr/ScopeExit.h"
+#include "zbm/ZBMLib2.h"
+
+namespace tool {
+
+namespace {
+
+std::string SizeOf(const zbm::ZBitmap& bitmap) {
+    return std::to_string(bitmap.GetPixelWidth()) + " x " + std::to_string(bitmap.GetPixelHeight());
+}
+
+/// Lives as long as the file's bitmap does.
+BitmapPtr LevelOf(const FileBitmapPtr& file, unsigned level) {
+    const int count = LevelCount(*file);
+    if (level >= static_cast<unsigned>(count))
+        throw std::runtime_error("has no level " + std::to_string(level) + ": it has " + std::to_string(count) +
+                                 " (0 is the picture itself); zbm levels builds them");
+    return {file, file->GetPtrToPOTReduction(level)};
+}
+
+RECT RectWithin(const zbm::ZBitmap& level, const ViewRect& wanted) {
+    const bool isWithin =
+        wanted.x <= level.GetPixelWidth() - wanted.width && wanted.y <= level.GetPixelHeight() - wanted.height;
+    if (!isWithin) throw std::runtime_error("--rect reaches outside the level, which has " + SizeOf(level) + " pixels");
+    return {wanted.x, wanted.y, wanted.x + wanted.width, wanted.y + wanted.height};
+}
+
+bool IsWhole(const zbm::ZBitmap& bitmap, const RECT& rect) {
+    return rect.right - rect.left == bitmap.GetPixelWidth() && rect.bottom - rect.top == bitmap.GetPixelHeight();
+}
+
+/// Copies what the part's tile `box` shows of the source, whose pixel (left, top) is the part's first.
+void CopyTile(const zbm::ZBitmap& source, int left, int top, zbm::ZBitmap& part, int row, int col) {
+    const RECT box = part.GetScanRectBBox(row, col);
+    const RECT from{box.left + left, box.top + top, box.right + left, box.bottom + top};
+    zbm::ZScanRect& tile = part.LockScanRect(row, col);
+    source.FetchRegion(tile.GetRowPtr(0), tile.GetStride(), from);
+    part.CommitScanRect(row, col);
+    part.UnlockScanRect(row, col);
+    if (!HasMask(source.GetColorFormat())) return;
+    const int stride = 4 * tile.GetWidth();
+    std::vector<unsigned char> alpha(static_cast<std::size_t>(stride) * static_cast<std::size_t>(tile.GetHeight()));
+    source.GetAlphaFromMask(alpha.data(), stride, from, 4);
+    part.SetMaskFromAlpha(alpha.data(), stride, box);
+}
+
+BitmapPtr PartOf(const zbm::ZBitmap& source, const RECT& rect, Workplace& place, shr::IProgress& progress) {
+    const shr::CScopedIProgressTask task(&progress, L"Reading picture...");
+    const shr::Color4b* const colors = source.GetConstColorTablePtr();
+    const int width = static_cast<int>(rect.right - rect.left), height = static_cast<int>(rect.bottom - rect.top);
+    BitmapPtr part = place.Make({.shape = {width, height, source.GetColorFormat(), 512, 512},
+                                 .xPixelsPerMeter = source.GetXResolution(),
+                                 .yPixelsPerMeter = source.GetYResolution(),
+                                 .colors = {colors, colors + source.GetNumColorTableItems()}});
+    for (int row = 0; row < part->GetNumScanRectRows(); ++row) {
+        progress.SetProgress(static_cast<double>(row) / part->GetNumScanRectRows());
+        for (int col = 0; col < part->GetNumScanRects(row); ++col)
+            CopyTile(source, static_cast<int>(rect.left), static_cast<int>(rect.top), *part, row, col);
+    }
+    return part;
+}
+
+std::vector<ZString> TemporaryBitmapsIn(const ZString& folder) {
+    std::vector<ZString> names;
+    shr::CFileFind find(folder + L"zv*.tmp");
+    while (find.FindNextFileW()) names.push_back(find.GetFilePath());
+    return names;
+}
+
+}  // namespace
+
+void Page(const PageOptions& options, const Streams& streams) {
+    ConsoleProgress progress(streams.console);
+    OutputFile file(options.output.name, streams.out);
+    InFiles place(file);
+    Picture picture = ReadPicture(options.input, {}, place, streams.console, progress);
+    WritePicture(std::move(picture), options.output, file, place, streams.console, progress);
+}
+
+void BuildLevels(const LevelsOptions& options, const Streams& streams) {
+    ConsoleProgress progress(streams.console);
+    const FileBitmapPtr bitmap = OpenFileBitmap(options.file, FileUse::change);
+    InContextOf(options.file, [&] {
+        BuildLevels(*bitmap, options.rebuild ? Levels::all : Levels::stale, options.file, progress);
+        bitmap->Save();
+        bitmap->Close();
+    });
+}
+
+void View(const ViewOptions& options, const Streams& streams) {
+    ConsoleProgress progress(streams.console);
+    OutputFile file(options.output.name, streams.out);
+    std::unique_ptr<Workplace> place = std::make_unique<InMemory>();
+    if (options.output.type == FileType::bitmap) place = std::make_unique<InFiles>(file);
+    FileBitmapPtr source = OpenFileBitmap(options.input.name, FileUse::read);
+    place->AddName(options.input.name, options.input.name);
+    const auto look = [&] {
+        BitmapPtr level = LevelOf(source, options.level);
+        const ViewRect whole{0, 0, level->GetPixelWidth(), level->GetPixelHeight()};
+        const RECT rect = RectWithin(*level, options.rect.value_or(whole));
+        if (IsWhole(*level, rect)) return level;  // written as it lies there
+        RefuseTooManyPixels(static_cast<int>(rect.right - rect.left), static_cast<int>(rect.bottom - rect.top),
+                            place->MostPixels(options.input.reading));
+        return PartOf(*level, rect, *place, progress);
+    };
+    Picture picture{InContextOf(options.input.name, look, place->Names()), {}};
+    source.reset();
+    WritePicture(std::move(picture), options.output, file, *place, streams.console, progress);
+}
+
+void CleanTemp(const CleanTempOptions& options, const Streams& streams) {
+    const ZString former = zbm::GetGlobalFileBitmapTempDir();
+    const ZString asked = options.folder.IsEmpty() ? former : options.folder;
+    const FileAliases names{{shr::CPath::AppendDirSeparator(asked, true), asked}};
+    const auto sweep = [&] {
+        zbm::SetGlobalFileBitmapTempDir(asked);
+        const shr::ScopeExit setBack([&] { zbm::SetGlobalFileBitmapTempDir(former); });
+        const std::vector<ZString> before = TemporaryBitmapsIn(zbm::GetGlobalFileBitmapTempDir());
+        zbm::CleanGlobalFileBitmapTempDir();
+        const auto removed =
+            std::count_if(before.begin(), before.end(), [](const ZString& name) { return !shr::PathExists(name); });
+        streams.out << "removed: " << removed << '\n';
+    };
+    InContextOf(asked, sweep, names);
+}
+
+}  // namespace tool
