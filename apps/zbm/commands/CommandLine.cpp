@@ -22,9 +22,8 @@ constexpr const char* kDescription =
 
 constexpr const char* kFooter =
     "Pictures are PNG, JPEG, TIFF or BMP files: told by their content when read, by their ending (.png .jpg .jpeg\n"
-    ".tif .tiff .bmp) when written; archives end in .zbm, bitmaps in files in .zbf. The result replaces a file of its "
-    "name, but only when it is\n"
-    "whole. For - it goes to standard output. The input is a file, never a pipe.\n"
+    ".tif .tiff .bmp) when written; archives end in .zbm, bitmaps in files in .zbf. The result replaces a file of\n"
+    "its name, but only when it is whole. For - it goes to standard output. The input is a file, never a pipe.\n"
     "\n"
     "A picture that is marked to be shown turned (EXIF orientation) is turned. Kept are the pixels, transparency, the\n"
     "colour table, the resolution and, between pictures, the colour profile. Texts and other EXIF data are not kept;\n"
