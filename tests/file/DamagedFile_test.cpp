@@ -164,4 +164,13 @@ TEST_F(DamagedFile, WithAByteOfItsTablesTurnedCanBeWorkedOnIfItOpens) {
         }
 }
 
+TEST_F(DamagedFile, WhoseTilesWouldGoOverALevelIsRefused) {
+    const auto bitmap = OnFile(name, FormulaBitmap(75, 70, shr::GRAYSCALE_1, 31, 29));
+    ASSERT_TRUE(bitmap->CommitAll(nullptr));
+    bitmap->Close();
+    Turn(name, kFirstStore + 49 + 16, shr::GRAYSCALE_1 ^ shr::GRAYSCALE_32);  // tiles 32 times as large
+    for (const bool readOnly : {true, false})
+        EXPECT_TRUE(RaisesFileError([&] { Opened(readOnly); }, ScanRectFileBitmapCheck::badFile, name));
+}
+
 }  // namespace
