@@ -70,7 +70,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (unsigned level = 1; bitmap.GetPtrToPOTReduction(level) != nullptr && level < 32; ++level)
         if (IsSmall(*bitmap.GetPtrToPOTReduction(level))) ReadAll(*bitmap.GetPtrToPOTReduction(level));
     if (readOnly) return 0;
-    Require(bitmap.ConvertToGrayScale(nullptr));
+    const bool lacksColors = shr::ColorFmtToTblSize[bitmap.GetColorFormat()] > 0 && bitmap.GetNumColorTableItems() == 0;
+    if (!lacksColors) Require(bitmap.ConvertToGrayScale(nullptr));
     bitmap.Close();
     bitmap.Open(name, false);
     return 0;
