@@ -42,9 +42,6 @@ TEST_P(FileBitmapsShortOfMemory, LeaveWhatTheyFoundAndWorkAgain) {
     const auto inspect = [&](auto& place, Outcome outcome) {
         work.check(*place, outcome == Outcome::done ? Came::toItsEnd : Came::toAnError);
     };
-    // What the process keeps from its first errors is made in rounds of their own.
-    for (unsigned nth = 1; nth < 20; ++nth)
-        detail::TryWithFault(nth, Failing::once, detail::Kept::allowed, prepare, act, inspect);
     EXPECT_GT(FailEveryRequest(prepare, act, inspect), 0u);
 }
 
