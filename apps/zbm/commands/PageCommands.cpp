@@ -52,8 +52,8 @@ void CopyTile(const zbm::ZBitmap& source, int left, int top, zbm::ZBitmap& part,
     part.CommitScanRect(row, col);
     part.UnlockScanRect(row, col);
     if (!HasMask(source.GetColorFormat())) return;
-    const int stride = 4 * tile.GetWidth();
-    std::vector<unsigned char> alpha(static_cast<std::size_t>(stride) * static_cast<std::size_t>(tile.GetHeight()));
+    const int stride = 4 * static_cast<int>(box.right - box.left);
+    std::vector<unsigned char> alpha(static_cast<std::size_t>(stride) * static_cast<std::size_t>(box.bottom - box.top));
     source.GetAlphaFromMask(alpha.data(), stride, from, 4);
     part.SetMaskFromAlpha(alpha.data(), stride, box);
 }
