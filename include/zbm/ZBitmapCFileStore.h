@@ -138,8 +138,16 @@ private:
         std::vector<std::vector<std::int64_t>> rows;
     };
 
+    /// Bytes of the host file.
+    struct Range {
+        std::int64_t begin, end;
+    };
+
     void ReadHeader();
     void ReadTable();
+    /// `use` (position, its bytes unless no file could hold them) for each tile that was written.
+    template <class Use>
+    void ForEachRecord(Use use) const;
     bool HasSoundPositions() const;
     [[noreturn]] void RefuseFile() const;
     std::int64_t PositionOf(const ZScanRect& tile, int row, int col) const;
@@ -152,8 +160,10 @@ private:
     /// An opened store keeps 0 for the header's position, so that by itself it writes at its base; the bitmaps that own
     /// a whole store seat it where it lies.
     void SeatHeader() noexcept;
-    /// Where the table ends in the host file.
-    std::int64_t TablesEnd() const noexcept;
+    /// From the signature to the end of the table.
+    Range Tables() const noexcept;
+    /// Whether a tile lies over one of the ranges, the store's own tables left aside.
+    bool HasTileOver(const std::vector<Range>& ranges) const;
     /// Where the last of table and tiles ends in the host file.
     std::int64_t DataEnd() const;
     /// Whether the header or the table of the store that begins at `offset` reaches past the host file's end.

@@ -128,39 +128,51 @@ void ZBitmapCFileStore::ReadTable() {
     if (!HasSoundPositions()) RefuseFile();
 }
 
-/// No tile may lie over the header or the table, nor, where it could be written, outside the file.
-bool ZBitmapCFileStore::HasSoundPositions() const {
+template <class Use>
+void ZBitmapCFileStore::ForEachRecord(Use use) const {
     const TileGrid grid = header.Grid();
-    const std::int64_t tableEnd = header.tablePosition + PositionTable(grid).Bytes();
-    const auto isSound = [&](std::int64_t position, int row, int col) {
-        const auto bytes = FileRecordBytes(grid.across.Length(col), grid.down.Length(row), header.colorFormat);
-        if (!bytes || position < kHeaderEnd || position > kLastPosition - *bytes) return false;
-        const bool isClearOfTable = position + *bytes <= header.tablePosition || position >= tableEnd;
-        return isClearOfTable && (readOnly || position + *bytes <= fileEnd);
-    };
     for (std::size_t row = 0; row < tilePositions.rows.size(); ++row)
         for (std::size_t col = 0; col < tilePositions.rows[row].size(); ++col) {
             const std::int64_t position = tilePositions.rows[row][col];
-            if (position != 0 && !isSound(position, static_cast<int>(row), static_cast<int>(col))) return false;
+            if (position == 0) continue;
+            use(position, FileRecordBytes(grid.across.Length(static_cast<int>(col)),
+                                          grid.down.Length(static_cast<int>(row)), header.colorFormat));
         }
-    return true;
 }
 
-std::int64_t ZBitmapCFileStore::TablesEnd() const noexcept {
-    return base + header.tablePosition + PositionTable(header.Grid()).Bytes();
+/// No tile may lie over the header or the table, nor, where it could be written, outside the file.
+bool ZBitmapCFileStore::HasSoundPositions() const {
+    const std::int64_t tableEnd = header.tablePosition + PositionTable(header.Grid()).Bytes();
+    bool areSound = true;
+    ForEachRecord([&](std::int64_t position, std::optional<std::int64_t> bytes) {
+        const bool isInFile = bytes && position >= kHeaderEnd && position <= kLastPosition - *bytes &&
+                              (readOnly || position + *bytes <= fileEnd);
+        areSound = areSound && isInFile && (position + *bytes <= header.tablePosition || position >= tableEnd);
+    });
+    return areSound;
+}
+
+ZBitmapCFileStore::Range ZBitmapCFileStore::Tables() const noexcept {
+    return {base, base + header.tablePosition + PositionTable(header.Grid()).Bytes()};
+}
+
+bool ZBitmapCFileStore::HasTileOver(const std::vector<Range>& ranges) const {
+    bool isOver = false;
+    ForEachRecord([&](std::int64_t position, std::optional<std::int64_t> bytes) {
+        const std::int64_t first = base + position, end = first + bytes.value_or(0);
+        isOver = isOver || std::any_of(ranges.begin(), ranges.end(), [&](const Range& range) {
+                     return range.begin != base && first < range.end && end > range.begin;
+                 });
+    });
+    return isOver;
 }
 
 std::int64_t ZBitmapCFileStore::DataEnd() const {
-    const TileGrid grid = header.Grid();
-    std::int64_t end = header.tablePosition + PositionTable(grid).Bytes();
-    for (std::size_t row = 0; row < tilePositions.rows.size(); ++row)
-        for (std::size_t col = 0; col < tilePositions.rows[row].size(); ++col) {
-            const std::int64_t position = tilePositions.rows[row][col];
-            const auto bytes = FileRecordBytes(grid.across.Length(static_cast<int>(col)),
-                                               grid.down.Length(static_cast<int>(row)), header.colorFormat);
-            if (position > 0) end = std::max(end, position + bytes.value_or(0));
-        }
-    return base + end;
+    std::int64_t end = Tables().end;
+    ForEachRecord([&](std::int64_t position, std::optional<std::int64_t> bytes) {
+        end = std::max(end, base + position + bytes.value_or(0));
+    });
+    return end;
 }
 
 bool ZBitmapCFileStore::IsCutOff(shr::CBufferedFile& hostFile, std::int64_t offset) {

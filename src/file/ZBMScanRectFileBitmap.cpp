@@ -98,30 +98,17 @@ void ZScanRectFileBitmap::OpenLevels() {
     store = std::make_unique<OwnStore>(fileName, file, fileInfoTable.slots[0], true, readOnly);
     for (std::uint32_t level = 1; level < fileInfoTable.levelCount; ++level) {
         const std::int64_t slot = fileInfoTable.slots[level];
-        if (slot < store->TablesEnd()) RefuseFile();
+        if (slot < store->Tables().end) RefuseFile();
         if (readOnly && ZBitmapCFileStore::IsCutOff(file, slot)) break;
         reductions.push_back(std::make_unique<ZPOTCFileBitmap>(fileName, file, slot, true, readOnly));
         if (reductions.back()->HasNoPixels()) RefuseFile();
     }
+    std::vector<ZBitmapCFileStore::Range> tables;
+    for (const auto& level : reductions) tables.push_back(level->store.Tables());
     // A tile that is written must not go over the beginnings of a level.
-    const auto hasTileOver = [](const ZBitmapCFileStore& tiles, const ZBitmapCFileStore& level) {
-        const TileGrid grid = tiles.header.Grid();
-        for (int row = 0; row < grid.down.Count(); ++row)
-            for (int col = 0; col < grid.across.Count(); ++col) {
-                const auto& positions = tiles.tilePositions.rows[static_cast<std::size_t>(row)];
-                const std::int64_t position = positions[static_cast<std::size_t>(col)], first = tiles.base + position;
-                if (position == 0 || first >= level.TablesEnd()) continue;
-                const auto bytes =
-                    FileRecordBytes(grid.across.Length(col), grid.down.Length(row), tiles.header.colorFormat);
-                if (first + bytes.value_or(0) > level.base) return true;
-            }
-        return false;
-    };
-    for (const auto& level : reductions) {
-        if (hasTileOver(*store, level->store)) RefuseFile();
-        for (const auto& other : reductions)
-            if (other != level && hasTileOver(other->store, level->store)) RefuseFile();
-    }
+    if (store->HasTileOver(tables)) RefuseFile();
+    for (const auto& level : reductions)
+        if (level->store.HasTileOver(tables)) RefuseFile();
     fileInfoTable.levelCount = static_cast<std::uint32_t>(reductions.size()) + 1;
     reductionsStale = store->header.reserved[0] == kStaleLevels;
     if (!readOnly) store->SeatHeader();
