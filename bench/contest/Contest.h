@@ -82,6 +82,7 @@ std::vector<Operation> Conversions(int side);
 std::vector<Operation> Quantizations(int side);
 std::vector<Operation> Filters(int side);
 std::vector<Operation> Compressions(int side);
+std::vector<Operation> Files(int side);
 
 /// A rival's part in the operation of that name, at every size.
 struct Row {

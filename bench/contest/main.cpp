@@ -13,7 +13,7 @@ using namespace contest;
 
 std::vector<Operation> Wanted(const bench::Options& options, int side) {
     std::vector<Operation> wanted;
-    for (const auto& operations : {Conversions, Quantizations, Filters, Compressions})
+    for (const auto& operations : {Conversions, Quantizations, Filters, Compressions, Files})
         for (const Operation& operation : operations(side))
             if (options.Wants(operation.Title())) wanted.push_back(operation);
     return wanted;
@@ -66,7 +66,8 @@ int main(int argc, char** argv) {
     CLI::App app(
         "Sets conversion, quantisation, filters and compression beside other libraries, on one thread and in turns.\n"
         "The filter is searched for in names such as \"convert premultiply 4096\", \"palette quantise 256 4096\",\n"
-        "\"filter half 512\" and \"codec store 4096\". The environment variable ZBM_PICTURES names the folder of the\n"
+        "\"filter half 512\", \"codec store 4096\" and \"file levels 16384\". The environment variable ZBM_PICTURES "
+        "names the folder of the\n"
         "pictures, 4096 x 4096 pixels of bytes B, G, R, A, top row first. The exit status tells whether ours are "
         "right.");
     bench::Options options;

@@ -95,12 +95,13 @@ const Square& Photograph() {
 }
 
 Square CutSquare(const Square& bgra, int side) {
-    const int left = (bgra.side - side) / 4, top = (bgra.side - side) / 3;
+    const int rest = std::max(bgra.side - side, 0), left = rest / 4, top = rest / 3, piece = std::min(side, bgra.side);
     Square square(bgra.format, side);
     for (int y = 0; y < side; ++y)
-        std::memcpy(&square.pixels[static_cast<std::size_t>(y * square.stride)],
-                    &bgra.pixels[static_cast<std::size_t>((top + y) * bgra.stride + 4 * left)],
-                    static_cast<std::size_t>(square.stride));
+        for (int x = 0; x < side; x += piece)
+            std::memcpy(&square.pixels[std::size_t(y) * std::size_t(square.stride) + std::size_t(4) * std::size_t(x)],
+                        &bgra.pixels[static_cast<std::size_t>((top + y % bgra.side) * bgra.stride + 4 * left)],
+                        std::size_t(4) * static_cast<std::size_t>(std::min(piece, side - x)));
     return square;
 }
 

@@ -51,7 +51,7 @@ std::string PictureOrigin(const std::string& name);
 /// LoadPicture("photo"), loaded once.
 const Square& Photograph();
 
-/// The picture itself for its own side; a square from its inside for a smaller one.
+/// The picture itself for its own side; a square from its inside for a smaller one; again and again for a larger one.
 Square CutSquare(const Square& bgra, int side);
 /// The same picture in bytes B, G, R, A.
 Square ToBgra(const Square& picture);

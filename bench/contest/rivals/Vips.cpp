@@ -2,11 +2,14 @@
 #include <vips/vips.h>
 
 #include <cmath>
+#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
 
 #include "Contest.h"
+#include "harness/Files.h"
+#include "operations/Files.h"
 #include "operations/FilterParameters.h"
 
 namespace contest {
@@ -132,6 +135,31 @@ Enter Enlarge(const char* interpolation) {
     });
 }
 
+/// From raw pixels in a file into a pyramid of tiles in a TIFF, which holds the picture, too.
+Entry Pyramid(const Scene& scene) {
+    struct Files {
+        bench::ScratchFile raw{"_raw"}, tiff{"_pyramid.tif"};
+    };
+    const auto files = std::make_shared<Files>();
+    const Square& source = scene.source;
+    std::ofstream(files->raw.path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(source.pixels.data()), static_cast<std::streamsize>(source.pixels.size()));
+    const auto make = [files, side = source.side] {
+        std::filesystem::remove(files->tiff.path);
+        const Image raw = Made(
+            [&](VipsImage** image) { return vips_rawload(files->raw.path.c_str(), image, side, side, 4, nullptr); });
+        if (vips_tiffsave(raw.get(), files->tiff.path.c_str(), "tile", TRUE, "tile_width", bench::kTileSide,
+                          "tile_height", bench::kTileSide, "pyramid", TRUE, "bigtiff", TRUE, nullptr) != 0)
+            RaiseWhatFailed();
+    };
+    return {bench::Timed(make), [files, &to = scene.result] {
+                Write(Made([&](VipsImage** level) {
+                          return vips_tiffload(files->tiff.path.c_str(), level, "page", 2, nullptr);
+                      }),
+                      to);
+            }};
+}
+
 constexpr char kCutsOff[] = "cuts off";
 
 Rows RowsOfVips() {
@@ -145,6 +173,7 @@ Rows RowsOfVips() {
         {"bicubic up", {"libvips bicubic", Enlarge("bicubic")}},
         {"nearest down", {"libvips nearest", Resize(VIPS_KERNEL_NEAREST)}},
         {"nearest up", {"libvips nearest", Resize(VIPS_KERNEL_NEAREST)}},
+        {kLevels, {"libvips tiffsave pyramid", Pyramid, "", 4 * bench::kPictureSide}},
     };
     for (const Kernel& kernel : Kernels()) {
         rows.push_back({kernel.operation, {"libvips float", Convolve(kernel, VIPS_PRECISION_FLOAT)}});

@@ -1,0 +1,217 @@
+// Bitmaps in files, against the system calls that move as many bytes in the same pieces: what the page cache gives in
+// the same run. The files lie in the system's folder of temporary files, which TMPDIR chooses; each takes 1 GiB.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+#include <system_error>
+
+#include "Benchmark.h"
+#include "harness/Files.h"
+#include "harness/Pictures.h"
+
+namespace {
+
+using bench::OpenBitmap, bench::ScratchFile;
+
+constexpr int kSide = 16384, kTile = 512, kTilesAcross = kSide / kTile;
+constexpr std::size_t kTileBytes = std::size_t{4} * kTile * kTile, kTiles = std::size_t{kTilesAcross} * kTilesAcross;
+constexpr double kGigabytes = static_cast<double>(kTileBytes * kTiles) / 1e9;
+constexpr double kMegapixels = kSide / 1000.0 * kSide / 1000.0;
+
+/// The tiles' bytes one after the other, moved a piece at a time.
+class PlainFile {
+public:
+    explicit PlainFile(const ScratchFile& file, int flags = 0)
+        : descriptor(::open(file.path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | flags, 0600)) {
+        if (descriptor < 0) throw std::system_error(errno, std::generic_category(), file.path);
+    }
+    ~PlainFile() { ::close(descriptor); }
+    PlainFile(const PlainFile&) = delete;
+    PlainFile& operator=(const PlainFile&) = delete;
+
+    void Write(const bench::Pixels& piece, std::size_t index) const {
+        Expect(piece.size(), ::pwrite(descriptor, piece.data(), piece.size(), PositionOf(piece, index)));
+    }
+    void Read(bench::Pixels& piece, std::size_t index) const {
+        Expect(piece.size(), ::pread(descriptor, piece.data(), piece.size(), PositionOf(piece, index)));
+    }
+
+private:
+    static off_t PositionOf(const bench::Pixels& piece, std::size_t index) {
+        return static_cast<off_t>(piece.size() * index);
+    }
+    static void Expect(std::size_t bytes, ssize_t moved) {
+        if (moved != static_cast<ssize_t>(bytes)) throw std::runtime_error("a system call moved too little");
+    }
+    int descriptor;
+};
+
+/// Opaque noise.
+bench::Pixels TilePixels() {
+    bench::Pixels pixels = bench::Noise(kTileBytes);
+    for (std::size_t alpha = 3; alpha < pixels.size(); alpha += 4) pixels[alpha] = 255;
+    return pixels;
+}
+
+void WritePlainTiles(const PlainFile& file, const bench::Pixels& piece) {
+    for (std::size_t i = 0; i < kTiles; ++i) file.Write(piece, i);
+}
+
+zbm::ZScanRect NoisyTile(shr::ColorFormat format) {
+    zbm::ZScanRect tile(kTile, kTile, format);
+    std::memcpy(tile.GetRowPtr(kTile - 1), TilePixels().data(), std::size_t{shr::RowBytes(kTile, format)} * kTile);
+    return tile;
+}
+
+void WriteTiles(OpenBitmap& bitmap, const zbm::ZScanRect& tile) {
+    for (int row = 0; row < kTilesAcross; ++row)
+        for (int col = 0; col < kTilesAcross; ++col) bitmap.WriteScanRect(tile, row, col);
+}
+
+void Fill(OpenBitmap& bitmap, const ScratchFile& file, shr::ColorFormat format = shr::BGRA_32) {
+    bitmap.CreateEmpty(file.Name(), kSide, kSide, format);
+    WriteTiles(bitmap, NoisyTile(format));
+}
+
+void WriteNew(bench::Run& run) {
+    const ScratchFile ours("_ours"), plain("_plain");
+    const bench::Pixels pixels = TilePixels();
+    const zbm::ZScanRect tile = NoisyTile(shr::BGRA_32);
+    const auto operation = [&] {
+        std::filesystem::remove(ours.path);
+        OpenBitmap bitmap;
+        bitmap.CreateEmpty(ours.Name(), kSide, kSide, shr::BGRA_32);
+        WriteTiles(bitmap, tile);
+    };
+    const auto rival = [&] {
+        std::filesystem::remove(plain.path);
+        WritePlainTiles(PlainFile(plain), pixels);
+    };
+    run.TakeTurns({kGigabytes, "GB/s"}, operation, "ratio_to_pwrite", rival);
+}
+
+void WriteOver(bench::Run& run) {
+    const ScratchFile ours("_ours"), plain("_plain");
+    const bench::Pixels pixels = TilePixels();
+    const zbm::ZScanRect tile = NoisyTile(shr::BGRA_32);
+    OpenBitmap bitmap;
+    Fill(bitmap, ours);
+    const PlainFile file(plain);
+    run.TakeTurns(
+        {kGigabytes, "GB/s"}, [&] { WriteTiles(bitmap, tile); }, "ratio_to_pwrite",
+        [&] { WritePlainTiles(file, pixels); });
+}
+
+/// A row of tiles at a time, over what is there.
+void StoreRegions(bench::Run& run) {
+    const ScratchFile ours("_ours"), plain("_plain");
+    const bench::Pixels rows = bench::Noise(std::size_t{4} * kSide * kTile), pixels = TilePixels();
+    OpenBitmap bitmap;
+    Fill(bitmap, ours);
+    const PlainFile file(plain);
+    const auto operation = [&] {
+        for (int y = 0; y < kSide; y += kTile) bitmap.StoreRegion(rows.data(), 4 * kSide, 0, y, kSide, kTile);
+    };
+    run.TakeTurns({kGigabytes, "GB/s"}, operation, "ratio_to_pwrite", [&] { WritePlainTiles(file, pixels); });
+}
+
+/// Tiles in an order that looks like none, each once.
+template <class Use>
+void ForEachScattered(const Use& use) {
+    constexpr std::size_t kStep = 617;  // prime, so that all are reached
+    for (std::size_t i = 0, index = 0; i < kTiles; ++i, index = (index + kStep) % kTiles) use(index);
+}
+
+void LockScattered(bench::Run& run) {
+    const ScratchFile ours("_ours"), plain("_plain");
+    bench::Pixels pixels = TilePixels();
+    OpenBitmap bitmap;
+    Fill(bitmap, ours);
+    const PlainFile file(plain);
+    WritePlainTiles(file, pixels);
+    const auto operation = [&] {
+        ForEachScattered([&](std::size_t index) {
+            const int row = static_cast<int>(index / kTilesAcross), col = static_cast<int>(index % kTilesAcross);
+            bench::Keep(bitmap.LockScanRect(row, col));
+            bitmap.UnlockScanRect(row, col);
+        });
+    };
+    const auto rival = [&] {
+        ForEachScattered([&](std::size_t index) { file.Read(pixels, index); });
+        bench::KeepWrites();
+    };
+    run.TakeTurns({kGigabytes, "GB/s"}, operation, "ratio_to_pread", rival);
+}
+
+/// A piece at a time: reads all, and writes the first `written`.
+void ReadAndWrite(const PlainFile& from, const PlainFile& to, bench::Pixels& piece, std::size_t written) {
+    for (std::size_t i = 0; i < kTiles; ++i) {
+        from.Read(piece, i);
+        if (i < written) to.Write(piece, i);
+    }
+}
+
+void ChangeBrightness(bench::Run& run, shr::ColorFormat format) {
+    const ScratchFile ours("_ours"), plain("_plain");
+    bench::Pixels piece(static_cast<std::size_t>(shr::RowBytes(kTile, format)) * kTile);
+    OpenBitmap bitmap;
+    Fill(bitmap, ours, format);
+    const PlainFile file(plain);
+    for (std::size_t i = 0; i < kTiles; ++i) file.Write(piece, i);
+    double amount = 0.1;
+    const auto operation = [&] {
+        bench::Keep(bitmap.ChangeBrightness(amount, nullptr));
+        amount = -amount;
+    };
+    run.TakeTurns({kMegapixels, "MP/s"}, operation, "ratio_to_read_and_write",
+                  [&] { ReadAndWrite(file, file, piece, kTiles); });
+}
+
+/// The first build of all levels. What must be read and written once: the picture, and a third of it.
+void BuildLevels(bench::Run& run) {
+    const ScratchFile ours("_ours"), plain("_plain"), levels("_levels");
+    bench::Pixels piece = TilePixels();
+    OpenBitmap bitmap;
+    Fill(bitmap, ours);
+    const PlainFile from(plain);
+    WritePlainTiles(from, piece);
+    const auto operation = [&] {
+        bitmap.ForgetLevels();
+        bench::Keep(bitmap.CommitAll(nullptr));
+    };
+    run.TakeTurns({kMegapixels, "MP/s"}, operation, "ratio_to_read_and_write",
+                  [&] { ReadAndWrite(from, PlainFile(levels, O_TRUNC), piece, kTiles / 3); });
+}
+
+/// A table of a million tiles, against reading as many bytes.
+void OpenMillionTiles(bench::Run& run) {
+    const ScratchFile ours("_ours"), plain("_plain");
+    constexpr int kTiles1000 = 1000 * kTile;
+    OpenBitmap bitmap;
+    bitmap.CreateEmpty(ours.Name(), kTiles1000, kTiles1000, shr::BGRA_32);
+    bitmap.Close();
+    bench::Pixels table(std::size_t{8} * 1000 * 1000);
+    const PlainFile file(plain);
+    file.Write(table, 0);
+    const auto operation = [&] {
+        bitmap.Open(ours.Name(), true);
+        bitmap.Close();
+    };
+    run.TakeTurns({1e-3, "thousand/s"}, operation, "ratio_to_pread", [&] { file.Read(table, 0); });
+}
+
+[[maybe_unused]] const bool kAdded = bench::Add({
+    {"File/write_new", 15, WriteNew},
+    {"File/write_over", 15, WriteOver},
+    {"File/store_regions", 15, StoreRegions},
+    {"File/lock_scattered", 15, LockScattered},
+    {"File/open_million_tiles", 9, OpenMillionTiles},
+    {"File/ChangeBrightness/bgra", 15, [](bench::Run& run) { ChangeBrightness(run, shr::BGRA_32); }},
+    {"File/ChangeBrightness/bgr", 15, [](bench::Run& run) { ChangeBrightness(run, shr::BGR_24); }},
+    {"File/build_levels", 15, BuildLevels},
+});
+
+}  // namespace
