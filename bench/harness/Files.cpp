@@ -18,7 +18,14 @@ void OpenBitmap::ForgetLevels() {
     const std::int64_t end = fileInfoTable.slots[1];
     fileInfoTable = {.levelCount = 1, .slots = {fileInfoTable.slots[0]}};
     if (end != 0) file.SetLength(end);
+    SaveFileInfoTable();
     reductionsStale = true;
+}
+
+void ForgetLevels(const ScratchFile& file) {
+    OpenBitmap bitmap;
+    bitmap.Open(file.Name(), false);
+    bitmap.ForgetLevels();
 }
 
 }  // namespace bench

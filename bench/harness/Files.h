@@ -19,7 +19,8 @@ public:
     const std::filesystem::path path;
 };
 
-/// A bitmap in a file whose inner workings are measured by themselves.
+/// A bitmap in a file whose inner workings are measured by themselves. Filters take a longer way over derived classes:
+/// they are measured on ZScanRectFileBitmap itself.
 class OpenBitmap final : public zbm::ZScanRectFileBitmap {
 public:
     OpenBitmap() : ZScanRectFileBitmap(L"", L"", false) {}
@@ -28,5 +29,7 @@ public:
     /// As if no level had ever been built.
     void ForgetLevels();
 };
+/// The same, in a file.
+void ForgetLevels(const ScratchFile& file);
 
 }  // namespace bench

@@ -1,5 +1,6 @@
 #pragma once
 // Filters chained: each stage pulls its input lines from the one before, the first from a bitmap.
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -65,6 +66,9 @@ public:
     /// Gives output line `line` of the last stage. When a filter fails, the pipeline is emptied, and a shr::Exception
     /// says where and why.
     void FilterScanline(unsigned char* buffer, int line);
+    /// Where all stages are filters of single pixels: sends `count` pixels through all of them, in place, without
+    /// lines. Fails as FilterScanline does, in the words of the filter that failed.
+    void ChangePixels(std::uint8_t* pixels, std::size_t count);
     void CollectAlphaChanges(bool collect) { collectAlphaChanges = collect; }
     /// Stops and drops all stages. From then on alpha changes are collected.
     void Destroy();
@@ -90,6 +94,7 @@ protected:
     void StoreChangedAlphaValues(CPixFilterContext* context, void* buffer);
 
 private:
+    [[noreturn]] void RaiseFailure(const zpixf::ZPixFilterBase& filter);
     static bool PullLine(void* cookie, unsigned line, void* buffer);
     bool GetSourceLine(unsigned line, void* buffer);
     bool GetStageLine(unsigned stage, unsigned line, void* buffer);

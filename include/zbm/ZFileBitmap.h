@@ -110,11 +110,16 @@ protected:
     FilterState filterState;
     OutputRowState outputRowState;
 
+protected:
+    /// What derived classes tell of their tiles: a lock without reading.
+    static ZScanRect& LockUnread(const ZBitmap& bitmap, int row, int col);
+
 private:
     class FileSink;
 
     static bool ReadScanLine(void* context, unsigned line, void* buffer);
     std::unique_ptr<ZScanRect>& SlotOf(int row, int col) const;
+    std::unique_ptr<ZScanRect>& SlotToLock(int row, int col) const;
     std::unique_ptr<ZScanRect> TakeSpareTile(const RECT& box) const;
     std::unique_ptr<ZScanRect> ReadTile(int row, int col) const;
 

@@ -13,6 +13,9 @@ struct TileReading {
     const ZScanRect& (*resident)(const ZBitmap& bitmap, int row, int col) = nullptr;
     /// Makes `tile`, which has the tile's shape, a copy of it in the memory that it has.
     void (*load)(const ZBitmap& bitmap, int row, int col, ZScanRect& tile) = nullptr;
+    /// Beside the second: LockScanRect of a tile all of which is written over before it is unlocked, so that what the
+    /// bitmap has there is not read. The tile holds anything.
+    ZScanRect& (*lockUnread)(const ZBitmap& bitmap, int row, int col) = nullptr;
     /// The bitmap reduced by 2 to the power `level`, if there is one that shows what the bitmap holds now; else null.
     /// No operation for a class without reductions.
     const ZBitmap* (*currentLevel)(const ZBitmap& bitmap, unsigned level) = nullptr;

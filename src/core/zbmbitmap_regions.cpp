@@ -1,6 +1,7 @@
 // Rectangles of pixels and masks in and out, tile by tile through the lock interface.
 #include "core/MaskRows.h"
 #include "core/RectAt.h"
+#include "core/TileReading.h"
 #include "core/WritesFor.h"
 #include "core/checks/BitmapChecks.h"
 #include "shr/CopyPixelRows.h"
@@ -17,6 +18,10 @@ struct TilePart {
     std::int64_t rectX, rectY;  // and in the rectangle
     int width, height;
 };
+
+bool IsWholeTile(const TilePart& part, const RECT& box) {
+    return part.width == box.right - box.left && part.height == box.bottom - box.top;
+}
 
 /// Calls `use` for the part of `rect` in each tile that it meets, in the order of the tiles. `partCheck` is that
 /// a part is not empty.
@@ -83,9 +88,15 @@ void ZBitmap::FetchRegion(unsigned char* dst, int dstStride, int x, int y, int w
 }
 
 void ZBitmap::StoreRegion(const unsigned char* src, int srcStride, const RECT& rect) {
-    const shr::CopyWrites writes = WritesForRect(rect, colorFormat);
+    const TileReading* const reading = FindTileReading(*this);
+    const auto lockUnread =
+        reading == nullptr || !shr::ColorFmtHasAlphaChannel[colorFormat] ? nullptr : reading->lockUnread;
+    // A tile that is not in memory to stay goes on from the caches.
+    const bool passesOn = reading != nullptr && reading->load != nullptr;
+    const shr::CopyWrites writes = passesOn ? shr::CopyWrites::cached : WritesForRect(rect, colorFormat);
     ForEachPart(scanRectRows, rect, BitmapCheck::storedPart, [&](const TilePart& part) {
-        ZScanRect& tile = LockScanRect(part.row, part.col);
+        const bool isUnread = lockUnread != nullptr && IsWholeTile(part, GetScanRectBBox(part.row, part.col));
+        ZScanRect& tile = isUnread ? lockUnread(*this, part.row, part.col) : LockScanRect(part.row, part.col);
         shr::CopyPixelRows({tile.GetRowPtr(part.tileY), tile.GetStride(), part.tileX},
                            RunsAt(src, srcStride, part.rectX, part.rectY, colorFormat), part.width, part.height,
                            colorFormat, writes);

@@ -13,6 +13,7 @@
 #include <optional>
 
 #include "core/DummyBitmap.h"
+#include "core/FitTile.h"
 #include "core/LockedTile.h"
 #include "core/PackedDib.h"
 #include "core/TileGrid.h"
@@ -38,12 +39,6 @@ ZDummyBitmap LayoutOf(int width, int height, shr::ColorFormat format, int tileWi
     ZDummyBitmap layout;
     layout.Init(height, width, format, tileHeight, tileWidth);
     return layout;
-}
-
-/// The tile keeps its memory from box to box of the same size.
-void FitTile(std::optional<ZScanRect>& tile, const RECT& box, shr::ColorFormat format) {
-    const int width = static_cast<int>(box.right - box.left), height = static_cast<int>(box.bottom - box.top);
-    if (!tile || tile->GetWidth() != width || tile->GetHeight() != height) tile.emplace(width, height, format);
 }
 
 }  // namespace
@@ -361,9 +356,7 @@ bool ZBitmapCFileStore::Create(int width, int height, shr::ColorFormat format, i
     shr::ScopeExit cleanUp([this] { CreateCleanUp(); });
     std::optional<ZScanRect> tile;
     const auto writeZeros = [&](int row, int col) {
-        const RECT box = layout.GetScanRectBBox(row, col);
-        FitTile(tile, box, format);
-        WriteScanRect(*tile, row, col);
+        WriteScanRect(FitTile(tile, layout.GetScanRectBBox(row, col), format), row, col);
     };
     if (!CreateTiles(layout, progress, writeZeros)) return false;
     SaveInfoTable();
@@ -398,8 +391,7 @@ bool ZBitmapCFileStore::Create(const BITMAPINFOHEADER* dibHeader, const void* bi
     std::optional<ZScanRect> tile;
     const auto copyFromDib = [&](int row, int col) {
         const RECT box = layout.GetScanRectBBox(row, col);
-        FitTile(tile, box, format);
-        tile->CopyFromDib(dibHeader, bits, box.left, box.top);
+        FitTile(tile, box, format).CopyFromDib(dibHeader, bits, box.left, box.top);
         WriteScanRect(*tile, row, col);
     };
     if (!CreateTiles(layout, progress, copyFromDib)) return false;

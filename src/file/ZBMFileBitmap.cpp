@@ -44,11 +44,23 @@ std::unique_ptr<ZScanRect>& ZFileBitmap::SlotOf(int row, int col) const {
     return scanRectRows[r].tiles[c];
 }
 
-ZScanRect& ZFileBitmap::LockScanRect(int row, int col) const {
+std::unique_ptr<ZScanRect>& ZFileBitmap::SlotToLock(int row, int col) const {
     require(fileOpen, FileBitmapCheck::lockClosed);
     std::unique_ptr<ZScanRect>& slot = SlotOf(row, col);
     require(slot == nullptr, FileBitmapCheck::lockLocked);
+    return slot;
+}
+
+ZScanRect& ZFileBitmap::LockScanRect(int row, int col) const {
+    std::unique_ptr<ZScanRect>& slot = SlotToLock(row, col);
     slot = ReadTile(row, col);
+    return *slot;
+}
+
+ZScanRect& ZFileBitmap::LockUnread(const ZBitmap& bitmap, int row, int col) {
+    const auto& self = static_cast<const ZFileBitmap&>(bitmap);
+    std::unique_ptr<ZScanRect>& slot = self.SlotToLock(row, col);
+    slot = self.TakeSpareTile(self.GetScanRectBBox(row, col));
     return *slot;
 }
 

@@ -93,7 +93,9 @@ void ZPOTCFileBitmap::SetYResolution(int pixelsPerMeter) {
     store.SetYResolution(pixelsPerMeter);
 }
 
-const ToldTileReading ZPOTCFileBitmap::toldTileReading(typeid(ZPOTCFileBitmap), {.load = &ZPOTCFileBitmap::LoadTile});
+const ToldTileReading ZPOTCFileBitmap::toldTileReading(typeid(ZPOTCFileBitmap),
+                                                       {.load = &ZPOTCFileBitmap::LoadTile,
+                                                        .lockUnread = &ZPOTCFileBitmap::LockUnread});
 
 void ZPOTCFileBitmap::LoadTile(const ZBitmap& bitmap, int row, int col, ZScanRect& tile) {
     static_cast<const ZPOTCFileBitmap&>(bitmap).store.LoadTile(tile, row, col);

@@ -156,6 +156,7 @@ void ZScanRectFileBitmap::Save() {
 /// What an object of exactly this class tells of its tiles: read without a lock, zero where the file has none.
 const ToldTileReading ZScanRectFileBitmap::toldTileReading(typeid(ZScanRectFileBitmap),
                                                            {.load = &ZScanRectFileBitmap::LoadTile,
+                                                            .lockUnread = &ZScanRectFileBitmap::LockUnread,
                                                             .currentLevel = &ZScanRectFileBitmap::CurrentLevel});
 
 void ZScanRectFileBitmap::LoadTile(const ZBitmap& bitmap, int row, int col, ZScanRect& tile) {

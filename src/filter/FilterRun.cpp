@@ -1,6 +1,7 @@
 #include "filter/FilterRun.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "convert/ZBMColorFormat.h"
 #include "shr/ScopeExit.h"
@@ -9,6 +10,8 @@
 namespace zbm {
 
 namespace {
+
+constexpr int kLinesBetweenReports = 100;
 
 void GrowToLine(std::vector<std::uint8_t>& line, std::uint32_t width, shr::ColorFormat format) {
     const auto bytes = static_cast<std::size_t>(shr::RowBytes(width, format));
@@ -61,10 +64,12 @@ bool FilterRun::Run(ZBitmap& input, std::span<const CPixFilterContext> stages, s
     const shr::ScopeExit atTheEnd(freeCopies);
     freeCopies();
     if (HasNoPixels() && input.GetNumScanRectRows() > 0) return true;
-    const bool overwritesInput = &input == &output;
-    source.Begin(input,
-                 overwritesInput && !PullForward(stages) ? LineSource::RowCopy::needed : LineSource::RowCopy::needless);
-    sink.Begin();
+    const bool changesTiles = PointwiseRun::Suits(input, state.inputRect, output, stages, sink);
+    const bool readsOverwritten = &input == &output && !PullForward(stages);
+    source.Begin(input, changesTiles       ? LineSource::RowCopy::onDemand
+                        : readsOverwritten ? LineSource::RowCopy::needed
+                                           : LineSource::RowCopy::needless);
+    if (!changesTiles) sink.Begin();
     GrowLines();
 
     std::unique_ptr<zpixf::ZPixFilterBase> quantizer;  // outlives the pipeline
@@ -74,7 +79,12 @@ bool FilterRun::Run(ZBitmap& input, std::span<const CPixFilterContext> stages, s
     pipeline.progressLastLine = static_cast<std::uint32_t>(output.GetPixelHeight()) - 1;
     pipeline.CollectAlphaChanges(!shr::ColorFmtHasAlphaChannel[output.GetColorFormat()]);
     if (!AddStages(pipeline, stages, quantizer.get())) return false;
-    WriteLines(pipeline, quantizer != nullptr);
+    std::optional<PointwiseRun> tileRun;  // there to the end: the sink may have put tiles off
+    if (changesTiles)
+        ChangeTiles(tileRun.emplace(input, output, pipeline, sink), progress);
+    else
+        WriteLines(pipeline, quantizer != nullptr);
+    if (progress != nullptr) progress->SetProgress(1.0);
     sink.Finish();
     freeCopies();
     if (quantizer) TakePalette(output, quantizer->GetOutputFormat());
@@ -101,10 +111,20 @@ void FilterRun::WriteLines(CPixFilterPipeline& pipeline, bool indexed) {
             ConvertPixels({state.outputLine.data(), format, 0}, {state.outputLine32.data(), shr::BGRA_32, 0},
                           WidthOf(output), 1);
         sink.Write(pipeline.changedAlpha, state.outputLine.data(), y);
-        if (pipeline.progress != nullptr && y % 100 == 0)
+        if (pipeline.progress != nullptr && y % kLinesBetweenReports == 0)
             pipeline.progress->SetProgress(static_cast<double>(y) / height);
     }
-    if (pipeline.progress != nullptr) pipeline.progress->SetProgress(1.0);
+}
+
+/// From report to report, so that each finds the lines that it would find if they came one by one.
+void FilterRun::ChangeTiles(PointwiseRun& run, shr::IProgress* progress) {
+    const int height = output.GetPixelHeight();
+    if (progress == nullptr) return run.FilterLines(0, height);
+    for (int y = 0; y < height; y += kLinesBetweenReports) {
+        run.FilterLines(std::max(0, y - kLinesBetweenReports + 1), y + 1);
+        progress->SetProgress(static_cast<double>(y) / height);
+    }
+    run.FilterLines((height - 1) / kLinesBetweenReports * kLinesBetweenReports + 1, height);
 }
 
 void SetTrueColors(zpixf::ZPixFilterBase& filter, SIZE input, SIZE result) {

@@ -1,9 +1,11 @@
 #pragma once
-// The run of filters that all bitmaps share: lines of a source through a chain of stages into a sink.
+// The run of filters that all bitmaps share: lines of a source through a chain of stages into a sink. Filters of single
+// pixels go the shorter way of PointwiseRun.h where they can.
 #include <span>
 
 #include "filter/LineSink.h"
 #include "filter/LineSource.h"
+#include "filter/PointwiseRun.h"
 #include "zbm/CPixFilterPipeline.h"
 
 namespace zbm {
@@ -23,6 +25,7 @@ private:
     bool HasNoPixels() const;
     void GrowLines();
     void WriteLines(CPixFilterPipeline& pipeline, bool indexed);
+    void ChangeTiles(PointwiseRun& run, shr::IProgress* progress);
 
     const FilterFamily& family;
     FilterState& state;

@@ -1,6 +1,10 @@
 #include "filter/LineSink.h"
 
+#include <algorithm>
+
+#include "core/FitTile.h"
 #include "core/LockedTile.h"
+#include "core/TileReading.h"
 #include "filter/TileRows.h"
 
 namespace zbm {
@@ -47,6 +51,21 @@ void TileSink::Write(const std::vector<std::uint8_t>& alpha, const std::uint8_t*
     WriteLine(bitmap, row, LineInRow(bitmap, row, y), alpha, line, writes);
 }
 
+LineSink::Tiles TileSink::TakenTiles() const { return StayInMemory(bitmap) ? Tiles::inBands : Tiles::none; }
+
+void TileSink::ChangeTiles(int first, int end, TileChange& change) {
+    for (int y = first; y < end;) {
+        const int row = OutputRow(family, bitmap, y);
+        const RECT box = bitmap.GetScanRectBBox(row, 0);
+        const int top = static_cast<int>(box.top), bandEnd = std::min(end, static_cast<int>(box.bottom));
+        for (int col = 0; col < bitmap.GetNumScanRects(row); ++col) {
+            change.Change(*LockedTile(bitmap, row, col), row, col, y - top, bandEnd - top);
+            bitmap.CommitScanRect(row, col);
+        }
+        y = bandEnd;
+    }
+}
+
 RowSink::RowSink(const FilterFamily& runningFamily, OutputRowState& runningState, ZBitmap& destination) noexcept
     : bitmap(destination), family(runningFamily), state(runningState) {}
 
@@ -70,7 +89,35 @@ void RowSink::BeginRow(int row) {
     state.currentOutputRow = row;
 }
 
-void RowSink::Finish() { DeliverRow(state.currentOutputRow); }
+LineSink::Tiles RowSink::TakenTiles() const { return FindTileReading(bitmap) != nullptr ? Tiles::whole : Tiles::none; }
+
+void RowSink::ChangeTiles(int first, int end, TileChange& change) {
+    for (int y = first; y < end;) {
+        const int row = OutputRow(family, bitmap, y);
+        if (row != state.currentOutputRow) ChangeRow();
+        state.currentOutputRow = row;
+        pendingChange = &change;
+        y = static_cast<int>(bitmap.GetScanRectBBox(row, 0).bottom);
+    }
+}
+
+/// Padding that nobody writes is zero in the destination.
+void RowSink::ChangeRow() {
+    if (pendingChange == nullptr) return;
+    const int row = state.currentOutputRow;
+    for (int col = 0; col < bitmap.GetNumScanRects(row); ++col) {
+        ZScanRect& tile = FitTile(changedTile, bitmap.GetScanRectBBox(row, col), bitmap.GetColorFormat());
+        if (pendingChange->NeedsContent()) LoadTile(bitmap, row, col, tile);
+        pendingChange->Change(tile, row, col, 0, tile.GetHeight());
+        Deliver(tile, row, col);
+    }
+    pendingChange = nullptr;
+}
+
+void RowSink::Finish() {
+    if (pendingChange != nullptr) return ChangeRow();
+    DeliverRow(state.currentOutputRow);
+}
 
 void RowSink::CreateRow(int row) {
     state.outputRowCopy.reset();
@@ -83,6 +130,7 @@ void RowSink::DeliverRow(int row) {
 }
 
 void RowSink::Free() noexcept {
+    pendingChange = nullptr;
     state.outputRowCopy.reset();
     state.currentOutputRow = -1;
 }

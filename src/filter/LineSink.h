@@ -1,18 +1,44 @@
 #pragma once
-// Where a run of filters writes its lines.
+// Where a run of filters writes its lines, or changes its tiles.
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "filter/FilterFamily.h"
 #include "shr/CopyPixelRows.h"
 #include "zbm/FilterState.h"
 #include "zbm/ZBitmap.h"
+#include "zbm/ZScanRect.h"
 
 namespace zbm {
+
+/// What a run of filters of single pixels does to a tile.
+class TileChange {
+public:
+    /// Whether a tile must hold what it held in the destination.
+    virtual bool NeedsContent() const = 0;
+    /// Lines `first` to before `end` of tile (row, col) of the destination.
+    virtual void Change(ZScanRect& tile, int row, int col, int first, int end) = 0;
+
+protected:
+    ~TileChange() = default;
+};
 
 class LineSink {
 public:
     virtual ~LineSink() = default;
+
+    // A run goes line by line (Begin, Write ..., Finish, Free), or tile by tile (ChangeTiles ..., Finish, Free).
+
+    /// Whether tiles can be changed past the lines: those of the lines in hand, or each as a whole.
+    enum class Tiles { none, inBands, whole };
+    virtual Tiles TakenTiles() const { return Tiles::none; }
+    /// Makes lines `first` to before `end` of the destination what they become; these follow those of the former call.
+    /// At any time between calls the destination holds just the lines that Write would have brought there; so the
+    /// change must last until Finish.
+    virtual void ChangeTiles(int first, int end, TileChange& change) = 0;
+    virtual shr::CopyWrites Writes() const { return shr::CopyWrites::cached; }
+
     /// Before the first line.
     virtual void Begin() {}
     /// Output line `y` in the destination's format. `alpha` is its mask, or empty when masks stay as they are. Lines
@@ -31,6 +57,9 @@ public:
     TileSink(const FilterFamily& family, ZBitmap& destination, shr::CopyWrites howToWrite) noexcept;
     ~TileSink() override;
     void Write(const std::vector<std::uint8_t>& alpha, const std::uint8_t* line, int y) override;
+    Tiles TakenTiles() const override;
+    void ChangeTiles(int first, int end, TileChange& change) override;
+    shr::CopyWrites Writes() const override { return writes; }
 
 private:
     const FilterFamily& family;
@@ -46,6 +75,8 @@ public:
     RowSink(const FilterFamily& family, OutputRowState& state, ZBitmap& destination) noexcept;
     void Begin() override;
     void Write(const std::vector<std::uint8_t>& alpha, const std::uint8_t* line, int y) override;
+    Tiles TakenTiles() const override;
+    void ChangeTiles(int first, int end, TileChange& change) override;
     void Finish() override;
     void Free() noexcept override;
 
@@ -60,9 +91,12 @@ protected:
 
 private:
     void BeginRow(int row);
+    void ChangeRow();
 
     const FilterFamily& family;
     OutputRowState& state;
+    TileChange* pendingChange = nullptr;  ///< to the current row
+    std::optional<ZScanRect> changedTile;
 };
 
 }  // namespace zbm

@@ -12,12 +12,14 @@ void LineSource::Begin(ZBitmap& input, RowCopy copy) {
     const int row = FindTileRow(input, state.inputRect.top);
     require(row >= 0, family.firstRow);
     state.inputBitmap = &input;
-    if (copy == RowCopy::needed || !StayInMemory(input)) CreateRowCopy(row);
-    BeginRow(row);
     state.awaitedInputLine = state.inputRect.top;
+    if (copy == RowCopy::onDemand) return;
+    if (copy == RowCopy::needed) CreateRowCopy(row);
+    BeginRow(row);
 }
 
 void LineSource::BeginRow(int row) {
+    if (!state.inputRowCopy && !StayInMemory(*state.inputBitmap)) CreateRowCopy(row);
     if (state.inputRowCopy) {
         const RECT box = state.inputBitmap->GetScanRectBBox(row, 0);
         if (box.bottom - box.top != state.inputRowCopy->GetPixelHeight()) CreateRowCopy(row);

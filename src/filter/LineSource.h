@@ -19,10 +19,10 @@ public:
     LineSource(const FilterFamily& runningFamily, FilterState& runningState) noexcept
         : family(runningFamily), state(runningState) {}
 
-    enum class RowCopy { needed, needless };
+    enum class RowCopy { needed, needless, onDemand };
     /// From now on lines are those of the state's inputRect of `input`; its first must be in a row of tiles. The copy
     /// is needless where no line is read again after it was overwritten; tiles that are not in memory are copied
-    /// nevertheless.
+    /// nevertheless: at once, or only when a line is asked for.
     void Begin(ZBitmap& input, RowCopy copy);
     /// Line `y` of inputRect in the input's format. Its mask goes into the stage, if that uses alpha.
     void Read(CPixFilterContext& stage, std::uint8_t* line, int y);

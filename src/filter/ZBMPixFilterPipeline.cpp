@@ -153,16 +153,23 @@ void CPixFilterPipeline::ReportStart(unsigned stage, unsigned line) {
 void CPixFilterPipeline::FilterScanline(unsigned char* buffer, int line) {
     require(numStages > 0, PixFilterPipelineCheck::anyStage);
     zpixf::ZPixFilterBase& last = *stages[numStages - 1].filter;
-    if (!last.FilterScanline(static_cast<unsigned>(line), buffer)) {
-        const shr::ZString& reason = last.GetErrorDescription();
-        const shr::Exception error(last.GetErrorModule(), last.GetErrorFile(), last.GetErrorLine(),
-                                   reason.IsEmpty() ? L"A filter gave no line, and no reason." : reason, false);
-        Destroy();
-        throw shr::Exception(error);
-    }
+    if (!last.FilterScanline(static_cast<unsigned>(line), buffer)) RaiseFailure(last);
     // With more stages alpha is taken where one pulls it from the next; so what a last stage after others makes of it
     // is deliberately not taken.
     if (numStages == 1 && alphaStage == 0 && collectAlphaChanges) StoreChangedAlphaValues(&stages[0], buffer);
+}
+
+void CPixFilterPipeline::ChangePixels(std::uint8_t* pixels, std::size_t count) {
+    for (std::uint32_t i = 0; i < numStages; ++i)
+        if (!stages[i].filter->AsPointwise()->ChangePixels(pixels, count)) RaiseFailure(*stages[i].filter);
+}
+
+void CPixFilterPipeline::RaiseFailure(const zpixf::ZPixFilterBase& filter) {
+    const shr::ZString& reason = filter.GetErrorDescription();
+    const shr::Exception error(filter.GetErrorModule(), filter.GetErrorFile(), filter.GetErrorLine(),
+                               reason.IsEmpty() ? L"A filter gave no line, and no reason." : reason, false);
+    Destroy();
+    throw shr::Exception(error);
 }
 
 void CPixFilterPipeline::StoreChangedAlphaValues(CPixFilterContext* context, void* buffer) {

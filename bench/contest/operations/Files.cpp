@@ -19,7 +19,7 @@ constexpr int kShown = 4;
 Entry OurLevels(const Scene& scene) {
     struct Work {
         bench::ScratchFile file{"_ours"};
-        bench::OpenBitmap bitmap;
+        zbm::ZScanRectFileBitmap bitmap{L"", L"", false};
     };
     const auto work = std::make_shared<Work>();
     const Square& source = scene.source;
@@ -28,8 +28,10 @@ Entry OurLevels(const Scene& scene) {
         work->bitmap.StoreRegion(&source.pixels[std::size_t(y) * std::size_t(source.stride)], source.stride, 0, y,
                                  source.side, bench::kTileSide);
     return {bench::Timed([work] {
-                work->bitmap.ForgetLevels();
-                bench::Keep(work->bitmap.CommitAll(nullptr));
+                work->bitmap.Close();
+                bench::ForgetLevels(work->file);
+                work->bitmap.Open(work->file.Name(), false);
+                bench::Keep(work->bitmap.CommitAll(nullptr, true));
             }),
             [work, &to = scene.result] {
                 work->bitmap.GetPtrToPOTReduction(2)->FetchRegion(to.pixels.data(), to.stride, 0, 0, to.side, to.side);

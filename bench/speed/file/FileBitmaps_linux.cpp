@@ -71,9 +71,14 @@ void WriteTiles(OpenBitmap& bitmap, const zbm::ZScanRect& tile) {
         for (int col = 0; col < kTilesAcross; ++col) bitmap.WriteScanRect(tile, row, col);
 }
 
-void Fill(OpenBitmap& bitmap, const ScratchFile& file, shr::ColorFormat format = shr::BGRA_32) {
-    bitmap.CreateEmpty(file.Name(), kSide, kSide, format);
-    WriteTiles(bitmap, NoisyTile(format));
+/// Makes the file, and opens it in `bitmap`.
+void Fill(zbm::ZScanRectFileBitmap& bitmap, const ScratchFile& file, shr::ColorFormat format = shr::BGRA_32) {
+    {
+        OpenBitmap made;
+        made.CreateEmpty(file.Name(), kSide, kSide, format);
+        WriteTiles(made, NoisyTile(format));
+    }
+    bitmap.Open(file.Name(), false);
 }
 
 void WriteNew(bench::Run& run) {
@@ -109,7 +114,7 @@ void WriteOver(bench::Run& run) {
 void StoreRegions(bench::Run& run) {
     const ScratchFile ours("_ours"), plain("_plain");
     const bench::Pixels rows = bench::Noise(std::size_t{4} * kSide * kTile), pixels = TilePixels();
-    OpenBitmap bitmap;
+    zbm::ZScanRectFileBitmap bitmap(L"", L"", false);
     Fill(bitmap, ours);
     const PlainFile file(plain);
     const auto operation = [&] {
@@ -128,7 +133,7 @@ void ForEachScattered(const Use& use) {
 void LockScattered(bench::Run& run) {
     const ScratchFile ours("_ours"), plain("_plain");
     bench::Pixels pixels = TilePixels();
-    OpenBitmap bitmap;
+    zbm::ZScanRectFileBitmap bitmap(L"", L"", false);
     Fill(bitmap, ours);
     const PlainFile file(plain);
     WritePlainTiles(file, pixels);
@@ -157,7 +162,7 @@ void ReadAndWrite(const PlainFile& from, const PlainFile& to, bench::Pixels& pie
 void ChangeBrightness(bench::Run& run, shr::ColorFormat format) {
     const ScratchFile ours("_ours"), plain("_plain");
     bench::Pixels piece(static_cast<std::size_t>(shr::RowBytes(kTile, format)) * kTile);
-    OpenBitmap bitmap;
+    zbm::ZScanRectFileBitmap bitmap(L"", L"", false);
     Fill(bitmap, ours, format);
     const PlainFile file(plain);
     for (std::size_t i = 0; i < kTiles; ++i) file.Write(piece, i);
@@ -174,13 +179,15 @@ void ChangeBrightness(bench::Run& run, shr::ColorFormat format) {
 void BuildLevels(bench::Run& run) {
     const ScratchFile ours("_ours"), plain("_plain"), levels("_levels");
     bench::Pixels piece = TilePixels();
-    OpenBitmap bitmap;
+    zbm::ZScanRectFileBitmap bitmap(L"", L"", false);
     Fill(bitmap, ours);
     const PlainFile from(plain);
     WritePlainTiles(from, piece);
     const auto operation = [&] {
-        bitmap.ForgetLevels();
-        bench::Keep(bitmap.CommitAll(nullptr));
+        bitmap.Close();
+        bench::ForgetLevels(ours);
+        bitmap.Open(ours.Name(), false);
+        bench::Keep(bitmap.CommitAll(nullptr, true));
     };
     run.TakeTurns({kMegapixels, "MP/s"}, operation, "ratio_to_read_and_write",
                   [&] { ReadAndWrite(from, PlainFile(levels, O_TRUNC), piece, kTiles / 3); });

@@ -1,4 +1,6 @@
 #pragma once
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 
 #include "shr/ZString.h"
@@ -30,6 +32,8 @@ enum class ZPixfType : int {
 
 /// Fetches line `line` of the input into `buffer`; false when it cannot.
 using ScanLineFunction = bool (*)(void* userData, unsigned line, void* buffer);
+
+class ZPixfPointwise;
 
 /// A filter that works line by line and pulls its input: set the two formats and the scan-line function, Start it, ask
 /// for output lines, Stop it.
@@ -71,6 +75,8 @@ public:
     /// none after the output line of its number was given; until line 0 is asked for again. So a picture can be
     /// filtered in place.
     virtual bool PullsForward() const { return false; }
+    /// Null for a filter that is not one of single pixels.
+    virtual ZPixfPointwise* AsPointwise() noexcept { return nullptr; }
     bool IsStarted() const noexcept { return started; }
 
     const shr::ZString& GetErrorModule() const noexcept { return errorModule; }
@@ -102,6 +108,31 @@ private:
     shr::ZString errorModule, errorFile, errorDescription;
     int errorLine = 0;
     bool lacksMemory = false;
+};
+
+/// A filter of single pixels: each output pixel is made of the input pixel of its place alone, by a function that is
+/// the same at every place. Bitmaps then change their tiles where they lie, which is faster than lines by far.
+///
+///     class Invert final : public zpixf::ZPixfPointwise {
+///     public:
+///         zpixf::ZPixfType FilterType() const override { return zpixf::ZPixfType::KeepsAlpha; }
+///         bool ChangePixels(std::uint8_t* pixels, std::size_t count) override;  // B, G, R, A
+///
+///     protected:
+///         bool OnStart() override { return true; }
+///     };
+class ZPIXF_API ZPixfPointwise : public ZPixFilterBase {
+public:
+    ZPixfPointwise();
+    ~ZPixfPointwise() override;
+    /// The input line, with its pixels changed.
+    bool FilterScanline(unsigned line, void* buffer) final;
+    bool PullsForward() const final { return true; }
+    ZPixfPointwise* AsPointwise() noexcept final { return this; }
+
+    /// For a started filter: changes `count` pixels of the formats set, in place. They may be of any place, in parts of
+    /// any size, in any order. False, described, if that fails.
+    virtual bool ChangePixels(std::uint8_t* pixels, std::size_t count) = 0;
 };
 
 }  // namespace zpixf

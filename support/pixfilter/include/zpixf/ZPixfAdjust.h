@@ -11,11 +11,10 @@
 namespace zpixf {
 
 /// A filter that maps each channel's level by itself.
-class ZPIXF_API ZPixfLevels : public ZPixFilterBase {
+class ZPIXF_API ZPixfLevels : public ZPixfPointwise {
 public:
     ~ZPixfLevels() override;
-    bool FilterScanline(unsigned line, void* buffer) override;
-    bool PullsForward() const override { return true; }
+    bool ChangePixels(std::uint8_t* pixels, std::size_t count) override;
     void Stop() override;
 
 protected:
@@ -61,7 +60,7 @@ private:
     double contrast = 0;
 };
 
-class ZPIXF_API ZPixfSaturation : public ZPixFilterBase {
+class ZPIXF_API ZPixfSaturation : public ZPixfPointwise {
 public:
     ZPixfSaturation();
     ~ZPixfSaturation() override;
@@ -69,8 +68,7 @@ public:
     /// complementary colours. Exact, with the amount rounded to a multiple of 1/16384. Limits as for brightness.
     void SetSaturation(double amount);
     ZPixfType FilterType() const override;
-    bool FilterScanline(unsigned line, void* buffer) override;
-    bool PullsForward() const override { return true; }
+    bool ChangePixels(std::uint8_t* pixels, std::size_t count) override;
 
 protected:
     bool OnStart() override;
@@ -81,13 +79,12 @@ private:
 };
 
 /// Each channel becomes the luma.
-class ZPIXF_API ZPixfDesaturate : public ZPixFilterBase {
+class ZPIXF_API ZPixfDesaturate : public ZPixfPointwise {
 public:
     ZPixfDesaturate();
     ~ZPixfDesaturate() override;
     ZPixfType FilterType() const override;
-    bool FilterScanline(unsigned line, void* buffer) override;
-    bool PullsForward() const override { return true; }
+    bool ChangePixels(std::uint8_t* pixels, std::size_t count) override;
 
 protected:
     bool OnStart() override;

@@ -4,13 +4,12 @@
 namespace zpixf {
 
 /// Hands every line through as it is. Input and output formats must agree.
-class ZPIXF_API ZPixfNull : public ZPixFilterBase {
+class ZPIXF_API ZPixfNull : public ZPixfPointwise {
 public:
     ZPixfNull();
     ~ZPixfNull() override;
     ZPixfType FilterType() const override;
-    bool FilterScanline(unsigned line, void* buffer) override;
-    bool PullsForward() const override { return true; }
+    bool ChangePixels(std::uint8_t* pixels, std::size_t count) override;
 
 protected:
     bool OnStart() override;

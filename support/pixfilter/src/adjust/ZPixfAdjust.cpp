@@ -40,13 +40,11 @@ void ZPixfLevels::Stop() {
     ZPixFilterBase::Stop();
 }
 
-bool ZPixfLevels::FilterScanline(unsigned line, void* buffer) {
-    if (!IsReadyFor(line) || !PullLine(line, buffer)) return false;
-    auto* pixels = static_cast<std::uint8_t*>(buffer);
+bool ZPixfLevels::ChangePixels(std::uint8_t* pixels, std::size_t count) {
     if (state->form)
-        ActiveAdjustKernels().mapLevels(*state->form, pixels, outputFormat.GetWidth());
+        ActiveAdjustKernels().mapLevels(*state->form, pixels, count);
     else
-        LookUpLevels(state->levels, pixels, outputFormat.GetWidth());
+        LookUpLevels(state->levels, pixels, count);
     return true;
 }
 
@@ -73,9 +71,8 @@ bool ZPixfSaturation::OnStart() {
     return true;
 }
 
-bool ZPixfSaturation::FilterScanline(unsigned line, void* buffer) {
-    if (!IsReadyFor(line) || !PullLine(line, buffer)) return false;
-    ActiveAdjustKernels().saturate(factor, static_cast<std::uint8_t*>(buffer), outputFormat.GetWidth());
+bool ZPixfSaturation::ChangePixels(std::uint8_t* pixels, std::size_t count) {
+    ActiveAdjustKernels().saturate(factor, pixels, count);
     return true;
 }
 
@@ -88,9 +85,8 @@ bool ZPixfDesaturate::OnStart() {
     return why == nullptr || Fail("ZPixfAdjust", __LINE__, why);
 }
 
-bool ZPixfDesaturate::FilterScanline(unsigned line, void* buffer) {
-    if (!IsReadyFor(line) || !PullLine(line, buffer)) return false;
-    ActiveAdjustKernels().desaturate(static_cast<std::uint8_t*>(buffer), outputFormat.GetWidth());
+bool ZPixfDesaturate::ChangePixels(std::uint8_t* pixels, std::size_t count) {
+    ActiveAdjustKernels().desaturate(pixels, count);
     return true;
 }
 

@@ -86,4 +86,12 @@ bool ZPixFilterBase::FailForMemory(const char* file, int line) {
     return false;
 }
 
+ZPixfPointwise::ZPixfPointwise() = default;
+ZPixfPointwise::~ZPixfPointwise() = default;
+
+bool ZPixfPointwise::FilterScanline(unsigned line, void* buffer) {
+    return IsReadyFor(line) && PullLine(line, buffer) &&
+           ChangePixels(static_cast<std::uint8_t*>(buffer), outputFormat.GetWidth());
+}
+
 }  // namespace zpixf

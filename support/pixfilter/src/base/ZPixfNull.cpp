@@ -15,6 +15,6 @@ bool ZPixfNull::OnStart() {
     return agree || Fail("ZPixfNull", __LINE__, L"Input and output of the filter differ in format.");
 }
 
-bool ZPixfNull::FilterScanline(unsigned line, void* buffer) { return IsReadyFor(line) && PullLine(line, buffer); }
+bool ZPixfNull::ChangePixels(std::uint8_t*, std::size_t) { return true; }
 
 }  // namespace zpixf
