@@ -91,7 +91,9 @@ public:
     /// of another shape. When a tile's first record cannot be written it stays without one, and the host file gets back
     /// its former length.
     void WriteScanRect(const ZScanRect& tile, int row, int col);
-    /// Writes header and table of positions; nothing in a store that may not be written.
+    /// Writes header and table of positions; nothing in a store that may not be written. The header of a store that was
+    /// opened by itself goes to its base offset, over its signature: stores are changed through the bitmaps that own
+    /// them, or right after they were created.
     void CommitAll();
 
 protected:
@@ -160,10 +162,11 @@ private:
     /// An opened store keeps 0 for the header's position, so that by itself it writes at its base; the bitmaps that own
     /// a whole store seat it where it lies.
     void SeatHeader() noexcept;
-    /// From the signature to the end of the table.
-    Range Tables() const noexcept;
-    /// Whether a tile lies over one of the ranges, the store's own tables left aside.
-    bool HasTileOver(const std::vector<Range>& ranges) const;
+    Range Table() const noexcept;
+    /// Signature and header, table, tiles.
+    void AppendRanges(std::vector<Range>& ranges) const;
+    /// Sorts them, if need be.
+    static bool AreDisjoint(std::vector<Range>& ranges);
     /// Where the last of table and tiles ends in the host file.
     std::int64_t DataEnd() const;
     /// Whether the header or the table of the store that begins at `offset` reaches past the host file's end.

@@ -83,12 +83,14 @@ public:
     /// Level 0 is the bitmap itself, and so is every level of a bitmap whose smaller side is below 16. Null when fewer
     /// levels are held; none is ever built here. Owned by this bitmap, valid until it is closed or CommitAll builds.
     ZBitmap* GetPtrToPOTReduction(unsigned level) override;
-    /// Builds the reductions, or refreshes them, when something changed since. False when a palette bitmap's copy in
-    /// true colours could not be started; cancelling arrives as shr::AbortException. Reductions of a build that fails
-    /// are dropped; of a refresh, all stay stale. Raises ERR_SHR_FILE_READ_ONLY for a file opened read-only, but only
-    /// if there is something to build.
+    /// Builds the reductions, or refreshes them, when something changed since. A file without reductions does not tell
+    /// whether it changed since: once such a file was opened they are built after the next change, or by `rebuild`.
+    /// False when a palette bitmap's copy in true colours could not be started; cancelling arrives as
+    /// shr::AbortException. Reductions of a build that fails are dropped; of a refresh, all stay stale. Raises
+    /// ERR_SHR_FILE_READ_ONLY for a file opened read-only, but only if there is something to build.
     [[nodiscard]] bool CommitAll(shr::IProgress* progress) override;
-    /// The same; with `rebuild` also when nothing is known to have changed.
+    /// The same; with `rebuild` also when nothing is known to have changed, and anew where the file has other
+    /// reductions than ours would be.
     [[nodiscard]] bool CommitAll(shr::IProgress* progress, bool rebuild);
 
     /// Bitmaps in files are not stored in archives by this version: raises an internal error.
@@ -170,6 +172,8 @@ private:
     void OpenFile(ZString name, shr::FileAccess access, shr::FileMode mode, shr::FileSharing sharing, Check check);
     void ReadFileInfoTable();
     void OpenLevels();
+    void CheckSlots() const;
+    void CheckRanges() const;
     void MarkStaleLevels() noexcept;
     void WriteLevelCount(std::uint32_t count);
     template <class LayOut, class Fill>
@@ -178,6 +182,8 @@ private:
     bool CopyTiles(ZBitmap& source, shr::IProgress* progress);
     std::unique_ptr<ZBasicMemBitmap> AssembleRow(const ZBitmap& source, int row) const;
     bool FillFrom(ZBitmap& source, const RECT& rect, zpixf::ZPixFilterBase& filter, shr::IProgress* progress);
+    bool HasUsualLevels() const;
+    void DropLevels();
     bool BuildLevels(ZBitmap& first, shr::IProgress* progress);
     void AppendLevel(std::unique_ptr<ZPOTCFileBitmap> level);
     std::int64_t PlaceOfNextLevel();

@@ -135,35 +135,43 @@ void ZBitmapCFileStore::ForEachRecord(Use use) const {
         }
 }
 
-/// No tile may lie over the header or the table, nor, where it could be written, outside the file.
+/// No tile may lie over the header, the table or another tile, nor, where it could be written, outside the file.
 bool ZBitmapCFileStore::HasSoundPositions() const {
-    const std::int64_t tableEnd = header.tablePosition + PositionTable(header.Grid()).Bytes();
     bool areSound = true;
     ForEachRecord([&](std::int64_t position, std::optional<std::int64_t> bytes) {
-        const bool isInFile = bytes && position >= kHeaderEnd && position <= kLastPosition - *bytes &&
-                              (readOnly || position + *bytes <= fileEnd);
-        areSound = areSound && isInFile && (position + *bytes <= header.tablePosition || position >= tableEnd);
+        areSound = areSound && bytes && position >= kHeaderEnd && position <= kLastPosition - *bytes &&
+                   (readOnly || position + *bytes <= fileEnd);
     });
-    return areSound;
+    if (!areSound) return false;
+    std::vector<Range> ranges;
+    AppendRanges(ranges);
+    return AreDisjoint(ranges);
 }
 
-ZBitmapCFileStore::Range ZBitmapCFileStore::Tables() const noexcept {
-    return {base, base + header.tablePosition + PositionTable(header.Grid()).Bytes()};
+ZBitmapCFileStore::Range ZBitmapCFileStore::Table() const noexcept {
+    const std::int64_t begin = base + header.tablePosition;
+    return {begin, begin + PositionTable(header.Grid()).Bytes()};
 }
 
-bool ZBitmapCFileStore::HasTileOver(const std::vector<Range>& ranges) const {
-    bool isOver = false;
+void ZBitmapCFileStore::AppendRanges(std::vector<Range>& ranges) const {
+    ranges.push_back({base, base + kHeaderEnd});
+    ranges.push_back(Table());
     ForEachRecord([&](std::int64_t position, std::optional<std::int64_t> bytes) {
-        const std::int64_t first = base + position, end = first + bytes.value_or(0);
-        isOver = isOver || std::any_of(ranges.begin(), ranges.end(), [&](const Range& range) {
-                     return range.begin != base && first < range.end && end > range.begin;
-                 });
+        ranges.push_back({base + position, base + position + bytes.value_or(0)});
     });
-    return isOver;
+}
+
+/// Most files hold them in order.
+bool ZBitmapCFileStore::AreDisjoint(std::vector<Range>& ranges) {
+    const auto beginsBefore = [](const Range& a, const Range& b) { return a.begin < b.begin; };
+    if (!std::is_sorted(ranges.begin(), ranges.end(), beginsBefore))
+        std::sort(ranges.begin(), ranges.end(), beginsBefore);
+    const auto reachesInto = [](const Range& a, const Range& b) { return a.end > b.begin; };
+    return std::adjacent_find(ranges.begin(), ranges.end(), reachesInto) == ranges.end();
 }
 
 std::int64_t ZBitmapCFileStore::DataEnd() const {
-    std::int64_t end = Tables().end;
+    std::int64_t end = Table().end;
     ForEachRecord([&](std::int64_t position, std::optional<std::int64_t> bytes) {
         end = std::max(end, base + position + bytes.value_or(0));
     });
@@ -246,6 +254,7 @@ void ZBitmapCFileStore::CreateCleanUp() {
 
 void ZBitmapCFileStore::SetColorFormat(shr::ColorFormat format) {
     require(shr::IsColorFormat(format), BitmapCFileStoreCheck::formatRange);
+    require(!readOnly, BitmapCFileStoreCheck::headerOfReadOnly);
     header.colorFormat = format;
     header.numColorTableItems = static_cast<std::uint32_t>(shr::ColorFmtToTblSize[format]);
     std::fill_n(header.colorTable, header.numColorTableItems, shr::Color4b::Black);
@@ -270,12 +279,14 @@ shr::Color4b ZBitmapCFileStore::GetColorTableItem(unsigned index) const {
 
 void ZBitmapCFileStore::SetXResolution(int pixelsPerMeter) {
     if (pixelsPerMeter < 1 || pixelsPerMeter == header.xResolution) return;
+    require(!readOnly, BitmapCFileStoreCheck::headerOfReadOnly);
     header.xResolution = pixelsPerMeter;
     SaveInfoTable();
 }
 
 void ZBitmapCFileStore::SetYResolution(int pixelsPerMeter) {
     if (pixelsPerMeter < 1 || pixelsPerMeter == header.yResolution) return;
+    require(!readOnly, BitmapCFileStoreCheck::headerOfReadOnly);
     header.yResolution = pixelsPerMeter;
     SaveInfoTable();
 }

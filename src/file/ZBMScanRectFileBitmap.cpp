@@ -9,6 +9,8 @@
 // builds the reductions.
 #include "zbm/ZScanRectFileBitmap.h"
 
+#include <algorithm>
+
 #include "core/LogInDestructor.h"
 #include "core/TileGrid.h"
 #include "core/TileReading.h"
@@ -16,6 +18,7 @@
 #include "file/FileTiles.h"
 #include "file/LittleEndian.h"
 #include "file/SignatureBlock.h"
+#include "filter/ReductionSizes.h"
 #include "shr/Path.h"
 #include "shr/ScopeExit.h"
 #include "zbm/ZPOTCFileBitmap.h"
@@ -46,7 +49,9 @@ void ZScanRectFileBitmap::FileInfoTable::Fields(Self& self, Coder& coder) {
 
 ZScanRectFileBitmap::ZScanRectFileBitmap(const std::wstring& temporaryFolder, const std::wstring& temporaryFile,
                                          bool keep)
-    : tempDir(temporaryFolder), tempFile(temporaryFile), keepTempFile(keep) {}
+    : tempDir(temporaryFolder), tempFile(temporaryFile), keepTempFile(keep) {
+    Init(0, 0, shr::BGRA_32, kFileTileSide, kFileTileSide);
+}
 
 ZScanRectFileBitmap::~ZScanRectFileBitmap() {
     try {
@@ -90,28 +95,40 @@ void ZScanRectFileBitmap::ReadFileInfoTable() {
     require(count >= 1 && count <= FileInfoTable::kLevels, ScanRectFileBitmapCheck::openedLevelCount);
     // Behind the slot of the level to come nothing has a meaning.
     std::fill(fileInfoTable.slots + std::min(count + 1, FileInfoTable::kLevels), std::end(fileInfoTable.slots), 0);
-    if (fileInfoTable.slots[0] < FileInfoTable::kFirstStore) RefuseFile();
 }
 
 /// Of a file that was cut, what is there is shown: without the reductions whose beginnings are missing.
 void ZScanRectFileBitmap::OpenLevels() {
+    CheckSlots();
     store = std::make_unique<OwnStore>(fileName, file, fileInfoTable.slots[0], true, readOnly);
+    const shr::ColorFormat levelFormat = FormatOfReductions(store->GetColorFormat());
     for (std::uint32_t level = 1; level < fileInfoTable.levelCount; ++level) {
         const std::int64_t slot = fileInfoTable.slots[level];
-        if (slot < store->Tables().end) RefuseFile();
         if (readOnly && ZBitmapCFileStore::IsCutOff(file, slot)) break;
         reductions.push_back(std::make_unique<ZPOTCFileBitmap>(fileName, file, slot, true, readOnly));
-        if (reductions.back()->HasNoPixels()) RefuseFile();
+        if (reductions.back()->HasNoPixels() || reductions.back()->GetColorFormat() != levelFormat) RefuseFile();
     }
-    std::vector<ZBitmapCFileStore::Range> tables;
-    for (const auto& level : reductions) tables.push_back(level->store.Tables());
-    // A tile that is written must not go over the beginnings of a level.
-    if (store->HasTileOver(tables)) RefuseFile();
-    for (const auto& level : reductions)
-        if (level->store.HasTileOver(tables)) RefuseFile();
+    CheckRanges();
     fileInfoTable.levelCount = static_cast<std::uint32_t>(reductions.size()) + 1;
     reductionsStale = store->header.reserved[0] == kStaleLevels;
     if (!readOnly) store->SeatHeader();
+}
+
+/// Before any level is read: one that is named again and again would be read as often.
+void ZScanRectFileBitmap::CheckSlots() const {
+    std::vector<std::int64_t> slots(fileInfoTable.slots, fileInfoTable.slots + fileInfoTable.levelCount);
+    std::sort(slots.begin(), slots.end());
+    if (slots.front() < FileInfoTable::kFirstStore) RefuseFile();
+    if (std::adjacent_find(slots.begin(), slots.end()) != slots.end()) RefuseFile();
+}
+
+/// What is written into one place must change nothing else.
+void ZScanRectFileBitmap::CheckRanges() const {
+    if (reductions.empty()) return;
+    std::vector<ZBitmapCFileStore::Range> ranges;
+    store->AppendRanges(ranges);
+    for (const auto& level : reductions) level->store.AppendRanges(ranges);
+    if (!ZBitmapCFileStore::AreDisjoint(ranges)) RefuseFile();
 }
 
 void ZScanRectFileBitmap::RefuseFile() const { require.Fail(ScanRectFileBitmapCheck::badFile, fileName); }

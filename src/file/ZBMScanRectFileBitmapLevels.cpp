@@ -37,7 +37,29 @@ bool ZScanRectFileBitmap::CommitAll(shr::IProgress* progress) { return CreatePOT
 
 bool ZScanRectFileBitmap::CommitAll(shr::IProgress* progress, bool rebuild) {
     if (rebuild && fileOpen) reductionsStale = true;
+    if (rebuild && !readOnly && !reductions.empty() && !HasUsualLevels()) DropLevels();
     return CreatePOTReductions(progress);
+}
+
+/// Each half of the one before, down to the smallest.
+bool ZScanRectFileBitmap::HasUsualLevels() const {
+    const ZBitmap* source = this;
+    for (const auto& level : reductions) {
+        const auto size = ReducedSize(*source);
+        if (!size || size->cx != level->GetPixelWidth() || size->cy != level->GetPixelHeight()) return false;
+        source = level.get();
+    }
+    return !ReducedSize(*source);
+}
+
+/// Their room in the file is lost.
+void ZScanRectFileBitmap::DropLevels() {
+    FreeAllPOTReductions();
+    const std::int64_t first = fileInfoTable.slots[0];
+    InitFileInfoTable();
+    fileInfoTable.levelCount = 1;
+    fileInfoTable.slots[0] = first;
+    SaveFileInfoTable();
 }
 
 void ZScanRectFileBitmap::FreeAllPOTReductions() noexcept { reductions.clear(); }
@@ -115,7 +137,7 @@ bool ZScanRectFileBitmap::RegenPOTReductions(shr::IProgress* progress) {
 /// whose file stays in the folder of temporary files until the next build or sweep.
 template <class Build>
 bool ZScanRectFileBitmap::FromLevelSource(shr::IProgress* progress, const Build& build) {
-    if (!IsReducedInTrueColors(*this)) return build(*this);
+    if (!IsReducedInTrueColors(*this) || HasNoPixels()) return build(*this);
     if (!scratchFilename.IsEmpty()) shr::RemoveFile(scratchFilename);
     scratchFilename = {};
     ZString made = MakeUniqueTempFile();

@@ -23,5 +23,8 @@ inline bool IsItsOwnReduction(const ZBitmap& bitmap) {
 
 /// Colours are averaged, which indices cannot be: reductions of an indexed picture are made from one in true colours.
 inline bool IsReducedInTrueColors(const ZBitmap& bitmap) { return shr::ColorFmtToTblSize[bitmap.GetColorFormat()] > 0; }
+inline shr::ColorFormat FormatOfReductions(shr::ColorFormat format) {
+    return shr::ColorFmtToTblSize[format] > 0 ? shr::BGRA_32 : format;
+}
 
 }  // namespace zbm

@@ -1,6 +1,7 @@
 // The order of the virtual operations, which applications are compiled against. Read off pointers to members, which
-// hold the place in the table in the C++ ABI of GCC and Clang (one more than its offset in bytes). There the destructor
-// takes two entries; so what is number n in the order of declaration is entry n + 1.
+// hold the place in the table in the C++ ABI of GCC and Clang (one more than its offset in bytes; on Arm its offset,
+// and the adjustment says that it is one). There the destructor takes two entries; so what is number n in the order of
+// declaration is entry n + 1.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -20,8 +21,12 @@ int EntryOf(Member member) {
     } image;
     static_assert(sizeof image == sizeof member);
     std::memcpy(&image, &member, sizeof image);
+#if defined(__aarch64__)
+    EXPECT_EQ(image.adjustment % 2, 1) << "not virtual";
+#else
     EXPECT_EQ(image.place % 2, 1) << "not virtual";
-    return static_cast<int>((image.place - 1) / static_cast<std::ptrdiff_t>(sizeof(void*)));
+#endif
+    return static_cast<int>(image.place / static_cast<std::ptrdiff_t>(sizeof(void*)));
 }
 
 /// Number in the order of the virtual operations, the destructor being 0.

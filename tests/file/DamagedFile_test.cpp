@@ -1,6 +1,7 @@
 // Files that were cut, or of which a bit fell over: what they hold is shown where it is right, and else refused.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <fstream>
 
 #include "core/checks/BitmapCFileStoreChecks.h"
@@ -164,11 +165,45 @@ TEST_F(DamagedFile, WithAByteOfItsTablesTurnedCanBeWorkedOnIfItOpens) {
         }
 }
 
-TEST_F(DamagedFile, WhoseTilesWouldGoOverALevelIsRefused) {
-    const auto bitmap = OnFile(name, FormulaBitmap(75, 70, shr::GRAYSCALE_1, 31, 29));
-    ASSERT_TRUE(bitmap->CommitAll(nullptr));
-    bitmap->Close();
-    Turn(name, kFirstStore + 49 + 16, shr::GRAYSCALE_1 ^ shr::GRAYSCALE_32);  // tiles 32 times as large
+/// Where the file says that tile (row, col) of a store of `cols` tiles across lies.
+std::size_t PlaceOfPosition(std::int64_t store, int cols, int row, int col) {
+    return static_cast<std::size_t>(store + kTablePosition + 4 + row * (4 + 8 * cols) + 4 + 8 * col);
+}
+
+void SetPosition(Bytes& file, std::size_t place, std::int64_t position) {
+    for (std::size_t i = 0; i < 8; ++i) file[place + i] = static_cast<std::uint8_t>(position >> 8 * i);
+}
+
+TEST_F(DamagedFile, WhoseTilesShareAByteIsRefused) {
+    Bytes bytes = whole;
+    std::int64_t first = 0;
+    std::memcpy(&first, &bytes[PlaceOfPosition(kFirstStore, 2, 0, 0)], sizeof first);
+    for (const std::int64_t position : {first, first + 1}) {
+        SetPosition(bytes, PlaceOfPosition(kFirstStore, 2, 1, 0), position);
+        WriteWhole(name, bytes);
+        for (const bool readOnly : {true, false})
+            EXPECT_TRUE(RaisesFileError([&] { Opened(readOnly); }, BitmapCFileStoreCheck::badFile, name));
+    }
+}
+
+TEST_F(DamagedFile, WhoseTilesLieInALevelIsRefused) {
+    std::int64_t inLevel = 0;
+    std::memcpy(&inLevel, &whole[PlaceOfPosition(levelPlace, 1, 0, 0)], sizeof inLevel);
+    for (const std::int64_t position : {levelPlace - kFirstStore, levelPlace - kFirstStore + inLevel}) {
+        Bytes bytes = whole;
+        SetPosition(bytes, PlaceOfPosition(kFirstStore, 2, 0, 1), position);
+        bytes.resize(bytes.size() + 10000);  // so that the tile lies in the file
+        WriteWhole(name, bytes);
+        for (const bool readOnly : {true, false})
+            EXPECT_TRUE(RaisesFileError([&] { Opened(readOnly); }, ScanRectFileBitmapCheck::badFile, name));
+    }
+}
+
+TEST_F(DamagedFile, WhoseLevelsAreOneIsRefusedBeforeTheyAreRead) {
+    Bytes bytes = whole;
+    const Bytes head = BitmapHead({kFirstStore, levelPlace, levelPlace});
+    std::copy(head.begin(), head.end(), bytes.begin());
+    WriteWhole(name, bytes);
     for (const bool readOnly : {true, false})
         EXPECT_TRUE(RaisesFileError([&] { Opened(readOnly); }, ScanRectFileBitmapCheck::badFile, name));
 }

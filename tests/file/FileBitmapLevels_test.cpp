@@ -169,13 +169,57 @@ TEST_F(FileLevels, OfOtherSizesThanHalvesOpenAsTheyStand) {
     const auto end = static_cast<std::int64_t>(bytes.size());
     const Bytes head = BitmapHead({kFirstStore, end});
     std::copy(head.begin(), head.end(), bytes.begin());
-    WriteWhole(name, FileImage().Add(bytes).Add(StoreImage({7, 9, 512, 512, 10}, {{0}})).Take());
+    WriteWhole(name, FileImage().Add(bytes).Add(StoreImage({7, 9, 512, 512, 9}, {{0}})).Take());
     zbm::ZScanRectFileBitmap bitmap(L"", L"", false);
     bitmap.Open(name, false);
     ASSERT_NE(bitmap.GetPtrToPOTReduction(1), nullptr);
     EXPECT_EQ(bitmap.GetPtrToPOTReduction(1)->GetPixelWidth(), 9);
     EXPECT_EQ(zbm::FindCurrentLevel(bitmap, 1), nullptr) << "who draws from a level gets none that is no half";
-    EXPECT_TRUE(bitmap.CommitAll(nullptr, true));
+    ASSERT_TRUE(bitmap.ConvertToGrayScale(nullptr));
+    EXPECT_TRUE(bitmap.CommitAll(nullptr));
+    EXPECT_EQ(bitmap.GetPtrToPOTReduction(1)->GetPixelWidth(), 9) << "refreshed as it stands";
+}
+
+TEST_F(FileLevels, OfOtherSizesThanHalvesAreMadeAnewWhenRebuilt) {
+    const ZBasicMemBitmap picture = FormulaBitmap(100, 90, shr::BGR_24, 64, 50);
+    OnFile(name, picture)->Close();
+    const Bytes whole = ReadWhole(name);
+    const auto end = static_cast<std::int64_t>(whole.size());
+    // Another size, and the first level alone.
+    for (const Bytes& level : {StoreImage({37, 91, 512, 512, 9}, {{0}}), StoreImage({45, 50, 512, 512, 9}, {{0}})}) {
+        Bytes bytes = whole;
+        const Bytes head = BitmapHead({kFirstStore, end});
+        std::copy(head.begin(), head.end(), bytes.begin());
+        WriteWhole(name, FileImage().Add(bytes).Add(level).Take());
+        OpenFileBitmap bitmap;
+        bitmap.Open(name, false);
+        ASSERT_TRUE(bitmap.CommitAll(nullptr, true));
+        EXPECT_TRUE(HasLevelsOf(bitmap, picture));
+        bitmap.Close();
+        const auto opened = Opened(true);
+        EXPECT_TRUE(IsEqual(*opened, picture));
+        EXPECT_TRUE(HasLevelsOf(*opened, picture));
+    }
+}
+
+TEST_F(FileLevels, OfAnotherFormatThanOursAreRefused) {
+    OnFile(name, FormulaBitmap(40, 40, shr::BGR_24, 64, 50))->Close();
+    Bytes bytes = ReadWhole(name);
+    const Bytes head = BitmapHead({kFirstStore, static_cast<std::int64_t>(bytes.size())});
+    std::copy(head.begin(), head.end(), bytes.begin());
+    WriteWhole(name, FileImage().Add(bytes).Add(StoreImage({20, 20, 512, 512, shr::INDEXED_8}, {{0}})).Take());
+    for (const bool readOnly : {true, false})
+        EXPECT_TRUE(RaisesFileError([&] { Opened(readOnly); }, ScanRectFileBitmapCheck::badFile, name));
+}
+
+TEST_F(FileLevels, OfAPictureWithoutPixelsAreNone) {
+    for (const shr::ColorFormat format : {shr::INDEXED_8, shr::BGRA_32}) {
+        zbm::ZScanRectFileBitmap bitmap(L"", L"", false);
+        ZBasicMemBitmap source(40, 40, format);
+        ASSERT_TRUE(bitmap.Create(name, 0, 5, source, {0, 0, 40, 40}, zbm::ResizeBilinear, nullptr));
+        EXPECT_TRUE(bitmap.CommitAll(nullptr));
+        EXPECT_EQ(bitmap.GetPtrToPOTReduction(1), &bitmap);
+    }
 }
 
 // ---- Where a level is put.

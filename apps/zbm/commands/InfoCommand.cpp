@@ -59,7 +59,8 @@ void DescribeFileBitmap(const ZString& name, std::ostream& out) {
     out << "size: " << bitmap.GetPixelWidth() << " x " << bitmap.GetPixelHeight() << '\n'
         << "format: " << FormatName(bitmap.GetColorFormat()) << '\n'
         << "tile size: " << bitmap.GetScanRectWidth() << " x " << bitmap.GetScanRectHeight() << '\n'
-        << "tiles: " << bitmap.GetNumScanRects(0) << " x " << bitmap.GetNumScanRectRows() << '\n'
+        << "tiles: " << TilesAlong(bitmap.GetPixelWidth(), bitmap.GetScanRectWidth()) << " x "
+        << TilesAlong(bitmap.GetPixelHeight(), bitmap.GetScanRectHeight()) << '\n'
         << "resolution: " << ResolutionText(bitmap.GetXResolution(), bitmap.GetYResolution()) << '\n'
         << "colour table entries: " << bitmap.GetNumColorTableItems() << '\n'
         << "file bytes: " << OpenInput(name).GetLength() << '\n';
