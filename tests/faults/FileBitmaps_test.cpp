@@ -79,5 +79,14 @@ TEST(MemoryOfFileBitmaps, IsTwoRowsOfTilesWhateverIsDone) {
     expectFew("copy", [&] { return made.Create(other, bitmap, nullptr); });
 }
 
+TEST(MemoryOfFileBitmaps, ForLevelsIsWellBelowThat) {
+    constexpr std::int64_t kMost = std::int64_t{80} << 20;
+    const ScratchFolder scratch;
+    zbm::ZScanRectFileBitmap bitmap(L"", L"", false);
+    ASSERT_TRUE(bitmap.Create(scratch.File("picture"), 16384, 1200, shr::BGRA_32, nullptr));
+    EXPECT_LT(PeakOf([&] { EXPECT_TRUE(bitmap.CommitAll(nullptr)); }), kMost);
+    EXPECT_LT(PeakOf([&] { EXPECT_TRUE(bitmap.CommitAll(nullptr, true)); }), kMost) << "again";
+}
+
 }  // namespace
 }  // namespace faults

@@ -1,6 +1,9 @@
-// What only Linux has in folders: pipes that bear a temporary bitmap's name.
+// What only Linux has in folders: pipes that bear a temporary bitmap's name, and a folder of the system's own that the
+// environment chooses.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+
+#include <cstdlib>
 
 #include "file/FileBitmapTesting.h"
 
@@ -17,6 +20,22 @@ TEST_F(TempDirectoryOnLinux, IsSweptWithoutWaitingForPipes) {
     zbm::CleanGlobalFileBitmapTempDir();
     EXPECT_TRUE(shr::PathExists(prefix + L"zvpipe.tmp"));
     EXPECT_FALSE(shr::PathExists(prefix + L"zvleft.tmp"));
+}
+
+/// In a process of its own, in which no folder was ever chosen.
+TEST(TempDirectoryDeathTest, IsTheSystemsUntilOneIsChosen) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto sweepTheSystems = [] {
+        const ScratchFolder scratch;
+        const shr::ZString left = scratch.File("zvleft.tmp"), other = scratch.File("other.tmp");
+        ::setenv("TMPDIR", shr::test::SystemPath(scratch.File(".")).c_str(), 1);
+        for (const shr::ZString& file : {left, other}) OnFile(file, FormulaBitmap(5, 5, shr::BGR_24, 5, 5))->Close();
+        zbm::CleanGlobalFileBitmapTempDir();
+        const bool isSwept = !shr::PathExists(left) && shr::PathExists(other);
+        const bool isSystems = zbm::GetGlobalFileBitmapTempDir() == shr::CPath().GetTempPathW(true);
+        std::exit(isSwept && isSystems ? 0 : 1);
+    };
+    EXPECT_EXIT(sweepTheSystems(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
