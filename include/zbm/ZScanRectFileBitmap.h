@@ -53,7 +53,8 @@ public:
     /// All pixels zero, masks opaque. Raises an internal error for a size below 1 (line 328).
     [[nodiscard]] bool Create(const ZString& name, int width, int height, shr::ColorFormat format,
                               shr::IProgress* progress) override;
-    /// From a packed bottom-up DIB: header, colours, bits.
+    /// From a packed bottom-up DIB: header, colours, bits. Raises an internal error for a top-down one ("zbmbitmap",
+    /// line 878), and ERR_ZBM_UNSUPPORTED_DIB_FORMAT for one without pixels or compressed (9003).
     [[nodiscard]] bool Create(const ZString& name, const BITMAPINFO& dib, shr::IProgress* progress) override;
     /// Raises internal errors without header (line 398) or bits (400).
     [[nodiscard]] bool Create(const ZString& name, const BITMAPINFOHEADER* header, const void* bits,

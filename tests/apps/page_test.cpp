@@ -1,6 +1,7 @@
 // Bitmaps in files: pictures are paged in, changed in place or into other files, reduced, and shown in parts.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 
 #include "Cancel.h"
@@ -127,6 +128,36 @@ TEST_F(Paging, WritesToStandardOutput) {
     Do({"page", File("in"), File("in.zbf")});
     EXPECT_EQ(Bytes(out.begin(), out.end()), Get("in.zbf"));
     EXPECT_EQ(folder.Names(), (std::vector<std::string>{"in", "in.zbf"}));
+}
+
+TEST_F(Paging, InfoTellsOfAPictureWithoutRows) {
+    PageIn(RandomImage(Kind::rgb, 8, 20, 20, 1));
+    zbm::ZScanRectFileBitmap source(L"", L"", false), empty(L"", L"", false);
+    source.Open(shr::ZString::FromUtf8(File("in.zbf")), true);
+    ASSERT_TRUE(empty.Create(shr::ZString::FromUtf8(File("empty.zbf")), 5, 0, source, {0, 0, 20, 20},
+                             zbm::ResizeBilinear, nullptr));
+    empty.Close();
+    EXPECT_TRUE(InfoSays("empty.zbf", "size: 5 x 0"));
+    EXPECT_TRUE(InfoSays("empty.zbf", "tiles: 1 x 0"));
+}
+
+TEST_F(Paging, ALevelOfAnotherSizeIsNotShownAndIsMadeAnew) {
+    PageIn(RandomImage(Kind::rgb, 8, kWidth, kHeight, 1));
+    Do({"levels", File("in.zbf")});
+    Do({"view", File("in.zbf"), File("right.png"), "--level", "1"});
+    Bytes bytes = Get("in.zbf");
+    const std::string text = "ZVSRFS{";
+    const auto level0 = std::search(bytes.begin(), bytes.end(), text.begin(), text.end());
+    const auto level1 = std::search(level0 + 1, bytes.end(), text.begin(), text.end());
+    ASSERT_EQ(level1[49 + 4], kWidth / 2 % 256);
+    --level1[49 + 4];
+    Put("in.zbf", bytes);
+    const ToolResult result = RunTool({"view", File("in.zbf"), File("view.png"), "--level", "1"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_NE(result.errors.find("299 x 265 instead of 300 x 265"), std::string::npos) << result.errors;
+    Do({"levels", File("in.zbf"), "--rebuild"});
+    Do({"view", File("in.zbf"), File("view.png"), "--level", "1"});
+    EXPECT_EQ(DecodePng(Get("view.png")).samples, DecodePng(Get("right.png")).samples);
 }
 
 TEST_F(Paging, InfoTellsWhatTheFileHolds) {

@@ -29,7 +29,13 @@ BitmapPtr LevelOf(const FileBitmapPtr& file, unsigned level) {
     if (level >= static_cast<unsigned>(count))
         throw std::runtime_error("has no level " + std::to_string(level) + ": it has " + std::to_string(count) +
                                  " (0 is the picture itself); zbm levels builds them");
-    return {file, file->GetPtrToPOTReduction(level)};
+    zbm::ZBitmap* const found = file->GetPtrToPOTReduction(level);
+    const int width = file->GetPixelWidth() >> level, height = file->GetPixelHeight() >> level;
+    if (level > 0 && (found->GetPixelWidth() != width || found->GetPixelHeight() != height))
+        throw std::runtime_error("has a level " + std::to_string(level) + " of " + SizeOf(*found) + " instead of " +
+                                 std::to_string(width) + " x " + std::to_string(height) +
+                                 " pixels; zbm levels --rebuild makes all anew");
+    return {file, found};
 }
 
 RECT RectWithin(const zbm::ZBitmap& level, const ViewRect& wanted) {

@@ -42,7 +42,7 @@ namespace zbm {
     CHECK(colorsClosed, 9000, internalError, "colours can be set only while a file is open")                          \
     CHECK(saveClosed, 9001, internalError, "a bitmap can be saved only while a file is open")                         \
     CHECK(resizedLevelCount, 9002, internalError, "a bitmap just resized must have one level")                        \
-    CHECK(dibKind, 9003, unsupportedDib, "a DIB must have pixels, bottom row first, uncompressed")                    \
+    CHECK(dibKind, 9003, unsupportedDib, "a DIB must have pixels, uncompressed")                                      \
     CHECK(committedReadOnly, 9004, fileReadOnly, "reductions can be built only in a file that is open for writing")   \
     CHECK(archive, 9005, internalError, "bitmaps in files are not stored in archives by this version")
 
