@@ -48,24 +48,22 @@ std::ptrdiff_t OffsetOf(int x, shr::ColorFormat format) { return std::ptrdiff_t{
 
 }  // namespace
 
-/// Pixels of one place in a tile of the input and in one of the output: whole rows, or part of one. The rows lie as
-/// tiles have them, the last one first.
+/// Pixels of one place in a tile of the input and in one of the output: whole rows, or part of one. All rows are taken
+/// as tiles have them in memory, the last one first.
 struct PointwiseRun::Block {
     const ZScanRect& from;
     ZScanRect& to;
     int x, y, width, height;  ///< x is a multiple of 8
 
     std::size_t Pixels() const { return static_cast<std::size_t>(width) * static_cast<std::size_t>(height); }
-    ConstPixelRows Source(const ZBitmap& input) const {
-        const shr::ColorFormat format = from.GetColorFormat();
-        return {RowOf(from, y) + OffsetOf(x, format), format, from.GetStride(), input.GetConstColorTablePtr()};
-    }
-    std::uint8_t* Destination(int row) const { return RowOf(to, row) + OffsetOf(x, to.GetColorFormat()); }
     int BgraStride() const { return 4 * width; }
-    /// Rows in memory of the block's own, the last one first as well.
-    template <class Rows, class Byte>
-    Rows Own(Byte* pixels, shr::ColorFormat format, int stride) const {
-        return {pixels + std::ptrdiff_t{stride} * (height - 1), format, -stride};
+    template <class Tile>
+    auto* First(Tile& tile) const {
+        return RowOf(tile, y + height - 1) + OffsetOf(x, tile.GetColorFormat());
+    }
+    /// Rows without gaps are converted as one.
+    bool IsOneRun(int stride, shr::ColorFormat format) const {
+        return std::int64_t{8} * stride == std::int64_t{width} * shr::ColorFmtToBPP[format];
     }
 };
 
@@ -92,27 +90,39 @@ const ZScanRect& PointwiseRun::InputTile(int row, int col) {
     return tile;
 }
 
+/// From the last rows to the first, as memory goes on.
 void PointwiseRun::Change(ZScanRect& tile, int row, int col, int first, int end) {
     const ZScanRect& from = isInPlace ? tile : InputTile(row, col);
-    const int width = tile.GetWidth(), blockHeight = std::max(1, kBlockPixels / width);
-    for (int y = first; y < end; y += blockHeight)
+    const int width = tile.GetWidth(), mostRows = std::max(1, kBlockPixels / width);
+    for (int rest = end; rest > first;) {
+        const int rows = std::min(mostRows, rest - first);
+        rest -= rows;
         for (int x = 0; x < width; x += kBlockPixels)
-            ChangeBlock({from, tile, x, y, std::min(width - x, kBlockPixels), std::min(end - y, blockHeight)});
+            ChangeBlock({from, tile, x, rest, std::min(width - x, kBlockPixels), rows});
+    }
 }
 
 void PointwiseRun::ChangeBlock(const Block& block) {
     const bool isThere = isInPlace && block.to.GetColorFormat() == shr::BGRA_32;
-    std::uint8_t* pixels = block.Destination(block.y + block.height - 1);
+    std::uint8_t* pixels = block.First(block.to);
     if (!isThere) {
         colors.resize(4 * block.Pixels());
         pixels = colors.data();
-        ConvertPixels(block.Own<PixelRows>(pixels, shr::BGRA_32, block.BgraStride()), block.Source(input),
-                      static_cast<std::uint32_t>(block.width), static_cast<std::uint32_t>(block.height));
+        const shr::ColorFormat format = block.from.GetColorFormat();
+        Convert(block, {pixels, shr::BGRA_32, block.BgraStride()},
+                {block.First(block.from), format, -block.from.GetStride(), input.GetConstColorTablePtr()});
     }
     if (pipeline.stages[0].usesInputAlpha) ExpandMasks(block, pixels);
     pipeline.ChangePixels(pixels, block.Pixels());
     if (makesMask) PackMasks(block, pixels);
     if (!isThere) WriteBlock(block, pixels);
+}
+
+void PointwiseRun::Convert(const Block& block, const PixelRows& to, const ConstPixelRows& from) {
+    const auto width = static_cast<std::uint32_t>(block.width), height = static_cast<std::uint32_t>(block.height);
+    if (block.IsOneRun(to.stride, to.format) && block.IsOneRun(from.stride, from.format))
+        return ConvertPixels(to, from, width * height, 1);
+    ConvertPixels(to, from, width, height);
 }
 
 void PointwiseRun::ExpandMasks(const Block& block, std::uint8_t* pixels) const {
@@ -133,15 +143,16 @@ void PointwiseRun::PackMasks(const Block& block, const std::uint8_t* pixels) con
 /// What is written past the caches is converted within them first.
 void PointwiseRun::WriteBlock(const Block& block, const std::uint8_t* pixels) {
     const shr::ColorFormat format = block.to.GetColorFormat();
-    const auto width = static_cast<std::uint32_t>(block.width), height = static_cast<std::uint32_t>(block.height);
-    const auto bgra = block.Own<ConstPixelRows>(pixels, shr::BGRA_32, block.BgraStride());
-    if (sink.Writes() == shr::CopyWrites::cached)
-        return ConvertPixels({block.Destination(block.y), format, block.to.GetStride()}, bgra, width, height);
-    const auto stride = static_cast<int>(shr::RowBytes(width, format));
-    converted.resize(static_cast<std::size_t>(stride) * height);
-    const auto rows = block.Own<PixelRows>(converted.data(), format, stride);
-    ConvertPixels(rows, bgra, width, height);
-    shr::CopyPixelRows({block.Destination(block.y), block.to.GetStride(), 0}, {rows.first, rows.stride, 0}, block.width,
+    const PixelRows destination{block.First(block.to), format, -block.to.GetStride()};
+    const ConstPixelRows bgra{pixels, shr::BGRA_32, block.BgraStride()};
+    if (sink.Writes() == shr::CopyWrites::cached) return Convert(block, destination, bgra);
+    if (format == shr::BGRA_32)
+        return shr::CopyPixelRows({destination.first, destination.stride, 0}, {bgra.first, bgra.stride, 0}, block.width,
+                                  block.height, format, sink.Writes());
+    const auto stride = static_cast<int>(shr::RowBytes(static_cast<std::uint32_t>(block.width), format));
+    converted.resize(static_cast<std::size_t>(stride) * static_cast<std::size_t>(block.height));
+    Convert(block, {converted.data(), format, stride}, bgra);
+    shr::CopyPixelRows({destination.first, destination.stride, 0}, {converted.data(), stride, 0}, block.width,
                        block.height, format, sink.Writes());
 }
 

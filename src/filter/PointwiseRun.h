@@ -8,6 +8,7 @@
 #include "core/TileReading.h"
 #include "filter/LineSink.h"
 #include "zbm/CPixFilterPipeline.h"
+#include "zbm/PixelRows.h"
 
 namespace zbm {
 
@@ -31,6 +32,7 @@ private:
     void Change(ZScanRect& tile, int row, int col, int first, int end) override;
     const ZScanRect& InputTile(int row, int col);
     void ChangeBlock(const Block& block);
+    static void Convert(const Block& block, const PixelRows& to, const ConstPixelRows& from);
     void ExpandMasks(const Block& block, std::uint8_t* pixels) const;
     void PackMasks(const Block& block, const std::uint8_t* pixels) const;
     void WriteBlock(const Block& block, const std::uint8_t* pixels);
