@@ -103,6 +103,11 @@ public:
     void FillColorTable(const shr::Color4b* colors, unsigned count) override;
     void SetXResolution(int pixelsPerMeter) override;
     void SetYResolution(int pixelsPerMeter) override;
+    /// Makes both resolutions 0, which says that they are not known. Raises as their setters do.
+    void ForgetResolution();
+
+    /// Whether reductions that are held are older than the picture.
+    bool AreReductionsStale() const noexcept { return reductionsStale && !reductions.empty(); }
 
     void SetTempDir(const std::wstring& folder);
     void SetTempFile(const std::wstring& fileName);
@@ -176,6 +181,8 @@ private:
     void CheckSlots() const;
     void CheckRanges() const;
     void MarkStaleLevels() noexcept;
+    void BecomeStale();
+    void CutBack(std::int64_t end) noexcept;
     void WriteLevelCount(std::uint32_t count);
     template <class LayOut, class Fill>
     bool CreateBy(const LayOut& layOut, const Fill& fill, Check levelCount);

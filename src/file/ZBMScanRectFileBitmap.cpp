@@ -189,16 +189,26 @@ void ZScanRectFileBitmap::ReadScanRect(ZScanRect& tile, int row, int col) const 
 
 void ZScanRectFileBitmap::WriteScanRect(const ZScanRect& tile, int row, int col) {
     require(fileOpen && store != nullptr && !readOnly, ScanRectFileBitmapCheck::writeClosed);
+    BecomeStale();
     store->WriteScanRect(tile, row, col);
+}
+
+/// The file is told before the picture changes: whoever is killed then leaves levels that are known to be old.
+void ZScanRectFileBitmap::BecomeStale() {
+    if (!reductionsStale && !reductions.empty()) {
+        store->header.reserved[0] = kStaleLevels;
+        store->SaveInfoTable();
+        file.Flush();
+    }
     reductionsStale = true;
 }
 
 void ZScanRectFileBitmap::FillColorTable(const shr::Color4b* colors, unsigned count) {
     require(store != nullptr, ScanRectFileBitmapCheck::colorsClosed);
     if (readOnly) store->FillColorTable(colors, count);  // raises before anything is changed
+    BecomeStale();
     ZBitmap::FillColorTable(colors, count);
     store->FillColorTable(colors, count);
-    reductionsStale = true;
 }
 
 void ZScanRectFileBitmap::CopyColorTable(const ZBitmapCFileStore& source) {
@@ -222,6 +232,14 @@ void ZScanRectFileBitmap::SetYResolution(int pixelsPerMeter) {
     if (pixelsPerMeter < 1 || pixelsPerMeter == yResolution) return;
     yResolution = pixelsPerMeter;
     store->SetYResolution(pixelsPerMeter);
+}
+
+void ZScanRectFileBitmap::ForgetResolution() {
+    require(store != nullptr, ScanRectFileBitmapCheck::resolutionClosed);
+    require(fileOpen && !readOnly, ScanRectFileBitmapCheck::resolutionReadOnly);
+    xResolution = yResolution = 0;
+    TakeResolution(*this, *store);
+    store->SaveInfoTable();
 }
 
 void ZScanRectFileBitmap::SaveFileInfoTable() {

@@ -74,15 +74,26 @@ bool ZScanRectFileBitmap::CreatePOTReductions(shr::IProgress* progress) {
 
     require(fileInfoTable.levelCount == 1, ScanRectFileBitmapCheck::builtLevelCount);
     const FileInfoTable before = fileInfoTable;
+    const std::int64_t end = file.GetLength();
     shr::ScopeExit undo([&] {
         FreeAllPOTReductions();
         fileInfoTable = before;
+        CutBack(end);
     });
     if (!FromLevelSource(progress, [&](ZBitmap& source) { return BuildLevels(source, progress); })) return false;
     SaveFileInfoTable();
     reductionsStale = false;
     undo.Release();
     return true;
+}
+
+/// Gives back what a build took that came to nothing. Tiles that a host wrote meanwhile stay.
+void ZScanRectFileBitmap::CutBack(std::int64_t end) noexcept {
+    try {
+        file.SetLength(std::max(end, store->DataEnd()));
+    } catch (const shr::Exception&) {
+        // The error on its way is the one to report; the bytes behind the end belong to no tile.
+    }
 }
 
 bool ZScanRectFileBitmap::BuildLevels(ZBitmap& first, shr::IProgress* progress) {

@@ -493,6 +493,79 @@ TEST_F(Paging, CleanTempRemovesOnlyLeftBitmapsAndCountsThem) {
     ExpectOneErrorAbout(RunTool({"clean-temp", File("none")}), File("none"));
 }
 
+TEST_F(Paging, CleanTempFindsTheCopyOfAPaletteBitmapWhoseLevelsWereBeingBuilt) {
+    PageIn(RandomImage(Kind::rgb, 8, 20, 20, 1));
+    std::filesystem::create_directories(ToPath(File("temp/zvA.tmp.d")));
+    std::filesystem::create_directories(ToPath(File("temp/zvB.tmp.d")));
+    Put("temp/zvA.tmp", {});
+    Put("temp/zvA.tmp.d/zvC.tmp", Get("in.zbf"));
+    Put("temp/zvB.tmp.d/mine", {1});
+    EXPECT_EQ(Do({"clean-temp", File("temp")}), "removed: 1\n");
+    EXPECT_FALSE(std::filesystem::exists(ToPath(File("temp/zvA.tmp.d"))));
+    EXPECT_FALSE(std::filesystem::exists(ToPath(File("temp/zvA.tmp"))));
+    EXPECT_TRUE(std::filesystem::exists(ToPath(File("temp/zvB.tmp.d/mine"))));
+}
+
+TEST_F(Paging, InPlaceRefusesWhatItCannotHonour) {
+    PageIn(RandomImage(Kind::rgb, 8, 20, 20, 1));
+    const Bytes before = Get("in.zbf");
+    const auto adjust = [&](const std::vector<std::string>& more) {
+        std::vector<std::string> arguments = {"adjust", "--in-place", File("in.zbf"), "--brightness", "0.1"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return RunTool(arguments);
+    };
+    for (const std::vector<std::string>& more : std::vector<std::vector<std::string>>{
+             {"--background", "white"}, {"--quality", "50"}, {"--type", "png"}, {"--archive"}, {"--keep-orientation"}})
+        EXPECT_EQ(adjust(more).code, 2) << more[0];
+    ExpectOneErrorAbout(adjust({"--max-pixels", "399"}), File("in.zbf"));
+    EXPECT_EQ(Get("in.zbf"), before);
+    EXPECT_EQ(adjust({"--max-pixels", "400"}).code, 0);
+}
+
+TEST_F(Paging, ALevelThatIsOlderThanThePictureIsNoted) {
+    PageIn(RandomImage(Kind::rgb, 8, kWidth, kHeight, 1));
+    Do({"levels", File("in.zbf")});
+    {
+        zbm::ZScanRectFileBitmap file(L"", L"", false);
+        file.Open(shr::ZString::FromUtf8(File("in.zbf")), false);
+        const unsigned char pixel[3] = {1, 2, 3};
+        file.StoreRegion(pixel, 3, 7, 7, 1, 1);
+    }
+    const ToolResult result = RunTool({"view", File("in.zbf"), File("view.png"), "--level", "1"});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_NE(result.errors.find("its levels are older than the picture"), std::string::npos) << result.errors;
+    Do({"view", File("in.zbf"), File("view.png")});
+    ExpectOneErrorAbout(RunTool({"view", File("in.zbf"), File("a.png"), "--max-pixels", "10"}), File("in.zbf"));
+}
+
+int writesThatSucceed = 0;
+
+TEST_F(Paging, ALackOfRoomForLevelsAloneIsTold) {
+    PageIn(RandomImage(Kind::palette, 8, 40, 40, 3));
+    Do({"levels", File("in.zbf")});
+    const Bytes before = Get("in.zbf");
+    Do({"adjust", File("in.zbf"), File("judge.zbf"), "--brightness", "0.3"});
+    int told = 0;
+    for (int count = 0, code = 1; code != 0; ++count) {
+        Put("in.zbf", before);
+        writesThatSucceed = count;
+        shr::SetFileTransferHook([](shr::FileCall call) {
+            const bool fails = call == shr::FileCall::write && writesThatSucceed-- == 0;
+            return fails ? shr::FileTransfer::diskFull : shr::FileTransfer::whole;
+        });
+        const ToolResult result = RunTool({"adjust", "--in-place", File("in.zbf"), "--brightness", "0.3"});
+        shr::SetFileTransferHook(nullptr);
+        code = result.code;
+        if (result.errors.find("the picture is changed") == std::string::npos) continue;
+        ++told;
+        ExpectOneErrorAbout(result, File("in.zbf"));
+        EXPECT_EQ(Shown("in.zbf").samples, Shown("judge.zbf").samples);
+        Do({"levels", File("in.zbf"), "--rebuild"});
+        EXPECT_EQ(Shown("in.zbf").samples, Shown("judge.zbf").samples);
+    }
+    EXPECT_GT(told, 0);
+}
+
 TEST_F(Paging, DamagedFilesAreRefusedOrShownAsFarAsTheyGo) {
     PageIn(RandomImage(Kind::rgb, 8, 40, 30, 1));
     Do({"levels", File("in.zbf")});

@@ -222,6 +222,33 @@ TEST_F(FileLevels, OfAPictureWithoutPixelsAreNone) {
     }
 }
 
+TEST_F(FileLevels, OfACancelledBuildGiveTheirRoomBack) {
+    const auto bitmap = OnFile(name, FormulaBitmap(300, 300, shr::BGR_24, 64, 64));
+    bitmap->Save();
+    const std::int64_t before = bitmap->file.GetLength();
+    int builds = 0;
+    for (bool isBuilt = false; !isBuilt;) {
+        TestProgress progress(++builds);
+        try {
+            isBuilt = bitmap->CommitAll(&progress);
+        } catch (const shr::AbortException&) { EXPECT_EQ(bitmap->file.GetLength(), before) << builds; }
+    }
+    EXPECT_GT(builds, 5);
+    const std::int64_t built = bitmap->file.GetLength();
+    const auto other = OnFile(scratch.File("other"), FormulaBitmap(300, 300, shr::BGR_24, 64, 64));
+    ASSERT_TRUE(other->CommitAll(nullptr));
+    EXPECT_EQ(built, other->file.GetLength());
+}
+
+TEST_F(FileLevels, TellWhetherTheyAreOlderThanThePicture) {
+    const auto bitmap = OnFile(name, FormulaBitmap(70, 70, shr::BGR_24, 64, 64));
+    EXPECT_FALSE(bitmap->AreReductionsStale()) << "there are none";
+    ASSERT_TRUE(bitmap->CommitAll(nullptr));
+    EXPECT_FALSE(bitmap->AreReductionsStale());
+    SetAndCommit(*bitmap, 1, 1, 0);
+    EXPECT_TRUE(bitmap->AreReductionsStale());
+}
+
 // ---- Where a level is put.
 
 TEST_F(FileLevels, AreNotPutOverTilesThatCameLater) {

@@ -68,6 +68,32 @@ TEST_F(FileOnDisk, ThatIsStillBeingMadeIsRefusedAsSuchIfItIsLeftSo) {
     EXPECT_NO_THROW(opened.Open(copy, true)) << "what is complete opens, also while it is still in use";
 }
 
+TEST_F(FileOnDisk, SaysThatItsLevelsAreOldBeforeThePictureChanges) {
+    const auto changes = {+[](OpenFileBitmap& bitmap) { SetAndCommit(bitmap, 1, 1, 0); },
+                          +[](OpenFileBitmap& bitmap) { EXPECT_TRUE(bitmap.ChangeBrightness(0.2, nullptr)); },
+                          +[](OpenFileBitmap& bitmap) { bitmap.FillColorTable(nullptr, 0); }};
+    for (const auto change : changes) {
+        OnFile(name, FormulaBitmap(70, 70, shr::BGR_24, 64, 64))->Close();
+        OpenFileBitmap bitmap;
+        bitmap.Open(name, false);
+        ASSERT_TRUE(bitmap.CommitAll(nullptr, true));
+        bitmap.Save();
+        const auto isOldInFile = [&] {
+            const shr::ZString copy = scratch.File("copy");
+            WriteWhole(copy, ReadWhole(name));
+            OpenFileBitmap opened;
+            opened.Open(copy, true);
+            return opened.AreReductionsStale();
+        };
+        EXPECT_FALSE(isOldInFile());
+        change(bitmap);
+        EXPECT_TRUE(isOldInFile()) << "whoever is killed now leaves that behind";
+        ASSERT_TRUE(bitmap.CommitAll(nullptr));
+        bitmap.Close();
+        EXPECT_FALSE(isOldInFile());
+    }
+}
+
 TEST_F(FileOnDisk, HasItsSignatureFromTheFirstTileOnSoThatASweepFindsWhatAKillLeft) {
     Onlooker killed([&] {
         const Bytes bytes = ReadWhole(name);

@@ -590,4 +590,18 @@ TEST_F(FileBitmap, NamesTheFolderInWhichNoTemporaryFileCanBeMade) {
         RaisesFileError([&] { bitmap.BuildCurrentTempFilename(); }, ScanRectFileBitmapCheck::tempFile, missing));
 }
 
+TEST_F(FileBitmapTest, ForgetsItsResolution) {
+    const auto bitmap = OnFile(name, FormulaBitmap(5, 5, shr::BGR_24, 5, 5));
+    bitmap->ForgetResolution();
+    EXPECT_EQ(bitmap->GetXResolution(), 0);
+    bitmap->SetYResolution(7);
+    bitmap->Close();
+    const auto opened = Opened(true);
+    EXPECT_EQ(opened->GetXResolution(), 0);
+    EXPECT_EQ(opened->GetYResolution(), 7);
+    EXPECT_TRUE(RaisesInternalError([&] { opened->ForgetResolution(); }, ScanRectFileBitmapCheck::resolutionReadOnly));
+    opened->Close();
+    EXPECT_TRUE(RaisesInternalError([&] { opened->ForgetResolution(); }, ScanRectFileBitmapCheck::resolutionClosed));
+}
+
 }  // namespace

@@ -24,21 +24,34 @@ void RequireDone(bool done) {
 /// A change of a bitmap's pixels, where they are.
 using Change = std::function<void(zbm::ZBitmap& bitmap, shr::IProgress& progress)>;
 
+/// What goes wrong then is no reason to change the picture again.
+void RefreshLevels(zbm::ZScanRectFileBitmap& bitmap, const ZString& name, shr::IProgress& progress) {
+    try {
+        BuildLevels(bitmap, Levels::stale, name, progress);
+    } catch (const ToolError& error) {
+        bitmap.Save();
+        throw ToolError(
+            name, "the picture is changed, but not its levels, which zbm levels builds: " + std::string(error.what()));
+    }
+}
+
 /// What is done until then stays when it fails or is cancelled; the file is one that can be used.
-void ChangeInPlace(const ZString& name, const Streams& streams, const Change& change) {
+void ChangeInPlace(const Input& input, const Streams& streams, const Change& change) {
     ConsoleProgress progress(streams.console);
-    const FileBitmapPtr bitmap = OpenFileBitmap(name, FileUse::change);
-    InContextOf(name, [&] {
+    const FileBitmapPtr bitmap = OpenFileBitmap(input.name, FileUse::change);
+    InContextOf(input.name, [&] {
+        if (input.reading.maxPixels)
+            RefuseTooManyPixels(bitmap->GetPixelWidth(), bitmap->GetPixelHeight(), *input.reading.maxPixels);
         const bool hasLevels = LevelCount(*bitmap) > 1;
         change(*bitmap, progress);
-        if (hasLevels) BuildLevels(*bitmap, Levels::stale, name, progress);
+        if (hasLevels) RefreshLevels(*bitmap, input.name, progress);
         bitmap->Save();
         bitmap->Close();
     });
 }
 
 void ChangeFile(const Input& input, const Output& output, const Streams& streams, const Change& change) {
-    if (output.isInPlace) return ChangeInPlace(input.name, streams, change);
+    if (output.isInPlace) return ChangeInPlace(input, streams, change);
     EditFile(input, output, streams, [&](BitmapPtr bitmap, Workplace& place, ConsoleProgress& progress) {
         BitmapPtr changed = place.MakeWritable(std::move(bitmap), progress);
         change(*changed, progress);

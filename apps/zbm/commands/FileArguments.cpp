@@ -101,11 +101,15 @@ CLI::Option* AddOutput(CLI::App* command, const char* name, Output& output, Writ
 
 void AddInPlace(CLI::App* command, CLI::Option* outputName, Output& output) {
     outputName->required(false);
-    command
-        ->add_flag("--in-place", output.isInPlace,
-                   "Changes the bitmap in a file (.zbf) that is INPUT, row of tiles by row of tiles; without OUTPUT. "
-                   "What is interrupted leaves the picture partly changed")
-        ->excludes(outputName);
+    CLI::Option* const inPlace = command->add_flag(
+        "--in-place", output.isInPlace,
+        "Changes the bitmap in a file (.zbf) that is INPUT, row of tiles by row of tiles; without OUTPUT. "
+        "What is interrupted leaves the picture partly changed");
+    inPlace->excludes(outputName);
+    // What tells how pictures are read and outputs written.
+    for (const char* option :
+         {"--keep-orientation", "--type", "--archive", "--method", "--quality", "--background", "--tile-size"})
+        if (CLI::Option* const other = command->get_option_no_throw(option)) inPlace->excludes(other);
 }
 
 }  // namespace tool

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <cwchar>
 #include <filesystem>
 #include <optional>
 #include <stdexcept>
@@ -17,6 +18,8 @@ namespace {
 
 constexpr char kSignature[] = "ZVSRFB{FC3D43BA-281B-4C12-9870-6FDCC9FAADF1}";  // with the zero byte at its end
 
+constexpr wchar_t kCopyFolderEnding[] = L".d";
+
 std::filesystem::path NativePath(const ZString& name) {
 #ifdef _WIN32
     return name.Wide();
@@ -24,21 +27,6 @@ std::filesystem::path NativePath(const ZString& name) {
     return name.ToUtf8();
 #endif
 }
-
-/// What the library keeps to itself.
-class Insight final : public zbm::ZScanRectFileBitmap {
-public:
-    Insight() : ZScanRectFileBitmap(L"", L"", false) {}
-
-    /// That a resolution is not known can only be taken over from a bitmap; so this one gives itself its own.
-    void TakeDetails(const Blank& blank) {
-        if (!blank.colors.empty()) FillColorTable(blank.colors.data(), static_cast<unsigned>(blank.colors.size()));
-        xResolution = blank.xPixelsPerMeter;
-        yResolution = blank.yPixelsPerMeter;
-        TakeResolution(*this, *store);
-    }
-    bool HasStaleLevels() const { return reductionsStale; }
-};
 
 FileBitmapPtr MakeClosed() { return std::make_shared<zbm::ZScanRectFileBitmap>(L"", L"", false); }
 
@@ -63,7 +51,7 @@ public:
     }
     CopyFolder(const CopyFolder&) = delete;
     CopyFolder& operator=(const CopyFolder&) = delete;
-    ZString Name() const { return shr::CPath::AppendDirSeparator(name.Name() + L".d", true); }
+    ZString Name() const { return shr::CPath::AppendDirSeparator(name.Name() + kCopyFolderEnding, true); }
 
 private:
     shr::TempFile name;  // as long as it is there, nobody else has the name
@@ -71,6 +59,13 @@ private:
 };
 
 }  // namespace
+
+void RemoveCopyFolder(const ZString& folder) {
+    std::error_code ignored;
+    const std::wstring name = folder.Wide();
+    if (!std::filesystem::remove(NativePath(folder), ignored)) return;
+    shr::RemoveFile(ZString(name.substr(0, name.size() - std::wcslen(kCopyFolderEnding))));
+}
 
 bool BeginsLikeFileBitmap(PictureSource& source) {
     char start[sizeof kSignature] = {};
@@ -101,14 +96,12 @@ FileBitmapPtr OpenFileBitmap(const ZString& name, FileUse use) {
 FileBitmapPtr MakeFileBitmap(const ZString& name, const Blank& blank) {
     const BitmapShape& shape = blank.shape;
     RefuseBeyondMemoryOfARow(shape, blank.otherBytes);
-    {
-        Insight maker;
-        maker.CreateEmpty(name, shape.width, shape.height, shape.format);
-        maker.TakeDetails(blank);
-        maker.Close();
-    }
     FileBitmapPtr bitmap = MakeClosed();
-    bitmap->Open(name, false);
+    bitmap->CreateEmpty(name, shape.width, shape.height, shape.format);
+    if (!blank.colors.empty()) bitmap->FillColorTable(blank.colors.data(), static_cast<unsigned>(blank.colors.size()));
+    bitmap->ForgetResolution();
+    bitmap->SetXResolution(blank.xPixelsPerMeter);
+    bitmap->SetYResolution(blank.yPixelsPerMeter);
     return bitmap;
 }
 
@@ -118,14 +111,6 @@ int LevelCount(zbm::ZBitmap& bitmap) {
         const zbm::ZBitmap* const level = bitmap.GetPtrToPOTReduction(static_cast<unsigned>(count));
         if (level == nullptr || level == &bitmap) return count;
     }
-}
-
-bool AreLevelsStale(const ZString& fileName) {
-    return InContextOf(fileName, [&] {
-        Insight bitmap;
-        bitmap.Open(fileName, true);
-        return bitmap.HasStaleLevels();
-    });
 }
 
 void BuildLevels(zbm::ZScanRectFileBitmap& bitmap, Levels which, const ZString& shownAs, shr::IProgress& progress) {

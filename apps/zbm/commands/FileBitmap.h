@@ -24,10 +24,13 @@ FileBitmapPtr MakeFileBitmap(const ZString& name, const Blank& blank);
 
 /// How many there are, the bitmap itself as level 0 among them.
 int LevelCount(zbm::ZBitmap& bitmap);
-/// Whether reductions that are there belong to former pixels.
-bool AreLevelsStale(const ZString& fileName);
 enum class Levels { stale, all };
 /// Builds what is stale or not there; or all anew. Raises ToolError, in which the file is `shownAs`.
+/// An indexed picture's are made of a copy in true colours, in a folder beside it that is named like a temporary bitmap
+/// and ends in ".d".
 void BuildLevels(zbm::ZScanRectFileBitmap& bitmap, Levels which, const ZString& shownAs, shr::IProgress& progress);
+
+/// Removes such a folder, left by a program that was killed, if it is empty, and the file that kept its name.
+void RemoveCopyFolder(const ZString& folder);
 
 }  // namespace tool

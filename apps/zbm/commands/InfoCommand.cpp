@@ -69,7 +69,7 @@ void DescribeFileBitmap(const ZString& name, std::ostream& out) {
         const zbm::ZBitmap& level = *bitmap.GetPtrToPOTReduction(static_cast<unsigned>(i));
         out << "level " << i << ": " << level.GetPixelWidth() << " x " << level.GetPixelHeight() << '\n';
     }
-    out << "levels: " << (levels == 1 ? "none" : AreLevelsStale(name) ? "stale" : "up to date") << '\n';
+    out << "levels: " << (levels == 1 ? "none" : file->AreReductionsStale() ? "stale" : "up to date") << '\n';
 }
 
 void DescribePicture(PictureSource& source, std::ostream& out, Notes& notes) {

@@ -80,11 +80,21 @@ BitmapPtr PartOf(const zbm::ZBitmap& source, const RECT& rect, Workplace& place,
     return part;
 }
 
-std::vector<ZString> TemporaryBitmapsIn(const ZString& folder) {
+std::vector<ZString> FilesLike(const ZString& pattern) {
     std::vector<ZString> names;
-    shr::CFileFind find(folder + L"zv*.tmp");
+    shr::CFileFind find(pattern);
     while (find.FindNextFileW()) names.push_back(find.GetFilePath());
     return names;
+}
+
+/// Sweeps a folder as the library does; gives how many files that removed.
+std::ptrdiff_t Sweep(const ZString& folder) {
+    const ZString former = zbm::GetGlobalFileBitmapTempDir();
+    zbm::SetGlobalFileBitmapTempDir(folder);
+    const shr::ScopeExit setBack([&] { zbm::SetGlobalFileBitmapTempDir(former); });
+    const std::vector<ZString> before = FilesLike(zbm::GetGlobalFileBitmapTempDir() + L"zv*.tmp");
+    zbm::CleanGlobalFileBitmapTempDir();
+    return std::count_if(before.begin(), before.end(), [](const ZString& name) { return !shr::PathExists(name); });
 }
 
 }  // namespace
@@ -116,11 +126,17 @@ void View(const ViewOptions& options, const Streams& streams) {
     place->AddName(options.input.name, options.input.name);
     const auto look = [&] {
         BitmapPtr level = LevelOf(source, options.level);
+        if (options.level > 0 && source->AreReductionsStale())
+            streams.console.Note(options.input.name,
+                                 "its levels are older than the picture; zbm levels refreshes them");
         const ViewRect whole{0, 0, level->GetPixelWidth(), level->GetPixelHeight()};
         const RECT rect = RectWithin(*level, options.rect.value_or(whole));
-        if (IsWhole(*level, rect)) return level;  // written as it lies there
-        RefuseTooManyPixels(static_cast<int>(rect.right - rect.left), static_cast<int>(rect.bottom - rect.top),
-                            place->MostPixels(options.input.reading));
+        const bool isWhole = IsWhole(*level, rect);  // is written as it lies there
+        const auto most = isWhole ? options.input.reading.maxPixels : place->MostPixels(options.input.reading);
+        if (most)
+            RefuseTooManyPixels(static_cast<int>(rect.right - rect.left), static_cast<int>(rect.bottom - rect.top),
+                                *most);
+        if (isWhole) return level;
         return PartOf(*level, rect, *place, progress);
     };
     Picture picture{InContextOf(options.input.name, look, place->Names()), {}};
@@ -128,20 +144,20 @@ void View(const ViewOptions& options, const Streams& streams) {
     WritePicture(std::move(picture), options.output, file, *place, streams.console, progress);
 }
 
+/// Folders that hold the copies in true colours of palette pictures are swept, too, and removed when that emptied them.
 void CleanTemp(const CleanTempOptions& options, const Streams& streams) {
-    const ZString former = zbm::GetGlobalFileBitmapTempDir();
-    const ZString asked = options.folder.IsEmpty() ? former : options.folder;
-    const FileAliases names{{shr::CPath::AppendDirSeparator(asked, true), asked}};
+    const ZString asked = options.folder.IsEmpty() ? zbm::GetGlobalFileBitmapTempDir() : options.folder;
+    const ZString folder = shr::CPath::AppendDirSeparator(asked, true);
     const auto sweep = [&] {
-        zbm::SetGlobalFileBitmapTempDir(asked);
-        const shr::ScopeExit setBack([&] { zbm::SetGlobalFileBitmapTempDir(former); });
-        const std::vector<ZString> before = TemporaryBitmapsIn(zbm::GetGlobalFileBitmapTempDir());
-        zbm::CleanGlobalFileBitmapTempDir();
-        const auto removed =
-            std::count_if(before.begin(), before.end(), [](const ZString& name) { return !shr::PathExists(name); });
+        std::ptrdiff_t removed = Sweep(asked);
+        for (const ZString& copies : FilesLike(folder + L"zv*.tmp.d")) {
+            const std::ptrdiff_t swept = Sweep(copies);
+            removed += swept;
+            if (swept > 0) RemoveCopyFolder(copies);
+        }
         streams.out << "removed: " << removed << '\n';
     };
-    InContextOf(asked, sweep, names);
+    InContextOf(asked, sweep, {{folder, asked}});
 }
 
 }  // namespace tool
