@@ -1,9 +1,11 @@
 #pragma once
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 
 #include "core/TileGrid.h"
 #include "core/TileRecord.h"
+#include "zbm/ZBMLib2.h"
 
 namespace zbm {
 
@@ -16,6 +18,8 @@ enum class GridClaim {
 
 /// A grid of so many tiles costs little enough to be believed in any case.
 constexpr double kSmallGridTiles = 1 << 16;
+/// What a bitmap of any class is believed to have tiles for, where the archive does not tell how much is left.
+constexpr double kBelievedTiles = 1 << 20;
 /// The most rows of tiles that a picture without pixels may have: no tile backs them.
 constexpr double kMostRowsWithoutTiles = 1 << 20;
 
@@ -29,6 +33,25 @@ inline GridClaim Judge(const TileGrid& grid, shr::ColorFormat format, std::optio
     const double needed =
         grid.Sum([&](int width, int height) { return MinRecordBytes(TilePlanes(width, height, format)); });
     return needed + kBytesBeforeTiles <= static_cast<double>(*remaining) ? GridClaim::backed : GridClaim::impossible;
+}
+
+/// Whether there is room for the picture in tiles of another size, of which no archive tells: they may be as many as
+/// are believed anyway, or as the archive has bytes.
+inline bool IsBelievedInOtherTiles(const TileGrid& grid, std::optional<std::uint64_t> remaining) {
+    if (grid.across.Count() == 0) return grid.down.Count() <= kMostRowsWithoutTiles;
+    return grid.Tiles() <= std::max(kBelievedTiles, static_cast<double>(remaining.value_or(0)));
+}
+
+/// `act` (row, column) for each tile in the order of the archive, with a report after each row. False when cancelled.
+template <class Act>
+bool WalkArchivedTiles(const TileGrid& grid, shr::IProgress* progress, const Act& act) {
+    const int rows = grid.down.Count(), tiles = grid.across.Count();
+    for (int row = 0; row < rows; ++row) {
+        for (int col = 0; col < tiles; ++col) act(row, col);
+        // The number of tiles stands for the column on purpose: hosts see more than 1 at the end, up to 2.0.
+        if (!SRProgress(progress, row, tiles, rows, tiles)) return false;
+    }
+    return true;
 }
 
 }  // namespace zbm

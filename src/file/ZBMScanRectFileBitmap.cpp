@@ -6,7 +6,7 @@
 //     ...   the reductions, each a store
 //
 // This file opens, closes and saves it; ZBMScanRectFileBitmapCreate.cpp makes it, ZBMScanRectFileBitmapLevels.cpp
-// builds the reductions.
+// builds the reductions, ZBMScanRectFileBitmapArchive.cpp stores it in archives and loads it.
 #include "zbm/ZScanRectFileBitmap.h"
 
 #include <algorithm>
@@ -228,10 +228,6 @@ void ZScanRectFileBitmap::SaveFileInfoTable() {
     require(fileOpen && !readOnly, ScanRectFileBitmapCheck::infoTableWritable);
     file.Seek(infoTablePosition);
     file.Write(Encode(fileInfoTable, FileInfoTable::kBytes).data(), FileInfoTable::kBytes);
-}
-
-bool ZScanRectFileBitmap::Serialize(SerializeIO&, shr::IProgress*, ISerializeLegacyGCS*) {
-    require.Fail(ScanRectFileBitmapCheck::archive);
 }
 
 /// An empty folder is the process's; what is no folder's name gets a separator.
