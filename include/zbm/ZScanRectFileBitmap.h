@@ -177,6 +177,8 @@ protected:
     std::vector<std::unique_ptr<ZPOTCFileBitmap>> reductions;
 
 private:
+    friend class ZCachedBitmap;
+
     static void* CreateInstance();
     static const ToldTileReading toldTileReading;
     static void LoadTile(const ZBitmap& bitmap, int row, int col, ZScanRect& tile);
@@ -188,6 +190,10 @@ private:
     void CheckSlots() const;
     void CheckRanges() const;
     void MarkStaleLevels() noexcept;
+    void BecomeClosed();
+    void WriteTables();
+    void CloseWithoutWriting();
+    static void CheckDib(const BITMAPINFOHEADER* header, const void* bits);
     void WriteLevelCount(std::uint32_t count);
     template <class LayOut, class Fill>
     bool CreateBy(const LayOut& layOut, const Fill& fill, Check levelCount);
@@ -210,8 +216,9 @@ private:
     ZString TemporaryFolder() const;
     ZString MakeUniqueTempFile() const;
 
-    bool isBeingMade = false;  ///< whether the file says so, from its first bytes on
-    ZString scratchFilename;   ///< of the true colours that a palette bitmap's reductions were made from last
+    bool isBeingMade = false;        ///< whether the file says so, from its first bytes on
+    bool tempFileIsForeign = false;  ///< whether the current temporary file was opened read-only, and is to stay
+    ZString scratchFilename;         ///< of the true colours that a palette bitmap's reductions were made from last
 };
 
 }  // namespace zbm

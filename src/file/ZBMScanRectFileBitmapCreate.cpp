@@ -33,16 +33,6 @@ constexpr ResizeChecks kResizeChecks{
     .height = ScanRectFileBitmapCheck::resizedHeight,
 };
 
-/// What a DIB's header alone shows is refused before a file is touched: the layout's own checks, then what cannot be
-/// copied.
-void CheckDib(const BITMAPINFOHEADER& header) {
-    ZDummyBitmap().Init(header.biHeight, header.biWidth, shr::ColorFormatClosestToDIB(header), kFileTileSide,
-                        kFileTileSide);
-    const bool hasMasks = header.biCompression == BI_BITFIELDS && (header.biBitCount == 16 || header.biBitCount == 32);
-    const bool isPlain = header.biCompression == BI_RGB || hasMasks;
-    require(header.biWidth >= 1 && header.biHeight >= 1 && isPlain, ScanRectFileBitmapCheck::dibKind);
-}
-
 }  // namespace
 
 void ZScanRectFileBitmap::CommonCreate(const ZString& name, int height, int width, shr::ColorFormat format,
@@ -108,6 +98,19 @@ bool ZScanRectFileBitmap::Create(const ZString& name, int width, int height, shr
                     ScanRectFileBitmapCheck::createdLevelCount);
 }
 
+/// What a DIB's header alone shows is refused before a file is touched: the layout's own checks, then what cannot be
+/// copied.
+void ZScanRectFileBitmap::CheckDib(const BITMAPINFOHEADER* header, const void* bits) {
+    require(header != nullptr, ScanRectFileBitmapCheck::dibHeader);
+    require(bits != nullptr, ScanRectFileBitmapCheck::dibBits);
+    ZDummyBitmap().Init(header->biHeight, header->biWidth, shr::ColorFormatClosestToDIB(*header), kFileTileSide,
+                        kFileTileSide);
+    const bool hasMasks =
+        header->biCompression == BI_BITFIELDS && (header->biBitCount == 16 || header->biBitCount == 32);
+    const bool isPlain = header->biCompression == BI_RGB || hasMasks;
+    require(header->biWidth >= 1 && header->biHeight >= 1 && isPlain, ScanRectFileBitmapCheck::dibKind);
+}
+
 bool ZScanRectFileBitmap::Create(const ZString& name, const BITMAPINFO& dib, shr::IProgress* progress) {
     const PackedDib packed(dib);
     return Create(name, packed.header, packed.bits, packed.colors, progress);
@@ -115,9 +118,7 @@ bool ZScanRectFileBitmap::Create(const ZString& name, const BITMAPINFO& dib, shr
 
 bool ZScanRectFileBitmap::Create(const ZString& name, const BITMAPINFOHEADER* header, const void* bits,
                                  const RGBQUAD* colors, shr::IProgress* progress) {
-    require(header != nullptr, ScanRectFileBitmapCheck::dibHeader);
-    require(bits != nullptr, ScanRectFileBitmapCheck::dibBits);
-    CheckDib(*header);
+    CheckDib(header, bits);
     const auto layOut = [=, this] {
         CommonCreate(name, header->biHeight, header->biWidth, shr::ColorFormatClosestToDIB(*header), kFileTileSide,
                      kFileTileSide);

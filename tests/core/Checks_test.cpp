@@ -14,6 +14,7 @@
 #include "core/checks/BasicMemBitmapChecks.h"
 #include "core/checks/BitmapCFileStoreChecks.h"
 #include "core/checks/BitmapChecks.h"
+#include "core/checks/CachedBitmapChecks.h"
 #include "core/checks/ColorFormatChecks.h"
 #include "core/checks/ColorTableMatcherChecks.h"
 #include "core/checks/DummyBitmapChecks.h"
@@ -37,7 +38,7 @@ const CheckList* const kAllLists[] = {
     &ListOf(ColorTableMatcherCheck{}),  &ListOf(MemBitmapCheck{}),      &ListOf(PixFilterPipelineCheck{}),
     &ListOf(PixelRectCheck{}),          &ListOf(ScanRectCheck{}),       &ListOf(DummyBitmapCheck{}),
     &ListOf(RunFiltersCheck{}),         &ListOf(FileBitmapCheck{}),     &ListOf(BitmapCFileStoreCheck{}),
-    &ListOf(ScanRectFileBitmapCheck{}), &ListOf(POTCFileBitmapCheck{}),
+    &ListOf(ScanRectFileBitmapCheck{}), &ListOf(POTCFileBitmapCheck{}), &ListOf(CachedBitmapCheck{}),
 };
 
 struct Promised {
@@ -186,6 +187,7 @@ const Promised kPromised[] = {
     {POTCFileBitmapCheck::createCopy, "ZBMPOTCFileBitmap", 149},
     {POTCFileBitmapCheck::createdSelf, "ZBMPOTCFileBitmap", 162},
     {POTCFileBitmapCheck::createdName, "ZBMPOTCFileBitmap", 163},
+    {CachedBitmapCheck::legacy, "ZBMCachedBitmap", 241},
     {POTCFileBitmapCheck::legacy, "ZBMPOTCFileBitmap", 204},
     {POTCFileBitmapCheck::recordVersion, "ZBMPOTCFileBitmap", 224, Raises::readArchive},
     {POTCFileBitmapCheck::reduction, "ZBMPOTCFileBitmap", 264},

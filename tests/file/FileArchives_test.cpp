@@ -430,6 +430,7 @@ TEST_F(FileArchive, IsAVersionTheFormatTheStoreAndTheReductionsToTheByte) {
 }
 
 TEST_F(FileArchive, WrittenByHandIsLoaded) {
+    EXPECT_EQ(SmallBitmap().size(), 170u);
     const auto bitmap = Target();
     TestProgress progress;
     EXPECT_TRUE(Load(*bitmap, SmallBitmap(), &progress));
