@@ -1,7 +1,6 @@
 #pragma once
 // Tiles of any size, which come row by row, put together to rows of tiles of a file, so that each of these is written
 // once.
-#include <deque>
 #include <memory>
 #include <vector>
 
@@ -27,7 +26,7 @@ public:
             for (std::size_t col = 0; col < rows.front().size(); ++col)
                 give(*rows.front()[col], firstRow, static_cast<int>(col));
             spare.swap(rows.front());
-            rows.pop_front();
+            rows.erase(rows.begin());
         }
     }
 
@@ -38,7 +37,7 @@ private:
 
     const TileGrid grid;
     const shr::ColorFormat format;
-    std::deque<Row> rows;
+    std::vector<Row> rows;
     int firstRow = 0;
     Row spare;  ///< the row that was given last, whose memory the next one takes
 };

@@ -133,8 +133,8 @@ void ZCachedBitmap::ChangeFrom(ZCachedBitmap& other) {
     std::wstring folder = other.tempDir, fixedName = other.tempFile, temporary = other.currentTempFilename;
     const bool wasOpen = other.fileOpen, wasReadOnly = other.readOnly, wasStale = other.reductionsStale;
     const ZString taken = wasOpen ? other.fileName : ZString(temporary);
-    other.ZScanRectFileBitmap::Close(false);
     try {
+        other.CloseWithoutWriting();  // all is written
         ZScanRectFileBitmap::Open(taken, false);
     } catch (...) {
         if (wasOpen) other.OpenAgain(taken, wasReadOnly, wasStale);
