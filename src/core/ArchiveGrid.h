@@ -35,11 +35,17 @@ inline GridClaim Judge(const TileGrid& grid, shr::ColorFormat format, std::optio
     return needed + kBytesBeforeTiles <= static_cast<double>(*remaining) ? GridClaim::backed : GridClaim::impossible;
 }
 
-/// Whether there is room for the picture in tiles of another size, of which no archive tells: they may be as many as
-/// are believed anyway, or as the archive has bytes.
-inline bool IsBelievedInOtherTiles(const TileGrid& grid, std::optional<std::uint64_t> remaining) {
-    if (grid.across.Count() == 0) return grid.down.Count() <= kMostRowsWithoutTiles;
-    return grid.Tiles() <= std::max(kBelievedTiles, static_cast<double>(remaining.value_or(0)));
+/// Whether the archive can be believed to hold a picture that is laid out in tiles of another size: these are made, a
+/// row of them at least, when the first record comes, and no record tells of them.
+inline bool IsBelievedInOtherTiles(const TileGrid& grid, shr::ColorFormat format,
+                                   std::optional<std::uint64_t> remaining) {
+    constexpr double kBelievedRowBytes = 2.0 * (1 << 30), kMostBytesOfOne = 1024;
+    if (grid.across.Count() == 0 || grid.down.Count() == 0) return grid.down.Count() <= kMostRowsWithoutTiles;
+    const double left = static_cast<double>(remaining.value_or(0));
+    const TilePlanes row(grid.across.End(grid.across.Count() - 1), grid.down.Length(0), format);
+    const double rowBytes = static_cast<double>(row.pixelBytes + row.alphaBytes);
+    return grid.Tiles() <= std::max(kBelievedTiles, left) &&
+           rowBytes <= std::max(kBelievedRowBytes, kMostBytesOfOne * left);
 }
 
 /// `act` (row, column) for each tile in the order of the archive, with a report after each row. False when cancelled.

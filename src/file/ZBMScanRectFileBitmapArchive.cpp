@@ -60,7 +60,8 @@ bool ZScanRectFileBitmap::LoadPicture(SerializeIO& io, shr::IProgress* progress,
                                       const ZString& name) {
     const ZDummyBitmap described(*this);
     const TileGrid grid(pixelHeight, pixelWidth, kFileTileSide, kFileTileSide);
-    require(IsBelievedInOtherTiles(grid, io.RemainingBytes()), BitmapCheck::archivedTiles);
+    const bool inItsTiles = scanRectHeight == kFileTileSide && scanRectWidth == kFileTileSide;
+    require(inItsTiles || IsBelievedInOtherTiles(grid, colorFormat, io.RemainingBytes()), BitmapCheck::archivedTiles);
     {
         isBeingMade = true;
         const shr::ScopeExit made([this] { isBeingMade = false; });

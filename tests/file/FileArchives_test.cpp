@@ -598,7 +598,7 @@ TEST_F(FileArchive, OfAClosedBitmapIsNotWritten) {
     EXPECT_TRUE(archive.sizes.empty());
 }
 
-TEST_F(FileArchive, OfMoreReductionsThanAFileHoldsOrOfOneWithoutPixelsIsRefused) {
+TEST_F(FileArchive, OfMoreReductionsThanAFileHoldsOrOfOneThatIsNoneIsRefused) {
     const auto refuses = [&](const ArchiveWriter& reductions, ScanRectFileBitmapCheck check) {
         ArchiveWriter writer;
         writer.U16(1).Raw(kSmall.Record().Take()).Raw(SmallStore()).U32(1).Raw(reductions.Take());
@@ -610,6 +610,9 @@ TEST_F(FileArchive, OfMoreReductionsThanAFileHoldsOrOfOneWithoutPixelsIsRefused)
     refuses(ArchiveWriter().U32(31), ScanRectFileBitmapCheck::reductionCount);
     refuses(ArchiveWriter().U32(0xFFFFFFFF), ScanRectFileBitmapCheck::reductionCount);
     refuses(ArchiveWriter().U32(1).U16(1).Raw(Format{0, 5, shr::BGR_24, 1, 1}.Record().Take()),
+            ScanRectFileBitmapCheck::reductionKind);
+    const Bytes color = Tile(1, 1, shr::BGR_24, Bytes(4), Bytes(4, 0xFF));
+    refuses(ArchiveWriter().U32(1).U16(1).Raw(Format{1, 1, shr::BGR_24, 1, 1}.Record().Raw(color).Take()),
             ScanRectFileBitmapCheck::reductionKind);
 }
 
@@ -630,7 +633,8 @@ TEST_F(FileArchive, OfAPictureTooLargeForItsLengthIsRefusedAndLeavesTheFormerFil
     OnFile(target, former)->Close();
     for (const Format& huge :
          {Format{0x7FFFFFFF, 0x7FFFFFFF, 10, 1, 1}, Format{0x7FFFFFFF, 0x7FFFFFFF, 10, 0x7FFFFFFF, 0x7FFFFFFF},
-          Format{0x7FFFFFFF, 0, 10, 1, 1}, Format{0x7FFFFFFF, 0, 10, 0x7FFFFFFF, 512}}) {
+          Format{0x7FFFFFFF, 0, 10, 1, 1}, Format{0x7FFFFFFF, 0, 10, 0x7FFFFFFF, 512},
+          Format{1024, 1 << 25, 10, 1, 1 << 25}}) {
         OpenFileBitmap bitmap;
         bitmap.Open(target, false);
         const Bytes bytes = ArchiveWriter().U16(1).Raw(huge.Record().Take()).Take();
@@ -774,31 +778,6 @@ TEST_F(FileArchive, WithADamagedBlockLoadsTheRestAndCountsIt) {
     EXPECT_EQ(io.DamagedBlocks(), 1u);
     EXPECT_EQ(GetPixel(*bitmap, 0, 0), 0u);
     EXPECT_EQ(GetPixel(*bitmap, 2, 1), 6u);
-}
-
-/// Takes the file away, so to speak, in the middle of a load: another object opens what is there by then.
-class Watching final : public shr::IProgress {
-public:
-    explicit Watching(const shr::ZString& watchedName) : name(watchedName) {}
-    void StartTask(const shr::ZString&, int, int) override {}
-    void EndTask() override {}
-    void SetProgress(double) override { copies.push_back(ReadWhole(name)); }
-    const shr::ZString name;
-    std::vector<Bytes> copies;
-};
-
-TEST_F(FileArchive, WhoseLoadIsKilledLeavesAFileThatIsRefused) {
-    const auto source = OnFile(name, FormulaBitmap(40, 70, shr::BGR_24, 40, 25));
-    const auto bitmap = Target();
-    Watching progress(target);
-    EXPECT_TRUE(Load(*bitmap, Stored(*source), &progress));
-    ASSERT_EQ(progress.copies.size(), 3u);
-    for (const Bytes& copy : progress.copies) {
-        const shr::ZString left = scratch.File("left");
-        WriteWhole(left, copy);
-        EXPECT_TRUE(RaisesInternalError([&] { OpenFileBitmap().Open(left, false); },
-                                        ScanRectFileBitmapCheck::openedLevelCount));
-    }
 }
 
 }  // namespace
