@@ -208,6 +208,10 @@ protected:
     /// is larger still), or left out for a bitmap that adds the places of tiles as these arrive.
     enum class UnprovenGrid { laidOut, leftOut };
     void LoadFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy, UnprovenGrid unproven);
+    /// All of it but the version. Where a bitmap that was `described` before is given, layout and number of colours
+    /// must be its own.
+    void LoadFormatValues(SerializeIO& io, ISerializeLegacyGCS* legacy, UnprovenGrid unproven,
+                          const ZBitmap* described);
     void SetPixelWidth(int value) noexcept { pixelWidth = value; }
     void SetPixelHeight(int value) noexcept { pixelHeight = value; }
     void SetScanRectWidth(int value) noexcept { scanRectWidth = value; }

@@ -16,7 +16,10 @@ class CBufferedFile;
 
 namespace zbm {
 
+class ISerializeLegacyGCS;
+class SerializeIO;
 class ZBitmap;
+class ZDummyBitmap;
 struct TileGrid;
 
 /// The tiles of one bitmap inside a host file that somebody else owns and has opened, from a base offset on. Several
@@ -46,7 +49,8 @@ public:
     ZBitmapCFileStore& operator=(const ZBitmapCFileStore&) = delete;
 
     // Each creation writes over what lies at the base offset and behind it, and raises an internal error for a store
-    // that may not be written (line 754). False when cancelled; then, as after an exception, the host file stands at
+    // that may not be written (line 754), and for one that was created before and now needs a longer table than any
+    // before while its file goes on behind. False when cancelled; then, as after an exception, the host file stands at
     // the base offset, and what was written stays.
 
     /// All pixels zero, masks opaque.
@@ -95,6 +99,17 @@ public:
     /// opened by itself goes to its base offset, over its signature: stores are changed through the bitmaps that own
     /// them, or right after they were created.
     void CommitAll();
+
+    /// Stores into the archive or loads from it, as its direction is. Tiles that were never written are stored as zero.
+    ///
+    /// Loading creates the store anew, in the archive's tiles; a resolution below 1 is passed over. Cancelling gives
+    /// false, and leaves a store of one pixel of BGR_24. After an exception the host file stands at the base offset,
+    /// and tiles are missing.
+    ///
+    /// `legacy` is for loading only (line 1047). Raises ERR_ZBM_READ_ARCHIVE for a record of another version (1143),
+    /// with more colours than its format has or with tiles that do not fit their places, ERR_ZBM_WRITE_ARCHIVE for a
+    /// blank store, and the errors of a creation.
+    [[nodiscard]] bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy);
 
 protected:
     /// Signature, header and an empty table of positions, for the layout, colours and resolution of `bitmap`.
@@ -158,6 +173,13 @@ private:
     void WriteFirst(const ZScanRect& tile, std::int64_t& position);
     template <class FillAndWrite>
     bool CreateTiles(const ZBitmap& layout, shr::IProgress* progress, const FillAndWrite& fillAndWrite);
+    void TakeRoom(const ZBitmap& bitmap);
+    ZDummyBitmap Described() const;
+    bool StoreArchive(SerializeIO& io, shr::IProgress* progress) const;
+    /// For a bitmap that was `described` before, which the record must agree with, the picture is laid out in tiles of
+    /// 512 x 512, whatever the archive's are.
+    bool LoadArchive(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy, const ZBitmap* described);
+    bool LoadTiles(SerializeIO& io, shr::IProgress* progress, const ZBitmap& archived);
     void TakeDibColors(const BITMAPINFOHEADER& dibHeader, const RGBQUAD* colors);
     /// An opened store keeps 0 for the header's position, so that by itself it writes at its base; the bitmaps that own
     /// a whole store seat it where it lies.
@@ -180,6 +202,7 @@ private:
     std::int64_t headerPosition = 0;
     Header header;
     ZFileScanRectInfo tilePositions;
+    std::int64_t roomEnd = 0;  ///< of the longest table that the store had in the host file; 0 for a blank store
     std::int64_t fileEnd = 0;  ///< of the host file, from the base on, when the store was opened
 };
 

@@ -36,7 +36,10 @@ public:
     void SetXResolution(int pixelsPerMeter) override;
     void SetYResolution(int pixelsPerMeter) override;
 
-    /// Bitmaps in files are not stored in archives by this version: raises an internal error.
+    /// Stores into the archive or loads from it, as its direction is. Loading creates the store anew, in the archive's
+    /// tiles; cancelling gives false, and leaves the level closed, as an exception does. `legacy` is for loading only
+    /// (line 204). Raises ERR_ZBM_READ_ARCHIVE for a record of another version (224) and what the store raises, and
+    /// ERR_ZBM_WRITE_ARCHIVE for a level that was not made yet.
     [[nodiscard]] bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) override;
     using ZFileBitmap::Serialize;
 
@@ -60,6 +63,9 @@ protected:
 
 private:
     friend class ZScanRectFileBitmap;
+
+    bool StoreArchive(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy);
+    bool LoadArchive(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy);
 
     static const ToldTileReading toldTileReading;
     static void LoadTile(const ZBitmap& bitmap, int row, int col, ZScanRect& tile);

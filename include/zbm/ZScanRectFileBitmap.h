@@ -94,7 +94,19 @@ public:
     /// reductions than ours would be.
     [[nodiscard]] bool CommitAll(shr::IProgress* progress, bool rebuild);
 
-    /// Bitmaps in files are not stored in archives by this version: raises an internal error.
+    /// Stores into the archive or loads from it, as its direction is. Where the stream is set so, the reductions are
+    /// stored as they are held, stale ones too, and count as current when they are loaded. Records of this class and of
+    /// ZCachedBitmap are one; those of bitmaps in memory are others, and refused.
+    ///
+    /// Loading closes the bitmap and makes its file anew, in tiles of 512 x 512, once the archive has told of a
+    /// picture. Into a closed bitmap, which goes by the name of its last file, nothing is loaded where a file of that
+    /// name exists (ERR_SHR_FILE_CREATE, line 869), and into a file opened read-only nothing at all
+    /// (ERR_SHR_FILE_READ_ONLY): both before the archive is read. After an exception the bitmap is closed; the file is
+    /// deleted if it was made anew, and as it was if not. Cancelling gives false and closes the bitmap, with one pixel
+    /// in the file, or the picture if that was there already. SerializeIO::DamagedBlocks tells whether pixels are lost.
+    ///
+    /// `legacy` is for loading only (line 1261). Raises ERR_ZBM_READ_ARCHIVE for a record of another version (1314),
+    /// one whose parts do not agree, and what the store raises; ERR_ZBM_WRITE_ARCHIVE when closed.
     [[nodiscard]] bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) override;
     using ZFileBitmap::Serialize;
 
@@ -170,6 +182,8 @@ protected:
     std::vector<std::unique_ptr<ZPOTCFileBitmap>> reductions;
 
 private:
+    friend class ZCachedBitmap;
+
     static void* CreateInstance();
     static const ToldTileReading toldTileReading;
     static void LoadTile(const ZBitmap& bitmap, int row, int col, ZScanRect& tile);
@@ -183,6 +197,10 @@ private:
     void MarkStaleLevels() noexcept;
     void BecomeStale();
     void CutBack(std::int64_t end) noexcept;
+    void BecomeClosed();
+    void WriteTables();
+    void CloseWithoutWriting();
+    static void CheckDib(const BITMAPINFOHEADER* header, const void* bits);
     void WriteLevelCount(std::uint32_t count);
     template <class LayOut, class Fill>
     bool CreateBy(const LayOut& layOut, const Fill& fill, Check levelCount);
@@ -192,6 +210,11 @@ private:
     bool FillFrom(ZBitmap& source, const RECT& rect, zpixf::ZPixFilterBase& filter, shr::IProgress* progress);
     bool HasUsualLevels() const;
     void DropLevels();
+    bool StoreArchive(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy);
+    bool LoadArchive(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy);
+    bool LoadPicture(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy, const ZString& name);
+    bool LoadLevels(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy);
+    void TakeNameForLoading();
     bool BuildLevels(ZBitmap& first, shr::IProgress* progress);
     void AppendLevel(std::unique_ptr<ZPOTCFileBitmap> level);
     std::int64_t PlaceOfNextLevel();
@@ -200,8 +223,9 @@ private:
     ZString TemporaryFolder() const;
     ZString MakeUniqueTempFile() const;
 
-    bool isBeingMade = false;  ///< whether the file says so, from its first bytes on
-    ZString scratchFilename;   ///< of the true colours that a palette bitmap's reductions were made from last
+    bool isBeingMade = false;        ///< whether the file says so, from its first bytes on
+    bool tempFileIsForeign = false;  ///< whether the current temporary file was opened read-only, and is to stay
+    ZString scratchFilename;         ///< of the true colours that a palette bitmap's reductions were made from last
 };
 
 }  // namespace zbm

@@ -8,7 +8,10 @@ namespace zbm {
 /// locked.
 class ZDummyBitmap : public ZBitmap {
 public:
-    using ZBitmap::Init;
+    ZDummyBitmap() = default;
+    /// Of the layout, the colours and the resolution of another.
+    explicit ZDummyBitmap(const ZBitmap& described) : ZBitmap(described) {}
+    using ZBitmap::Init, ZBitmap::SerializeFormatInfo, ZBitmap::LoadFormatValues, ZBitmap::UnprovenGrid;
 
     ZScanRect& LockScanRect(int, int) const override { Refuse(); }
     void UnlockScanRect(int, int) const override { Refuse(); }

@@ -32,6 +32,7 @@ namespace {
 constexpr std::int64_t kHeaderBytes = 1264;
 constexpr std::int64_t kHeaderPosition = SignatureBlock::kBytes;
 constexpr std::int64_t kHeaderEnd = kHeaderPosition + kHeaderBytes;
+constexpr std::int64_t kTablePosition = kHeaderEnd + kHeaderBytes;
 constexpr std::int64_t kLastPosition = std::numeric_limits<std::int64_t>::max() / 2;  // sums stay in 64 bits
 constexpr const wchar_t* kCreating = L"Creating image...";
 
@@ -76,6 +77,7 @@ ZBitmapCFileStore::ZBitmapCFileStore(const shr::ZString& storeName, shr::CBuffer
     version = SignatureBlock::kVersion;
     ReadHeader();
     ReadTable();
+    roomEnd = Table().end;
 }
 
 ZBitmapCFileStore::~ZBitmapCFileStore() = default;
@@ -191,9 +193,19 @@ bool ZBitmapCFileStore::IsCutOff(shr::CBufferedFile& hostFile, std::int64_t offs
 
 void ZBitmapCFileStore::SeatHeader() noexcept { headerPosition = kHeaderPosition; }
 
+/// A table may not grow over what lies behind the longest that the store had.
+void ZBitmapCFileStore::TakeRoom(const ZBitmap& bitmap) {
+    const TileGrid grid(bitmap.GetPixelHeight(), bitmap.GetPixelWidth(), bitmap.GetScanRectHeight(),
+                        bitmap.GetScanRectWidth());
+    const std::int64_t end = base + kTablePosition + PositionTable(grid).Bytes();
+    require(roomEnd == 0 || end <= roomEnd || file.GetLength() <= roomEnd, BitmapCFileStoreCheck::room);
+    roomEnd = std::max(roomEnd, end);
+}
+
 void ZBitmapCFileStore::CreateSkeleton(const ZBitmap& bitmap) {
     require(!readOnly, BitmapCFileStoreCheck::skeletonOfReadOnly);
     require(shr::IsColorFormat(bitmap.GetColorFormat()), BitmapCFileStoreCheck::formatRange);
+    TakeRoom(bitmap);
     file.Seek(base);
     std::vector<std::vector<std::int64_t>> rows(static_cast<std::size_t>(bitmap.GetNumScanRectRows()));
     for (std::size_t row = 0; row < rows.size(); ++row)

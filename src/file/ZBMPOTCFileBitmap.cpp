@@ -5,6 +5,8 @@
 #include "file/FileTiles.h"
 #include "filter/Creation.h"
 #include "filter/MakeResizeFilter.h"
+#include "shr/ScopeExit.h"
+#include "zbm/SerializeIO.h"
 
 namespace zbm {
 
@@ -111,8 +113,26 @@ void ZPOTCFileBitmap::WriteScanRect(const ZScanRect& tile, int row, int col) {
     store.WriteScanRect(tile, row, col);
 }
 
-bool ZPOTCFileBitmap::Serialize(SerializeIO&, shr::IProgress*, ISerializeLegacyGCS*) {
-    require.Fail(POTCFileBitmapCheck::archive);
+bool ZPOTCFileBitmap::Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) {
+    return io.IsStoring() ? StoreArchive(io, progress, legacy) : LoadArchive(io, progress, legacy);
+}
+
+bool ZPOTCFileBitmap::StoreArchive(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) {
+    require(legacy == nullptr, POTCFileBitmapCheck::legacy);
+    require(shr::IsColorFormat(store.GetColorFormat()), POTCFileBitmapCheck::storedFormat);
+    io.WriteObjVersion(1);
+    const shr::CScopedIProgressTask task(progress, L"Storing image reduction...");
+    return store.Serialize(io, progress, nullptr);
+}
+
+bool ZPOTCFileBitmap::LoadArchive(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) {
+    require(io.ReadObjVersion() == 1, POTCFileBitmapCheck::recordVersion);
+    const shr::CScopedIProgressTask task(progress, L"Loading image reduction...");
+    shr::ScopeExit leaveClosed([this] { CleanUp(); });
+    if (!store.Serialize(io, progress, legacy)) return false;
+    TakeStore(store);
+    leaveClosed.Release();
+    return true;
 }
 
 void ZPOTCFileBitmap::Open(const ZString&, bool) { require.Fail(POTCFileBitmapCheck::open); }

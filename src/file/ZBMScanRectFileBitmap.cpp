@@ -6,7 +6,7 @@
 //     ...   the reductions, each a store
 //
 // This file opens, closes and saves it; ZBMScanRectFileBitmapCreate.cpp makes it, ZBMScanRectFileBitmapLevels.cpp
-// builds the reductions.
+// builds the reductions, ZBMScanRectFileBitmapArchive.cpp stores it in archives and loads it.
 #include "zbm/ZScanRectFileBitmap.h"
 
 #include <algorithm>
@@ -137,21 +137,38 @@ void ZScanRectFileBitmap::Close() { Close(true); }
 
 /// Whatever writing says, the object is empty afterwards, and the file not open.
 void ZScanRectFileBitmap::Close(bool) {
-    const shr::ScopeExit becomeEmpty([this] {
-        store.reset();
-        reductionsStale = false;
-        InitFileInfoTable();
-        file = shr::CBufferedFile();
-        fileOpen = false;
-        ZFileBitmap::Close();
-        Init(0, 0, shr::BGRA_32, kFileTileSide, kFileTileSide);
-    });
+    const shr::ScopeExit becomeClosed([this] { BecomeClosed(); });
     if (!fileOpen) return;
     require(file.IsOpen(), ScanRectFileBitmapCheck::closedFile);
     MarkStaleLevels();
     FreeAllPOTReductions();
     if (store != nullptr) store->CommitAll();
     file.Close();
+}
+
+void ZScanRectFileBitmap::BecomeClosed() {
+    FreeAllPOTReductions();
+    store.reset();
+    reductionsStale = false;
+    InitFileInfoTable();
+    file = shr::CBufferedFile();
+    fileOpen = false;
+    ZFileBitmap::Close();
+    Init(0, 0, shr::BGRA_32, kFileTileSide, kFileTileSide);
+}
+
+/// For a file that is deleted next.
+void ZScanRectFileBitmap::CloseWithoutWriting() {
+    const shr::ScopeExit becomeClosed([this] { BecomeClosed(); });
+    file.Discard();
+}
+
+/// What closing writes. Where that fails, the bitmap is still open.
+void ZScanRectFileBitmap::WriteTables() {
+    if (store == nullptr || readOnly) return;
+    MarkStaleLevels();
+    store->CommitAll();
+    file.Flush();
 }
 
 /// In the store's header, for whoever opens the file next.
@@ -246,10 +263,6 @@ void ZScanRectFileBitmap::SaveFileInfoTable() {
     require(fileOpen && !readOnly, ScanRectFileBitmapCheck::infoTableWritable);
     file.Seek(infoTablePosition);
     file.Write(Encode(fileInfoTable, FileInfoTable::kBytes).data(), FileInfoTable::kBytes);
-}
-
-bool ZScanRectFileBitmap::Serialize(SerializeIO&, shr::IProgress*, ISerializeLegacyGCS*) {
-    require.Fail(ScanRectFileBitmapCheck::archive);
 }
 
 /// An empty folder is the process's; what is no folder's name gets a separator.

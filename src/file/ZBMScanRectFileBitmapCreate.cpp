@@ -6,6 +6,7 @@
 #include "core/LockedTile.h"
 #include "core/PackedDib.h"
 #include "core/checks/ScanRectFileBitmapChecks.h"
+#include "file/AssembledRows.h"
 #include "file/FileTiles.h"
 #include "file/LittleEndian.h"
 #include "file/SignatureBlock.h"
@@ -31,34 +32,6 @@ constexpr ResizeChecks kResizeChecks{
     .width = ScanRectFileBitmapCheck::resizedWidth,
     .height = ScanRectFileBitmapCheck::resizedHeight,
 };
-
-/// What a DIB's header alone shows is refused before a file is touched: the layout's own checks, then what cannot be
-/// copied.
-void CheckDib(const BITMAPINFOHEADER& header) {
-    ZDummyBitmap().Init(header.biHeight, header.biWidth, shr::ColorFormatClosestToDIB(header), kFileTileSide,
-                        kFileTileSide);
-    const bool hasMasks = header.biCompression == BI_BITFIELDS && (header.biBitCount == 16 || header.biBitCount == 32);
-    const bool isPlain = header.biCompression == BI_RGB || hasMasks;
-    require(header.biWidth >= 1 && header.biHeight >= 1 && isPlain, ScanRectFileBitmapCheck::dibKind);
-}
-
-/// Copies what a tile with that box and a row of tiles with that top have in common, mask and all.
-void CopyInto(ZBasicMemBitmap& rowCopy, int top, const ZScanRect& tile, const RECT& box) {
-    for (int col = 0; col < rowCopy.GetNumScanRects(0); ++col) {
-        RECT target = rowCopy.GetScanRectBBox(0, col), part;
-        OffsetRect(&target, 0, top);
-        if (!IntersectRect(&part, &box, &target)) continue;
-        ZScanRect& to = rowCopy.LockScanRect(0, col);
-        const int width = static_cast<int>(part.right - part.left);
-        const int toX = static_cast<int>(part.left - target.left), fromX = static_cast<int>(part.left - box.left);
-        for (LONG y = part.top; y < part.bottom; ++y) {
-            const int toY = static_cast<int>(y - target.top), fromY = static_cast<int>(y - box.top);
-            shr::CopyPixels(to.GetRowPtr(toY), toX, tile.GetRowPtr(fromY), fromX, width, to.GetColorFormat());
-            if (to.GetAlphaStride() == 0) continue;
-            shr::CopyPixels(to.GetAlphaRowPtr(toY), toX, tile.GetAlphaRowPtr(fromY), fromX, width, shr::GRAYSCALE_1);
-        }
-    }
-}
 
 }  // namespace
 
@@ -125,6 +98,19 @@ bool ZScanRectFileBitmap::Create(const ZString& name, int width, int height, shr
                     ScanRectFileBitmapCheck::createdLevelCount);
 }
 
+/// What a DIB's header alone shows is refused before a file is touched: the layout's own checks, then what cannot be
+/// copied.
+void ZScanRectFileBitmap::CheckDib(const BITMAPINFOHEADER* header, const void* bits) {
+    require(header != nullptr, ScanRectFileBitmapCheck::dibHeader);
+    require(bits != nullptr, ScanRectFileBitmapCheck::dibBits);
+    ZDummyBitmap().Init(header->biHeight, header->biWidth, shr::ColorFormatClosestToDIB(*header), kFileTileSide,
+                        kFileTileSide);
+    const bool hasMasks =
+        header->biCompression == BI_BITFIELDS && (header->biBitCount == 16 || header->biBitCount == 32);
+    const bool isPlain = header->biCompression == BI_RGB || hasMasks;
+    require(header->biWidth >= 1 && header->biHeight >= 1 && isPlain, ScanRectFileBitmapCheck::dibKind);
+}
+
 bool ZScanRectFileBitmap::Create(const ZString& name, const BITMAPINFO& dib, shr::IProgress* progress) {
     const PackedDib packed(dib);
     return Create(name, packed.header, packed.bits, packed.colors, progress);
@@ -132,9 +118,7 @@ bool ZScanRectFileBitmap::Create(const ZString& name, const BITMAPINFO& dib, shr
 
 bool ZScanRectFileBitmap::Create(const ZString& name, const BITMAPINFOHEADER* header, const void* bits,
                                  const RGBQUAD* colors, shr::IProgress* progress) {
-    require(header != nullptr, ScanRectFileBitmapCheck::dibHeader);
-    require(bits != nullptr, ScanRectFileBitmapCheck::dibBits);
-    CheckDib(*header);
+    CheckDib(header, bits);
     const auto layOut = [=, this] {
         CommonCreate(name, header->biHeight, header->biWidth, shr::ColorFormatClosestToDIB(*header), kFileTileSide,
                      kFileTileSide);
@@ -235,9 +219,12 @@ std::unique_ptr<ZBasicMemBitmap> ZScanRectFileBitmap::AssembleRow(const ZBitmap&
     const RECT wanted = GetScanRectBBox(row, 0);
     for (int sourceRow = FindTileRow(source, wanted.top); sourceRow < source.GetNumScanRectRows(); ++sourceRow) {
         if (source.GetScanRectBBox(sourceRow, 0).top >= wanted.bottom) break;
-        for (int col = 0; col < source.GetNumScanRects(sourceRow); ++col)
-            CopyInto(*rowCopy, static_cast<int>(wanted.top), *LockedTile(source, sourceRow, col),
-                     source.GetScanRectBBox(sourceRow, col));
+        for (int sourceCol = 0; sourceCol < source.GetNumScanRects(sourceRow); ++sourceCol) {
+            const LockedTile tile(source, sourceRow, sourceCol);
+            const RECT box = source.GetScanRectBBox(sourceRow, sourceCol);
+            for (int col = static_cast<int>(box.left) / kFileTileSide; col * LONG{kFileTileSide} < box.right; ++col)
+                CopyCommonPart(rowCopy->LockScanRect(0, col), GetScanRectBBox(row, col), *tile, box);
+        }
     }
     return rowCopy;
 }

@@ -1,5 +1,5 @@
 // A memory bitmap's record in an archive: the format information, u16 version 1, then the tiles, row by row.
-#include "core/TileGrid.h"
+#include "core/ArchiveGrid.h"
 #include "core/TileRecord.h"
 #include "core/checks/BasicMemBitmapChecks.h"
 #include "core/checks/ScanRectChecks.h"
@@ -46,25 +46,19 @@ bool ZBasicMemBitmap::StoreTiles(SerializeIO& io, shr::IProgress* progress) {
 bool ZBasicMemBitmap::LoadTiles(SerializeIO& io, shr::IProgress* progress) {
     shr::ScopeExit leaveEmpty([this] { CreateCleanup(); });
     const TileGrid grid(pixelHeight, pixelWidth, scanRectHeight, scanRectWidth);
-    const int rows = grid.down.Count(), tiles = grid.across.Count();
-    const bool laidOut = GetNumScanRectRows() == rows;
+    const bool laidOut = GetNumScanRectRows() == grid.down.Count();
     const auto requireVersion = [&](bool known, Check check) {
         if (!known && laidOut) leaveEmpty.Release();  // what was read before a record of an unknown version stays
         require(known, check);
     };
     requireVersion(io.ReadObjVersion() == 1, BasicMemBitmapCheck::recordVersion);
     const shr::CScopedIProgressTask task(progress, L"Loading image...");
-    for (int row = 0; row < rows; ++row) {
-        for (int col = 0; col < tiles; ++col)
-            requireVersion(LoadTile(io, grid, row, col), ScanRectCheck::recordVersion);
-        if (!SRProgress(progress, row, tiles, rows, tiles)) {
-            Create(1, 1, shr::BGRA_32, 512, 512);
-            leaveEmpty.Release();
-            return false;
-        }
-    }
+    const bool loaded = WalkArchivedTiles(grid, progress, [&](int row, int col) {
+        requireVersion(LoadTile(io, grid, row, col), ScanRectCheck::recordVersion);
+    });
+    if (!loaded) Create(1, 1, shr::BGRA_32, 512, 512);
     leaveEmpty.Release();
-    return true;
+    return loaded;
 }
 
 /// The tile stays one pixel until its first block is there. None is there after a record of an unknown version.

@@ -11,13 +11,6 @@
 
 namespace zbm {
 
-namespace {
-
-/// What a bitmap of any class is believed to have tiles for, where the archive does not tell how much is left.
-constexpr double kBelievedTiles = 1 << 20;
-
-}  // namespace
-
 void ZBitmap::SerializeFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy) {
     if (!io.IsStoring()) return LoadFormatInfo(io, legacy, UnprovenGrid::laidOut);
     require(legacy == nullptr, BitmapCheck::legacyWhenStoring);
@@ -36,15 +29,27 @@ void ZBitmap::StoreFormatInfo(SerializeIO& io) const {
 
 void ZBitmap::LoadFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy, UnprovenGrid unproven) {
     shr::ScopeExit leaveEmpty([this] { Free(); });
-    if (io.ReadObjVersion() != 1) {
-        leaveEmpty.Release();  // nothing of it was read, so the bitmap stays as it was
-        require.Fail(BitmapCheck::formatInfoVersion);
-    }
+    const bool known = io.ReadObjVersion() == 1;
+    leaveEmpty.Release();  // nothing of an unknown one is read, so the bitmap stays as it was
+    require(known, BitmapCheck::formatInfoVersion);
+    LoadFormatValues(io, legacy, unproven, nullptr);
+}
+
+void ZBitmap::LoadFormatValues(SerializeIO& io, ISerializeLegacyGCS* legacy, UnprovenGrid unproven,
+                               const ZBitmap* described) {
+    shr::ScopeExit leaveEmpty([this] { Free(); });
     const int height = ReadI32(io), width = ReadI32(io);
     const auto format = static_cast<shr::ColorFormat>(ReadI32(io));
     const int tileHeight = ReadI32(io), tileWidth = ReadI32(io);
     if (legacy != nullptr) legacy->SerializeGCS(io.GetInterface());
 
+    const auto requireAsDescribed = [&](const auto& isAlike) {
+        require(described == nullptr || isAlike(*described), BitmapCheck::archivedTwice);
+    };
+    requireAsDescribed([&](const ZBitmap& other) {
+        return height == other.pixelHeight && width == other.pixelWidth && format == other.colorFormat &&
+               tileHeight == other.scanRectHeight && tileWidth == other.scanRectWidth;
+    });
     InitWithoutLayout(height, width, format, tileHeight, tileWidth);
     const TileGrid grid(height, width, tileHeight, tileWidth);
     const GridClaim claim = Judge(grid, format, io.RemainingBytes());
@@ -57,6 +62,7 @@ void ZBitmap::LoadFormatInfo(SerializeIO& io, ISerializeLegacyGCS* legacy, Unpro
     yResolution = ReadI32(io);
     const std::uint32_t count = ReadU32(io);
     require(count <= std::size(colorTable), BitmapCheck::archivedColorCount);
+    requireAsDescribed([&](const ZBitmap& other) { return count == other.numColorTableItems; });
     numColorTableItems = count;
     io.Read(reinterpret_cast<unsigned char*>(colorTable), count * sizeof(shr::Color4b));
     leaveEmpty.Release();

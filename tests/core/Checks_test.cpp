@@ -14,6 +14,7 @@
 #include "core/checks/BasicMemBitmapChecks.h"
 #include "core/checks/BitmapCFileStoreChecks.h"
 #include "core/checks/BitmapChecks.h"
+#include "core/checks/CachedBitmapChecks.h"
 #include "core/checks/ColorFormatChecks.h"
 #include "core/checks/ColorTableMatcherChecks.h"
 #include "core/checks/DummyBitmapChecks.h"
@@ -37,7 +38,7 @@ const CheckList* const kAllLists[] = {
     &ListOf(ColorTableMatcherCheck{}),  &ListOf(MemBitmapCheck{}),      &ListOf(PixFilterPipelineCheck{}),
     &ListOf(PixelRectCheck{}),          &ListOf(ScanRectCheck{}),       &ListOf(DummyBitmapCheck{}),
     &ListOf(RunFiltersCheck{}),         &ListOf(FileBitmapCheck{}),     &ListOf(BitmapCFileStoreCheck{}),
-    &ListOf(ScanRectFileBitmapCheck{}), &ListOf(POTCFileBitmapCheck{}),
+    &ListOf(ScanRectFileBitmapCheck{}), &ListOf(POTCFileBitmapCheck{}), &ListOf(CachedBitmapCheck{}),
 };
 
 struct Promised {
@@ -130,6 +131,8 @@ const Promised kPromised[] = {
     {BitmapCFileStoreCheck::formatRange, "ZBMBitmapCFileStore", 920},
     {BitmapCFileStoreCheck::readBlank, "ZBMBitmapCFileStore", 978},
     {BitmapCFileStoreCheck::writable, "ZBMBitmapCFileStore", 1010},
+    {BitmapCFileStoreCheck::legacy, "ZBMBitmapCFileStore", 1047},
+    {BitmapCFileStoreCheck::recordVersion, "ZBMBitmapCFileStore", 1143, Raises::readArchive},
     {FileBitmapCheck::newTempFolder, "ZBMFileBitmap", 49, Raises::fileFind},
     {FileBitmapCheck::tempFolder, "ZBMFileBitmap", 62, Raises::fileFind},
     {FileBitmapCheck::lockClosed, "ZBMFileBitmap", 236},
@@ -170,6 +173,8 @@ const Promised kPromised[] = {
     {ScanRectFileBitmapCheck::builtLevelCount, "ZBMScanRectFileBitmap", 1070},
     {ScanRectFileBitmapCheck::nextSlot, "ZBMScanRectFileBitmap", 1131},
     {ScanRectFileBitmapCheck::mostLevels, "ZBMScanRectFileBitmap", 1143},
+    {ScanRectFileBitmapCheck::legacy, "ZBMScanRectFileBitmap", 1261},
+    {ScanRectFileBitmapCheck::recordVersion, "ZBMScanRectFileBitmap", 1314, Raises::readArchive},
     {ScanRectFileBitmapCheck::infoTableWritable, "ZBMScanRectFileBitmap", 1438},
     {ScanRectFileBitmapCheck::resolutionClosed, "ZBMScanRectFileBitmap", 1483},
     {ScanRectFileBitmapCheck::resolutionReadOnly, "ZBMScanRectFileBitmap", 1484},
@@ -182,6 +187,9 @@ const Promised kPromised[] = {
     {POTCFileBitmapCheck::createCopy, "ZBMPOTCFileBitmap", 149},
     {POTCFileBitmapCheck::createdSelf, "ZBMPOTCFileBitmap", 162},
     {POTCFileBitmapCheck::createdName, "ZBMPOTCFileBitmap", 163},
+    {CachedBitmapCheck::legacy, "ZBMCachedBitmap", 241},
+    {POTCFileBitmapCheck::legacy, "ZBMPOTCFileBitmap", 204},
+    {POTCFileBitmapCheck::recordVersion, "ZBMPOTCFileBitmap", 224, Raises::readArchive},
     {POTCFileBitmapCheck::reduction, "ZBMPOTCFileBitmap", 264},
     {POTCFileBitmapCheck::filledSelf, "ZBMPOTCFileBitmap", 275},
     {POTCFileBitmapCheck::filledLeft, "ZBMPOTCFileBitmap", 277},

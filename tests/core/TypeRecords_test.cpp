@@ -9,6 +9,7 @@
 #include "zbm/ISerializeLegacyGCS.h"
 #include "zbm/SerializeIO.h"
 #include "zbm/ZBMLib2.h"
+#include "zbm/ZCachedBitmap.h"
 #include "zbm/ZMemBitmap.h"
 #include "zbm/ZPOTCFileBitmap.h"
 #include "zbm/ZScanRectFileBitmap.h"
@@ -47,7 +48,9 @@ TEST(TypeRecords, NameTheClassesAndTheirParents) {
 }
 
 TEST(TypeRecords, OfBitmapsInFilesAreThreeInARow) {
-    using zbm::ZFileBitmap, zbm::ZScanRectFileBitmap;
+    using zbm::ZCachedBitmap, zbm::ZFileBitmap, zbm::ZScanRectFileBitmap;
+    EXPECT_STREQ(ZCachedBitmap::ClassTypeId.GetName(), "ZCachedBitmap");
+    EXPECT_EQ(ZCachedBitmap::ClassTypeId.GetParent(), &ZScanRectFileBitmap::ClassTypeId);
     EXPECT_STREQ(ZFileBitmap::ClassTypeId.GetName(), "ZFileBitmap");
     EXPECT_STREQ(ZScanRectFileBitmap::ClassTypeId.GetName(), "ZScanRectFileBitmap");
     EXPECT_EQ(ZFileBitmap::ClassTypeId.GetParent(), &ZBitmap::ClassTypeId);

@@ -8,6 +8,7 @@
 
 #include "shr/ISerialize.h"
 #include "zbm/ISerializeLegacyGCS.h"
+#include "zbm/ZCachedBitmap.h"
 #include "zbm/ZMemBitmap.h"
 #include "zbm/ZPOTCFileBitmap.h"
 #include "zbm/ZScanRectFileBitmap.h"
@@ -116,6 +117,7 @@ TEST(VirtualTable, OfABitmapInAFileGoesOn) {
     EXPECT_EQ(SlotOf(&Probe::CreateSkeleton), 31);
     EXPECT_EQ(SlotOf(&Probe::Next), 32);
     EXPECT_EQ(SlotOf(&FileBitmapProbe<zbm::ZPOTCFileBitmap>::Next), 32);
+    EXPECT_EQ(SlotOf(&FileBitmapProbe<zbm::ZCachedBitmap>::Next), 32);
 }
 
 TEST(VirtualTable, OfAStoreHoldsFillColorTableAlone) { EXPECT_EQ(EntryOf(&zbm::ZBitmapCFileStore::FillColorTable), 0); }

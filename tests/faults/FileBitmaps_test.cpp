@@ -77,6 +77,16 @@ TEST(MemoryOfFileBitmaps, IsTwoRowsOfTilesWhateverIsDone) {
         return made.Create(other, kWidth / 2, kHeight, bitmap, {0, 0, kWidth, kHeight}, zbm::ResizeBicubic0, nullptr);
     });
     expectFew("copy", [&] { return made.Create(other, bitmap, nullptr); });
+    const auto serialize = [&](shr::FileArchive::Direction direction, zbm::ZBitmap& serialized) {
+        shr::CBufferedFile file;
+        file.Open(scratch.File("archive"), shr::FileAccess::readWrite, shr::FileMode::openAlways,
+                  shr::FileSharing::none);
+        shr::FileArchive archive(file, direction);
+        zbm::SerializeIO io(archive, true);
+        return serialized.Serialize(io, nullptr, nullptr);
+    };
+    expectFew("store in an archive", [&] { return serialize(shr::FileArchive::Direction::storing, bitmap); });
+    expectFew("load from it", [&] { return serialize(shr::FileArchive::Direction::loading, made); });
 }
 
 TEST(MemoryOfFileBitmaps, ForLevelsIsWellBelowThat) {

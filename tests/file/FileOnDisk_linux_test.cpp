@@ -3,7 +3,9 @@
 
 #include "core/checks/ScanRectFileBitmapChecks.h"
 #include "file/FileBitmapTesting.h"
+#include "shr/Archive.h"
 #include "support_code/TestProgress.h"
+#include "zbm/SerializeIO.h"
 
 namespace {
 
@@ -63,6 +65,14 @@ TEST_F(FileOnDisk, ThatIsStillBeingMadeIsRefusedAsSuchIfItIsLeftSo) {
     ASSERT_TRUE(bitmap.Create(name, shr::GRAYSCALE_8, source, &killed));
     ASSERT_TRUE(bitmap.Create(name, 30, 20, source, {0, 0, 530, 20}, zbm::ResizePlain, &killed));
     EXPECT_GE(looks, 8);
+    shr::MemoryArchive stored;
+    zbm::SerializeIO storing(stored, false);
+    ASSERT_TRUE(OnFile(scratch.File("source"), source)->Serialize(storing, nullptr, nullptr));
+    looks = 0;
+    shr::MemoryArchive archive(stored.Bytes());
+    zbm::SerializeIO loading(archive, false);
+    ASSERT_TRUE(bitmap.Serialize(loading, &killed, nullptr));
+    EXPECT_EQ(looks, 1) << "a report for a row";
     WriteWhole(copy, ReadWhole(name));
     OpenFileBitmap opened;
     EXPECT_NO_THROW(opened.Open(copy, true)) << "what is complete opens, also while it is still in use";

@@ -7,6 +7,9 @@
 #include <vector>
 
 #include "file/FileBitmapTesting.h"
+#include "shr/Archive.h"
+#include "zbm/SerializeIO.h"
+#include "zbm/ZCachedBitmap.h"
 
 namespace testkit {
 
@@ -21,8 +24,22 @@ public:
     const shr::ZString name, other;
     zbm::ZBasicMemBitmap picture = FormulaBitmap(70, 60, shr::BGR_24, 30, 25);
     zbm::ZBasicMemBitmap changed = Brightened();
+    zbm::ZBasicMemBitmap changedInFile = InTilesOf512(changed);
     bool canDelete = true;  ///< whether what fails leaves it possible to delete a file
     std::unique_ptr<OpenFileBitmap> bitmap = std::make_unique<OpenFileBitmap>();
+    std::unique_ptr<zbm::ZCachedBitmap> cached = std::make_unique<zbm::ZCachedBitmap>(L"", L"", false);
+    std::unique_ptr<zbm::ZCachedBitmap> otherCached = std::make_unique<zbm::ZCachedBitmap>(L"", L"", false);
+    std::vector<std::uint8_t> archive;
+
+    ~FileWorkplace() {
+        cached.reset();
+        otherCached.reset();
+        for (const auto& entry :
+             std::filesystem::directory_iterator(shr::test::SystemPath(zbm::GetGlobalFileBitmapTempDir())))
+            std::filesystem::remove(entry);
+    }
+    FileWorkplace(const FileWorkplace&) = delete;
+    FileWorkplace& operator=(const FileWorkplace&) = delete;
 
     /// The picture in its file, with levels.
     void WriteFile() {
@@ -36,6 +53,17 @@ public:
     }
 
 private:
+    static zbm::ZBasicMemBitmap InTilesOf512(const zbm::ZBasicMemBitmap& bitmap) {
+        zbm::ZBasicMemBitmap copy(bitmap.GetPixelWidth(), bitmap.GetPixelHeight(), bitmap.GetColorFormat());
+        for (int y = 0; y < bitmap.GetPixelHeight(); ++y)
+            for (int x = 0; x < bitmap.GetPixelWidth(); ++x) {
+                SetPixel(copy, x, y, GetPixel(bitmap, x, y));
+                SetMask(copy, x, y, GetMask(bitmap, x, y));
+            }
+        copy.SetXResolution(bitmap.GetXResolution());
+        copy.SetYResolution(bitmap.GetYResolution());
+        return copy;
+    }
     zbm::ZBasicMemBitmap Brightened() {
         zbm::ZBasicMemBitmap bright = picture;
         EXPECT_TRUE(bright.ChangeBrightness(0.3, nullptr));
@@ -130,6 +158,118 @@ inline void CheckLevels(FileWorkplace& place, Came came) {
     EXPECT_TRUE(IsOnFile(place.name, place.picture));
 }
 
+// ---- Archives.
+
+inline void StoreInArchive(FileWorkplace& place, zbm::ZBitmap& bitmap) {
+    shr::MemoryArchive archive;
+    zbm::SerializeIO io(archive, true, zcdl::CodecMethod::stored);
+    EXPECT_TRUE(bitmap.Serialize(io, nullptr, nullptr));
+    place.archive = archive.Bytes();
+}
+inline void LoadFromArchive(FileWorkplace& place, zbm::ZBitmap& bitmap) {
+    shr::MemoryArchive archive(place.archive);
+    zbm::SerializeIO io(archive, true);
+    EXPECT_TRUE(bitmap.Serialize(io, nullptr, nullptr));
+}
+inline zbm::ZBasicMemBitmap InFileTiles(const zbm::ZBasicMemBitmap& picture) {
+    return FormulaBitmap(picture.GetPixelWidth(), picture.GetPixelHeight(), picture.GetColorFormat(), 512, 512);
+}
+
+/// The picture in an archive, levels and all, and another picture in the file.
+inline void PrepareLoad(FileWorkplace& place) {
+    place.OpenFile();
+    StoreInArchive(place, *place.bitmap);
+    OnFile(place.other, place.changed)->Close();
+    place.bitmap->Open(place.other, false);
+}
+/// A load leaves the file as it was or none, and can be had again.
+inline void CheckLoaded(FileWorkplace& place, Came came) {
+    const zbm::ZBasicMemBitmap loaded = InFileTiles(place.picture);
+    if (came == Came::toItsEnd) {
+        EXPECT_TRUE(IsEqual(*place.bitmap, loaded));
+    } else {
+        EXPECT_TRUE(IsClosed(*place.bitmap) || IsEqual(*place.bitmap, place.changed));
+    }
+    place.bitmap->Close();
+    try {
+        OpenFileBitmap opened;
+        opened.Open(place.other, true);
+        EXPECT_TRUE(IsEqual(opened, loaded) || IsEqual(opened, place.changed));
+    } catch (const shr::Exception&) {
+        EXPECT_EQ(came, Came::toAnError);
+        EXPECT_FALSE(shr::PathExists(place.other) && place.canDelete);
+    }
+    std::filesystem::remove(shr::test::SystemPath(place.other));
+    LoadFromArchive(place, *place.bitmap);
+    EXPECT_TRUE(IsEqual(*place.bitmap, loaded));
+    EXPECT_EQ(place.bitmap->reductions.size(), 1u);
+}
+
+// ---- Bitmaps on temporary files.
+
+inline std::size_t TemporaryFiles() { return shr::test::Entries(zbm::GetGlobalFileBitmapTempDir()).size(); }
+/// A picture that a creation takes the place of.
+inline void PrepareCached(FileWorkplace& place) { EXPECT_TRUE(place.cached->Create(place.changed, nullptr)); }
+
+/// At most the file that could not be deleted is left.
+inline void CheckUsable(FileWorkplace& place) {
+    EXPECT_TRUE(place.cached->Create(place.picture, nullptr));
+    EXPECT_TRUE(IsEqual(*place.cached, InFileTiles(place.picture)));
+    place.cached.reset();
+    place.otherCached.reset();
+    EXPECT_LE(TemporaryFiles(), place.canDelete ? 1u : 2u);
+}
+inline bool HasFormerPicture(FileWorkplace& place) {
+    return place.cached->IsFileOpen() && IsEqual(*place.cached, place.changedInFile);
+}
+/// A creation leaves its picture, or none, or the former one if it did not even begin.
+inline void CheckCached(FileWorkplace& place, Came came) {
+    if (came == Came::toItsEnd) {
+        EXPECT_EQ(place.cached->GetPixelHeight(), 60);
+    } else {
+        EXPECT_TRUE(!place.cached->IsFileOpen() || HasFormerPicture(place));
+    }
+    CheckUsable(place);
+}
+
+inline void PrepareCachedLoad(FileWorkplace& place) {
+    place.OpenFile();
+    StoreInArchive(place, *place.bitmap);
+    PrepareCached(place);
+}
+/// A load leaves one pixel, or no file where none could be made.
+inline void CheckCachedLoad(FileWorkplace& place, Came came) {
+    if (came == Came::toItsEnd) {
+        EXPECT_TRUE(IsEqual(*place.cached, InFileTiles(place.picture)));
+    } else {
+        EXPECT_TRUE(place.cached->GetPixelWidth() <= 1 || HasFormerPicture(place));
+    }
+    LoadFromArchive(place, *place.cached);
+    EXPECT_TRUE(IsEqual(*place.cached, InFileTiles(place.picture)));
+    CheckUsable(place);
+}
+
+inline void PrepareChangeFrom(FileWorkplace& place) {
+    PrepareCached(place);
+    EXPECT_TRUE(place.otherCached->Create(place.picture, nullptr));
+    SetAndCommit(*place.otherCached, 3, 3, 0x010203);
+}
+/// The picture is in one of both, or in the file that is the other's, where nothing could be opened.
+inline void CheckChangeFrom(FileWorkplace& place, Came came) {
+    zbm::ZBasicMemBitmap expected = InFileTiles(place.picture);
+    SetPixel(expected, 3, 3, 0x010203);
+    if (came == Came::toItsEnd) {
+        EXPECT_TRUE(IsEqual(*place.cached, expected));
+        EXPECT_EQ(place.otherCached->GetPixelWidth(), 1);
+    } else if (place.otherCached->IsFileOpen()) {
+        EXPECT_TRUE(IsEqual(*place.otherCached, expected));
+    } else {
+        if (!place.cached->IsFileOpen()) place.cached->Open(place.otherCached->GetCurrentTempFilename(), false);
+        EXPECT_TRUE(IsEqual(*place.cached, expected));
+    }
+    CheckUsable(place);
+}
+
 }  // namespace works
 
 inline const FileWork kFileWorks[] = {
@@ -206,6 +346,64 @@ inline const FileWork kFileWorks[] = {
          EXPECT_TRUE(works::IsOnFile(place.name, place.changed));
          (void)came;
      }},
+    {"StoreInArchive",
+     [](auto& place) {
+         place.picture = FormulaBitmap(200, 200, shr::BGR_24, 100, 100);  // more than a buffer holds
+         place.OpenFile();
+     },
+     [](auto& place) { works::StoreInArchive(place, *place.bitmap); },
+     [](auto& place, Came) { works::CheckOpened(place, Came::toItsEnd); }},
+    {"LoadFromArchive", works::PrepareLoad, [](auto& place) { works::LoadFromArchive(place, *place.bitmap); },
+     works::CheckLoaded},
+    {"LoadFromArchiveInFileTiles",
+     [](auto& place) {
+         place.picture = works::InFileTiles(place.picture);
+         works::PrepareLoad(place);
+     },
+     [](auto& place) { works::LoadFromArchive(place, *place.bitmap); }, works::CheckLoaded},
+    {"CachedCreateZeros", works::PrepareCached,
+     [](auto& place) { EXPECT_TRUE(place.cached->Create(70, 60, shr::BGR_24, nullptr)); }, works::CheckCached},
+    {"CachedCreateEmpty", works::PrepareCached, [](auto& place) { place.cached->CreateEmpty(70, 60, shr::BGR_24); },
+     works::CheckCached},
+    {"CachedCreateFromDib", works::PrepareCached,
+     [](auto& place) {
+         const BITMAPINFOHEADER header{40, 70, 60, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+         static const std::vector<std::uint32_t> bits(70 * 60, 0x123456);
+         EXPECT_TRUE(place.cached->Create(&header, bits.data(), nullptr, nullptr));
+     },
+     works::CheckCached},
+    {"CachedCreateCopy", works::PrepareCached,
+     [](auto& place) { EXPECT_TRUE(place.cached->Create(place.picture, nullptr)); }, works::CheckCached},
+    {"CachedCreateInFormat", works::PrepareCached,
+     [](auto& place) { EXPECT_TRUE(place.cached->Create(shr::INDEXED_8, place.picture, nullptr)); },
+     works::CheckCached},
+    {"CachedCreateAtSize", works::PrepareCached,
+     [](auto& place) {
+         EXPECT_TRUE(place.cached->Create(35, 60, place.picture, {0, 0, 70, 60}, zbm::ResizeBilinear, nullptr));
+     },
+     works::CheckCached},
+    {"CachedOpen",
+     [](auto& place) {
+         place.WriteFile();
+         works::PrepareCached(place);
+     },
+     [](auto& place) { place.cached->Open(place.name, false); },
+     [](auto& place, Came came) {
+         if (came == Came::toItsEnd) {
+             EXPECT_TRUE(IsEqual(*place.cached, place.picture));
+             place.cached->Close();
+         }
+         EXPECT_TRUE(works::IsOnFile(place.name, place.picture));
+         EXPECT_LE(works::TemporaryFiles(), 1u);
+     }},
+    {"CachedStoreInArchive", works::PrepareCached, [](auto& place) { works::StoreInArchive(place, *place.cached); },
+     [](auto& place, Came) { works::CheckUsable(place); }},
+    {"CachedLoadFromArchive", works::PrepareCachedLoad,
+     [](auto& place) { works::LoadFromArchive(place, *place.cached); }, works::CheckCachedLoad},
+    {"CachedChangeFrom", works::PrepareChangeFrom, [](auto& place) { place.cached->ChangeFrom(*place.otherCached); },
+     works::CheckChangeFrom},
+    {"CachedEnd", works::PrepareCached, [](auto& place) { place.cached.reset(); },
+     [](auto&, Came) { EXPECT_LE(works::TemporaryFiles(), 1u); }},
 };
 
 }  // namespace testkit

@@ -3,7 +3,10 @@
 #include <memory>
 #include <string>
 
+#include "file/FileImage.h"
 #include "file/OpenFileBitmaps.h"
+#include "shr/Archive.h"
+#include "zbm/SerializeIO.h"
 
 namespace testkit {
 
@@ -18,6 +21,18 @@ inline void WriteGoldenFile(const shr::ZString& name, ColorFormat format) {
     const auto bitmap = OnFile(name, GoldenPicture(format));
     ASSERT_TRUE(bitmap->CommitAll(nullptr));
     bitmap->Close();
+}
+
+/// The picture in BGR_24 with its reductions, in an archive.
+inline constexpr const char* kGoldenArchive = "BGR_24-stored.archive";
+
+inline Bytes MakeGoldenArchive(const shr::ZString& fileName) {
+    const auto bitmap = OnFile(fileName, GoldenPicture(shr::BGR_24));
+    EXPECT_TRUE(bitmap->CommitAll(nullptr));
+    shr::MemoryArchive archive;
+    zbm::SerializeIO io(archive, true, zcdl::CodecMethod::stored);
+    EXPECT_TRUE(bitmap->Serialize(io, nullptr, nullptr));
+    return archive.Bytes();
 }
 
 }  // namespace testkit

@@ -30,4 +30,18 @@ TEST_P(GoldenFile, IsWhatIsWrittenToday) {
     EXPECT_EQ(ReadWhole(name), ReadWhole(golden));
 }
 
+TEST_F(FileBitmapTest, GoldenArchiveIsWhatIsStoredTodayAndHoldsItsPicture) {
+    const shr::ZString golden = shr::ZString(ZBM_TEST_DATA "/files/") + shr::ZString(kGoldenArchive);
+    const Bytes bytes = ReadWhole(golden);
+    EXPECT_EQ(MakeGoldenArchive(name), bytes);
+    shr::MemoryArchive archive(bytes);
+    zbm::SerializeIO io(archive, false);
+    OpenFileBitmap bitmap;
+    bitmap.CreateEmpty(name, 1, 1, shr::BGR_24);
+    ASSERT_TRUE(bitmap.Serialize(io, nullptr, nullptr));
+    EXPECT_EQ(archive.RemainingBytes(), 0u);
+    EXPECT_TRUE(IsEqual(bitmap, FormulaBitmap(75, 70, shr::BGR_24, 512, 512)));
+    EXPECT_EQ(bitmap.reductions.size(), 2u);
+}
+
 }  // namespace

@@ -6,7 +6,6 @@
 #include "core/checks/POTCFileBitmapChecks.h"
 #include "file/FileBitmapTesting.h"
 #include "support_code/TestProgress.h"
-#include "zbm/SerializeIO.h"
 
 namespace {
 
@@ -101,8 +100,6 @@ TEST_F(Level, WritesNothingWhenItEnds) {
 TEST_F(Level, RefusesEveryOtherWayToBeMadeOrOpened) {
     const auto level = Blank();
     const BITMAPINFO dib{};
-    PlainArchive archive;
-    zbm::SerializeIO io(archive, true);
     const auto refuses = [](auto act, POTCFileBitmapCheck check) { EXPECT_TRUE(RaisesInternalError(act, check)); };
     refuses([&] { level->Open(name, true); }, POTCFileBitmapCheck::open);
     refuses([&] { (void)level->Create(name, 1, 1, shr::BGR_24, nullptr); }, POTCFileBitmapCheck::createPlain);
@@ -111,7 +108,6 @@ TEST_F(Level, RefusesEveryOtherWayToBeMadeOrOpened) {
             POTCFileBitmapCheck::createFromDib);
     refuses([&] { (void)level->Create(name, source, nullptr); }, POTCFileBitmapCheck::createCopy);
     refuses([&] { level->GetPtrToPOTReduction(0); }, POTCFileBitmapCheck::reduction);
-    refuses([&] { (void)level->Serialize(io, nullptr, nullptr); }, POTCFileBitmapCheck::archive);
     EXPECT_EQ(file.GetLength(), 0);
 }
 

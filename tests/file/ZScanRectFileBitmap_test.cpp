@@ -10,7 +10,6 @@
 #include "core/checks/ScanRectFileBitmapChecks.h"
 #include "file/FileBitmapTesting.h"
 #include "support_code/TestProgress.h"
-#include "zbm/SerializeIO.h"
 
 namespace {
 
@@ -451,17 +450,6 @@ TEST_F(FileBitmap, JustCreatedMustHaveOneLevel) {
             (void)bitmap.Create(name, 3, 3, source, {0, 0, 5, 5}, zbm::ResizePlain, nullptr);
         },
         ScanRectFileBitmapCheck::resizedLevelCount);
-}
-
-TEST_F(FileBitmap, RefusesArchives) {
-    const ZBasicMemBitmap picture = FormulaBitmap(30, 20, shr::BGR_24, 16, 16);
-    const auto bitmap = OnFile(name, picture);
-    PlainArchive archive;
-    zbm::SerializeIO io(archive, true);
-    EXPECT_TRUE(
-        RaisesInternalError([&] { (void)bitmap->Serialize(io, nullptr, nullptr); }, ScanRectFileBitmapCheck::archive));
-    EXPECT_TRUE(archive.bytes.empty());
-    EXPECT_TRUE(IsEqual(*bitmap, picture));
 }
 
 // ---- Creations that do not come to their end.

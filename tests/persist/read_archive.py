@@ -46,6 +46,14 @@ class Archive:
         return (version == 1 and height >= 0 and width >= 0 and 1 <= pixel_format <= 13 and tile_height >= 1
                 and tile_width >= 1)
 
+    def repeats_format_at(self, position):
+        """Whether a format information stands there, and another of the same layout behind it."""
+        if not self.begins_with_format_at(position) or len(self.data) < position + 34:
+            return False
+        colors = struct.unpack_from("<I", self.data, position + 30)[0]
+        behind = position + 34 + 4 * colors
+        return self.data[position:position + 22] == self.data[behind:behind + 22]
+
 
 def row_bytes(width, bits):
     return (bits * width + 31) // 32 * 4
@@ -89,7 +97,7 @@ def bottom_up_rows(plane, height):
     return [plane[(height - 1 - y) * size:(height - y) * size] for y in range(height)]
 
 
-def check_tile(archive, pixel_format, left, top, width, height):
+def check_tile(archive, pixel_format, left, top, width, height, by_formula):
     archive.version()
     head = [archive.value("i") for _ in range(3)]
     assert head == [width, height, pixel_format], f"a tile of {head} at ({left}, {top})"
@@ -98,7 +106,7 @@ def check_tile(archive, pixel_format, left, top, width, height):
     masks = None
     if pixel_format not in WITH_ALPHA_CHANNEL:
         masks = bottom_up_rows(archive.block(row_bytes(width, 1) * height), height)
-    for y in range(height):
+    for y in range(height if by_formula else 0):
         for x in range(width):
             place = (left + x, top + y)
             assert pixel_at(rows[y], x, bits) == formula_pixel(pixel_format, *place), f"pixel {place}"
@@ -106,8 +114,8 @@ def check_tile(archive, pixel_format, left, top, width, height):
                 assert bool(pixel_at(masks[y], x, 1)) == formula_mask(*place), f"mask bit {place}"
 
 
-def check_bitmap(archive):
-    """Gives the number of pixels that were compared."""
+def check_format(archive):
+    """Gives height, width, format, tile height and tile width."""
     archive.version()
     height, width, pixel_format, tile_height, tile_width, x_resolution, y_resolution = (
         archive.value("i") for _ in range(7))
@@ -116,12 +124,39 @@ def check_bitmap(archive):
     assert colors == COLORS.get(pixel_format, 0), f"{colors} colours"
     for i in range(colors):
         assert archive.raw(4) == formula_color(i), f"colour {i}"
-    archive.version()
+    return height, width, pixel_format, tile_height, tile_width
+
+
+def check_tiles(archive, layout, by_formula=True):
+    """Gives the number of pixels."""
+    height, width, pixel_format, tile_height, tile_width = layout
     for top in range(0, height, tile_height):
         for left in range(0, width, tile_width):
-            check_tile(archive, pixel_format, left, top, min(tile_width, width - left),
-                       min(tile_height, height - top))
+            check_tile(archive, pixel_format, left, top, min(tile_width, width - left), min(tile_height, height - top),
+                       by_formula)
     return width * height
+
+
+def check_bitmap(archive):
+    layout = check_format(archive)
+    archive.version()
+    return check_tiles(archive, layout)
+
+
+def check_bitmap_on_file(archive):
+    """Reductions are made by a filter: of their pixels nothing is known here."""
+    archive.version()
+    told = check_format(archive)
+    assert check_format(archive) == told, "format information and store differ"
+    pixels = check_tiles(archive, told)
+    height, width = told[:2]
+    for _ in range(archive.value("I") and archive.value("I")):
+        height, width = height // 2, width // 2
+        archive.version()
+        layout = check_format(archive)
+        assert layout == (height, width, told[2], 512, 512), f"a reduction of {layout}"
+        check_tiles(archive, layout, by_formula=False)
+    return pixels
 
 
 def check_bitmap_with_reductions(archive):
@@ -142,6 +177,8 @@ def main(names):
         try:
             if archive.begins_with_format_at(0):
                 pixels = check_bitmap(archive)
+            elif archive.repeats_format_at(2):
+                pixels = check_bitmap_on_file(archive)
             else:
                 assert archive.begins_with_format_at(2), "no archive of a bitmap"
                 pixels = check_bitmap_with_reductions(archive)

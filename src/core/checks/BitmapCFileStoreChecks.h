@@ -21,8 +21,12 @@ namespace zbm {
     CHECK(formatRange, 920, internalError, "the pixel format must be one of the thirteen")                        \
     CHECK(readBlank, 978, internalError, "a tile can be read only from a store that was created")                 \
     CHECK(writable, 1010, internalError, "a tile can be written only into a writable store that was created")     \
+    CHECK(legacy, 1047, internalError, "a legacy serializer is for loading only")                                 \
+    CHECK(recordVersion, 1143, readArchive, "the version of the store's record must be 1")                        \
     CHECK(tile, 9000, internalError, "the tile must lie in the store's grid")                                     \
-    CHECK(tileShape, 9001, internalError, "the tile must have the size and the format of its place")
+    CHECK(tileShape, 9001, internalError, "the tile must have the size and the format of its place")              \
+    CHECK(room, 9002, internalError, "a store that is created anew must not grow over what lies behind it")       \
+    CHECK(archivedColors, 9003, readArchive, "the archive must not state more colours than the format has")
 
 ZBM_DEFINE_CHECKS(BitmapCFileStoreCheck, "ZBMBitmapCFileStore", ZBM_BITMAP_C_FILE_STORE_CHECKS)
 

@@ -35,7 +35,8 @@ namespace zbm {
           "the archive must be long enough for all tiles of the size that it states")                                 \
     CHECK(archivedColorCount, 9004, readArchive, "the archive must not state more than 256 colours")                  \
     CHECK(alphaFetchedStep, 9005, internalError, "the pixels to take alpha must have at least 1 byte")                \
-    CHECK(storedFormat, 9006, writeArchive, "a bitmap that is stored must have a pixel format")
+    CHECK(storedFormat, 9006, writeArchive, "a bitmap that is stored must have a pixel format")                       \
+    CHECK(archivedTwice, 9007, readArchive, "the parts of an archive must tell of one layout and number of colours")
 
 ZBM_DEFINE_CHECKS(BitmapCheck, "zbmbitmap", ZBM_BITMAP_CHECKS)
 

@@ -12,6 +12,8 @@ namespace zbm {
     CHECK(createCopy, 149, internalError, "a reduction cannot be created as a copy")                          \
     CHECK(createdSelf, 162, internalError, "a reduction must be created from another bitmap than itself")     \
     CHECK(createdName, 163, internalError, "a reduction must be created under its own file name")             \
+    CHECK(legacy, 204, internalError, "a legacy serializer is for loading only")                              \
+    CHECK(recordVersion, 224, readArchive, "the version of the reduction's record must be 1")                 \
     CHECK(reduction, 264, internalError, "a reduction has no reductions of its own")                          \
     CHECK(filledSelf, 275, internalError, "a reduction must be filled from another bitmap than itself")       \
     CHECK(filledLeft, 277, internalError, "the rectangle's left side must lie within the source")             \
@@ -25,7 +27,7 @@ namespace zbm {
     CHECK(yResolution, 533, internalError, "a vertical resolution can be set only in a writable reduction")   \
     CHECK(readClosed, 549, internalError, "a tile can be read only while a file is open")                     \
     CHECK(writeClosed, 559, internalError, "a tile can be written only while a file is open for writing")     \
-    CHECK(archive, 9000, internalError, "bitmaps in files are not stored in archives by this version")
+    CHECK(storedFormat, 9000, writeArchive, "a reduction that is stored must have a pixel format")
 
 ZBM_DEFINE_CHECKS(POTCFileBitmapCheck, "ZBMPOTCFileBitmap", ZBM_POTC_FILE_BITMAP_CHECKS)
 

@@ -34,6 +34,8 @@ namespace zbm {
     CHECK(builtLevelCount, 1070, internalError, "a bitmap without reductions must have one level")                    \
     CHECK(nextSlot, 1131, internalError, "the place of the level to come must be free")                               \
     CHECK(mostLevels, 1143, internalError, "a bitmap has at most 32 levels")                                          \
+    CHECK(legacy, 1261, internalError, "a legacy serializer is for loading only")                                     \
+    CHECK(recordVersion, 1314, readArchive, "the version of the bitmap's record must be 1")                           \
     CHECK(infoTableWritable, 1438, internalError, "a file whose table is written must be open for writing")           \
     CHECK(resolutionClosed, 1483, internalError, "a resolution can be set only while a file is open")                 \
     CHECK(resolutionReadOnly, 1484, internalError, "a resolution can be set only in a file that is open for writing") \
@@ -44,7 +46,10 @@ namespace zbm {
     CHECK(resizedLevelCount, 9002, internalError, "a bitmap just resized must have one level")                        \
     CHECK(dibKind, 9003, unsupportedDib, "a DIB must have pixels, uncompressed")                                      \
     CHECK(committedReadOnly, 9004, fileReadOnly, "reductions can be built only in a file that is open for writing")   \
-    CHECK(archive, 9005, internalError, "bitmaps in files are not stored in archives by this version")
+    CHECK(storedClosed, 9005, writeArchive, "a bitmap can be stored in an archive only while a file is open")         \
+    CHECK(loadedReadOnly, 9006, fileReadOnly, "an archive can be loaded only into a file that is open for writing")   \
+    CHECK(reductionCount, 9007, readArchive, "the archive must not state more than 30 reductions")                    \
+    CHECK(reductionKind, 9008, readArchive, "a reduction must have pixels, and the format of the picture's reductions")
 
 ZBM_DEFINE_CHECKS(ScanRectFileBitmapCheck, "ZBMScanRectFileBitmap", ZBM_SCAN_RECT_FILE_BITMAP_CHECKS)
 

@@ -310,4 +310,9 @@ void CBufferedFile::Close() {
     if (closing != nullptr && !closing->TryClose()) ThrowWriteError(__LINE__, closing->name);
 }
 
+void CBufferedFile::Discard() {
+    if (IsOpen()) state->Drop();
+    Close();
+}
+
 }  // namespace shr

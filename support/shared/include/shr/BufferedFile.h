@@ -73,6 +73,9 @@ public:
     /// Flushes and closes. If the flush fails the file is closed all the same, and the error raised. Closing a closed
     /// file does nothing.
     void Close();
+    /// Closes without writing what is still buffered, for a file that is deleted next. Raises ERR_SHR_FILE_WRITE if the
+    /// system reports an error; the file is closed all the same.
+    void Discard();
 
 private:
     struct SHR_LOCAL State;
