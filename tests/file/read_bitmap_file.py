@@ -6,17 +6,14 @@
 An independent reader of what docs/file-formats.md says: it stands on the standard library alone and shares nothing with
 the library that wrote the files.
 """
+import pathlib
 import struct
 import sys
 
-BITS = [0, 1, 4, 8, 16, 32, 1, 4, 8, 24, 32, 32, 32, 32]
-COLORS = {6: 2, 7: 16, 8: 256}
-WITH_ALPHA_CHANNEL = (10, 11, 13)
-BGRX_32, BGRA_32 = 12, 10
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support_code"))
 
-
-def row_bytes(width, bits):
-    return (bits * width + 31) // 32 * 4
+from formula_picture import (BGRA_32, BITS, COLORS, WITH_ALPHA_CHANNEL, formula_color, formula_mask, formula_pixel,
+                             row_bytes)
 
 
 def take(data, position, size):
@@ -57,7 +54,7 @@ class Store:
         header = take(data, base + 49, 1264)
         (self.height, self.width, self.tile_height, self.tile_width, self.format,
          self.color_count) = struct.unpack_from("<5iI", header)
-        self.colors = [tuple(header[24 + 4 * i:28 + 4 * i]) for i in range(256)]
+        self.colors = [header[24 + 4 * i:28 + 4 * i] for i in range(256)]
         self.x_resolution, self.y_resolution, table = struct.unpack_from("<iiq", header, 1048)
         self.reserved = header[1064:]
         assert table == 2577, f"the table is at {table}"
@@ -89,31 +86,18 @@ class Store:
         return tile, x % self.tile_width, y % self.tile_height
 
 
-def formula_byte(x, y, k):
-    return (7 * x + 13 * y + 61 * k + x * y) & 255
-
-
-def formula_pixel(pixel_format, x, y):
-    bits = BITS[pixel_format]
-    if bits < 8:
-        return formula_byte(x, y, 0) >> (8 - bits)
-    return sum(formula_byte(x, y, k) << 8 * k for k in range(bits // 8))
-
-
 def check_picture(store):
     assert store.color_count == COLORS.get(store.format, 0), "colours"
     for i in range(256):
-        color = (11 * i + 3 & 255, 7 * i + 5 & 255, 13 * i + 9 & 255, 255 - i)
-        black = (0, 0, 0, 255)
-        assert store.colors[i] == (color if i < store.color_count else black), f"colour {i} is {store.colors[i]}"
+        color = formula_color(i) if i < store.color_count else bytes((0, 0, 0, 255))
+        assert store.colors[i] == color, f"colour {i} is {store.colors[i]}"
     assert (store.x_resolution, store.y_resolution) == (1000 + store.format, 2000 + store.format), "resolution"
     for y in range(store.height):
         for x in range(store.width):
             tile, tile_x, tile_y = store.at(x, y)
             assert tile.pixel(tile_x, tile_y) == formula_pixel(store.format, x, y), f"pixel ({x}, {y})"
             if tile.mask is not None:
-                opaque = (5 * x + 3 * y + x * y) % 7 < 4
-                assert tile.is_opaque(tile_x, tile_y) == opaque, f"mask bit ({x}, {y})"
+                assert tile.is_opaque(tile_x, tile_y) == formula_mask(x, y), f"mask bit ({x}, {y})"
 
 
 def check_level(level, above):

@@ -6,15 +6,14 @@
 An independent reader of what docs/file-formats.md says: it stands on the standard library alone (and on read_block.py,
 which does, but for the program `zstd`) and shares nothing with the library that wrote the archives.
 """
+import pathlib
 import struct
 import sys
 
-import read_block
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support_code"))
 
-BITS = [0, 1, 4, 8, 16, 32, 1, 4, 8, 24, 32, 32, 32, 32]
-COLORS = {6: 2, 7: 16, 8: 256}
-WITH_ALPHA_CHANNEL = (10, 11, 13)
-BGRX_32, PBGRA_32 = 12, 13
+import read_block
+from formula_picture import (BITS, COLORS, WITH_ALPHA_CHANNEL, formula_color, formula_mask, formula_pixel, row_bytes)
 
 
 class Archive:
@@ -53,34 +52,6 @@ class Archive:
         colors = struct.unpack_from("<I", self.data, position + 30)[0]
         behind = position + 34 + 4 * colors
         return self.data[position:position + 22] == self.data[behind:behind + 22]
-
-
-def row_bytes(width, bits):
-    return (bits * width + 31) // 32 * 4
-
-
-def formula_byte(x, y, k):
-    return (7 * x + 13 * y + 61 * k + x * y) & 255
-
-
-def formula_pixel(pixel_format, x, y):
-    bits = BITS[pixel_format]
-    if bits < 8:
-        return formula_byte(x, y, 0) >> (8 - bits)
-    values = [formula_byte(x, y, k) for k in range(bits // 8)]
-    if pixel_format == BGRX_32:
-        values[3] = 0
-    if pixel_format == PBGRA_32:
-        values[:3] = [(value * values[3] + 127) // 255 for value in values[:3]]
-    return int.from_bytes(bytes(values), "little")
-
-
-def formula_mask(x, y):
-    return (5 * x + 3 * y + x * y) % 7 < 4
-
-
-def formula_color(i):
-    return bytes(value & 255 for value in (11 * i + 3, 7 * i + 5, 13 * i + 9, 255 - i))
 
 
 def pixel_at(row, x, bits):
