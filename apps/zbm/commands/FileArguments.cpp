@@ -106,10 +106,12 @@ void AddInPlace(CLI::App* command, CLI::Option* outputName, Output& output) {
         "Changes the bitmap in a file (.zbf) that is INPUT, row of tiles by row of tiles; without OUTPUT. "
         "What is interrupted leaves the picture partly changed");
     inPlace->excludes(outputName);
-    // What tells how pictures are read and outputs written.
-    for (const char* option :
-         {"--keep-orientation", "--type", "--archive", "--method", "--quality", "--background", "--tile-size"})
-        if (CLI::Option* const other = command->get_option_no_throw(option)) inPlace->excludes(other);
+    // What tells how pictures are read and outputs written. (To ask for one by name would end the program where memory
+    // is short.)
+    constexpr const char* kOthers[] = {"keep-orientation", "type", "archive", "quality", "background"};
+    for (CLI::Option* const option : command->get_options(nullptr))
+        for (const char* const other : kOthers)
+            if (option->check_lname(other)) inPlace->excludes(option);
 }
 
 }  // namespace tool
