@@ -53,16 +53,17 @@ void ZCachedBitmap::CloseForDeletion(const ZString& temporary) {
 }
 
 void ZCachedBitmap::Open(const ZString& name, bool readOnlyFile) {
-    const ZString opened = name, former(currentTempFilename);
-    const bool isSame = opened == former;
+    std::wstring opened = name.Wide();  // it may be our own, or die with what is closed
+    const ZString former(currentTempFilename);
+    const bool isSame = opened == currentTempFilename;
     const bool isDeleted = !isSame && !keepTempFile && MayDeleteTempFile();
     const shr::ScopeExit removeFormer([&] {
         if (isDeleted) shr::RemoveFile(former);
     });
     if (!isSame) currentTempFilename.clear();
     if (isDeleted) CloseForDeletion(former);
-    ZScanRectFileBitmap::Open(opened, readOnlyFile);
-    currentTempFilename = opened.Wide();
+    ZScanRectFileBitmap::Open(ZString(opened), readOnlyFile);
+    currentTempFilename = std::move(opened);
     tempFileIsForeign = readOnlyFile;
     if (reductions.empty()) reductionsStale = true;
 }

@@ -62,7 +62,7 @@ private:
 
 void RemoveCopyFolder(const ZString& folder) {
     std::error_code ignored;
-    const std::wstring name = folder.Wide();
+    const std::wstring& name = folder.Wide();
     if (!std::filesystem::remove(NativePath(folder), ignored)) return;
     shr::RemoveFile(ZString(name.substr(0, name.size() - std::wcslen(kCopyFolderEnding))));
 }
