@@ -103,12 +103,12 @@ bool ZScanRectFileBitmap::Create(const ZString& name, int width, int height, shr
 void ZScanRectFileBitmap::CheckDib(const BITMAPINFOHEADER* header, const void* bits) {
     require(header != nullptr, ScanRectFileBitmapCheck::dibHeader);
     require(bits != nullptr, ScanRectFileBitmapCheck::dibBits);
-    ZDummyBitmap().Init(header->biHeight, header->biWidth, shr::ColorFormatClosestToDIB(*header), kFileTileSide,
-                        kFileTileSide);
     const bool hasMasks =
         header->biCompression == BI_BITFIELDS && (header->biBitCount == 16 || header->biBitCount == 32);
-    const bool isPlain = header->biCompression == BI_RGB || hasMasks;
-    require(header->biWidth >= 1 && header->biHeight >= 1 && isPlain, ScanRectFileBitmapCheck::dibKind);
+    require(header->biCompression == BI_RGB || hasMasks, ScanRectFileBitmapCheck::dibKind);
+    ZDummyBitmap().Init(header->biHeight, header->biWidth, shr::ColorFormatClosestToDIB(*header), kFileTileSide,
+                        kFileTileSide);
+    require(header->biWidth >= 1 && header->biHeight >= 1, ScanRectFileBitmapCheck::dibKind);
 }
 
 bool ZScanRectFileBitmap::Create(const ZString& name, const BITMAPINFO& dib, shr::IProgress* progress) {

@@ -275,10 +275,13 @@ TEST_F(FileBitmap, RefusesDibsBeforeItTouchesTheFile) {
                                     ScanRectFileBitmapCheck::dibHeader));
     EXPECT_TRUE(RaisesInternalError([&] { (void)bitmap.Create(name, &header, nullptr, nullptr, nullptr); },
                                     ScanRectFileBitmapCheck::dibBits));
-    for (const DWORD compression : {1u, 2u, 4u, 5u}) {
-        header.biCompression = compression;
-        EXPECT_TRUE(RaisesNamedError(create, kUnsupportedDibText, ScanRectFileBitmapCheck::dibKind)) << compression;
-    }
+    for (const WORD depth : {WORD{24}, WORD{0}})  // a JPEG or PNG within says its own
+        for (const DWORD compression : {1u, 2u, 4u, 5u}) {
+            header.biBitCount = depth;
+            header.biCompression = compression;
+            EXPECT_TRUE(RaisesNamedError(create, kUnsupportedDibText, ScanRectFileBitmapCheck::dibKind)) << compression;
+        }
+    header.biBitCount = 24;
     header.biCompression = BI_RGB;
     header.biHeight = -2;
     EXPECT_TRUE(RaisesInternalError(create, zbm::BitmapCheck::pixelSize));
