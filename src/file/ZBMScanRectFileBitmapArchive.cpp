@@ -1,8 +1,8 @@
 // The record of a bitmap on its own file in an archive: u16 version 1, the format information, the store's record, u32
 // whether reductions follow, and if so u32 how many, and the record of each.
 #include "core/ArchiveGrid.h"
-#include "core/ArchiveValues.h"
 #include "core/DummyBitmap.h"
+#include "core/ReductionRecords.h"
 #include "core/checks/BitmapChecks.h"
 #include "core/checks/ScanRectFileBitmapChecks.h"
 #include "file/FileTiles.h"
@@ -18,20 +18,13 @@ bool ZScanRectFileBitmap::Serialize(SerializeIO& io, shr::IProgress* progress, I
     return io.IsStoring() ? StoreArchive(io, progress, legacy) : LoadArchive(io, progress, legacy);
 }
 
-/// What is held is stored as it is: stale reductions are not built again first.
 bool ZScanRectFileBitmap::StoreArchive(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) {
     require(legacy == nullptr, ScanRectFileBitmapCheck::legacy);
     require(fileOpen && store != nullptr, ScanRectFileBitmapCheck::storedClosed);
     io.WriteObjVersion(1);
     SerializeFormatInfo(io, nullptr);
     if (!store->Serialize(io, progress, nullptr)) return false;
-    const bool withReductions = io.StoringPOTReductions();
-    WriteU32(io, withReductions ? 1 : 0);
-    if (!withReductions) return true;
-    WriteU32(io, static_cast<std::uint32_t>(reductions.size()));
-    for (const auto& level : reductions)
-        if (!level->Serialize(io, progress, nullptr)) return false;
-    return true;
+    return StoreReductions(reductions, io, progress);
 }
 
 bool ZScanRectFileBitmap::LoadArchive(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) {

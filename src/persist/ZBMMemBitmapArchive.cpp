@@ -1,6 +1,6 @@
 // The record of a bitmap with reductions in an archive: u16 version 1, the bitmap's own record, u32 whether reductions
 // follow, and if so u32 how many, and the record of each.
-#include "core/ArchiveValues.h"
+#include "core/ReductionRecords.h"
 #include "core/checks/MemBitmapChecks.h"
 #include "shr/ScopeExit.h"
 #include "zbm/ZMemBitmap.h"
@@ -19,18 +19,11 @@ bool ZMemBitmap::Serialize(SerializeIO& io, shr::IProgress* progress, ISerialize
     return io.IsStoring() ? StoreWithReductions(io, progress) : LoadWithReductions(io, progress);
 }
 
-/// What is held is stored as it is: stale reductions are not built again first.
 bool ZMemBitmap::StoreWithReductions(SerializeIO& io, shr::IProgress* progress) {
     require(colorFormat != shr::FORMAT_NONE, MemBitmapCheck::storedFormat);
     io.WriteObjVersion(1);
     if (!ZBasicMemBitmap::Serialize(io, progress, nullptr)) return false;
-    const bool withReductions = io.StoringPOTReductions();
-    WriteU32(io, withReductions ? 1 : 0);
-    if (!withReductions) return true;
-    WriteU32(io, static_cast<std::uint32_t>(reductions.size()));
-    for (const auto& level : reductions)
-        if (!level->Serialize(io, progress, nullptr)) return false;
-    return true;
+    return StoreReductions(reductions, io, progress);
 }
 
 /// An archive that fails even here leaves the bitmap empty.
