@@ -120,11 +120,14 @@ void FilterRun::WriteLines(CPixFilterPipeline& pipeline, bool indexed) {
 void FilterRun::ChangeTiles(PointwiseRun& run, shr::IProgress* progress) {
     const int height = output.GetPixelHeight();
     if (progress == nullptr) return run.FilterLines(0, height);
-    for (int y = 0; y < height; y += kLinesBetweenReports) {
-        run.FilterLines(std::max(0, y - kLinesBetweenReports + 1), y + 1);
-        progress->SetProgress(static_cast<double>(y) / height);
+    int done = 0;
+    for (int report = 0; report <= (height - 1) / kLinesBetweenReports; ++report) {
+        const int line = report * kLinesBetweenReports;
+        run.FilterLines(done, line + 1);
+        done = line + 1;
+        progress->SetProgress(static_cast<double>(line) / height);
     }
-    run.FilterLines((height - 1) / kLinesBetweenReports * kLinesBetweenReports + 1, height);
+    run.FilterLines(done, height);
 }
 
 void SetTrueColors(zpixf::ZPixFilterBase& filter, SIZE input, SIZE result) {
