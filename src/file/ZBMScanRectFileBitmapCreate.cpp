@@ -81,8 +81,8 @@ bool ZScanRectFileBitmap::CreateBy(const LayOut& layOut, const Fill& fill, Check
         }
         if (!fill()) return false;
         require(fileInfoTable.levelCount == 1, levelCount);
-        WriteLevelCount(1);
         fileInfoTable.slots[1] = file.GetLength();
+        WriteLevelCount(1);  // last: what fails is refused, even where it cannot be deleted
         return true;
     };
     return CreateOrCleanUp(steps, [this] { CreateCleanUp(); });

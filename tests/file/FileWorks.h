@@ -3,6 +3,7 @@
 // let calls and requests for memory fail one by one.
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "shr/Archive.h"
 #include "zbm/SerializeIO.h"
 #include "zbm/ZCachedBitmap.h"
+#include "zpixf/ZPixfConvolution.h"
 
 namespace testkit {
 
@@ -30,6 +32,8 @@ public:
     std::unique_ptr<zbm::ZCachedBitmap> cached = std::make_unique<zbm::ZCachedBitmap>(L"", L"", false);
     std::unique_ptr<zbm::ZCachedBitmap> otherCached = std::make_unique<zbm::ZCachedBitmap>(L"", L"", false);
     std::vector<std::uint8_t> archive;
+    Bytes expectedFile;                                  ///< what a creation makes
+    std::optional<zbm::ZBasicMemBitmap> expectedCached;  ///< the same, on a temporary file
 
     ~FileWorkplace() {
         cached.reset();
@@ -98,6 +102,43 @@ inline bool HoldsAPicture(const shr::ZString& name) {
     return GetPixel(bitmap, 0, 1) != 0;
 }
 
+/// The formula's picture as it stands in a file that is made here.
+inline zbm::ZBasicMemBitmap InFileTiles(const zbm::ZBasicMemBitmap& picture) {
+    return FormulaBitmap(picture.GetPixelWidth(), picture.GetPixelHeight(), picture.GetColorFormat(), 512, 512);
+}
+
+// ---- Creations.
+
+inline void CreateZeros(FileWorkplace& place) {
+    EXPECT_TRUE(place.bitmap->Create(place.other, 70, 60, shr::BGR_24, nullptr));
+}
+inline void CreateEmpty(FileWorkplace& place) { place.bitmap->CreateEmpty(place.other, 70, 60, shr::BGR_24); }
+inline const BITMAPINFOHEADER kDibHeader{40, 70, 60, 1, 8, BI_RGB, 0, 0, 0, 256, 0};
+inline const std::vector<std::uint8_t> kDibBits(72 * 60, 0x5A);
+inline const std::vector<RGBQUAD> kDibColors(256, RGBQUAD{1, 2, 3, 0});
+inline void CreateFromDib(FileWorkplace& place) {
+    EXPECT_TRUE(place.bitmap->Create(place.other, &kDibHeader, kDibBits.data(), kDibColors.data(), nullptr));
+}
+inline void CreateCopy(FileWorkplace& place) { EXPECT_TRUE(place.bitmap->Create(place.other, place.picture, nullptr)); }
+inline void CreateCopyOfTiles(FileWorkplace& place) {
+    EXPECT_TRUE(place.bitmap->Create(place.other, place.changedInFile, nullptr));
+}
+inline void CreateInFormat(FileWorkplace& place) {
+    EXPECT_TRUE(place.bitmap->Create(place.other, shr::INDEXED_8, place.picture, nullptr));
+}
+inline void CreateAtSize(FileWorkplace& place) {
+    EXPECT_TRUE(place.bitmap->Create(place.other, 35, 60, place.picture, {0, 0, 70, 60}, zbm::ResizeBilinear, nullptr));
+}
+
+/// Notes what `create` makes when nothing fails.
+template <auto create>
+void ExpectFileOf(FileWorkplace& place) {
+    create(place);
+    place.bitmap->Close();
+    place.expectedFile = ReadWhole(place.other);
+    std::filesystem::remove(shr::test::SystemPath(place.other));
+}
+
 /// A creation leaves its whole file or none, and can be had again.
 inline void CheckCreated(FileWorkplace& place, Came came) {
     if (came == Came::toAnError) {
@@ -106,12 +147,10 @@ inline void CheckCreated(FileWorkplace& place, Came came) {
     } else {
         EXPECT_TRUE(place.bitmap->IsFileOpen());
         place.bitmap->Close();
-        OpenFileBitmap opened;
-        EXPECT_NO_THROW(opened.Open(place.other, true));
-        EXPECT_EQ(opened.GetPixelHeight(), 60);
+        EXPECT_EQ(ReadWhole(place.other), place.expectedFile);
     }
     EXPECT_TRUE(place.bitmap->Create(place.other, place.picture, nullptr));
-    EXPECT_EQ(GetPixel(*place.bitmap, 69, 59), GetPixel(place.picture, 69, 59));
+    EXPECT_TRUE(IsEqual(*place.bitmap, InFileTiles(place.picture)));
 }
 
 /// An opening changes nothing.
@@ -147,6 +186,54 @@ inline void CommitTile(FileWorkplace& place) {
     *tile = place.changed.LockScanRect(1, 1);
     place.bitmap->CommitScanRect(1, 1);
 }
+/// A filter that reads several lines for one, and so goes by whole rows of tiles.
+inline void Blur(FileWorkplace& place) {
+    EXPECT_TRUE(place.bitmap->Convolute5x5(zpixf::ZPixf5x5Mode::gaussian, nullptr));
+}
+inline void CheckBlurred(FileWorkplace& place, Came came) {
+    zbm::ZBasicMemBitmap after = place.picture;
+    EXPECT_TRUE(after.Convolute5x5(zpixf::ZPixf5x5Mode::gaussian, nullptr));
+    CheckChanged(place, came, after, Blur);
+}
+/// Over the borders of tiles.
+inline const std::vector<std::uint8_t> kRegion(40 * 30 * 3, 0xA5);
+inline void StoreRegion(FileWorkplace& place) { place.bitmap->StoreRegion(kRegion.data(), 120, 20, 15, 40, 30); }
+inline void CheckRegion(FileWorkplace& place, Came came) {
+    zbm::ZBasicMemBitmap after = place.picture;
+    after.StoreRegion(kRegion.data(), 120, 20, 15, 40, 30);
+    CheckChanged(place, came, after, StoreRegion);
+}
+
+inline void OpenFileOfIndices(FileWorkplace& place) {
+    place.picture = FormulaBitmap(70, 60, shr::INDEXED_8, 30, 25);
+    place.OpenFile();
+}
+inline void SetColors(FileWorkplace& place) {
+    const std::vector<shr::Color4b> colors(200, shr::Color4b(9, 8, 7));
+    place.bitmap->FillColorTable(colors.data(), 200);
+}
+inline void SetResolutions(FileWorkplace& place) {
+    place.bitmap->SetXResolution(4711);
+    place.bitmap->SetYResolution(4712);
+    place.bitmap->Save();
+}
+/// Colours and resolutions are as they were or as they will be, and pixels are what they were.
+template <auto act>
+void CheckHeader(FileWorkplace& place, Came) {
+    zbm::ZBasicMemBitmap after = place.picture;
+    const unsigned colors = place.bitmap->GetNumColorTableItems();
+    EXPECT_TRUE(colors == 200 || colors == 256);
+    act(place);
+    place.bitmap->Close();
+    OpenFileBitmap opened;
+    opened.Open(place.name, true);
+    after.FillColorTable(opened.GetConstColorTablePtr(), opened.GetNumColorTableItems());
+    EXPECT_EQ(opened.GetNumColorTableItems(), act == SetColors ? 200u : 256u);
+    after.SetXResolution(act == SetResolutions ? 4711 : place.picture.GetXResolution());
+    after.SetYResolution(act == SetResolutions ? 4712 : place.picture.GetYResolution());
+    EXPECT_TRUE(IsEqual(opened, after));
+}
+
 inline void BuildLevels(FileWorkplace& place) { EXPECT_TRUE(place.bitmap->CommitAll(nullptr, true)); }
 
 inline void CheckLevels(FileWorkplace& place, Came came) {
@@ -154,6 +241,24 @@ inline void CheckLevels(FileWorkplace& place, Came came) {
     EXPECT_EQ(place.bitmap->reductionsStale, came == Came::toAnError);
     EXPECT_TRUE(place.bitmap->CommitAll(nullptr));
     EXPECT_EQ(place.bitmap->reductions.size(), 1u);
+    place.bitmap->Close();
+    EXPECT_TRUE(IsOnFile(place.name, place.picture));
+}
+
+/// Levels of another size than ours have, which are dropped first.
+inline void OpenFileWithOtherLevels(FileWorkplace& place) {
+    OnFile(place.name, place.picture)->Close();
+    Bytes bytes = ReadWhole(place.name);
+    const Bytes head = BitmapHead({kFirstStore, static_cast<std::int64_t>(bytes.size())});
+    std::copy(head.begin(), head.end(), bytes.begin());
+    WriteWhole(place.name, FileImage().Add(bytes).Add(StoreImage({37, 91, 512, 512, 9}, {{0}})).Take());
+    place.bitmap->Open(place.name, false);
+}
+inline void CheckRebuiltLevels(FileWorkplace& place, Came came) {
+    EXPECT_TRUE(IsEqual(*place.bitmap, place.picture));
+    EXPECT_EQ(place.bitmap->reductionsStale, came == Came::toAnError);
+    EXPECT_TRUE(place.bitmap->CommitAll(nullptr, true));
+    EXPECT_EQ(place.bitmap->reductions.at(0)->GetPixelWidth(), 35);
     place.bitmap->Close();
     EXPECT_TRUE(IsOnFile(place.name, place.picture));
 }
@@ -171,10 +276,6 @@ inline void LoadFromArchive(FileWorkplace& place, zbm::ZBitmap& bitmap) {
     zbm::SerializeIO io(archive, true);
     EXPECT_TRUE(bitmap.Serialize(io, nullptr, nullptr));
 }
-inline zbm::ZBasicMemBitmap InFileTiles(const zbm::ZBasicMemBitmap& picture) {
-    return FormulaBitmap(picture.GetPixelWidth(), picture.GetPixelHeight(), picture.GetColorFormat(), 512, 512);
-}
-
 /// The picture in an archive, levels and all, and another picture in the file.
 inline void PrepareLoad(FileWorkplace& place) {
     place.OpenFile();
@@ -211,6 +312,26 @@ inline std::size_t TemporaryFiles() { return shr::test::Entries(zbm::GetGlobalFi
 /// A picture that a creation takes the place of.
 inline void PrepareCached(FileWorkplace& place) { EXPECT_TRUE(place.cached->Create(place.changed, nullptr)); }
 
+/// The same, once what `create` makes when nothing fails is noted.
+template <auto create>
+void ExpectCachedOf(FileWorkplace& place) {
+    create(place);
+    place.expectedCached.emplace(InMemory(*place.cached));
+    PrepareCached(place);
+}
+inline void CachedCreateZeros(FileWorkplace& place) { EXPECT_TRUE(place.cached->Create(70, 60, shr::BGR_24, nullptr)); }
+inline void CachedCreateEmpty(FileWorkplace& place) { place.cached->CreateEmpty(70, 60, shr::BGR_24); }
+inline void CachedCreateFromDib(FileWorkplace& place) {
+    EXPECT_TRUE(place.cached->Create(&kDibHeader, kDibBits.data(), kDibColors.data(), nullptr));
+}
+inline void CachedCreateCopy(FileWorkplace& place) { EXPECT_TRUE(place.cached->Create(place.picture, nullptr)); }
+inline void CachedCreateInFormat(FileWorkplace& place) {
+    EXPECT_TRUE(place.cached->Create(shr::INDEXED_8, place.picture, nullptr));
+}
+inline void CachedCreateAtSize(FileWorkplace& place) {
+    EXPECT_TRUE(place.cached->Create(35, 60, place.picture, {0, 0, 70, 60}, zbm::ResizeBilinear, nullptr));
+}
+
 /// At most the file that could not be deleted is left.
 inline void CheckUsable(FileWorkplace& place) {
     EXPECT_TRUE(place.cached->Create(place.picture, nullptr));
@@ -225,7 +346,7 @@ inline bool HasFormerPicture(FileWorkplace& place) {
 /// A creation leaves its picture, or none, or the former one if it did not even begin.
 inline void CheckCached(FileWorkplace& place, Came came) {
     if (came == Came::toItsEnd) {
-        EXPECT_EQ(place.cached->GetPixelHeight(), 60);
+        EXPECT_TRUE(IsEqual(*place.cached, place.expectedCached.value()));
     } else {
         EXPECT_TRUE(!place.cached->IsFileOpen() || HasFormerPicture(place));
     }
@@ -273,22 +394,13 @@ inline void CheckChangeFrom(FileWorkplace& place, Came came) {
 }  // namespace works
 
 inline const FileWork kFileWorks[] = {
-    {"CreateZeros", works::Nothing,
-     [](auto& place) { EXPECT_TRUE(place.bitmap->Create(place.other, 70, 60, shr::BGR_24, nullptr)); },
-     works::CheckCreated},
-    {"CreateEmpty", works::Nothing, [](auto& place) { place.bitmap->CreateEmpty(place.other, 70, 60, shr::BGR_24); },
-     works::CheckCreated},
-    {"CreateCopy", works::Nothing,
-     [](auto& place) { EXPECT_TRUE(place.bitmap->Create(place.other, place.picture, nullptr)); }, works::CheckCreated},
-    {"CreateInFormat", works::Nothing,
-     [](auto& place) { EXPECT_TRUE(place.bitmap->Create(place.other, shr::INDEXED_8, place.picture, nullptr)); },
-     works::CheckCreated},
-    {"CreateAtSize", works::Nothing,
-     [](auto& place) {
-         EXPECT_TRUE(
-             place.bitmap->Create(place.other, 35, 60, place.picture, {0, 0, 70, 60}, zbm::ResizeBilinear, nullptr));
-     },
-     works::CheckCreated},
+    {"CreateZeros", works::ExpectFileOf<works::CreateZeros>, works::CreateZeros, works::CheckCreated},
+    {"CreateEmpty", works::ExpectFileOf<works::CreateEmpty>, works::CreateEmpty, works::CheckCreated},
+    {"CreateFromDib", works::ExpectFileOf<works::CreateFromDib>, works::CreateFromDib, works::CheckCreated},
+    {"CreateCopy", works::ExpectFileOf<works::CreateCopy>, works::CreateCopy, works::CheckCreated},
+    {"CreateCopyOfTiles", works::ExpectFileOf<works::CreateCopyOfTiles>, works::CreateCopyOfTiles, works::CheckCreated},
+    {"CreateInFormat", works::ExpectFileOf<works::CreateInFormat>, works::CreateInFormat, works::CheckCreated},
+    {"CreateAtSize", works::ExpectFileOf<works::CreateAtSize>, works::CreateAtSize, works::CheckCreated},
     {"Open", [](auto& place) { place.WriteFile(); }, [](auto& place) { place.bitmap->Open(place.name, false); },
      works::CheckOpened},
     {"OpenForReading", [](auto& place) { place.WriteFile(); },
@@ -319,6 +431,10 @@ inline const FileWork kFileWorks[] = {
      }},
     {"FilterInPlace", [](auto& place) { place.OpenFile(); }, works::Brighten,
      [](auto& place, Came came) { works::CheckChanged(place, came, place.changed, works::Brighten); }},
+    {"FilterByRowsInPlace", [](auto& place) { place.OpenFile(); }, works::Blur, works::CheckBlurred},
+    {"StoreRegion", [](auto& place) { place.OpenFile(); }, works::StoreRegion, works::CheckRegion},
+    {"SetColors", works::OpenFileOfIndices, works::SetColors, works::CheckHeader<works::SetColors>},
+    {"SetResolutions", works::OpenFileOfIndices, works::SetResolutions, works::CheckHeader<works::SetResolutions>},
     {"BuildLevels", [](auto& place) { place.bitmap = OnFile(place.name, place.picture); }, works::BuildLevels,
      works::CheckLevels},
     {"RefreshLevels", [](auto& place) { place.OpenFile(); }, works::BuildLevels, works::CheckLevels},
@@ -328,6 +444,7 @@ inline const FileWork kFileWorks[] = {
          place.bitmap = OnFile(place.name, place.picture);
      },
      works::BuildLevels, works::CheckLevels},
+    {"RebuildOtherLevels", works::OpenFileWithOtherLevels, works::BuildLevels, works::CheckRebuiltLevels},
     {"Save", [](auto& place) { place.bitmap = OnFile(place.name, place.picture); },
      [](auto& place) { place.bitmap->Save(); },
      [](auto& place, Came) {
@@ -361,26 +478,16 @@ inline const FileWork kFileWorks[] = {
          works::PrepareLoad(place);
      },
      [](auto& place) { works::LoadFromArchive(place, *place.bitmap); }, works::CheckLoaded},
-    {"CachedCreateZeros", works::PrepareCached,
-     [](auto& place) { EXPECT_TRUE(place.cached->Create(70, 60, shr::BGR_24, nullptr)); }, works::CheckCached},
-    {"CachedCreateEmpty", works::PrepareCached, [](auto& place) { place.cached->CreateEmpty(70, 60, shr::BGR_24); },
+    {"CachedCreateZeros", works::ExpectCachedOf<works::CachedCreateZeros>, works::CachedCreateZeros,
      works::CheckCached},
-    {"CachedCreateFromDib", works::PrepareCached,
-     [](auto& place) {
-         const BITMAPINFOHEADER header{40, 70, 60, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
-         static const std::vector<std::uint32_t> bits(70 * 60, 0x123456);
-         EXPECT_TRUE(place.cached->Create(&header, bits.data(), nullptr, nullptr));
-     },
+    {"CachedCreateEmpty", works::ExpectCachedOf<works::CachedCreateEmpty>, works::CachedCreateEmpty,
      works::CheckCached},
-    {"CachedCreateCopy", works::PrepareCached,
-     [](auto& place) { EXPECT_TRUE(place.cached->Create(place.picture, nullptr)); }, works::CheckCached},
-    {"CachedCreateInFormat", works::PrepareCached,
-     [](auto& place) { EXPECT_TRUE(place.cached->Create(shr::INDEXED_8, place.picture, nullptr)); },
+    {"CachedCreateFromDib", works::ExpectCachedOf<works::CachedCreateFromDib>, works::CachedCreateFromDib,
      works::CheckCached},
-    {"CachedCreateAtSize", works::PrepareCached,
-     [](auto& place) {
-         EXPECT_TRUE(place.cached->Create(35, 60, place.picture, {0, 0, 70, 60}, zbm::ResizeBilinear, nullptr));
-     },
+    {"CachedCreateCopy", works::ExpectCachedOf<works::CachedCreateCopy>, works::CachedCreateCopy, works::CheckCached},
+    {"CachedCreateInFormat", works::ExpectCachedOf<works::CachedCreateInFormat>, works::CachedCreateInFormat,
+     works::CheckCached},
+    {"CachedCreateAtSize", works::ExpectCachedOf<works::CachedCreateAtSize>, works::CachedCreateAtSize,
      works::CheckCached},
     {"CachedOpen",
      [](auto& place) {

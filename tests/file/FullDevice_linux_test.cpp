@@ -1,48 +1,46 @@
 // A device that is full, a real one: what is done with bitmaps in files ends well or with a stated error, and goes on
 // once there is room.
 #include <gtest/gtest.h>
-#include <sys/mount.h>
-#include <sys/statvfs.h>
-
-#include <fstream>
 
 #include "file/FileWorks.h"
+#include "support_code/SmallDevice_linux.h"
 
 namespace {
 
 using namespace testkit;
 
-/// A file system of 16 MiB in memory. Mounting takes the rights of the system's administrator.
-class SmallDevice {
-public:
-    explicit SmallDevice(std::filesystem::path place) : folder(std::move(place)) {
-        std::filesystem::create_directory(folder);
-        isMounted = ::mount("zbm_test", folder.c_str(), "tmpfs", 0, "size=16m") == 0;
-    }
-    ~SmallDevice() {
-        if (isMounted) ::umount2(folder.c_str(), MNT_DETACH);
-    }
-    SmallDevice(const SmallDevice&) = delete;
-    SmallDevice& operator=(const SmallDevice&) = delete;
-    bool IsMounted() const { return isMounted; }
-    shr::ZString File(const char* name) const { return shr::ZString((folder / name).wstring()); }
+shr::ZString OnDevice(const SmallDevice& device, const char* name) {
+    return shr::ZString((device.Folder() / name).wstring());
+}
 
-    /// Leaves so many bytes.
-    void Fill(std::size_t left) const {
-        struct statvfs space {};
-        ASSERT_EQ(::statvfs(folder.c_str(), &space), 0);
-        const std::size_t free = space.f_bavail * space.f_bsize;
-        ASSERT_GE(free, left);
-        WriteWhole(File("filler"), Bytes(free - left));
-    }
-    void MakeRoom() const { std::filesystem::remove(folder / "filler"); }
+/// What a user is told: which file, and why.
+testing::AssertionResult TellsOfAFullDevice(const shr::Exception& error, const SmallDevice& device) {
+    const std::string text = error.GetMessageText().ToUtf8();
+    const bool namesFile = text.find(device.Folder().string()) != std::string::npos;
+    const bool saysWhy = text.find("No space left on device") != std::string::npos;
+    if (namesFile && saysWhy) return testing::AssertionSuccess();
+    return testing::AssertionFailure() << Describe(error) << ": " << text;
+}
 
-private:
-    const std::filesystem::path folder;
-    bool isMounted = false;
-};
+/// The bytes of all tiles that can be read; nothing for a bitmap that is closed.
+std::string Shown(zbm::ZScanRectFileBitmap* bitmap) {
+    std::string shown;
+    if (bitmap == nullptr || !bitmap->IsFileOpen()) return shown;
+    bitmap->UnlockAllScanRects();
+    for (int row = 0; row < bitmap->GetNumScanRectRows(); ++row)
+        for (int col = 0; col < bitmap->GetNumScanRects(row); ++col) {
+            const zbm::LockedTile tile(*bitmap, row, col);
+            for (int y = 0; y < tile->GetHeight(); ++y)
+                shown.append(reinterpret_cast<const char*>(tile->GetRowPtr(y)),
+                             static_cast<std::size_t>(BitsPerPixel(bitmap->GetColorFormat()) * tile->GetWidth() / 8));
+        }
+    return shown;
+}
+std::vector<std::string> Shown(const FileWorkplace& place) {
+    return {Shown(place.bitmap.get()), Shown(place.cached.get()), Shown(place.otherCached.get())};
+}
 
-class FullDevice : public testing::TestWithParam<FileWork> {
+class FullDevice : public testing::Test {
 protected:
     void SetUp() override {
         formerSink = shr::g_Logger.SetSink([](int, const shr::ZString&) {});
@@ -52,37 +50,52 @@ protected:
         zbm::SetGlobalFileBitmapTempDir(shr::CPath().GetTempPathW(true));
     }
 
+    /// Does `act` with so much room, and says whether it came to its end.
+    template <class Act>
+    Came ActWith(std::size_t bytesLeft, const SmallDevice& device, const Act& act) {
+        device.Fill(bytesLeft);
+        try {
+            act();
+        } catch (const shr::Exception& error) {
+            EXPECT_TRUE(TellsOfAFullDevice(error, device));
+            return Came::toAnError;
+        }
+        return Came::toItsEnd;
+    }
+
     shr::Logger::Sink formerSink;
     const ScratchFolder scratch;
 };
-INSTANTIATE_TEST_SUITE_P(Works, FullDevice, testing::ValuesIn(kFileWorks),
+
+class FullDeviceAt : public FullDevice, public testing::WithParamInterface<FileWork> {
+protected:
+    Came TryWith(std::size_t bytesLeft) {
+        const SmallDevice device(shr::test::SystemPath(scratch.File("device")));
+        zbm::SetGlobalFileBitmapTempDir(OnDevice(device, ""));
+        FileWorkplace place(OnDevice(device, "picture"), OnDevice(device, "other"));
+        GetParam().prepare(place);
+        const Came came = ActWith(bytesLeft, device, [&] { GetParam().act(place); });
+        const auto whileFull = Shown(place);
+        device.MakeRoom();
+        EXPECT_EQ(Shown(place), whileFull) << "what was shown while the device was full is what is there";
+        GetParam().check(place, came);
+        return came;
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Works, FullDeviceAt, testing::ValuesIn(kFileWorks),
                          [](const auto& test) { return std::string(test.param.name); });
 
-TEST_P(FullDevice, EndsWorkInAnErrorThatIsOverOnceThereIsRoom) {
-    constexpr std::size_t kPage = 4096, kMostPages = 24;  // more than any of the files takes
-    int errors = 0;
-    for (std::size_t pages = 0; pages <= kMostPages; ++pages) {
-        const SmallDevice device(shr::test::SystemPath(scratch.File("device")));
-        if (!device.IsMounted()) GTEST_SKIP() << "no right to mount a file system";
-        zbm::SetGlobalFileBitmapTempDir(device.File(""));
-        FileWorkplace place(device.File("picture"), device.File("other"));
-        GetParam().prepare(place);
-        device.Fill(pages * kPage);
-        Came came = Came::toItsEnd;
-        try {
-            GetParam().act(place);
-        } catch (const shr::Exception&) {
-            came = Came::toAnError;
-            ++errors;
-        }
-        device.MakeRoom();
-        GetParam().check(place, came);
-        place.bitmap.reset();
-        if (HasFailure()) FAIL() << pages << " pages were free";
-    }
-    const std::string name = GetParam().name;
-    const bool takesRoom = name.starts_with("Create") || name.starts_with("BuildLevels");
-    EXPECT_TRUE(!takesRoom || errors > 0);
+/// With more and more room, until it gets through.
+TEST_P(FullDeviceAt, EndsWorkInAnErrorThatIsOverOnceThereIsRoom) {
+    WhereDevicesCanBeMounted([&] {
+        constexpr std::size_t kPage = 4096, kMostPages = SmallDevice::kBytes / kPage;
+        std::size_t pages = 0;
+        while (TryWith(pages * kPage) == Came::toAnError && !HasFailure() && pages < kMostPages) ++pages;
+        EXPECT_FALSE(HasFailure()) << pages << " pages were free";
+        const std::string name = GetParam().name;
+        const bool takesRoom = name.starts_with("Create") || name.starts_with("BuildLevels");
+        EXPECT_TRUE(!takesRoom || pages > 0);
+    });
 }
 
 }  // namespace
