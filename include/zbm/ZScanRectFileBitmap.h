@@ -24,10 +24,10 @@ class ZPOTCFileBitmap;
 ///     picture.CommitAll(progress);                          // builds the reductions
 ///     picture.Close();
 ///
-/// New tiles are known to the file only after Save or Close; reductions are those of the last CommitAll. Memory in use
-/// is the tiles that are locked and, while filters run, one row of tiles of input and one of output. Tiles of files
-/// made here are 512 x 512; files with other tiles are opened with their own. A closed bitmap is 0 x 0. Broken
-/// preconditions raise internal errors of source file "ZBMScanRectFileBitmap".
+/// New tiles are known to the file only after Save or Close, and so are reductions of the last CommitAll as current.
+/// Memory in use is the tiles that are locked and, while filters run, one row of tiles of input and one of output.
+/// Tiles of files made here are 512 x 512; files with other tiles are opened with their own. A closed bitmap is 0 x 0.
+/// Broken preconditions raise internal errors of source file "ZBMScanRectFileBitmap".
 class ZBM_API ZScanRectFileBitmap : public ZFileBitmap {
 public:
     /// The folder for temporary files, with a separator at its end (empty: that of SetGlobalFileBitmapTempDir), the
@@ -194,7 +194,8 @@ private:
     void OpenLevels();
     void CheckSlots() const;
     void CheckRanges() const;
-    void MarkStaleLevels() noexcept;
+    void MarkStaleLevels();
+    void WriteStaleMark();
     void BecomeStale();
     void CutBack(std::int64_t end) noexcept;
     void BecomeClosed();

@@ -171,10 +171,19 @@ void ZScanRectFileBitmap::WriteTables() {
     file.Flush();
 }
 
-/// In the store's header, for whoever opens the file next.
-void ZScanRectFileBitmap::MarkStaleLevels() noexcept {
+/// In the store's header, for whoever opens the file next. Levels count as current only once the file knows all tiles
+/// that they were made from.
+void ZScanRectFileBitmap::MarkStaleLevels() {
     if (store == nullptr || readOnly) return;
-    store->header.reserved[0] = reductionsStale && !reductions.empty() ? kStaleLevels : 0;
+    const std::uint8_t mark = reductionsStale && !reductions.empty() ? kStaleLevels : 0;
+    if (mark == 0 && store->header.reserved[0] != 0) store->SaveSRInfo();
+    store->header.reserved[0] = mark;
+}
+
+void ZScanRectFileBitmap::WriteStaleMark() {
+    store->header.reserved[0] = kStaleLevels;
+    store->SaveInfoTable();
+    file.Flush();
 }
 
 void ZScanRectFileBitmap::Save() {
@@ -212,11 +221,7 @@ void ZScanRectFileBitmap::WriteScanRect(const ZScanRect& tile, int row, int col)
 
 /// The file is told before the picture changes: whoever is killed then leaves levels that are known to be old.
 void ZScanRectFileBitmap::BecomeStale() {
-    if (!reductionsStale && !reductions.empty()) {
-        store->header.reserved[0] = kStaleLevels;
-        store->SaveInfoTable();
-        file.Flush();
-    }
+    if (!reductionsStale && !reductions.empty()) WriteStaleMark();
     reductionsStale = true;
 }
 

@@ -81,6 +81,7 @@ bool ZScanRectFileBitmap::CreatePOTReductions(shr::IProgress* progress) {
         CutBack(end);
     });
     if (!FromLevelSource(progress, [&](ZBitmap& source) { return BuildLevels(source, progress); })) return false;
+    if (!reductions.empty()) WriteStaleMark();  // until the file is saved: it may not know all tiles yet
     SaveFileInfoTable();
     reductionsStale = false;
     undo.Release();

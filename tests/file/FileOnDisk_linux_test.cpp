@@ -104,6 +104,49 @@ TEST_F(FileOnDisk, SaysThatItsLevelsAreOldBeforeThePictureChanges) {
     }
 }
 
+/// Looks at a copy of the file before each write.
+class BeforeEachWrite {
+public:
+    explicit BeforeEachWrite(std::function<void()> newLook) {
+        look = std::move(newLook);
+        shr::SetFileFaultHook([](FileCall call) {
+            if (call == FileCall::write) look();
+            return false;
+        });
+    }
+    ~BeforeEachWrite() { shr::SetFileFaultHook(nullptr); }
+    BeforeEachWrite(const BeforeEachWrite&) = delete;
+    BeforeEachWrite& operator=(const BeforeEachWrite&) = delete;
+
+private:
+    static inline std::function<void()> look;
+};
+
+TEST_F(FileOnDisk, HasCurrentLevelsOnlyOnceItKnowsAllTilesThatTheyWereMadeFrom) {
+    const ZBasicMemBitmap picture = FormulaBitmap(70, 60, shr::BGRA_32, 30, 25);
+    const shr::ZString copy = scratch.File("copy");
+    const auto look = [&] {
+        WriteWhole(copy, ReadWhole(name));
+        OpenFileBitmap opened;
+        try {
+            opened.Open(copy, true);
+        } catch (const shr::Exception&) { return; }
+        if (!opened.reductions.empty() && !opened.AreReductionsStale()) { EXPECT_TRUE(IsEqual(opened, picture)); }
+    };
+    const auto endings = {+[](OpenFileBitmap& bitmap) { bitmap.Save(); },
+                          +[](OpenFileBitmap& bitmap) { bitmap.Close(); }};
+    for (const auto end : endings) {
+        const auto bitmap = OnFile(name, picture);
+        const BeforeEachWrite watch(look);
+        ASSERT_TRUE(bitmap->CommitAll(nullptr));
+        look();
+        end(*bitmap);
+        bitmap->Close();
+        look();
+        EXPECT_FALSE(Opened(true)->AreReductionsStale());
+    }
+}
+
 TEST_F(FileOnDisk, HasItsSignatureFromTheFirstTileOnSoThatASweepFindsWhatAKillLeft) {
     Onlooker killed([&] {
         const Bytes bytes = ReadWhole(name);
