@@ -46,7 +46,8 @@ void CleanGlobalFileBitmapTempDir() {
     shr::CFileFind find(GetGlobalFileBitmapTempDir() + L"zv*.tmp");
     while (find.FindNextFileW()) {
         if (find.MatchesMask(is::folder | is::hidden | is::system | is::compressed)) continue;
-        if (IsLeftoverBitmap(find.GetFilePath())) shr::RemoveFile(find.GetFilePath());
+        // One that was made this moment is empty, and its owner may be about to open it: we would be in the way.
+        if (find.GetLength() != 0 && IsLeftoverBitmap(find.GetFilePath())) shr::RemoveFile(find.GetFilePath());
     }
 }
 

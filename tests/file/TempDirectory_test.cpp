@@ -63,6 +63,15 @@ TEST_F(TempDirectory, IsSweptOfWhatBearsABitmapsSignatureAlone) {
         EXPECT_TRUE(IsThere(entry)) << entry;
 }
 
+/// Another process may have made it this moment, and be about to open it.
+TEST_F(TempDirectory, IsSweptWithoutOpeningWhatIsEmpty) {
+    WriteWhole(In("zvEmpty.tmp"), {});
+    const FailingCall watch(0);
+    zbm::CleanGlobalFileBitmapTempDir();
+    EXPECT_EQ(FailingCall::CallsMade(), 0);
+    EXPECT_TRUE(IsThere("zvEmpty.tmp"));
+}
+
 TEST_F(TempDirectory, KeepsFilesThatAreInUse) {
     WriteWhole(In("zv1.tmp"), kLeftover);
     shr::CBufferedFile file;

@@ -17,7 +17,7 @@ struct CFileFind::State {
     FolderReader reader;
     // The current entry; the name is empty where there is none.
     ZString name;
-    std::uint32_t attributes = 0;
+    FolderReader::Facts facts{};
 
     explicit State(const ZString& pattern)
         : folder(pattern.Part(0, FolderLength(pattern.Wide()))),
@@ -28,13 +28,13 @@ struct CFileFind::State {
         while (reader.Next()) {
             name = reader.GetName();
             if (IsTheFolderItself(name) || !wildcard.Matches(name)) continue;
-            const std::optional<std::uint32_t> found = reader.GetAttributes();
+            const std::optional<FolderReader::Facts> found = reader.GetFacts();
             if (!found) continue;
-            attributes = *found;
+            facts = *found;
             return true;
         }
         name.Clear();
-        attributes = 0;
+        facts = {};
         return false;
     }
 };
@@ -45,9 +45,11 @@ CFileFind::~CFileFind() = default;
 
 bool CFileFind::FindNextFileW() { return state->Advance(); }
 
-bool CFileFind::MatchesMask(std::uint32_t mask) const noexcept { return (state->attributes & mask) != 0; }
+bool CFileFind::MatchesMask(std::uint32_t mask) const noexcept { return (state->facts.attributes & mask) != 0; }
 
-std::uint32_t CFileFind::GetAttributes() const noexcept { return state->attributes; }
+std::uint32_t CFileFind::GetAttributes() const noexcept { return state->facts.attributes; }
+
+std::int64_t CFileFind::GetLength() const noexcept { return state->facts.length; }
 
 ZString CFileFind::GetFileName() const { return state->name; }
 

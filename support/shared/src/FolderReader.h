@@ -17,9 +17,13 @@ public:
 
     /// Goes to the next entry; false after the last one.
     bool Next();
-    /// Of the current entry. No attributes: the entry has gone meanwhile.
+    /// Of the current entry. No facts: the entry has gone meanwhile.
     ZString GetName() const;
-    std::optional<std::uint32_t> GetAttributes() const;
+    struct Facts {
+        std::uint32_t attributes;
+        std::int64_t length;  ///< in bytes; -1 where the system does not tell
+    };
+    std::optional<Facts> GetFacts() const;
 
 private:
     struct Search;

@@ -56,14 +56,15 @@ bool FolderReader::Next() {
 
 ZString FolderReader::GetName() const { return ZString::FromUtf8(search->entry->d_name); }
 
-std::optional<std::uint32_t> FolderReader::GetAttributes() const {
+std::optional<FolderReader::Facts> FolderReader::GetFacts() const {
     const char* const name = search->entry->d_name;
     const std::uint32_t hidden = name[0] == '.' ? FileAttribute::hidden : 0;
     struct stat status {};
-    if (fstatat(dirfd(search->folder), name, &status, AT_SYMLINK_NOFOLLOW) == 0) return AttributesOf(status) | hidden;
+    if (fstatat(dirfd(search->folder), name, &status, AT_SYMLINK_NOFOLLOW) == 0)
+        return Facts{AttributesOf(status) | hidden, status.st_size};
     if (errno == ENOENT) return std::nullopt;
     // A folder may let its entries be listed but not be looked at.
-    return KindOf(search->entry->d_type) | hidden;
+    return Facts{KindOf(search->entry->d_type) | hidden, -1};
 }
 
 std::wstring FoldFileNameCase(const ZString& name) { return name.Wide(); }

@@ -40,12 +40,14 @@ bool FolderReader::Next() {
 
 ZString FolderReader::GetName() const { return search->entry.cFileName; }
 
-std::optional<std::uint32_t> FolderReader::GetAttributes() const {
+std::optional<FolderReader::Facts> FolderReader::GetFacts() const {
     static_assert(
         FileAttribute::readOnly == FILE_ATTRIBUTE_READONLY && FileAttribute::hidden == FILE_ATTRIBUTE_HIDDEN &&
         FileAttribute::system == FILE_ATTRIBUTE_SYSTEM && FileAttribute::folder == FILE_ATTRIBUTE_DIRECTORY &&
         FileAttribute::archive == FILE_ATTRIBUTE_ARCHIVE && FileAttribute::compressed == FILE_ATTRIBUTE_COMPRESSED);
-    return search->entry.dwFileAttributes;
+    const WIN32_FIND_DATAW& entry = search->entry;
+    return Facts{entry.dwFileAttributes,
+                 static_cast<std::int64_t>(entry.nFileSizeHigh) << 32 | static_cast<std::int64_t>(entry.nFileSizeLow)};
 }
 
 std::wstring FoldFileNameCase(const ZString& name) {

@@ -84,6 +84,20 @@ TEST(FileFind, TellsFilesFromFolders) {
     EXPECT_EQ(found, (std::set<std::pair<std::string, bool>>{{"file", false}, {"sub", true}}));
 }
 
+TEST(FileFind, TellsLengths) {
+    const ScratchFolder folder;
+    WriteWhole(folder.File("a"), Bytes(70000));
+    WriteWhole(folder.File("b"), {});
+    for (const auto& [name, length] : {std::pair{"a", 70000}, std::pair{"b", 0}}) {
+        CFileFind find(folder.File(name));
+        EXPECT_EQ(find.GetLength(), 0) << "there is no entry yet";
+        ASSERT_TRUE(find.FindNextFileW());
+        EXPECT_EQ(find.GetLength(), length);
+        EXPECT_FALSE(find.FindNextFileW());
+        EXPECT_EQ(find.GetLength(), 0);
+    }
+}
+
 TEST(FileFind, KnowsWhatNobodyMayWrite) {
     const ScratchFolder folder;
     WriteWhole(folder.File("f"), {});

@@ -34,6 +34,8 @@ public:
     /// Whether the entry has any of the attributes in `mask`.
     bool MatchesMask(std::uint32_t mask) const noexcept;
     std::uint32_t GetAttributes() const noexcept;
+    /// In bytes; -1 where the system does not tell. Of a file that is being written it may be an older one.
+    std::int64_t GetLength() const noexcept;
     ZString GetFileName() const;
     /// The pattern's folder and the entry's name.
     ZString GetFilePath() const;
