@@ -472,7 +472,8 @@ inline void TakeCancelled(Subject& target, const FlatPicture& whole) {
             Demand(found.opaque[i] == former.opaque[i] || found.opaque[i] == whole.opaque[i], "the mask");
     expected.opaque = found.opaque;
     Demand(AreAlike(found, expected), "what is left");
-    if (lines > 0) target.TilesChanged();
+    const bool isChanged = !AreAlike(found, former);
+    if (isChanged || target.IsStale()) target.TilesChanged();  // lines may have been written as they were
     target.held.picture.flat = std::move(expected);
 }
 
@@ -638,11 +639,20 @@ inline void CreateCopy(const Actors& with) {
     if (target.Level() != nullptr) return Refuses("a level as a copy", [&] { return create(nullptr); });
     if (IsFromItself(with, source)) {
         if (source.isReduction) return Refuses("a copy of its own reduction", [&] { return create(nullptr); });
-        return Demand(create(nullptr), "a copy of itself is there already");
+        Demand(create(nullptr), "a copy of itself is there already");
+        if (target.Reduced() != nullptr) target.held.stale = true;  // as by every creation
+        return;
     }
     ModelPicture made = *source.model;
     if (!target.IsInMemory()) made.tileWidth = made.tileHeight = 512;
     CreateFrom(with, source, std::move(made), Outcome::gaveFalse, create);
+}
+
+/// Reductions in memory become stale by a creation that fails, too.
+template <class Create>
+void RefuseItself(Subject& target, const Create& create) {
+    Refuses("a creation from itself", create);
+    if (target.Reduced() != nullptr) target.held.stale = true;
 }
 
 inline void CreateInFormat(const Actors& with) {
@@ -657,7 +667,7 @@ inline void CreateInFormat(const Actors& with) {
         if (target.Cached() != nullptr) return target.Cached()->Create(format, *source.bitmap, progress);
         return target.File()->Create(target.name, format, *source.bitmap, progress);
     };
-    if (IsFromItself(with, source)) return Refuses("a conversion of itself", [&] { return create(nullptr); });
+    if (IsFromItself(with, source)) return RefuseItself(target, [&] { return create(nullptr); });
     const bool isCopy = format == source.model->flat.format;
     ModelPicture made = InFormat(*source.model, format, target.GetFamily());
     if (!target.IsInMemory()) made.tileWidth = made.tileHeight = 512;
@@ -688,7 +698,7 @@ inline void CreateAtSize(const Actors& with) {
         return static_cast<zbm::ZFileBitmap&>(*target.bitmap)
             .Create(target.name, width, height, *source.bitmap, part, how, progress);
     };
-    if (IsFromItself(with, source)) return Refuses("a resized copy of itself", [&] { return create(nullptr); });
+    if (IsFromItself(with, source)) return RefuseItself(target, [&] { return create(nullptr); });
     ModelPicture made = AtSize(*source.model, part, width, height, method, target.GetFamily());
     if (target.Level() == nullptr) return CreateFrom(with, source, std::move(made), Outcome::aborted, create);
     target.BecomeNewLevel(with.dice.Below(100));

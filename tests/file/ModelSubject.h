@@ -62,6 +62,14 @@ public:
     }
 };
 
+/// Whether reductions are known to be old, which the classes keep to themselves.
+struct Staleness : zbm::ZMemBitmap {
+    static bool Of(const zbm::ZMemBitmap& bitmap) { return bitmap.*(&Staleness::needsRebuild); }
+};
+struct StalenessInFile : zbm::ZScanRectFileBitmap {
+    static bool Of(const zbm::ZScanRectFileBitmap& bitmap) { return bitmap.*(&StalenessInFile::reductionsStale); }
+};
+
 /// A picture, and reductions of it or of one before it.
 struct Held {
     ModelPicture picture;
@@ -86,6 +94,10 @@ public:
     bool HasPicture() const { return state == State::picture; }
     Family GetFamily() const { return IsInMemory() ? Family::inMemory : Family::inFile; }
     bool KeepsReductions() const { return Reduced() != nullptr || File() != nullptr; }
+
+    bool IsStale() const {
+        return File() != nullptr ? StalenessInFile::Of(*File()) : Reduced() != nullptr && Staleness::Of(*Reduced());
+    }
 
     zbm::ZBasicMemBitmap* Memory() const { return dynamic_cast<zbm::ZBasicMemBitmap*>(bitmap.get()); }
     zbm::ZMemBitmap* Reduced() const { return dynamic_cast<zbm::ZMemBitmap*>(bitmap.get()); }
@@ -189,9 +201,10 @@ private:
         if (Level() != nullptr) return;
         if (!KeepsReductions()) return Demand(bitmap->GetPtrToPOTReduction(1) == nullptr, who + " has no reductions");
         Demand(bitmap->GetPtrToPOTReduction(0) == bitmap.get(), who + " is its own level 0");
+        if (!held.levelsKnown) return;
+        Demand(IsStale() == held.stale, who + (held.stale ? " is to be reduced anew" : " has current reductions"));
         const bool isItsOwn = std::min(bitmap->GetPixelWidth(), bitmap->GetPixelHeight()) < 16;
         if (isItsOwn) return Demand(bitmap->GetPtrToPOTReduction(3) == bitmap.get(), who + " is its own level 3");
-        if (!held.levelsKnown) return;
         for (std::size_t i = 0; i < held.levels.size(); ++i) {
             const zbm::ZBitmap* level = bitmap->GetPtrToPOTReduction(static_cast<unsigned>(i) + 1);
             const std::string which = who + ", level " + std::to_string(i + 1);
