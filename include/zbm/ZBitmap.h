@@ -40,16 +40,21 @@ class SerializeIO;
 /// and bottom exclusive. Broken preconditions raise internal errors of source file "zbmbitmap". One thread at a time.
 ///
 /// Long operations report to an shr::IProgress, which may be null, and end early when its SetProgress throws
-/// shr::AbortException. How that arrives at the caller:
+/// shr::AbortException. How that arrives at the caller, of bitmaps in memory and of those in files:
 ///
-/// | operation                                    | arrives as          | what is left                   |
-/// |----------------------------------------------|---------------------|--------------------------------|
-/// | Serialize, storing                           | false               | the bitmap; part of an archive |
-/// | Serialize, loading                           | false               | a bitmap of 1 x 1              |
-/// | Create from a bitmap, in its own format      | false               | an empty bitmap                |
-/// | Create in another format or at another size  | shr::AbortException | an empty bitmap                |
-/// | FilterScanLines, RunFilters, all adjustments | shr::AbortException | the lines written until then   |
-/// | CommitAll                                    | shr::AbortException | the pixels, without reductions |
+/// | operation                                    | arrives as     | left in memory                 | left in a file  |
+/// |----------------------------------------------|----------------|--------------------------------|-----------------|
+/// | Serialize, storing                           | false          | the bitmap; part of an archive | the same        |
+/// | Serialize, loading                           | false          | a bitmap of 1 x 1              | see (1)         |
+/// | Create with zeros or from a DIB              | false          | (cannot be cancelled)          | closed, no file |
+/// | Create from a bitmap, in its own format      | false          | an empty bitmap                | closed, no file |
+/// | Create in another format or at another size  | AbortException | an empty bitmap                | closed, no file |
+/// | FilterScanLines, RunFilters, all adjustments | AbortException | the lines written until then   | whole tile rows |
+/// | CommitAll                                    | AbortException | the pixels, without reductions | see (2)         |
+///
+/// (1) A ZCachedBitmap of 1 x 1; any other is closed, with one pixel in its file, or the picture if only reductions
+/// were still to come. (2) The pixels; reductions that were being built are dropped, and those that were being
+/// refreshed stay, known to be stale.
 ///
 /// An indexed picture keeps its old colours until its last line is written, so lines written until then have wrong
 /// ones. A host's own bitmap class may answer false where these raise; what is built upon it hands that on. So a caller

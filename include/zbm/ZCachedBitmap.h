@@ -71,6 +71,7 @@ private:
     void CloseForDeletion(const ZString& temporary);
     template <class CreateNamed>
     bool CreateAnew(const CreateNamed& create);
+    void BecomeStaleWithoutReductions() noexcept;
     void BecomeOnePixel();
     void OpenAgain(const ZString& name, bool readOnlyFile, bool stale) noexcept;
 };

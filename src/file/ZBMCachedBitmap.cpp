@@ -65,6 +65,11 @@ void ZCachedBitmap::Open(const ZString& name, bool readOnlyFile) {
     ZScanRectFileBitmap::Open(ZString(opened), readOnlyFile);
     currentTempFilename = std::move(opened);
     tempFileIsForeign = readOnlyFile;
+    BecomeStaleWithoutReductions();
+}
+
+/// A file without reductions does not tell whether they are to be built.
+void ZCachedBitmap::BecomeStaleWithoutReductions() noexcept {
     if (reductions.empty()) reductionsStale = true;
 }
 
@@ -148,7 +153,11 @@ void ZCachedBitmap::ChangeFrom(ZCachedBitmap& other) {
     other.currentTempFilename.clear();
     tempFileIsForeign = other.tempFileIsForeign;
     keepTempFile = other.keepTempFile;
-    reductionsStale = wasStale;
+    // Of a bitmap that was closed, its file tells.
+    if (wasOpen)
+        reductionsStale = wasStale;
+    else
+        BecomeStaleWithoutReductions();
 
     // Under a new name of its own: a fixed one is that of the file just taken over.
     std::wstring noName;

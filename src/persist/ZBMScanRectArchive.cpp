@@ -40,7 +40,9 @@ void ZScanRect::Store(SerializeIO& io) const {
 bool ZScanRect::Load(SerializeIO& io, const Place* place) {
     if (io.ReadObjVersion() != 1) return false;
     const int newWidth = ReadI32(io), newHeight = ReadI32(io);
-    const auto newFormat = static_cast<shr::ColorFormat>(ReadI32(io));
+    const std::int32_t statedFormat = ReadI32(io);
+    require(!IsOutOfStep(statedFormat), ScanRectCheck::recordClass);
+    const auto newFormat = static_cast<shr::ColorFormat>(statedFormat);
     require(newHeight >= 1 && newWidth >= 1, ScanRectCheck::size);
     require(shr::IsColorFormat(newFormat), ScanRectCheck::formatRange);
     require(place == nullptr || *place == Place{newWidth, newHeight, newFormat}, ScanRectCheck::recordPlace);

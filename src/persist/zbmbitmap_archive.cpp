@@ -39,7 +39,9 @@ void ZBitmap::LoadFormatValues(SerializeIO& io, ISerializeLegacyGCS* legacy, Unp
                                const ZBitmap* described) {
     shr::ScopeExit leaveEmpty([this] { Free(); });
     const int height = ReadI32(io), width = ReadI32(io);
-    const auto format = static_cast<shr::ColorFormat>(ReadI32(io));
+    const std::int32_t statedFormat = ReadI32(io);
+    require(!IsOutOfStep(statedFormat), BitmapCheck::archivedClass);
+    const auto format = static_cast<shr::ColorFormat>(statedFormat);
     const int tileHeight = ReadI32(io), tileWidth = ReadI32(io);
     if (legacy != nullptr) legacy->SerializeGCS(io.GetInterface());
 

@@ -1,6 +1,7 @@
 // Fields stand where applications that were compiled before expect them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <vector>
@@ -8,6 +9,8 @@
 #include "core/OpenBitmaps.h"
 #include "shr/Archive.h"
 #include "zbm/SerializeIO.h"
+#include "zbm/ZCachedBitmap.h"
+#include "zbm/ZPOTCFileBitmap.h"
 
 namespace {
 
@@ -107,6 +110,35 @@ TEST(BinaryLayout, OfABitmapWithReductions) {
     EXPECT_EQ(Distance(bitmap, &open.needsRebuild), static_cast<std::ptrdiff_t>(sizeof(zbm::ZBasicMemBitmap)));
     EXPECT_EQ(Distance(bitmap, &open.reductions),
               static_cast<std::ptrdiff_t>(sizeof(zbm::ZBasicMemBitmap) + sizeof(void*)));
+}
+
+/// Opens the fields of bitmaps in files.
+struct FieldsInFile : zbm::ZScanRectFileBitmap {
+    FieldsInFile() : ZScanRectFileBitmap(L"", L"", false) {}
+
+    /// From the object's beginning, one behind the other.
+    std::vector<std::ptrdiff_t> OfAnyFile() const {
+        return {Distance(this, &fileOpen), Distance(this, &fileName), Distance(this, &readOnly),
+                Distance(this, &filterState), Distance(this, &outputRowState)};
+    }
+    std::vector<std::ptrdiff_t> OfItsOwn() const {
+        return {
+            Distance(this, &tempDir),           Distance(this, &tempFile),      Distance(this, &currentTempFilename),
+            Distance(this, &keepTempFile),      Distance(this, &file),          Distance(this, &version),
+            Distance(this, &infoTablePosition), Distance(this, &fileInfoTable), Distance(this, &store),
+            Distance(this, &reductionsStale),   Distance(this, &reductions)};
+    }
+};
+
+TEST(BinaryLayout, OfABitmapInAFile) {
+    const FieldsInFile bitmap;
+    const std::vector<std::ptrdiff_t> base = bitmap.OfAnyFile(), own = bitmap.OfItsOwn();
+    EXPECT_EQ(base.front(), static_cast<std::ptrdiff_t>(sizeof(zbm::ZBitmap)));
+    EXPECT_TRUE(std::is_sorted(base.begin(), base.end()));
+    EXPECT_EQ(own.front(), static_cast<std::ptrdiff_t>(sizeof(zbm::ZFileBitmap)));
+    EXPECT_TRUE(std::is_sorted(own.begin(), own.end()));
+    EXPECT_GT(own.front(), base.back());
+    EXPECT_EQ(sizeof(zbm::ZCachedBitmap), sizeof(zbm::ZScanRectFileBitmap)) << "it adds nothing";
 }
 
 TEST(BinaryLayout, OfAStream) {

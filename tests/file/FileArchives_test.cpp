@@ -544,24 +544,44 @@ TEST_F(FileArchive, WhosePartsDoNotAgreeIsRefusedAndLeavesNoFile) {
     refuses(colors);
 }
 
-TEST_F(FileArchive, OfAnotherClassIsRefused) {
-    ZBasicMemBitmap plain = FormulaBitmap(70, 60, shr::BGR_24, 30, 25);
-    zbm::ZMemBitmap reduced(1, 1, shr::BGR_24);
-    ASSERT_TRUE(reduced.Create(plain, nullptr));
-    ASSERT_TRUE(reduced.CommitAll(nullptr));
-    for (const Bytes& bytes : {Stored(plain), Stored(reduced, true), Stored(reduced, false)}) {
-        const auto bitmap = Target();
+// Sizes that read as a version where a record of another class goes on are among them.
+TEST_F(FileArchive, OfAnotherClassIsRefusedWhateverThePicturesSize) {
+    const auto refuses = [](zbm::ZBitmap& bitmap, const Bytes& bytes) {
         PlainArchive archive(bytes);
         SerializeIO io(archive, false);
         try {
-            (void)bitmap->Serialize(io, nullptr, nullptr);
-            ADD_FAILURE() << "is loaded";
+            (void)bitmap.Serialize(io, nullptr, nullptr);
+            return testing::AssertionFailure() << "is loaded";
         } catch (const shr::InternalError& error) {
-            ADD_FAILURE() << Describe(error);
-        } catch (const shr::Exception& error) { EXPECT_EQ(error.GetMessageText(), kReadArchiveText); }
+            return testing::AssertionFailure() << Describe(error);
+        } catch (const shr::Exception& error) {
+            return testing::AssertionResult(error.GetMessageText() == kReadArchiveText) << Describe(error);
+        }
+    };
+    struct Size {
+        int width, height, tileSide;
+    };
+    for (const Size size : {Size{70, 60, 25},
+                            {70, 1, 25},
+                            {40000, 1, 512},
+                            {1, 70, 25},
+                            {1, 1, 512},
+                            {1, 65537, 40000},
+                            {1, 40000, 512}}) {
+        SCOPED_TRACE(std::to_string(size.width) + " x " + std::to_string(size.height));
+        ZBasicMemBitmap plain = FormulaBitmap(size.width, size.height, shr::BGR_24, size.tileSide, size.tileSide);
+        zbm::ZMemBitmap reduced(1, 1, shr::BGR_24);
+        ASSERT_TRUE(reduced.Create(plain, nullptr));
+        ASSERT_TRUE(reduced.CommitAll(nullptr));
+        const Bytes ofPlain = Stored(plain), ofReduced = Stored(reduced, true), ofFile = Stored(*OnFile(name, plain));
+        EXPECT_TRUE(refuses(*Target(), ofPlain));
+        EXPECT_TRUE(refuses(*Target(), ofReduced));
+        EXPECT_TRUE(refuses(*Target(), Stored(reduced, false)));
+        EXPECT_TRUE(refuses(plain, ofFile));
+        EXPECT_TRUE(refuses(plain, ofReduced));
+        EXPECT_TRUE(refuses(reduced, ofFile));
+        EXPECT_TRUE(refuses(reduced, ofPlain));
     }
-    const auto onFile = OnFile(name, plain);
-    EXPECT_TRUE(RaisesReadArchive([&] { Load(reduced, Stored(*onFile)); }, ScanRectCheck::recordVersion));
 }
 
 TEST_F(FileArchive, GivesTheLegacySerializerToTheFormatInformationAndToEachStore) {

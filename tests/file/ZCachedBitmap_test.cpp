@@ -421,6 +421,26 @@ TEST_F(Cached, TakesOverWhetherReductionsAreStale) {
     }
 }
 
+TEST_F(Cached, TakesOverFromAClosedBitmapWhatItsFileTellsOfReductions) {
+    OpenCached from, to;
+    ASSERT_TRUE(from.Create(picture, nullptr));
+    ASSERT_TRUE(from.CommitAll(nullptr));
+    for (const bool change : {false, true}) {
+        if (change) SetAndCommit(from, 0, 0, 7);
+        from.Close();
+        to.ChangeFrom(from);
+        EXPECT_EQ(to.reductions.size(), 1u);
+        EXPECT_EQ(to.reductionsStale, change);
+        from.ChangeFrom(to);
+    }
+    OpenCached without, third;
+    ASSERT_TRUE(without.Create(picture, nullptr));
+    without.Close();
+    third.ChangeFrom(without);
+    ASSERT_TRUE(third.CommitAll(nullptr));
+    EXPECT_EQ(third.reductions.size(), 1u) << "they were never built";
+}
+
 TEST_F(Cached, TakesOverFolderNameAndWhetherFilesAreKept) {
     for (const bool keep : {false, true}) {
         OpenCached from(folder, L"", keep), to(L"", L"", !keep);

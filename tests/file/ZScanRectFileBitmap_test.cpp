@@ -455,7 +455,67 @@ TEST_F(FileBitmap, JustCreatedMustHaveOneLevel) {
         ScanRectFileBitmapCheck::resizedLevelCount);
 }
 
+/// Gives a bitmap so many levels at its first report.
+class GivesLevels : public TestProgress {
+public:
+    GivesLevels(OpenFileBitmap& given, std::uint32_t newCount) : bitmap(given), count(newCount) {}
+    void SetProgress(double fraction) override {
+        TestProgress::SetProgress(fraction);
+        bitmap.fileInfoTable.levelCount = count;
+    }
+
+private:
+    OpenFileBitmap& bitmap;
+    const std::uint32_t count;
+};
+
+TEST_F(FileBitmap, JustCreatedOfZerosMustHaveOneLevel) {
+    OpenFileBitmap bitmap;
+    GivesLevels progress(bitmap, 2);
+    EXPECT_TRUE(RaisesInternalError([&] { (void)bitmap.Create(name, 5, 5, shr::BGR_24, &progress); },
+                                    ScanRectFileBitmapCheck::createdLevelCount));
+    EXPECT_TRUE(IsClosed(bitmap));
+    EXPECT_FALSE(shr::PathExists(name));
+}
+
+TEST_F(FileBitmap, HasNoMoreThan32Levels) {
+    OpenFileBitmap bitmap;
+    bitmap.CreateEmpty(name, 200, 200, shr::BGR_24);
+    GivesLevels progress(bitmap, 31);
+    EXPECT_TRUE(RaisesInternalError([&] { (void)bitmap.CommitAll(&progress); }, ScanRectFileBitmapCheck::mostLevels));
+    EXPECT_TRUE(bitmap.reductions.empty());
+    ASSERT_TRUE(bitmap.CommitAll(nullptr)) << "and can be reduced";
+    EXPECT_EQ(bitmap.reductions.size(), 3u);
+}
+
 // ---- Creations that do not come to their end.
+
+/// Fails as no library does when it is closed.
+class FailsToClose : public OpenFileBitmap {
+public:
+    void Close() override {
+        if (fails) throw std::runtime_error("the host's own");
+        OpenFileBitmap::Close();
+    }
+    bool fails = false;
+};
+
+TEST_F(FileBitmap, CleanedUpIsClosedWhateverTheFileSaysButNotWhateverItsClassSays) {
+    OpenFileBitmap bitmap;
+    bitmap.CreateEmpty(name, 5, 5, shr::BGR_24);
+    {
+        const FailingCall writing(1, FileCall::write);
+        EXPECT_NO_THROW(bitmap.CleanUp());
+    }
+    EXPECT_TRUE(IsClosed(bitmap));
+    FailsToClose own;
+    own.CreateEmpty(name, 5, 5, shr::BGR_24);
+    own.fails = true;
+    EXPECT_THROW(own.CleanUp(), std::runtime_error);
+    own.fails = false;
+    own.CleanUp();
+    EXPECT_TRUE(IsClosed(own));
+}
 
 TEST_F(FileBitmap, ThatIsCancelledWhileItIsMadeLeavesNoFile) {
     ZBasicMemBitmap source = FormulaBitmap(1030, 210, shr::BGR_24, 64, 50);

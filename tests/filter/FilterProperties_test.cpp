@@ -2,17 +2,10 @@
 // what the filter makes of the whole picture at one go. Bitmaps are made at random; a failure tells the seed.
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "filter/FlatPicture.h"
+#include "filter/RandomChange.h"
 #include "filter/RandomPicture.h"
 #include "support_code/FormulaPicture.h"
-#include "zpixf/ZPixfAdjust.h"
-#include "zpixf/ZPixfConvolution.h"
-#include "zpixf/ZPixfDither.h"
-#include "zpixf/ZPixfMedian.h"
-#include "zpixf/ZPixfNull.h"
-#include "zpixf/ZPixfResize.h"
 
 namespace {
 
@@ -22,123 +15,15 @@ using testkit::FlatPicture;
 using testkit::Flattened;
 using testkit::Holds;
 using testkit::Layout;
+using testkit::MakeResizing;
 using zbm::ZBasicMemBitmap;
-
-/// A change of a bitmap in place, and the filter that it stands for.
-struct Change {
-    std::function<bool(ZBasicMemBitmap& bitmap)> apply;
-    std::unique_ptr<zpixf::ZPixFilterBase> filter;
-};
-
-/// -1.00 to 1.00, but not the amount that changes nothing.
-double RandomAmount(Dice& dice, double neutral) {
-    const double amount = dice.Between(-100, 100) / 100.0;
-    return amount == neutral ? 0.37 : amount;
-}
-
-template <class Filter>
-using Setter = void (Filter::*)(double);
-
-template <class Filter, Setter<Filter> kSet, bool (zbm::ZBitmap::*kApply)(double, shr::IProgress*)>
-Change MakeByAmount(Dice& dice) {
-    const double amount = RandomAmount(dice, std::is_same_v<Filter, zpixf::ZPixfSaturation> ? 1 : 0);
-    auto filter = std::make_unique<Filter>();
-    (filter.get()->*kSet)(amount);
-    return {[amount](auto& bitmap) { return (bitmap.*kApply)(amount, nullptr); }, std::move(filter)};
-}
-
-Change MakeGray(Dice&) {
-    return {[](auto& bitmap) { return bitmap.ConvertToGrayScale(nullptr); },
-            std::make_unique<zpixf::ZPixfDesaturate>()};
-}
-
-std::vector<double> RandomKernel(Dice& dice, std::size_t size) {
-    std::vector<double> kernel(size);
-    const double unit = dice.OneIn(2) ? 1 : 0.3;
-    for (double& coefficient : kernel) coefficient = unit * dice.Between(-4, 6);
-    return kernel;
-}
-
-template <class Filter, std::size_t kSize, bool (zbm::ZBitmap::*kApply)(double* const, double, double, shr::IProgress*)>
-Change MakeByKernel(Dice& dice) {
-    auto kernel = RandomKernel(dice, kSize);
-    const double divisor = dice.Between(0, 20), bias = dice.Between(-100, 100);
-    auto filter = std::make_unique<Filter>();
-    filter->SetUserConvolution(kernel.data(), divisor, bias);
-    return {[=](auto& bitmap) mutable { return (bitmap.*kApply)(kernel.data(), divisor, bias, nullptr); },
-            std::move(filter)};
-}
-
-template <class Filter, class Mode, bool (zbm::ZBitmap::*kApply)(Mode, shr::IProgress*)>
-Change MakeByMode(Dice& dice) {
-    const auto mode = static_cast<Mode>(dice.Between(2, 8));
-    auto filter = std::make_unique<Filter>();
-    filter->SetConvolution(mode);
-    return {[mode](auto& bitmap) { return (bitmap.*kApply)(mode, nullptr); }, std::move(filter)};
-}
-
-Change MakeMedian(Dice& dice) {
-    constexpr unsigned kSpans[] = {1, 2, 3, 5, 7, 15, 64, 255};
-    const unsigned span = kSpans[dice.Below(dice.OneIn(4) ? 8 : 6)];
-    auto filter = std::make_unique<zpixf::ZPixfMedian>();
-    filter->SetSpan(span);
-    return {[span](auto& bitmap) { return bitmap.MedianFilter(span, nullptr); }, std::move(filter)};
-}
-
-template <class Filter, zbm::QuantMethod kMethod>
-Change MakeQuantize(Dice& dice) {
-    const int colors = dice.OneIn(3) ? 256 : dice.Between(1, 20);
-    auto filter = std::make_unique<Filter>();
-    filter->SetDesiredColors(static_cast<unsigned>(colors));
-    return {[colors](auto& bitmap) {
-                std::vector<RGBQUAD> palette;
-                return bitmap.QuantizeColors(kMethod, colors, palette, nullptr) && !palette.empty();
-            },
-            std::move(filter)};
-}
-
-/// For filters that no adjustment runs in place.
-template <class Filter>
-Change MakeOf(Dice&) {
-    return {[](auto& bitmap) {
-                Filter filter;
-                return bitmap.FilterScanLines(filter, nullptr);
-            },
-            std::make_unique<Filter>()};
-}
-
-struct Kind {
-    const char* name;
-    Change (*make)(Dice& dice);
-};
-
 using zbm::ZBitmap;
-using namespace zpixf;  // its filters, by the dozen
-constexpr Kind kKinds[] = {
-    {"Brightness", &MakeByAmount<ZPixfBrightness, &ZPixfBrightness::SetBrightness, &ZBitmap::ChangeBrightness>},
-    {"Contrast", &MakeByAmount<ZPixfContrast, &ZPixfContrast::SetContrast, &ZBitmap::ChangeContrast>},
-    {"Saturation", &MakeByAmount<ZPixfSaturation, &ZPixfSaturation::SetSaturation, &ZBitmap::ChangeSaturation>},
-    {"GrayScale", &MakeGray},
-    {"Kernel3x3", &MakeByKernel<ZPixfConvolution3, 9, &ZBitmap::Convolute3x3>},
-    {"Mode3x3", &MakeByMode<ZPixfConvolution3, ZPixf3x3Mode, &ZBitmap::Convolute3x3>},
-    {"Kernel5x5", &MakeByKernel<ZPixfConvolution5, 25, &ZBitmap::Convolute5x5>},
-    {"Mode5x5", &MakeByMode<ZPixfConvolution5, ZPixf5x5Mode, &ZBitmap::Convolute5x5>},
-    {"Median", &MakeMedian},
-    {"Sharpen", &MakeByAmount<ZPixfConvolution3, &ZPixfConvolution3::SetSharpeningConvolution, &ZBitmap::Sharpen>},
-    {"QuantizeMedian5", &MakeQuantize<ZPixfQuantizeMedian5, zbm::QuantMedian5>},
-    {"QuantizeMedian8", &MakeQuantize<ZPixfQuantizeMedian8, zbm::QuantMedian8>},
-    {"QuantizePopularity", &MakeQuantize<ZPixfQuantizePopularity, zbm::QuantPopularity>},
-    {"DitherOrdered", &MakeOf<ZPixfDitherOrdered>},
-    {"DitherDiffuse", &MakeOf<ZPixfDitherDiffuse>},
-    {"Null", &MakeOf<ZPixfNull>},
-    {"Nearest", &MakeOf<ZPixfResize>},
-    {"Bilinear", &MakeOf<ZPixfResizeBilinear>},
-    {"Bicubic", &MakeOf<ZPixfResizeBicubic>},
-};
+using zpixf::ZPixfNull;
+using zpixf::ZPixfResizeBilinear;
 
 class FilterProperties : public testing::TestWithParam<std::size_t> {};
-INSTANTIATE_TEST_SUITE_P(Kinds, FilterProperties, testing::Range(std::size_t{0}, std::size(kKinds)),
-                         [](const auto& test) { return std::string(kKinds[test.param].name); });
+INSTANTIATE_TEST_SUITE_P(Kinds, FilterProperties, testing::Range(std::size_t{0}, std::size(testkit::kChanges)),
+                         [](const auto& test) { return std::string(testkit::kChanges[test.param].name); });
 
 TEST_P(FilterProperties, InPlaceTheResultIsThatOfTheWholePictureAtOneGo) {
     for (unsigned i = 1; i <= 60; ++i) {
@@ -147,12 +32,12 @@ TEST_P(FilterProperties, InPlaceTheResultIsThatOfTheWholePictureAtOneGo) {
         const Layout layout = testkit::RandomLayout(dice);
         SCOPED_TRACE("seed " + std::to_string(seed) + ": " + layout.Describe());
         const auto bitmap = testkit::RandomBitmap(dice, layout);
-        const Change change = kKinds[GetParam()].make(dice);
+        const testkit::Change change = testkit::kChanges[GetParam()].make(dice);
         // Twice, since the second time begins with what the first has left behind.
         for (int time = 0; time < 2; ++time) {
             const FlatPicture before = Flattened(*bitmap);
             const FlatPicture expected = FilteredWhole(*change.filter, before, before);
-            ASSERT_TRUE(change.apply(*bitmap));
+            ASSERT_TRUE(change.apply(*bitmap, nullptr));
             ASSERT_TRUE(Holds(*bitmap, expected));
         }
     }
@@ -210,14 +95,6 @@ RECT RandomPart(Dice& dice, const Layout& layout) {
     const int left = dice.Below(layout.width), top = dice.Below(layout.height);
     return {left, top, dice.OneIn(3) ? left + 1 : dice.Between(left + 1, layout.width),
             dice.OneIn(3) ? top + 1 : dice.Between(top + 1, layout.height)};
-}
-
-std::unique_ptr<ZPixFilterBase> MakeResizing(int method) {
-    if (method == zbm::ResizePlain) return std::make_unique<ZPixfResize>();
-    if (method == zbm::ResizeBilinear) return std::make_unique<ZPixfResizeBilinear>();
-    auto filter = std::make_unique<ZPixfResizeBicubic>();
-    filter->SetMode(method - zbm::ResizeBicubic0);
-    return filter;
 }
 
 TEST(CreationProperties, AnotherSizeIsThatOfTheWholePartAtOneGo) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "convert/ZBMColorFormat.h"
+#include "core/LockedTile.h"
 #include "support_code/Pixels.h"
 #include "zbm/CPixFilterPipeline.h"
 #include "zpixf/ZPixfQuantize.h"
@@ -34,14 +35,26 @@ struct FlatPicture {
     unsigned numColors = 0;
 };
 
-/// The part of a bitmap, pixel by pixel.
+/// The part of a bitmap, pixel by pixel; each tile is locked once.
 inline FlatPicture Flattened(const zbm::ZBitmap& bitmap, const RECT& part) {
     const int left = static_cast<int>(part.left), top = static_cast<int>(part.top);
     FlatPicture flat(static_cast<int>(part.right) - left, static_cast<int>(part.bottom) - top, bitmap.GetColorFormat());
-    for (int y = 0; y < flat.height; ++y)
-        for (int x = 0; x < flat.width; ++x) {
-            SetPixelAt(flat.Row(y), x, flat.format, GetPixel(bitmap, left + x, top + y));
-            if (HasMask(flat.format)) flat.opaque.push_back(GetMask(bitmap, left + x, top + y));
+    if (HasMask(flat.format)) flat.opaque.resize(flat.Index(0, flat.height));
+    for (int row = 0; row < bitmap.GetNumScanRectRows(); ++row)
+        for (int col = 0; col < bitmap.GetNumScanRects(row); ++col) {
+            const RECT box = bitmap.GetScanRectBBox(row, col);
+            RECT common;
+            if (!IntersectRect(&common, &box, &part)) continue;
+            const zbm::LockedTile tile(bitmap, row, col);
+            for (LONG y = common.top; y < common.bottom; ++y)
+                for (LONG x = common.left; x < common.right; ++x) {
+                    const int tileX = static_cast<int>(x - box.left), tileY = static_cast<int>(y - box.top);
+                    const int flatX = static_cast<int>(x) - left, flatY = static_cast<int>(y) - top;
+                    SetPixelAt(flat.Row(flatY), flatX, flat.format,
+                               PixelAt(tile->GetRowPtr(tileY), tileX, flat.format));
+                    if (HasMask(flat.format))
+                        flat.opaque[flat.Index(flatX, flatY)] = MaskAt(tile->GetAlphaRowPtr(tileY), tileX);
+                }
         }
     const shr::Color4b* colors = bitmap.GetConstColorTablePtr();
     flat.colors.assign(colors, colors + 256);
@@ -124,26 +137,34 @@ FlatPicture FilteredWhole(zpixf::ZPixFilterBase& filter, const FlatPicture& sour
     return result;
 }
 
-/// Whether the bitmap has these pixels, masks and colours.
-inline testing::AssertionResult Holds(const zbm::ZBitmap& bitmap, const FlatPicture& expected) {
-    if (bitmap.GetPixelWidth() != expected.width || bitmap.GetPixelHeight() != expected.height)
-        return testing::AssertionFailure() << bitmap.GetPixelWidth() << " x " << bitmap.GetPixelHeight() << " pixels";
-    if (bitmap.GetColorFormat() != expected.format || bitmap.GetNumColorTableItems() != expected.numColors)
-        return testing::AssertionFailure() << "format " << FormatName(bitmap.GetColorFormat()) << " of "
-                                           << bitmap.GetNumColorTableItems() << " colours, not " << expected.numColors;
-    for (unsigned i = 0; i < expected.numColors; ++i)
-        if (bitmap.GetColorTableItem(i) != expected.colors[i])
-            return testing::AssertionFailure() << "colour " << i << " differs";
+/// Whether pixels, masks and colours are the same, those of the 256 that no pixel should have included.
+inline testing::AssertionResult AreAlike(const FlatPicture& picture, const FlatPicture& expected) {
+    if (picture.width != expected.width || picture.height != expected.height)
+        return testing::AssertionFailure() << picture.width << " x " << picture.height << " pixels, not "
+                                           << expected.width << " x " << expected.height;
+    if (picture.format != expected.format || picture.numColors != expected.numColors)
+        return testing::AssertionFailure()
+               << "format " << FormatName(picture.format) << " of " << picture.numColors << " colours, not "
+               << FormatName(expected.format) << " of " << expected.numColors;
+    for (std::size_t i = 0; i < 256; ++i)
+        if (picture.colors[i] != expected.colors[i]) return testing::AssertionFailure() << "colour " << i << " differs";
     for (int y = 0; y < expected.height; ++y)
         for (int x = 0; x < expected.width; ++x) {
-            const std::uint32_t pixel = GetPixel(bitmap, x, y), wanted = PixelAt(expected.Row(y), x, expected.format);
+            const std::uint32_t pixel = PixelAt(picture.Row(y), x, expected.format),
+                                wanted = PixelAt(expected.Row(y), x, expected.format);
             if (pixel != wanted)
                 return testing::AssertionFailure()
                        << "pixel (" << x << ", " << y << ") is " << std::hex << pixel << ", not " << wanted;
-            if (!expected.opaque.empty() && GetMask(bitmap, x, y) != expected.opaque[expected.Index(x, y)])
+            const std::size_t i = expected.Index(x, y);
+            if (!expected.opaque.empty() && picture.opaque[i] != expected.opaque[i])
                 return testing::AssertionFailure() << "mask bit (" << x << ", " << y << ") differs";
         }
     return testing::AssertionSuccess();
+}
+
+/// Whether the bitmap has these pixels, masks and colours.
+inline testing::AssertionResult Holds(const zbm::ZBitmap& bitmap, const FlatPicture& expected) {
+    return AreAlike(Flattened(bitmap), expected);
 }
 
 }  // namespace testkit

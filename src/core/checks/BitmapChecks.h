@@ -36,7 +36,8 @@ namespace zbm {
     CHECK(archivedColorCount, 9004, readArchive, "the archive must not state more than 256 colours")                  \
     CHECK(alphaFetchedStep, 9005, internalError, "the pixels to take alpha must have at least 1 byte")                \
     CHECK(storedFormat, 9006, writeArchive, "a bitmap that is stored must have a pixel format")                       \
-    CHECK(archivedTwice, 9007, readArchive, "the parts of an archive must tell of one layout and number of colours")
+    CHECK(archivedTwice, 9007, readArchive, "the parts of an archive must tell of one layout and number of colours")  \
+    CHECK(archivedClass, 9008, readArchive, "the archive's record must be of the bitmap's own class")
 
 ZBM_DEFINE_CHECKS(BitmapCheck, "zbmbitmap", ZBM_BITMAP_CHECKS)
 

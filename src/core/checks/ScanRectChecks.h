@@ -17,7 +17,8 @@ namespace zbm {
     CHECK(recordPlace, 9002, readArchive, "a tile's record must have the size and format of its place in the bitmap") \
     CHECK(recordBlocks, 9003, readArchive, "the pixels of a tile's record must be few enough for one block")          \
     CHECK(recordLength, 9004, readArchive,                                                                            \
-          "the first block of a large tile's record must be long enough for its pixels")
+          "the first block of a large tile's record must be long enough for its pixels")                              \
+    CHECK(recordClass, 9005, readArchive, "the record must be a tile's, not a part of another class's")
 
 ZBM_DEFINE_CHECKS(ScanRectCheck, "ZBMScanRect", ZBM_SCAN_RECT_CHECKS)
 
