@@ -25,6 +25,9 @@ namespace zbm {
 
 class ISerializeLegacyGCS;
 class SerializeIO;
+struct DrawOptions;
+struct PixelSurface;
+struct SourceArea;
 
 /// A picture as a grid of tiles: the base of every bitmap class.
 ///
@@ -163,6 +166,36 @@ public:
     /// method that is none (line 1430).
     [[nodiscard]] bool QuantizeColors(QuantMethod method, int numColors, std::vector<RGBQUAD>& palette,
                                       shr::IProgress* progress);
+
+    // Drawing into memory (zbm/Drawing.h).
+
+    /// Draws the area of the bitmap into the destination, which is in the surface's pixels, over the background; only
+    /// what is in the options' clip and on the surface. Each format comes out upright, in its colours and with its
+    /// transparency: its alpha, or the mask where it has none. False when cancelled: what was drawn stays.
+    ///
+    ///     bitmap.DrawOnPixels({memory, 4 * 800, 800, 600, SurfaceLayout::bgrx}, {0, 0, 800, 600}, {x, y, 400, 300},
+    ///                         {}, nullptr);                                                        // enlarged twice
+    ///
+    /// A pixel of the destination shows the bitmap if its middle, as it lies in the area, is inside the bitmap; else
+    /// the background alone. Enlarging and shrinking are told for each axis apart:
+    /// - nearest: the pixel in which the middle lies, floor (left + (i + 1/2) * area width / destination width);
+    /// - bilinear: between the pixels whose middles are around it; the bitmap's border is repeated, not the area's;
+    /// - average: of what it covers of the bitmap, each pixel with its share, colours weighed by alpha. Shrinking
+    /// begins
+    ///   with the smallest reduction that is current, has the size w >> k x h >> k and no fewer pixels than the
+    ///   destination has; what is finer than its pixels does not tell in a destination that does not divide them.
+    ///   A bitmap of a derived class is drawn from its own pixels.
+    ///
+    /// Transparent pixels are mixed with what is below as the exact sum, rounded to nearest. A destination that is
+    /// drawn in pieces, by clips, gets the bits that it gets as a whole, on every system and for every tile size.
+    ///
+    /// A destination without width or height and a bitmap without pixels draw nothing, or the background. Raises
+    /// internal errors for a surface without memory, with an unknown layout or rows that overlap (line 9008) and for an
+    /// area that is not finite or has no size (9009), before anything is drawn; and what locks and reads of tiles
+    /// raise: what was drawn until then stays. Reports progress after each row of tiles; tiles are read one by one, and
+    /// each one once wherever that takes less than 32 MiB.
+    [[nodiscard]] bool DrawOnPixels(const PixelSurface& surface, const RECT& destination, const SourceArea& area,
+                                    const DrawOptions& options, shr::IProgress* progress) const;
 
     static const shr::CTypeInfo* GetClassTypeId() noexcept { return &ClassTypeId; }
     static const shr::CTypeInfo ClassTypeId;

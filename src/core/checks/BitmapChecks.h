@@ -36,7 +36,10 @@ namespace zbm {
     CHECK(archivedColorCount, 9004, readArchive, "the archive must not state more than 256 colours")                  \
     CHECK(alphaFetchedStep, 9005, internalError, "the pixels to take alpha must have at least 1 byte")                \
     CHECK(storedFormat, 9006, writeArchive, "a bitmap that is stored must have a pixel format")                       \
-    CHECK(archivedTwice, 9007, readArchive, "the parts of an archive must tell of one layout and number of colours")
+    CHECK(archivedTwice, 9007, readArchive, "the parts of an archive must tell of one layout and number of colours")  \
+    CHECK(drawnSurface, 9008, internalError,                                                                          \
+          "a surface must have memory of one of the layouts, and rows that do not overlap")                           \
+    CHECK(drawnArea, 9009, internalError, "the area to draw must be finite and have a width and a height")
 
 ZBM_DEFINE_CHECKS(BitmapCheck, "zbmbitmap", ZBM_BITMAP_CHECKS)
 
