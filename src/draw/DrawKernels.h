@@ -44,6 +44,8 @@ struct DrawKernels {
     void (*average)(std::uint16_t* wide, const std::uint16_t* line, std::int32_t origin, const Tap* taps,
                     std::uint32_t unit, Sums as, std::size_t count);
     bool (*isOpaqueWide)(const std::uint16_t* wide, std::size_t count);
+    /// Opaque wide pixels, rounded to nearest.
+    void (*narrow)(std::uint8_t* surface, const std::uint16_t* wide, std::size_t count);
     /// Draws wide pixels over those of a surface: each channel is the exact sum, rounded to nearest.
     void (*drawOverBgrx)(std::uint8_t* surface, const std::uint16_t* wide, std::size_t count);
     void (*drawOverBgra)(std::uint8_t* surface, const std::uint16_t* wide, std::size_t count);

@@ -14,6 +14,7 @@ namespace zbm {
 namespace {
 
 using std::int32_t;
+using std::int64_t;
 using std::size_t;
 using std::uint16_t;
 using std::uint32_t;
@@ -40,13 +41,34 @@ void Gather(uint8_t* __restrict dst, const uint8_t* __restrict line, int32_t ori
     for (size_t i = 0; i < count; ++i) StorePixel(dst + 4 * i, LoadPixel(line + 4 * std::ptrdiff_t{index[i] - origin}));
 }
 
-void Widen(uint16_t* __restrict wide, const uint8_t* __restrict pixels, size_t count) {
+void WidenPlain(uint16_t* __restrict wide, const uint8_t* __restrict pixels, size_t count) {
     for (size_t i = 0; i < count; ++i) {
         const unsigned alpha = pixels[4 * i + 3];
         for (size_t c = 0; c < 3; ++c) wide[4 * i + c] = static_cast<uint16_t>(pixels[4 * i + c] * alpha);
         wide[4 * i + 3] = static_cast<uint16_t>(255 * alpha);
     }
 }
+
+#if defined(__AVX2__)
+
+/// Four pixels at a time: each channel times alpha, and alpha times 255.
+void Widen(uint16_t* __restrict wide, const uint8_t* __restrict pixels, size_t count) {
+    const __m256i full = _mm256_set1_epi16(255);
+    size_t i = 0;
+    for (; i + 4 <= count; i += 4) {
+        const __m256i four = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + 4 * i)));
+        const __m256i alphas = _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(four, 0xFF), 0xFF);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(wide + 4 * i),
+                            _mm256_mullo_epi16(four, _mm256_blend_epi16(alphas, full, 0x88)));
+    }
+    WidenPlain(wide + 4 * i, pixels + 4 * i, count - i);
+}
+
+#else
+
+void Widen(uint16_t* wide, const uint8_t* pixels, size_t count) { WidenPlain(wide, pixels, count); }
+
+#endif
 
 void WidenPremultiplied(uint16_t* __restrict wide, const uint8_t* __restrict pixels, size_t count) {
     for (size_t i = 0; i < 4 * count; ++i) wide[i] = static_cast<uint16_t>(255 * pixels[i]);
@@ -78,21 +100,80 @@ void Divide(uint16_t* wide, const uint32_t* sums, uint32_t reciprocal, Sums as, 
     (as == Sums::wide ? DivideAs<Sums::wide> : DivideAs<Sums::levels>)(wide, sums, reciprocal, count);
 }
 
+#if defined(__AVX2__)
+
+/// The four channels of a pixel, in 32 bits each.
+template <Sums as>
+class Channels {
+public:
+    Channels() : sums(_mm_setzero_si128()) {}
+
+    void Add(const uint16_t* pixel) { sums = _mm_add_epi32(sums, Load(pixel)); }
+    void Add(const uint16_t* pixel, uint32_t weight) { sums = _mm_add_epi32(sums, Times(Load(pixel), weight)); }
+    void Add(const Channels& other, uint32_t weight) { sums = _mm_add_epi32(sums, Times(other.sums, weight)); }
+
+    void Divide(uint16_t* wide, uint32_t reciprocal) const {
+        const __m128i factor = _mm_set1_epi32(static_cast<int>(reciprocal)), half = _mm_set1_epi64x(int64_t{1} << 31);
+        const __m128i even = _mm_add_epi64(_mm_mul_epu32(sums, factor), half);
+        const __m128i odd = _mm_add_epi64(_mm_mul_epu32(_mm_srli_epi64(sums, 32), factor), half);
+        __m128i quotients = _mm_blend_epi32(_mm_srli_epi64(even, 32), odd, 0xA);
+        if constexpr (as == Sums::levels) quotients = _mm_mullo_epi32(quotients, _mm_set1_epi32(255));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(wide), _mm_packus_epi32(quotients, quotients));
+    }
+
+private:
+    static __m128i Load(const uint16_t* pixel) {
+        const __m128i channels = _mm_cvtepu16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(pixel)));
+        if constexpr (as == Sums::wide) return channels;
+        const __m128i rounded = _mm_add_epi32(channels, _mm_set1_epi32(127));
+        return _mm_srli_epi32(_mm_mullo_epi32(rounded, _mm_set1_epi32(0x8081)), 23);
+    }
+    static __m128i Times(__m128i channels, uint32_t weight) {
+        return _mm_mullo_epi32(channels, _mm_set1_epi32(static_cast<int>(weight)));
+    }
+
+    __m128i sums;
+};
+
+#else
+
+/// The four channels of a pixel, in 32 bits each.
+template <Sums as>
+class Channels {
+public:
+    void Add(const uint16_t* pixel) { Add(pixel, 1); }
+    void Add(const uint16_t* pixel, uint32_t weight) {
+        for (size_t c = 0; c < 4; ++c) sums[c] += Summand<as>(pixel[c]) * weight;
+    }
+    void Add(const Channels& other, uint32_t weight) {
+        for (size_t c = 0; c < 4; ++c) sums[c] += other.sums[c] * weight;
+    }
+    void Divide(uint16_t* wide, uint32_t reciprocal) const {
+        for (size_t c = 0; c < 4; ++c) wide[c] = Quotient<as>(sums[c], reciprocal);
+    }
+
+private:
+    uint32_t sums[4] = {};
+};
+
+#endif
+
 template <Sums as>
 void AverageAs(uint16_t* __restrict wide, const uint16_t* __restrict line, int32_t origin, const Tap* taps,
                uint32_t unit, size_t count) {
-    for (size_t i = 0; i < count; ++i, wide += 4) {
+    for (size_t i = 0; i < count; ++i) {
         const Tap& tap = taps[i];
-        const uint16_t* pixel = line + 4 * static_cast<std::ptrdiff_t>(tap.first - origin);
-        uint32_t sums[4], between[4] = {};
-        for (size_t c = 0; c < 4; ++c) sums[c] = Summand<as>(pixel[c]) * tap.firstWeight;
-        if (tap.count > 1) {
-            const uint16_t* const last = pixel + 4 * static_cast<std::ptrdiff_t>(tap.count - 1);
-            for (pixel += 4; pixel != last; pixel += 4)
-                for (size_t c = 0; c < 4; ++c) between[c] += Summand<as>(pixel[c]);
-            for (size_t c = 0; c < 4; ++c) sums[c] += between[c] * unit + Summand<as>(last[c]) * tap.lastWeight;
+        const uint16_t* const first = line + 4 * static_cast<std::ptrdiff_t>(tap.first - origin);
+        const uint16_t* const last = first + 4 * static_cast<std::ptrdiff_t>(tap.count - 1);
+        Channels<as> sums;
+        sums.Add(first, tap.firstWeight);
+        if (tap.count > 1) sums.Add(last, tap.lastWeight);
+        if (tap.count > 2) {
+            Channels<as> between;
+            for (const uint16_t* pixel = first + 4; pixel != last; pixel += 4) between.Add(pixel);
+            sums.Add(between, unit);
         }
-        for (size_t c = 0; c < 4; ++c) wide[c] = Quotient<as>(sums[c], tap.reciprocal);
+        sums.Divide(wide + 4 * i, tap.reciprocal);
     }
 }
 void Average(uint16_t* wide, const uint16_t* line, int32_t origin, const Tap* taps, uint32_t unit, Sums as,
@@ -114,14 +195,51 @@ uint8_t Over(uint32_t value, uint32_t alpha, uint32_t below) {
     return static_cast<uint8_t>(quotient < 255 ? quotient : 255);
 }
 
+void Narrow(uint8_t* __restrict surface, const uint16_t* __restrict wide, size_t count) {
+    for (size_t i = 0; i < 4 * count; ++i) surface[i] = static_cast<uint8_t>((wide[i] + 127u) * 0x8081u >> 23);
+}
+
 template <bool isAlphaDrawn>
-void DrawOver(uint8_t* __restrict surface, const uint16_t* __restrict wide, size_t count) {
+void DrawOverPlain(uint8_t* __restrict surface, const uint16_t* __restrict wide, size_t count) {
     for (size_t i = 0; i < count; ++i, surface += 4, wide += 4) {
         const uint32_t alpha = wide[3] < kFull ? wide[3] : kFull;
         for (size_t c = 0; c < 3; ++c) surface[c] = Over(wide[c], alpha, surface[c]);
         surface[3] = isAlphaDrawn ? Over(alpha, alpha, surface[3]) : 255;
     }
 }
+
+#if defined(__AVX2__)
+
+/// Two pixels at a time, as in Over.
+template <bool isAlphaDrawn>
+void DrawOver(uint8_t* __restrict surface, const uint16_t* __restrict wide, size_t count) {
+    const __m256i full = _mm256_set1_epi32(kFull), most = _mm256_set1_epi32(255);
+    const __m256 divisor = _mm256_set1_ps(float{kFull});
+    size_t i = 0;
+    for (; i + 2 <= count; i += 2) {
+        auto* const two = reinterpret_cast<__m128i*>(surface + 4 * i);
+        const __m256i loaded = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(wide + 4 * i)));
+        const __m256i value = _mm256_blend_epi32(loaded, _mm256_min_epu32(loaded, full), 0x88);
+        const __m256i rest = _mm256_sub_epi32(full, _mm256_shuffle_epi32(value, 0xFF));
+        const __m256i below = _mm256_mullo_epi32(_mm256_cvtepu8_epi32(_mm_loadl_epi64(two)), rest);
+        const __m256i sum =
+            _mm256_add_epi32(_mm256_add_epi32(_mm256_mullo_epi32(value, most), below), _mm256_set1_epi32(kFull / 2));
+        __m256i over = _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(sum), divisor));
+        if constexpr (!isAlphaDrawn) over = _mm256_blend_epi32(over, most, 0x88);
+        const __m128i words = _mm_packus_epi32(_mm256_castsi256_si128(over), _mm256_extracti128_si256(over, 1));
+        _mm_storel_epi64(two, _mm_packus_epi16(words, words));
+    }
+    DrawOverPlain<isAlphaDrawn>(surface + 4 * i, wide + 4 * i, count - i);
+}
+
+#else
+
+template <bool isAlphaDrawn>
+void DrawOver(uint8_t* surface, const uint16_t* wide, size_t count) {
+    DrawOverPlain<isAlphaDrawn>(surface, wide, count);
+}
+
+#endif
 
 /// The straight colour of the sum: what is below counts by its own alpha, and all is divided by that of both.
 void DrawOverStraight(uint8_t* surface, const uint16_t* wide, uint32_t alpha) {
@@ -139,15 +257,15 @@ void DrawOverBgra(uint8_t* surface, const uint16_t* wide, size_t count) {
         const uint32_t alpha = wide[3] < kFull ? wide[3] : kFull;
         if (alpha == 0) continue;
         if (alpha == kFull || surface[3] == 255)
-            DrawOver<false>(surface, wide, 1);
+            DrawOverPlain<false>(surface, wide, 1);
         else
             DrawOverStraight(surface, wide, alpha);
     }
 }
 
-constexpr DrawKernels kKernels = {&IsOpaque,        &Gather,       &Widen,         &WidenPremultiplied,
-                                  &Accumulate,      &Divide,       &Average,       &IsOpaqueWide,
-                                  &DrawOver<false>, &DrawOverBgra, &DrawOver<true>};
+constexpr DrawKernels kKernels = {&IsOpaque,   &Gather,          &Widen,        &WidenPremultiplied,
+                                  &Accumulate, &Divide,          &Average,      &IsOpaqueWide,
+                                  &Narrow,     &DrawOver<false>, &DrawOverBgra, &DrawOver<true>};
 
 }  // namespace
 }  // namespace zbm

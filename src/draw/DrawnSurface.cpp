@@ -83,7 +83,9 @@ void DrawnSurface::FillAround(std::int64_t innerLeft, std::int64_t innerTop, std
 }
 
 void DrawnSurface::DrawOver(std::int64_t x, std::int64_t y, const std::uint16_t* wide, std::size_t count) const {
-    if (!ActiveDrawKernels().isOpaqueWide(wide, count)) FillBackground(x, y, static_cast<std::int64_t>(count));
+    const DrawKernels& kernels = ActiveDrawKernels();
+    if (kernels.isOpaqueWide(wide, count)) return kernels.narrow(At(x, y), wide, count);
+    FillBackground(x, y, static_cast<std::int64_t>(count));
     drawOver(At(x, y), wide, count);
 }
 
