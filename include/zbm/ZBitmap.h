@@ -196,6 +196,14 @@ public:
     /// each one once wherever that takes less than 32 MiB.
     [[nodiscard]] bool DrawOnPixels(const PixelSurface& surface, const RECT& destination, const SourceArea& area,
                                     const DrawOptions& options, shr::IProgress* progress) const;
+    /// The same on a device context: destination and clip are in pixels of the device, whatever logical units are set,
+    /// and what the context is confined to holds as well. It is drawn in bands of at most 1 MiB, one after the other;
+    /// the context is given back as it was. A device that cannot tell what is on it, as a printer, is taken for black
+    /// where that is kept; so choose a background there. A context that is none draws nothing.
+    ///
+    /// Raises std::bad_alloc where the system has no memory for a band, and for the area as above.
+    [[nodiscard]] bool DrawOnDevice(HDC dc, const RECT& destination, const SourceArea& area, const DrawOptions& options,
+                                    shr::IProgress* progress) const;
 
     static const shr::CTypeInfo* GetClassTypeId() noexcept { return &ClassTypeId; }
     static const shr::CTypeInfo ClassTypeId;

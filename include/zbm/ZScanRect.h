@@ -90,6 +90,8 @@ private:
     void CreateWith(int newWidth, int newHeight, shr::ColorFormat newFormat, Content content);
     /// Makes the tile as if newly created, in the memory that it has.
     void Renew(Content content) noexcept;
+    /// As Read, but only the rows from `begin` to `end`, of a record that begins at `position`.
+    void ReadRows(shr::CBufferedFile& file, std::int64_t position, int begin, int end);
     void Store(SerializeIO& io) const;
     /// False, with nothing read but the version, for a record of an unknown version.
     bool Load(SerializeIO& io, const Place* place);

@@ -5,6 +5,7 @@
 
 #include "core/TileReading.h"
 #include "core/checks/BitmapChecks.h"
+#include "draw/DrawOnSurface.h"
 #include "draw/Drawing.h"
 #include "shr/Exception.h"
 #include "zbm/ZBitmap.h"
@@ -22,11 +23,6 @@ bool IsUsable(const PixelSurface& surface) {
     return surface.firstRow != nullptr && rowsAreApart && isLayout;
 }
 
-bool IsUsable(const SourceArea& area) {
-    return std::isfinite(area.left) && std::isfinite(area.top) && std::isfinite(area.width) &&
-           std::isfinite(area.height) && area.width > 0 && area.height > 0;
-}
-
 AxisScale ScaleOf(double start, double length, std::int64_t places) {
     return {start, length / static_cast<double>(places)};
 }
@@ -42,14 +38,14 @@ SourceArea AreaIn(const ZBitmap& level, const ZBitmap& bitmap, const SourceArea&
 struct Scales {
     AxisScale across, down;
 
-    Scales(const SourceArea& area, const RECT& destination)
-        : across(ScaleOf(area.left, area.width, std::int64_t{destination.right} - destination.left)),
-          down(ScaleOf(area.top, area.height, std::int64_t{destination.bottom} - destination.top)) {}
+    Scales(const SourceArea& area, const Destination& destination)
+        : across(ScaleOf(area.left, area.width, destination.right - destination.left)),
+          down(ScaleOf(area.top, area.height, destination.bottom - destination.top)) {}
 };
 
 /// The smallest reduction that shows what the bitmap holds and has no fewer pixels than the destination, along both
 /// axes; the bitmap itself if there is none.
-const ZBitmap& ChooseLevel(const ZBitmap& bitmap, const SourceArea& area, const RECT& destination) {
+const ZBitmap& ChooseLevel(const ZBitmap& bitmap, const SourceArea& area, const Destination& destination) {
     const ZBitmap* chosen = &bitmap;
     for (unsigned level = 1; level < 31; ++level) {
         const int width = bitmap.GetPixelWidth() >> level, height = bitmap.GetPixelHeight() >> level;
@@ -84,17 +80,28 @@ void Draw(const ZBitmap& bitmap, const DrawnSurface& surface, const Scales& scal
 
 }  // namespace
 
+void DrawOnSurface(const ZBitmap& bitmap, const PixelSurface& surface, const Destination& destination,
+                   const SourceArea& area, const DrawOptions& options, shr::IProgress* progress) {
+    const DrawnSurface drawn(surface, destination, options);
+    if (drawn.IsEmpty()) return;
+    const bool areLevelsTaken = options.shrinking == DrawOptions::Shrinking::average;
+    const ZBitmap& level = areLevelsTaken ? ChooseLevel(bitmap, area, destination) : bitmap;
+    Draw(level, drawn, Scales(AreaIn(level, bitmap, area), destination), options, progress);
+}
+
+bool IsUsable(const SourceArea& area) noexcept {
+    return std::isfinite(area.left) && std::isfinite(area.top) && std::isfinite(area.width) &&
+           std::isfinite(area.height) && area.width > 0 && area.height > 0;
+}
+
 bool ZBitmap::DrawOnPixels(const PixelSurface& surface, const RECT& destination, const SourceArea& area,
                            const DrawOptions& options, shr::IProgress* progress) const {
     require(IsUsable(surface), BitmapCheck::drawnSurface);
     require(IsUsable(area), BitmapCheck::drawnArea);
-    const DrawnSurface drawn(surface, destination, options);
-    if (drawn.IsEmpty()) return true;
     try {
-        const shr::CScopedIProgressTask task(progress, L"Drawing image...");
-        const bool areLevelsTaken = options.shrinking == DrawOptions::Shrinking::average;
-        const ZBitmap& level = areLevelsTaken ? ChooseLevel(*this, area, destination) : *this;
-        Draw(level, drawn, Scales(AreaIn(level, *this, area), destination), options, progress);
+        const shr::CScopedIProgressTask task(progress, kDrawingTask);
+        DrawOnSurface(*this, surface, {destination.left, destination.top, destination.right, destination.bottom}, area,
+                      options, progress);
     } catch (const shr::AbortException&) { return false; }
     return true;
 }

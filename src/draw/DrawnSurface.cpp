@@ -37,7 +37,7 @@ RECT ClipOf(const PixelSurface& surface, const DrawOptions& options) {
 
 }  // namespace
 
-DrawnSurface::DrawnSurface(const PixelSurface& drawn, const RECT& destination, const DrawOptions& options)
+DrawnSurface::DrawnSurface(const PixelSurface& drawn, const Destination& destination, const DrawOptions& options)
     : surface(drawn),
       originX(destination.left),
       originY(destination.top),
@@ -45,12 +45,11 @@ DrawnSurface::DrawnSurface(const PixelSurface& drawn, const RECT& destination, c
       colors{PixelOf(options.colors[0], drawn.layout), PixelOf(options.colors[1], drawn.layout)},
       checkerSide(std::max(1, options.checkerSide)),
       drawOver(DrawOverFor(drawn.layout)) {
-    RECT clip = ClipOf(drawn, options), visible;
-    IntersectRect(&visible, &clip, &destination);
-    left = visible.left - originX;
-    top = visible.top - originY;
-    right = visible.right - originX;
-    bottom = visible.bottom - originY;
+    const RECT clip = ClipOf(drawn, options);
+    left = std::max<std::int64_t>(clip.left, destination.left) - originX;
+    top = std::max<std::int64_t>(clip.top, destination.top) - originY;
+    right = std::min<std::int64_t>(clip.right, destination.right) - originX;
+    bottom = std::min<std::int64_t>(clip.bottom, destination.bottom) - originY;
 }
 
 std::uint8_t* DrawnSurface::At(std::int64_t x, std::int64_t y) const noexcept {

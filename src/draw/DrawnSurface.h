@@ -8,11 +8,16 @@
 
 namespace zbm {
 
+/// Where a bitmap is drawn, in a surface's pixels.
+struct Destination {
+    std::int64_t left, top, right, bottom;
+};
+
 /// Places are columns and rows of the destination, counted from its corner, of those that are inside both the clip and
 /// the surface; no other may be named.
 class DrawnSurface {
 public:
-    DrawnSurface(const PixelSurface& surface, const RECT& destination, const DrawOptions& options);
+    DrawnSurface(const PixelSurface& surface, const Destination& destination, const DrawOptions& options);
 
     bool IsEmpty() const noexcept { return left >= right || top >= bottom; }
     std::int64_t Left() const noexcept { return left; }

@@ -44,7 +44,8 @@ void TilePixels::Begin(int row, int col, const RECT& partOfBitmap) {
         tile = &reading->resident(bitmap, row, col);
     } else {
         ZScanRect& copy = FitTile(loaded, box, format);
-        reading->load(bitmap, row, col, copy);
+        reading->loadRows(bitmap, row, col, copy, static_cast<int>(part.top - box.top),
+                          static_cast<int>(part.bottom - box.top));
         tile = &copy;
     }
 }

@@ -95,6 +95,12 @@ GDI_API int StretchDIBits(HDC dc, int x, int y, int width, int height, int sourc
                           int sourceHeight, const void* bits, const BITMAPINFO* info, UINT usage,
                           DWORD operation) noexcept;
 
+/// Copies a rectangle from one context to another, or within one, all four bytes of each pixel. What the source does
+/// not have stays as it is. FALSE for any `operation` but SRCCOPY, and where a unit of one of the contexts is not a
+/// pixel.
+GDI_API BOOL BitBlt(HDC dc, int x, int y, int width, int height, HDC source, int sourceX, int sourceY,
+                    DWORD operation) noexcept;
+
 /// Everything is drawn when a function returns; so there is nothing to wait for.
 GDI_API BOOL GdiFlush() noexcept;
 
@@ -138,5 +144,9 @@ inline int StretchDIBits(HDC dc, int x, int y, int width, int height, int source
                          DWORD operation) noexcept {
     return gdi::StretchDIBits(dc, x, y, width, height, sourceX, sourceY, sourceWidth, sourceHeight, bits, info, usage,
                               operation);
+}
+inline BOOL BitBlt(HDC dc, int x, int y, int width, int height, HDC source, int sourceX, int sourceY,
+                   DWORD operation) noexcept {
+    return gdi::BitBlt(dc, x, y, width, height, source, sourceX, sourceY, operation);
 }
 inline BOOL GdiFlush() noexcept { return gdi::GdiFlush(); }
