@@ -66,6 +66,14 @@ public:
     virtual void SetXResolution(int pixelsPerMeter);
     virtual void SetYResolution(int pixelsPerMeter);
 
+    /// Makes `dib` of a rectangle, with its top row as the picture's: grey formats with a grey table (of more than 8
+    /// bits the highest 8), indexed ones with the bitmap's, all others as colours with 0 in byte 3, premultiplied ones
+    /// straight (value * 255 / alpha, at most 255; with alpha 0 as they are). What lies outside the bitmap is 0. The
+    /// pixels come by FetchRegion.
+    ///
+    /// Raises internal errors for a negative coordinate (line 220), a width (222) or height (223) below 1 and a bitmap
+    /// without format (491), std::invalid_argument for what CDib::Create refuses (2^31 bytes and more, more colours
+    /// than the depth has), std::bad_alloc, and what FetchRegion raises, after which `dib` is empty.
     virtual void FetchDib(shr::CDib& dib, const RECT& rect) const;
     virtual void FetchDib(shr::CDib& dib, int x, int y, int w, int h) const;
 
@@ -163,6 +171,19 @@ public:
     /// method that is none (line 1430).
     [[nodiscard]] bool QuantizeColors(QuantMethod method, int numColors, std::vector<RGBQUAD>& palette,
                                       shr::IProgress* progress);
+
+    // Drawing onto a device context, tile by tile: of a picture on file, one tile is in memory at a time. Nothing is
+    // locked while the device works, and the context is left as it was, also when a lock raises. A context that is
+    // none, or has no clip box, gets nothing. Tiles come as ZScanRect::GetContents makes them: of BGRA_32, RGBA_32 and
+    // PBGRA_32 upside down, of GRAYSCALE_16 and GRAYSCALE_32 with one row.
+
+    /// Draws the tiles that meet the clip box at their places, the bitmap's top-left pixel being at (x, y). The clip
+    /// box is taken in logical units and the device maps each tile's corner, so use it in MM_TEXT with origins of 0.
+    void SetPixelsOnDevice(HDC dc, int x, int y);
+    /// Stretches the whole bitmap into a rectangle of logical units, which stays as it is, in mode COLORONCOLOR. All
+    /// tiles are drawn if the rectangle meets the clip box in device units; mirrored, it meets none. The context's
+    /// window origin is not reset meanwhile: one that is not (0, 0) shifts what is drawn.
+    void StretchToLogRect(HDC dc, RECT& logicalRect);
 
     static const shr::CTypeInfo* GetClassTypeId() noexcept { return &ClassTypeId; }
     static const shr::CTypeInfo ClassTypeId;

@@ -10,6 +10,10 @@ namespace zbm {
     CHECK(colorCount, 156, internalError, "the pixel format's colour table must hold as many colours")                \
     CHECK(colorTable, 186, internalError, "the bitmap must have a colour table")                                      \
     CHECK(colorIndex, 190, internalError, "the colour's index must be below the number of colours")                   \
+    CHECK(dibCorners, 220, internalError, "no coordinate of a rectangle that becomes a DIB may be negative")          \
+    CHECK(dibWidth, 222, internalError, "a rectangle that becomes a DIB must be at least 1 pixel wide")               \
+    CHECK(dibHeight, 223, internalError, "a rectangle that becomes a DIB must be at least 1 pixel high")              \
+    CHECK(dibFormat, 491, internalError, "a bitmap that becomes a DIB must have a pixel format")                      \
     CHECK(fetchedCorners, 519, internalError, "no coordinate of the fetched rectangle may be negative")               \
     CHECK(fetchedWidth, 521, internalError, "the fetched rectangle must be at least 1 pixel wide")                    \
     CHECK(fetchedHeight, 522, internalError, "the fetched rectangle must be at least 1 pixel high")                   \
@@ -26,7 +30,6 @@ namespace zbm {
     CHECK(quantMethod, 1430, internalError, "the method of choosing colours must be one of QuantMethod")              \
     CHECK(legacyWhenStoring, 1463, internalError, "a legacy serializer is for loading only")                          \
     CHECK(formatInfoVersion, 1496, readArchive, "the version of the format information must be 1")                    \
-    CHECK(deviceOutput, 9000, internalError, "device output is not part of this version")                             \
     CHECK(alphaFetchedFormat, 9001, internalError,                                                                    \
           "the pixel format must be one with a mask, without alpha of its own")                                       \
     CHECK(alphaStoredFormat, 9002, internalError,                                                                     \
