@@ -30,16 +30,16 @@ namespace zbm {
     CHECK(quantMethod, 1430, internalError, "the method of choosing colours must be one of QuantMethod")              \
     CHECK(legacyWhenStoring, 1463, internalError, "a legacy serializer is for loading only")                          \
     CHECK(formatInfoVersion, 1496, readArchive, "the version of the format information must be 1")                    \
-    CHECK(alphaFetchedFormat, 9001, internalError,                                                                    \
+    CHECK(alphaFetchedFormat, 9000, internalError,                                                                    \
           "the pixel format must be one with a mask, without alpha of its own")                                       \
-    CHECK(alphaStoredFormat, 9002, internalError,                                                                     \
+    CHECK(alphaStoredFormat, 9001, internalError,                                                                     \
           "the pixel format must be one with a mask, without alpha of its own, to take new alpha")                    \
-    CHECK(archivedTiles, 9003, readArchive,                                                                           \
+    CHECK(archivedTiles, 9002, readArchive,                                                                           \
           "the archive must be long enough for all tiles of the size that it states")                                 \
-    CHECK(archivedColorCount, 9004, readArchive, "the archive must not state more than 256 colours")                  \
-    CHECK(alphaFetchedStep, 9005, internalError, "the pixels to take alpha must have at least 1 byte")                \
-    CHECK(storedFormat, 9006, writeArchive, "a bitmap that is stored must have a pixel format")                       \
-    CHECK(archivedTwice, 9007, readArchive, "the parts of an archive must tell of one layout and number of colours")
+    CHECK(archivedColorCount, 9003, readArchive, "the archive must not state more than 256 colours")                  \
+    CHECK(alphaFetchedStep, 9004, internalError, "the pixels to take alpha must have at least 1 byte")                \
+    CHECK(storedFormat, 9005, writeArchive, "a bitmap that is stored must have a pixel format")                       \
+    CHECK(archivedTwice, 9006, readArchive, "the parts of an archive must tell of one layout and number of colours")
 
 ZBM_DEFINE_CHECKS(BitmapCheck, "zbmbitmap", ZBM_BITMAP_CHECKS)
 
