@@ -3,6 +3,7 @@
 namespace shr {
 
 ZMapMode::ZMapMode(HDC dc) noexcept {
+    if (dc == nullptr) return;
     POINT windowOrg, viewportOrg;
     SIZE windowExt, viewportExt;
     if (!::GetWindowOrgEx(dc, &windowOrg) || !::GetViewportOrgEx(dc, &viewportOrg) ||
