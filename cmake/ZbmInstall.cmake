@@ -82,10 +82,20 @@ function(zbm_install_package)
         "${PROJECT_SOURCE_DIR}/cmake/Findzstd.cmake"
         DESTINATION ${ZBM_PACKAGE_DIR} COMPONENT development)
 
-    zbm_install_pkg_config(Sharedu "Strings, files, device-independent bitmaps and pixel formats for ZBMLib2")
+    set(gdi "")
+    if(NOT WIN32)
+        zbm_install_pkg_config(zbm_gdi "Device contexts in software for ZBMLib2")
+        set(gdi REQUIRES zbm_gdi)
+    endif()
+    zbm_install_pkg_config(Sharedu "Strings, files, device-independent bitmaps and pixel formats for ZBMLib2" ${gdi})
     zbm_install_pkg_config(ZPixFilteru "Pixel filters for ZBMLib2" REQUIRES Sharedu)
     zbm_install_pkg_config(ZCodecu "Block compression of pictures for ZBMLib2" PRIVATE -lzstd)
-    zbm_install_pkg_config(ZBMLib2 "${PROJECT_DESCRIPTION}" REQUIRES Sharedu ZPixFilteru ZCodecu)
+    # Where the system has device contexts, a static ZBMLib2 draws with its libraries.
+    set(system "")
+    if(WIN32)
+        set(system PRIVATE "-lgdi32 -luser32")
+    endif()
+    zbm_install_pkg_config(ZBMLib2 "${PROJECT_DESCRIPTION}" REQUIRES Sharedu ZPixFilteru ZCodecu ${system})
 
     install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
 endfunction()

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the project needs and that are missing, as root or with sudo.
 #
-#   scripts/dependencies.sh [build] [demo] [checks] [windows] [aarch64] [libcxx] [rivals]      (build, if none is named)
+#   scripts/dependencies.sh [build] [demo] [checks] [windows] [aarch64] [libcxx] [rivals] [examples]
+#                                                                                       (build, if none is named)
 #
 #   build    the libraries, the tool, the tests and the benchmarks
 #   demo     scripts/demo.sh
@@ -9,6 +10,7 @@
 #   windows  scripts/windows.sh
 #   aarch64  scripts/aarch64.sh
 #   libcxx   scripts/libcxx.sh
+#   examples examples/: libraries whose surfaces pictures are drawn into; without them these examples are left out
 #   rivals   scripts/contest.sh: the libraries that ours are set beside; nothing is linked with them but the contest
 #
 #   scripts/dependencies.sh --lists PACKAGE      only makes sure that apt-get knows where to get PACKAGE
@@ -25,6 +27,8 @@ packages_aarch64=(g++-aarch64-linux-gnu qemu-user)
 packages_libcxx=(clang-16 libc++-16-dev libc++abi-16-dev)
 packages_rivals=(libyuv-dev libopencv-core-dev libopencv-imgproc-dev libbabl-dev libimagequant-dev libvips-dev
     python3-pil)
+
+packages_examples=(libcairo2-dev qtbase5-dev)
 
 missing() {
     local package
@@ -58,7 +62,7 @@ fi
 wanted=()
 for group in "${@:-build}"; do
     case $group in
-        build | demo | checks | windows | rivals | aarch64 | libcxx) ;;
+        build | demo | checks | windows | rivals | aarch64 | libcxx | examples) ;;
         *) fail "no such group: $group" ;;
     esac
     declare -n packages="packages_$group"

@@ -25,6 +25,9 @@ namespace zbm {
 
 class ISerializeLegacyGCS;
 class SerializeIO;
+struct DrawOptions;
+struct PixelSurface;
+struct SourceArea;
 
 /// A picture as a grid of tiles: the base of every bitmap class.
 ///
@@ -71,6 +74,14 @@ public:
     virtual void SetXResolution(int pixelsPerMeter);
     virtual void SetYResolution(int pixelsPerMeter);
 
+    /// Makes `dib` of a rectangle, with its top row as the picture's: grey formats with a grey table (of more than 8
+    /// bits the highest 8), indexed ones with the bitmap's, all others as colours with 0 in byte 3, premultiplied ones
+    /// straight (value * 255 / alpha, at most 255; with alpha 0 as they are). What lies outside the bitmap is 0. The
+    /// pixels come by FetchRegion.
+    ///
+    /// Raises internal errors for a negative coordinate (line 220), a width (222) or height (223) below 1 and a bitmap
+    /// without format (491), std::invalid_argument for what CDib::Create refuses (2^31 bytes and more, more colours
+    /// than the depth has), std::bad_alloc, and what FetchRegion raises, after which `dib` is empty.
     virtual void FetchDib(shr::CDib& dib, const RECT& rect) const;
     virtual void FetchDib(shr::CDib& dib, int x, int y, int w, int h) const;
 
@@ -168,6 +179,57 @@ public:
     /// method that is none (line 1430).
     [[nodiscard]] bool QuantizeColors(QuantMethod method, int numColors, std::vector<RGBQUAD>& palette,
                                       shr::IProgress* progress);
+
+    // Drawing into memory (zbm/Drawing.h).
+
+    /// Draws the area of the bitmap into the destination, which is in the surface's pixels, over the background; only
+    /// what is in the options' clip and on the surface. Each format comes out upright, in its colours and with its
+    /// transparency: its alpha, or the mask where it has none. False when cancelled: what was drawn stays.
+    ///
+    ///     bitmap.DrawOnPixels({memory, 4 * 800, 800, 600, SurfaceLayout::bgrx}, {0, 0, 800, 600}, {x, y, 400, 300},
+    ///                         {}, nullptr);                                                        // enlarged twice
+    ///
+    /// A pixel of the destination shows the bitmap if its middle, as it lies in the area, is inside the bitmap; else
+    /// the background alone. Enlarging and shrinking are told for each axis apart:
+    /// - nearest: the pixel in which the middle lies, floor (left + (i + 1/2) * area width / destination width);
+    /// - bilinear: between the pixels whose middles are around it; the bitmap's border is repeated, not the area's;
+    /// - average: of what it covers of the bitmap, each pixel with its share, colours weighed by alpha. Shrinking
+    ///   begins with the smallest reduction that is current, has the size w >> k x h >> k and no fewer pixels than the
+    ///   destination has; what is finer than its pixels does not tell in a destination that does not divide them.
+    ///   A bitmap of a derived class is drawn from its own pixels.
+    ///
+    /// Transparent pixels are mixed with what is below as the exact sum, rounded to nearest. A destination that is
+    /// drawn in pieces, by clips, gets the bits that it gets as a whole, on every system and for every tile size.
+    ///
+    /// A destination without width or height and a bitmap without pixels draw nothing, or the background. Raises
+    /// internal errors for a surface without memory, with an unknown layout or rows that overlap (line 9007) and for an
+    /// area that is not finite or has no size (9008), before anything is drawn; and what locks and reads of tiles
+    /// raise: what was drawn until then stays. Reports progress after each row of tiles; tiles are read one by one, and
+    /// each one once wherever that takes less than 32 MiB.
+    [[nodiscard]] bool DrawOnPixels(const PixelSurface& surface, const RECT& destination, const SourceArea& area,
+                                    const DrawOptions& options, shr::IProgress* progress) const;
+    /// The same on a device context: destination and clip are in pixels of the device, whatever logical units are set,
+    /// and what the context is confined to holds as well. It is drawn in bands of at most 1 MiB, one after the other;
+    /// the context is given back as it was. A device that cannot tell what is on it, as a printer, is taken for black
+    /// where that is kept; so choose a background there. A context that is none draws nothing.
+    ///
+    /// Raises std::bad_alloc where the system has no memory for a band, and for the area as above.
+    [[nodiscard]] bool DrawOnDevice(HDC dc, const RECT& destination, const SourceArea& area, const DrawOptions& options,
+                                    shr::IProgress* progress) const;
+
+    // Drawing onto a device context, tile by tile: of a picture on file, one tile is in memory at a time. Nothing is
+    // locked while the device works, and the context is left as it was, also when a lock raises. A context that is
+    // none, or has no clip box, gets nothing. Tiles come as ZScanRect::GetContents makes them: of BGRA_32, RGBA_32 and
+    // PBGRA_32 upside down, of GRAYSCALE_16 and GRAYSCALE_32 with one row. DrawOnDevice draws every format upright, with
+    // its transparency, and scales alike on every system.
+
+    /// Draws the tiles that meet the clip box at their places, the bitmap's top-left pixel being at (x, y). The clip
+    /// box is taken in logical units and the device maps each tile's corner, so use it in MM_TEXT with origins of 0.
+    void SetPixelsOnDevice(HDC dc, int x, int y);
+    /// Stretches the whole bitmap into a rectangle of logical units, which stays as it is, in mode COLORONCOLOR. All
+    /// tiles are drawn if the rectangle meets the clip box in device units; mirrored, it meets none. The context's
+    /// window origin is not reset meanwhile: one that is not (0, 0) shifts what is drawn.
+    void StretchToLogRect(HDC dc, RECT& logicalRect);
 
     static const shr::CTypeInfo* GetClassTypeId() noexcept { return &ClassTypeId; }
     static const shr::CTypeInfo ClassTypeId;

@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "gdi/gdi.h"
@@ -170,6 +171,10 @@ private:
     std::int64_t PositionOf(const ZScanRect& tile, int row, int col) const;
     /// Reads the tile, or makes it zero and opaque where none was written.
     void LoadTile(ZScanRect& tile, int row, int col) const;
+    /// The same of some rows; the others then hold anything.
+    void LoadRows(ZScanRect& tile, int row, int col, int begin, int end) const;
+    /// Where the record of a tile begins in the file; nothing where none was written.
+    std::optional<std::int64_t> RecordOf(const ZScanRect& tile, int row, int col) const;
     void WriteFirst(const ZScanRect& tile, std::int64_t& position);
     template <class FillAndWrite>
     bool CreateTiles(const ZBitmap& layout, shr::IProgress* progress, const FillAndWrite& fillAndWrite);

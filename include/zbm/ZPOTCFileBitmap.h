@@ -69,6 +69,7 @@ private:
 
     static const ToldTileReading toldTileReading;
     static void LoadTile(const ZBitmap& bitmap, int row, int col, ZScanRect& tile);
+    static void LoadRows(const ZBitmap& bitmap, int row, int col, ZScanRect& tile, int begin, int end);
 
     ZBitmapCFileStore store;
 };

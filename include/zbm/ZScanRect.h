@@ -9,7 +9,9 @@
 
 namespace shr {
 class CBufferedFile;
-}
+class CDib;
+struct Color4b;
+}  // namespace shr
 
 namespace zbm {
 
@@ -60,6 +62,24 @@ public:
     /// ERR_ZBM_UNSUPPORTED_DIB_FORMAT.
     void CopyFromDib(const BITMAPINFOHEADER* header, const void* bits, int x, int y);
 
+    /// Makes `dib` of the whole tile, to be drawn: with the resolutions and `numColors` (as biClrUsed) that are given.
+    /// Grey formats get a grey table, indexed ones the first `numColors` of `colorTable` (black where it is null), all
+    /// others none.
+    ///
+    /// Formats that a DIB has (1, 4, 8 and 24 bits, BGRX_32) come as they are. The rest come in the order that programs
+    /// rely upon: of BGRA_32, RGBA_32 and PBGRA_32 the tile's top row is the DIB's lowest one, so that the picture is
+    /// upside down, with 0 in byte 3 (RGBA_32 keeps its alpha there) and premultiplied colours made straight as by
+    /// ZBitmap::FetchDib; of GRAYSCALE_16 and GRAYSCALE_32 the lowest row is the tile's lowest, in 8 bits, and all
+    /// others are 0. ZBitmap::FetchDib gives every format upright and whole.
+    ///
+    /// Raises std::invalid_argument for what CDib::Create refuses (2^31 bytes and more, more colours than the depth
+    /// has) and std::bad_alloc; `dib` then keeps what it held.
+    void GetContents(shr::CDib& dib, int xResolution, int yResolution, const shr::Color4b* colorTable,
+                     unsigned numColors);
+    /// Makes `dib` of 1 bit a pixel, black where the tile is transparent and white where it is opaque: the mask, or
+    /// where alpha is 128 and more. Raises as GetContents does.
+    void CreateMonoAlphaMask(shr::CDib& dib) const;
+
     /// The tile's record in a file: all pixel rows as they lie in memory, then all mask rows if there is a mask. It
     /// describes nothing: Read fills a tile of the size and format with which it was written. The file's errors pass
     /// on; a file that ends too early is one.
@@ -90,6 +110,8 @@ private:
     void CreateWith(int newWidth, int newHeight, shr::ColorFormat newFormat, Content content);
     /// Makes the tile as if newly created, in the memory that it has.
     void Renew(Content content) noexcept;
+    /// As Read, but only the rows from `begin` to `end`, of a record that begins at `position`.
+    void ReadRows(shr::CBufferedFile& file, std::int64_t position, int begin, int end);
     void Store(SerializeIO& io) const;
     /// False, with nothing read but the version, for a record of an unknown version.
     bool Load(SerializeIO& io, const Place* place);

@@ -187,6 +187,7 @@ private:
     static void* CreateInstance();
     static const ToldTileReading toldTileReading;
     static void LoadTile(const ZBitmap& bitmap, int row, int col, ZScanRect& tile);
+    static void LoadRows(const ZBitmap& bitmap, int row, int col, ZScanRect& tile, int begin, int end);
     static const ZBitmap* CurrentLevel(const ZBitmap& bitmap, unsigned level);
     [[noreturn]] void RefuseFile() const;
     void OpenFile(ZString name, shr::FileAccess access, shr::FileMode mode, shr::FileSharing sharing, Check check);

@@ -112,12 +112,18 @@ void ForEachRun(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t w
 }  // namespace
 
 void ConvertRows(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t width, std::uint32_t height) {
+    const bool pastCaches = shr::PixelBytes(width, dst.format) * height >= kStreamedBytes;
+    ConvertRows(dst, src, width, height, pastCaches ? shr::CopyWrites::streamed : shr::CopyWrites::cached);
+}
+
+void ConvertRows(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t width, std::uint32_t height,
+                 shr::CopyWrites writes) {
     if (width == 0 || height == 0) return;
     const RowKernels& kernels = ActiveRowKernels();
     IndexMap map;
     const bool isMapped = shr::ColorFmtToTblSize[src.format] != 0 && shr::ColorFmtToTblSize[dst.format] == 0;
     if (isMapped) MakeIndexMap(kernels, dst.format, src.format, src.colorTable, map);
-    const bool pastCaches = shr::PixelBytes(width, dst.format) * height >= kStreamedBytes;
+    const bool pastCaches = writes == shr::CopyWrites::streamed;
     const RunConverter converter(dst.format, src.format, &map, pastCaches);
     ForEachRun(dst, src, width, height, [&](std::uint8_t* to, const std::uint8_t* from, std::size_t pixels) {
         converter.Convert(to, from, pixels);

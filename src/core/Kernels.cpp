@@ -7,6 +7,7 @@
 #include "convert/RowKernels.h"
 #include "core/MaskKernels.h"
 #include "cpu/KernelSet.h"
+#include "draw/DrawKernels.h"
 
 namespace zbm {
 namespace {
@@ -17,13 +18,16 @@ constinit cpu::KernelSet<RowKernels> rows(kBaseRowKernels, CPU_WIDE(kAvx2RowKern
 constinit cpu::KernelSet<MatcherKernels> matcher(kBaseMatcherKernels, CPU_WIDE(kAvx2MatcherKernels),
                                                  CPU_WIDE(kAvx512MatcherKernels));
 constinit cpu::KernelSet<MaskKernels> masks(kBaseMaskKernels, CPU_WIDE(kAvx2MaskKernels));  // bound by memory
+constinit cpu::KernelSet<DrawKernels> drawing(kBaseDrawKernels, CPU_WIDE(kAvx2DrawKernels),
+                                              CPU_WIDE(kAvx512DrawKernels));
 
 }  // namespace
 
 const RowKernels& ActiveRowKernels() noexcept { return rows.Active(); }
 const MatcherKernels& ActiveMatcherKernels() noexcept { return matcher.Active(); }
 const MaskKernels& ActiveMaskKernels() noexcept { return masks.Active(); }
+const DrawKernels& ActiveDrawKernels() noexcept { return drawing.Active(); }
 
-bool UseKernels(cpu::Level level) noexcept { return cpu::UseLevel(level, rows, matcher, masks); }
+bool UseKernels(cpu::Level level) noexcept { return cpu::UseLevel(level, rows, matcher, masks, drawing); }
 
 }  // namespace zbm

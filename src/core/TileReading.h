@@ -13,6 +13,8 @@ struct TileReading {
     const ZScanRect& (*resident)(const ZBitmap& bitmap, int row, int col) = nullptr;
     /// Makes `tile`, which has the tile's shape, a copy of it in the memory that it has.
     void (*load)(const ZBitmap& bitmap, int row, int col, ZScanRect& tile) = nullptr;
+    /// Beside the second: as it, but only of the rows from `begin` to `end`. The others hold anything.
+    void (*loadRows)(const ZBitmap& bitmap, int row, int col, ZScanRect& tile, int begin, int end) = nullptr;
     /// Beside the second: LockScanRect of a tile all of which is written over before it is unlocked, so that what the
     /// bitmap has there is not read. The tile holds anything.
     ZScanRect& (*lockUnread)(const ZBitmap& bitmap, int row, int col) = nullptr;

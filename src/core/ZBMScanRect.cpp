@@ -114,4 +114,16 @@ void ZScanRect::Read(shr::CBufferedFile& file) {
     if (!alpha.IsEmpty()) file.ReadExactly(alpha.Data(), alpha.Size());
 }
 
+/// The last row lies first, in memory and in the file.
+void ZScanRect::ReadRows(shr::CBufferedFile& file, std::int64_t position, int begin, int end) {
+    const auto readPlane = [&](shr::ByteBuffer& plane, std::size_t rowBytes) {
+        const std::size_t offset = rowBytes * static_cast<std::size_t>(height - end);
+        file.Seek(position + static_cast<std::int64_t>(offset));
+        file.ReadExactly(plane.Data() + offset, rowBytes * static_cast<std::size_t>(end - begin));
+    };
+    readPlane(pixels, stride);
+    position += static_cast<std::int64_t>(pixels.Size());
+    if (!alpha.IsEmpty()) readPlane(alpha, static_cast<std::size_t>(alphaStride));
+}
+
 }  // namespace zbm

@@ -1,7 +1,6 @@
 // The bitmap's layout, colour table and resolution.
 #include <algorithm>
 
-#include "core/RectAt.h"
 #include "core/TileGrid.h"
 #include "core/checks/BitmapChecks.h"
 #include "shr/Units.h"
@@ -167,10 +166,5 @@ void ZBitmap::SetXDPIResolution(int dotsPerInch) { SetXResolution(Round(dotsPerI
 void ZBitmap::SetYDPIResolution(int dotsPerInch) { SetYResolution(Round(dotsPerInch * shr::INCHES_PER_METER)); }
 int ZBitmap::GetXDPIResolution() const noexcept { return Round(xResolution * shr::METERS_PER_INCH); }
 int ZBitmap::GetYDPIResolution() const noexcept { return Round(yResolution * shr::METERS_PER_INCH); }
-
-// Device output is not part of this version; its two slots keep their places.
-void ZBitmap::FetchDib(shr::CDib&, const RECT&) const { require.Fail(BitmapCheck::deviceOutput); }
-
-void ZBitmap::FetchDib(shr::CDib& dib, int x, int y, int w, int h) const { FetchDib(dib, RectAt(x, y, w, h)); }
 
 }  // namespace zbm

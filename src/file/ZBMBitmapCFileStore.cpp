@@ -314,19 +314,31 @@ std::int64_t ZBitmapCFileStore::PositionOf(const ZScanRect& tile, int row, int c
     return rows[r][c];
 }
 
-void ZBitmapCFileStore::ReadScanRect(ZScanRect& tile, int row, int col) const {
+std::optional<std::int64_t> ZBitmapCFileStore::RecordOf(const ZScanRect& tile, int row, int col) const {
     require(header.tablePosition >= 1, BitmapCFileStoreCheck::readBlank);
     const std::int64_t position = PositionOf(tile, row, col);
-    if (position < 1) return;
+    if (position < 1) return std::nullopt;
     const auto bytes = FileRecordBytes(tile.GetWidth(), tile.GetHeight(), tile.GetColorFormat()).value_or(0);
     if (readOnly && position > fileEnd - bytes) RefuseFile();
-    file.Seek(base + position);
+    return base + position;
+}
+
+void ZBitmapCFileStore::ReadScanRect(ZScanRect& tile, int row, int col) const {
+    const std::optional<std::int64_t> record = RecordOf(tile, row, col);
+    if (!record) return;
+    file.Seek(*record);
     tile.Read(file);
 }
 
 void ZBitmapCFileStore::LoadTile(ZScanRect& tile, int row, int col) const {
     if (PositionOf(tile, row, col) < 1) return tile.Renew(ZScanRect::Content::zero);
     ReadScanRect(tile, row, col);
+}
+
+void ZBitmapCFileStore::LoadRows(ZScanRect& tile, int row, int col, int begin, int end) const {
+    const std::optional<std::int64_t> record = RecordOf(tile, row, col);
+    if (!record) return tile.Renew(ZScanRect::Content::zero);
+    tile.ReadRows(file, *record, begin, end);
 }
 
 /// A write is done when the system has it: what stays in the host file's buffer could be lost with a later error.

@@ -21,6 +21,7 @@ const shr::CTypeInfo* ZCachedBitmap::GetTypeId() const { return &ClassTypeId; }
 
 const ToldTileReading ZCachedBitmap::toldTileReading(typeid(ZCachedBitmap),
                                                      {.load = &ZCachedBitmap::LoadTile,
+                                                      .loadRows = &ZCachedBitmap::LoadRows,
                                                       .lockUnread = &ZCachedBitmap::LockUnread,
                                                       .currentLevel = &ZCachedBitmap::CurrentLevel});
 

@@ -97,10 +97,15 @@ void ZPOTCFileBitmap::SetYResolution(int pixelsPerMeter) {
 
 const ToldTileReading ZPOTCFileBitmap::toldTileReading(typeid(ZPOTCFileBitmap),
                                                        {.load = &ZPOTCFileBitmap::LoadTile,
+                                                        .loadRows = &ZPOTCFileBitmap::LoadRows,
                                                         .lockUnread = &ZPOTCFileBitmap::LockUnread});
 
 void ZPOTCFileBitmap::LoadTile(const ZBitmap& bitmap, int row, int col, ZScanRect& tile) {
     static_cast<const ZPOTCFileBitmap&>(bitmap).store.LoadTile(tile, row, col);
+}
+
+void ZPOTCFileBitmap::LoadRows(const ZBitmap& bitmap, int row, int col, ZScanRect& tile, int begin, int end) {
+    static_cast<const ZPOTCFileBitmap&>(bitmap).store.LoadRows(tile, row, col, begin, end);
 }
 
 void ZPOTCFileBitmap::ReadScanRect(ZScanRect& tile, int row, int col) const {

@@ -199,6 +199,7 @@ void ZScanRectFileBitmap::Save() {
 /// What an object of exactly this class tells of its tiles: read without a lock, zero where the file has none.
 const ToldTileReading ZScanRectFileBitmap::toldTileReading(typeid(ZScanRectFileBitmap),
                                                            {.load = &ZScanRectFileBitmap::LoadTile,
+                                                            .loadRows = &ZScanRectFileBitmap::LoadRows,
                                                             .lockUnread = &ZScanRectFileBitmap::LockUnread,
                                                             .currentLevel = &ZScanRectFileBitmap::CurrentLevel});
 
@@ -206,6 +207,12 @@ void ZScanRectFileBitmap::LoadTile(const ZBitmap& bitmap, int row, int col, ZSca
     const auto& self = static_cast<const ZScanRectFileBitmap&>(bitmap);
     require(self.fileOpen && self.store != nullptr, ScanRectFileBitmapCheck::readClosed);
     self.store->LoadTile(tile, row, col);
+}
+
+void ZScanRectFileBitmap::LoadRows(const ZBitmap& bitmap, int row, int col, ZScanRect& tile, int begin, int end) {
+    const auto& self = static_cast<const ZScanRectFileBitmap&>(bitmap);
+    require(self.fileOpen && self.store != nullptr, ScanRectFileBitmapCheck::readClosed);
+    self.store->LoadRows(tile, row, col, begin, end);
 }
 
 void ZScanRectFileBitmap::ReadScanRect(ZScanRect& tile, int row, int col) const {

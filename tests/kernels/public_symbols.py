@@ -13,7 +13,7 @@ import sys
 
 # What a demangled name may have before and within it that no header says.
 OF_A_CLASS = re.compile(r"^(vtable for|typeinfo for|typeinfo name for|non-virtual thunk to|VTT for|guard variable for) ")
-OUR_NAMESPACES = {"shr", "zpixf", "zcdl", "zbm"}
+OUR_NAMESPACES = {"gdi", "shr", "zpixf", "zcdl", "zbm"}
 
 
 def exported(nm, library):

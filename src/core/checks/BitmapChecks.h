@@ -10,6 +10,10 @@ namespace zbm {
     CHECK(colorCount, 156, internalError, "the pixel format's colour table must hold as many colours")                \
     CHECK(colorTable, 186, internalError, "the bitmap must have a colour table")                                      \
     CHECK(colorIndex, 190, internalError, "the colour's index must be below the number of colours")                   \
+    CHECK(dibCorners, 220, internalError, "no coordinate of a rectangle that becomes a DIB may be negative")          \
+    CHECK(dibWidth, 222, internalError, "a rectangle that becomes a DIB must be at least 1 pixel wide")               \
+    CHECK(dibHeight, 223, internalError, "a rectangle that becomes a DIB must be at least 1 pixel high")              \
+    CHECK(dibFormat, 491, internalError, "a bitmap that becomes a DIB must have a pixel format")                      \
     CHECK(fetchedCorners, 519, internalError, "no coordinate of the fetched rectangle may be negative")               \
     CHECK(fetchedWidth, 521, internalError, "the fetched rectangle must be at least 1 pixel wide")                    \
     CHECK(fetchedHeight, 522, internalError, "the fetched rectangle must be at least 1 pixel high")                   \
@@ -26,18 +30,20 @@ namespace zbm {
     CHECK(quantMethod, 1430, internalError, "the method of choosing colours must be one of QuantMethod")              \
     CHECK(legacyWhenStoring, 1463, internalError, "a legacy serializer is for loading only")                          \
     CHECK(formatInfoVersion, 1496, readArchive, "the version of the format information must be 1")                    \
-    CHECK(deviceOutput, 9000, internalError, "device output is not part of this version")                             \
-    CHECK(alphaFetchedFormat, 9001, internalError,                                                                    \
+    CHECK(alphaFetchedFormat, 9000, internalError,                                                                    \
           "the pixel format must be one with a mask, without alpha of its own")                                       \
-    CHECK(alphaStoredFormat, 9002, internalError,                                                                     \
+    CHECK(alphaStoredFormat, 9001, internalError,                                                                     \
           "the pixel format must be one with a mask, without alpha of its own, to take new alpha")                    \
-    CHECK(archivedTiles, 9003, readArchive,                                                                           \
+    CHECK(archivedTiles, 9002, readArchive,                                                                           \
           "the archive must be long enough for all tiles of the size that it states")                                 \
-    CHECK(archivedColorCount, 9004, readArchive, "the archive must not state more than 256 colours")                  \
-    CHECK(alphaFetchedStep, 9005, internalError, "the pixels to take alpha must have at least 1 byte")                \
-    CHECK(storedFormat, 9006, writeArchive, "a bitmap that is stored must have a pixel format")                       \
-    CHECK(archivedTwice, 9007, readArchive, "the parts of an archive must tell of one layout and number of colours")  \
-    CHECK(archivedClass, 9008, readArchive, "the archive's record must be of the bitmap's own class")
+    CHECK(archivedColorCount, 9003, readArchive, "the archive must not state more than 256 colours")                  \
+    CHECK(alphaFetchedStep, 9004, internalError, "the pixels to take alpha must have at least 1 byte")                \
+    CHECK(storedFormat, 9005, writeArchive, "a bitmap that is stored must have a pixel format")                       \
+    CHECK(archivedTwice, 9006, readArchive, "the parts of an archive must tell of one layout and number of colours")  \
+    CHECK(drawnSurface, 9007, internalError,                                                                          \
+          "a surface must have memory of one of the layouts, and rows that do not overlap")                           \
+    CHECK(drawnArea, 9008, internalError, "the area to draw must be finite and have a width and a height")            \
+    CHECK(archivedClass, 9009, readArchive, "the archive's record must be of the bitmap's own class")
 
 ZBM_DEFINE_CHECKS(BitmapCheck, "zbmbitmap", ZBM_BITMAP_CHECKS)
 

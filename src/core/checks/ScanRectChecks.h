@@ -12,6 +12,7 @@ namespace zbm {
     CHECK(size, 342, internalError, "a tile must be at least 1 pixel wide and high")                                  \
     CHECK(formatRange, 343, internalError, "the tile's pixel format must be one of the thirteen")                     \
     CHECK(recordVersion, 512, readArchive, "the version of a tile's record must be 1")                                \
+    CHECK(contentsFormat, 813, internalError, "a tile that becomes a DIB must have one of the thirteen formats")      \
     CHECK(dibCompression, 9000, unsupportedDib, "a DIB must be uncompressed")                                         \
     CHECK(storedBlocks, 9001, writeArchive, "a tile's pixels must be few enough for one block of an archive")         \
     CHECK(recordPlace, 9002, readArchive, "a tile's record must have the size and format of its place in the bitmap") \

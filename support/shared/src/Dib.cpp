@@ -14,6 +14,25 @@ const BITMAPINFOHEADER& HeaderOf(const BITMAPINFO* dib) noexcept { return dib->b
 // Of a header that a CDib holds, so there is one.
 DibLayout LayoutOf(const BITMAPINFO* dib) noexcept { return *LayOutDib(HeaderOf(dib)); }
 
+DibLayout LayoutFor(const BITMAPINFOHEADER& header, const RGBQUAD* colors) {
+    const std::optional<DibLayout> layout = LayOutDib(header);
+    if (!layout) throw std::invalid_argument("CDib::Create: no such DIB");
+    if (header.biCompression == BI_BITFIELDS && colors == nullptr)
+        throw std::invalid_argument("CDib::Create: bit fields without masks");
+    return *layout;
+}
+
+void WriteHeaderAndTable(std::uint8_t* block, const DibLayout& layout, const BITMAPINFOHEADER& header,
+                         const RGBQUAD* colors) noexcept {
+    const BITMAPINFOHEADER complete = CompleteDibHeader(header, layout);
+    std::memcpy(block, &complete, sizeof(complete));
+    std::uint8_t* const table = block + sizeof(complete);
+    if (colors != nullptr)
+        std::memcpy(table, colors, layout.tableBytes);
+    else
+        std::memset(table, 0, layout.tableBytes);
+}
+
 ByteBuffer CopyOf(const ByteBuffer& block) {
     ByteBuffer copy = ByteBuffer::Uninitialized(block.Size());
     if (!block.IsEmpty()) std::memcpy(copy.Data(), block.Data(), block.Size());
@@ -34,24 +53,19 @@ CDib& CDib::operator=(const CDib& other) {
 }
 
 void CDib::Create(const BITMAPINFOHEADER& header, const RGBQUAD* colors, const void* bits) {
-    const std::optional<DibLayout> layout = LayOutDib(header);
-    if (!layout) throw std::invalid_argument("CDib::Create: no such DIB");
-    if (header.biCompression == BI_BITFIELDS && colors == nullptr) {
-        throw std::invalid_argument("CDib::Create: bit fields without masks");
-    }
+    const DibLayout layout = LayoutFor(header, colors);
     // A new block, since `colors` and `bits` may lie in the present one.
     ByteBuffer created =
-        bits == nullptr ? ByteBuffer::Zeroed(layout->totalBytes) : ByteBuffer::Uninitialized(layout->totalBytes);
-    const BITMAPINFOHEADER complete = CompleteDibHeader(header, *layout);
-    std::memcpy(created.Data(), &complete, sizeof(complete));
-    std::uint8_t* const table = created.Data() + sizeof(complete);
-    if (colors != nullptr) {
-        std::memcpy(table, colors, layout->tableBytes);
-    } else {
-        std::memset(table, 0, layout->tableBytes);
-    }
-    if (bits != nullptr) std::memcpy(created.Data() + layout->bitsOffset, bits, layout->BitsBytes());
+        bits == nullptr ? ByteBuffer::Zeroed(layout.totalBytes) : ByteBuffer::Uninitialized(layout.totalBytes);
+    WriteHeaderAndTable(created.Data(), layout, header, colors);
+    if (bits != nullptr) std::memcpy(created.Data() + layout.bitsOffset, bits, layout.BitsBytes());
     block = std::move(created);
+}
+
+void CDib::CreateForOverwrite(const BITMAPINFOHEADER& header, const RGBQUAD* colors) {
+    const DibLayout layout = LayoutFor(header, colors);
+    if (block.Size() != layout.totalBytes) block = ByteBuffer::Uninitialized(layout.totalBytes);
+    WriteHeaderAndTable(block.Data(), layout, header, colors);
 }
 
 void CDib::Create(int width, int height, int bitCount, unsigned colorCount, const RGBQUAD* colors, const void* bits,

@@ -201,6 +201,31 @@ TEST(Dib, CanBeMadeFromItsOwnParts) {
     EXPECT_EQ(std::memcmp(dib.GetColors(), colors, sizeof(colors)), 0);
 }
 
+TEST(Dib, ForOverwritingUsesMemoryOfItsSizeAgain) {
+    const RGBQUAD colors[2] = {{1, 2, 3, 0}, {4, 5, 6, 0}};
+    CDib dib;
+    BITMAPINFOHEADER header{};
+    header.biWidth = 9;
+    header.biHeight = 4;
+    header.biBitCount = 8;
+    header.biClrUsed = 2;
+    dib.CreateForOverwrite(header, colors);
+    const auto* const first = dib.GetDib();
+    dib.GetWritableBits()[0] = 77;
+    header.biXPelsPerMeter = 5;
+    dib.CreateForOverwrite(header, nullptr);
+    EXPECT_EQ(dib.GetDib(), first);
+    EXPECT_EQ(dib.GetDib()->bmiHeader.biXPelsPerMeter, 5);
+    EXPECT_EQ(dib.GetColors()[1].rgbRed, 0);
+    header.biWidth = 0;
+    EXPECT_THROW(dib.CreateForOverwrite(header, colors), std::invalid_argument);
+    EXPECT_EQ(dib.GetWidth(), 9);
+    header.biWidth = 900;
+    dib.CreateForOverwrite(header, colors);
+    EXPECT_EQ(dib.GetWidth(), 900);
+    EXPECT_EQ(dib.GetColors()[1].rgbRed, 6);
+}
+
 TEST(Dib, IsCopiedWholeAndMovedAway) {
     CDib first;
     first.Create(2, 1, 32, 0, nullptr, "abcdefgh", 0, 0);

@@ -1,6 +1,6 @@
 #pragma once
-// The graphics device interface's types and rectangle functions under one name: the system's own on Windows, ours
-// elsewhere, with the same names, sizes and values. This is the one header that asks which system it is.
+// The graphics device interface's types, rectangle functions and device contexts under one name: the system's own on
+// Windows, ours elsewhere, with the same names, sizes and values. This is the one header that asks which system it is.
 #if defined(_WIN32)
 #if !defined(NOMINMAX)
 #define NOMINMAX
@@ -10,6 +10,7 @@
 #endif
 #include <windows.h>
 #else
+#include "gdi/gdi_device.h"
 #include "gdi/gdi_rect.h"
 #include "gdi/gdi_types.h"
 #endif

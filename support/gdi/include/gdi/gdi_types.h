@@ -72,6 +72,24 @@ struct BITMAPINFO {
 static_assert(sizeof(RECT) == 16 && sizeof(RGBTRIPLE) == 3 && sizeof(RGBQUAD) == 4);
 static_assert(sizeof(BITMAPFILEHEADER) == 14 && sizeof(BITMAPINFOHEADER) == 40 && sizeof(BITMAPINFO) == 44);
 
-/// A device context: a handle whose inside is the interface's own business.
+// Handles, whose insides are the interface's own business: of device contexts, bitmaps, regions, of anything that can
+// be selected, and of system objects.
 struct HDC__;
 using HDC = HDC__*;
+struct HBITMAP__;
+using HBITMAP = HBITMAP__*;
+struct HRGN__;
+using HRGN = HRGN__*;
+using HGDIOBJ = void*;
+using HANDLE = void*;
+
+/// What a region is. 0 tells of an error.
+inline constexpr int ERROR = 0, NULLREGION = 1, SIMPLEREGION = 2, COMPLEXREGION = 3;
+/// Mapping modes.
+inline constexpr int MM_TEXT = 1, MM_ANISOTROPIC = 8;
+/// How pixels are stretched.
+inline constexpr int BLACKONWHITE = 1, WHITEONBLACK = 2, COLORONCOLOR = 3, HALFTONE = 4;
+/// What the colour table of a DIB holds.
+inline constexpr UINT DIB_RGB_COLORS = 0, DIB_PAL_COLORS = 1;
+/// Raster operations.
+inline constexpr DWORD SRCCOPY = 0x00CC0020;

@@ -28,6 +28,9 @@ public:
     /// The same from single values; a resolution is in pixels per metre, and negative means not known (0 is written).
     void Create(int width, int height, int bitCount, unsigned colorCount, const RGBQUAD* colors, const void* bits,
                 int xResolution, int yResolution);
+    /// Create without bits, but the bits hold anything: for pixels all of which are written next. Memory of just that
+    /// size is used again. `colors` must not lie in this picture.
+    void CreateForOverwrite(const BITMAPINFOHEADER& header, const RGBQUAD* colors);
     void Destroy() noexcept;
     bool IsEmpty() const noexcept { return block.Size() == 0; }
 

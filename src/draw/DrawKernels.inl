@@ -1,0 +1,271 @@
+// Drawing, compiled once for each instruction-set level. Nothing here may have weak linkage, so the standard library
+// stays out: a copy that was compiled for a wide level must never stand in for one that runs everywhere.
+//
+// Loops go over channels, not pixels, wherever all four are treated alike: that is what compilers vectorise.
+#include <cstring>
+
+#include "draw/DrawKernels.h"
+
+#if defined(__AVX2__)
+#include <immintrin.h>
+#endif
+
+namespace zbm {
+namespace {
+
+using std::int32_t;
+using std::int64_t;
+using std::size_t;
+using std::uint16_t;
+using std::uint32_t;
+using std::uint64_t;
+using std::uint8_t;
+
+constexpr uint32_t kFull = 255 * 255;
+
+uint32_t LoadPixel(const uint8_t* pixel) {
+    uint32_t value;
+    std::memcpy(&value, pixel, sizeof value);
+    return value;
+}
+void StorePixel(uint8_t* pixel, uint32_t value) { std::memcpy(pixel, &value, sizeof value); }
+
+bool IsOpaque(const uint8_t* pixels, size_t count) {
+    uint32_t all = 0xFFFFFFFFu;
+    for (size_t i = 0; i < count; ++i) all &= LoadPixel(pixels + 4 * i);
+    return all >> 24 == 0xFF;
+}
+
+void Gather(uint8_t* __restrict dst, const uint8_t* __restrict line, int32_t origin, const int32_t* index,
+            size_t count) {
+    for (size_t i = 0; i < count; ++i) StorePixel(dst + 4 * i, LoadPixel(line + 4 * std::ptrdiff_t{index[i] - origin}));
+}
+
+void WidenPlain(uint16_t* __restrict wide, const uint8_t* __restrict pixels, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        const unsigned alpha = pixels[4 * i + 3];
+        for (size_t c = 0; c < 3; ++c) wide[4 * i + c] = static_cast<uint16_t>(pixels[4 * i + c] * alpha);
+        wide[4 * i + 3] = static_cast<uint16_t>(255 * alpha);
+    }
+}
+
+#if defined(__AVX2__)
+
+/// Four pixels at a time: each channel times alpha, and alpha times 255.
+void Widen(uint16_t* __restrict wide, const uint8_t* __restrict pixels, size_t count) {
+    const __m256i full = _mm256_set1_epi16(255);
+    size_t i = 0;
+    for (; i + 4 <= count; i += 4) {
+        const __m256i four = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + 4 * i)));
+        const __m256i alphas = _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(four, 0xFF), 0xFF);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(wide + 4 * i),
+                            _mm256_mullo_epi16(four, _mm256_blend_epi16(alphas, full, 0x88)));
+    }
+    WidenPlain(wide + 4 * i, pixels + 4 * i, count - i);
+}
+
+#else
+
+void Widen(uint16_t* wide, const uint8_t* pixels, size_t count) { WidenPlain(wide, pixels, count); }
+
+#endif
+
+void WidenPremultiplied(uint16_t* __restrict wide, const uint8_t* __restrict pixels, size_t count) {
+    for (size_t i = 0; i < 4 * count; ++i) wide[i] = static_cast<uint16_t>(255 * pixels[i]);
+}
+
+template <Sums as>
+uint32_t Summand(uint16_t channel) {
+    return as == Sums::wide ? channel : (channel + 127u) / 255;
+}
+template <Sums as>
+uint16_t Quotient(uint32_t sum, uint32_t reciprocal) {
+    const auto quotient = static_cast<uint32_t>((uint64_t{sum} * reciprocal + (uint64_t{1} << 31)) >> 32);
+    return static_cast<uint16_t>(as == Sums::wide ? quotient : 255 * quotient);
+}
+
+template <Sums as>
+void AccumulateAs(uint32_t* __restrict sums, const uint16_t* __restrict wide, uint32_t weight, size_t count) {
+    for (size_t i = 0; i < 4 * count; ++i) sums[i] += Summand<as>(wide[i]) * weight;
+}
+void Accumulate(uint32_t* sums, const uint16_t* wide, uint32_t weight, Sums as, size_t count) {
+    (as == Sums::wide ? AccumulateAs<Sums::wide> : AccumulateAs<Sums::levels>)(sums, wide, weight, count);
+}
+
+template <Sums as>
+void DivideAs(uint16_t* __restrict wide, const uint32_t* __restrict sums, uint32_t reciprocal, size_t count) {
+    for (size_t i = 0; i < 4 * count; ++i) wide[i] = Quotient<as>(sums[i], reciprocal);
+}
+void Divide(uint16_t* wide, const uint32_t* sums, uint32_t reciprocal, Sums as, size_t count) {
+    (as == Sums::wide ? DivideAs<Sums::wide> : DivideAs<Sums::levels>)(wide, sums, reciprocal, count);
+}
+
+#if defined(__AVX2__)
+
+/// The four channels of a pixel, in 32 bits each.
+template <Sums as>
+class Channels {
+public:
+    Channels() : sums(_mm_setzero_si128()) {}
+
+    void Add(const uint16_t* pixel) { sums = _mm_add_epi32(sums, Load(pixel)); }
+    void Add(const uint16_t* pixel, uint32_t weight) { sums = _mm_add_epi32(sums, Times(Load(pixel), weight)); }
+    void Add(const Channels& other, uint32_t weight) { sums = _mm_add_epi32(sums, Times(other.sums, weight)); }
+
+    void Divide(uint16_t* wide, uint32_t reciprocal) const {
+        const __m128i factor = _mm_set1_epi32(static_cast<int>(reciprocal)), half = _mm_set1_epi64x(int64_t{1} << 31);
+        const __m128i even = _mm_add_epi64(_mm_mul_epu32(sums, factor), half);
+        const __m128i odd = _mm_add_epi64(_mm_mul_epu32(_mm_srli_epi64(sums, 32), factor), half);
+        __m128i quotients = _mm_blend_epi32(_mm_srli_epi64(even, 32), odd, 0xA);
+        if constexpr (as == Sums::levels) quotients = _mm_mullo_epi32(quotients, _mm_set1_epi32(255));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(wide), _mm_packus_epi32(quotients, quotients));
+    }
+
+private:
+    static __m128i Load(const uint16_t* pixel) {
+        const __m128i channels = _mm_cvtepu16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(pixel)));
+        if constexpr (as == Sums::wide) return channels;
+        const __m128i rounded = _mm_add_epi32(channels, _mm_set1_epi32(127));
+        return _mm_srli_epi32(_mm_mullo_epi32(rounded, _mm_set1_epi32(0x8081)), 23);
+    }
+    static __m128i Times(__m128i channels, uint32_t weight) {
+        return _mm_mullo_epi32(channels, _mm_set1_epi32(static_cast<int>(weight)));
+    }
+
+    __m128i sums;
+};
+
+#else
+
+/// The four channels of a pixel, in 32 bits each.
+template <Sums as>
+class Channels {
+public:
+    void Add(const uint16_t* pixel) { Add(pixel, 1); }
+    void Add(const uint16_t* pixel, uint32_t weight) {
+        for (size_t c = 0; c < 4; ++c) sums[c] += Summand<as>(pixel[c]) * weight;
+    }
+    void Add(const Channels& other, uint32_t weight) {
+        for (size_t c = 0; c < 4; ++c) sums[c] += other.sums[c] * weight;
+    }
+    void Divide(uint16_t* wide, uint32_t reciprocal) const {
+        for (size_t c = 0; c < 4; ++c) wide[c] = Quotient<as>(sums[c], reciprocal);
+    }
+
+private:
+    uint32_t sums[4] = {};
+};
+
+#endif
+
+template <Sums as>
+void AverageAs(uint16_t* __restrict wide, const uint16_t* __restrict line, int32_t origin, const Tap* taps,
+               uint32_t unit, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        const Tap& tap = taps[i];
+        const uint16_t* const first = line + 4 * static_cast<std::ptrdiff_t>(tap.first - origin);
+        const uint16_t* const last = first + 4 * static_cast<std::ptrdiff_t>(tap.count - 1);
+        Channels<as> sums;
+        sums.Add(first, tap.firstWeight);
+        if (tap.count > 1) sums.Add(last, tap.lastWeight);
+        if (tap.count > 2) {
+            Channels<as> between;
+            for (const uint16_t* pixel = first + 4; pixel != last; pixel += 4) between.Add(pixel);
+            sums.Add(between, unit);
+        }
+        sums.Divide(wide + 4 * i, tap.reciprocal);
+    }
+}
+void Average(uint16_t* wide, const uint16_t* line, int32_t origin, const Tap* taps, uint32_t unit, Sums as,
+             size_t count) {
+    (as == Sums::wide ? AverageAs<Sums::wide> : AverageAs<Sums::levels>)(wide, line, origin, taps, unit, count);
+}
+
+bool IsOpaqueWide(const uint16_t* wide, size_t count) {
+    uint32_t least = kFull;
+    for (size_t i = 0; i < count; ++i) least = wide[4 * i + 3] < least ? wide[4 * i + 3] : least;
+    return least == kFull;
+}
+
+/// (value * 255 + below * (65025 - alpha)) / 65025 to nearest. The quotient of two exact numbers, as IEEE 754 has it,
+/// is never rounded up to a whole number: below 256 these lie farther apart than 1 / 65025 from it.
+uint8_t Over(uint32_t value, uint32_t alpha, uint32_t below) {
+    const uint32_t sum = value * 255 + below * (kFull - alpha) + kFull / 2;
+    const auto quotient = static_cast<int32_t>(static_cast<float>(static_cast<int32_t>(sum)) / float{kFull});
+    return static_cast<uint8_t>(quotient < 255 ? quotient : 255);
+}
+
+void Narrow(uint8_t* __restrict surface, const uint16_t* __restrict wide, size_t count) {
+    for (size_t i = 0; i < 4 * count; ++i) surface[i] = static_cast<uint8_t>((wide[i] + 127u) * 0x8081u >> 23);
+}
+
+template <bool isAlphaDrawn>
+void DrawOverPlain(uint8_t* __restrict surface, const uint16_t* __restrict wide, size_t count) {
+    for (size_t i = 0; i < count; ++i, surface += 4, wide += 4) {
+        const uint32_t alpha = wide[3] < kFull ? wide[3] : kFull;
+        for (size_t c = 0; c < 3; ++c) surface[c] = Over(wide[c], alpha, surface[c]);
+        surface[3] = isAlphaDrawn ? Over(alpha, alpha, surface[3]) : 255;
+    }
+}
+
+#if defined(__AVX2__)
+
+/// Two pixels at a time, as in Over.
+template <bool isAlphaDrawn>
+void DrawOver(uint8_t* __restrict surface, const uint16_t* __restrict wide, size_t count) {
+    const __m256i full = _mm256_set1_epi32(kFull), most = _mm256_set1_epi32(255);
+    const __m256 divisor = _mm256_set1_ps(float{kFull});
+    size_t i = 0;
+    for (; i + 2 <= count; i += 2) {
+        auto* const two = reinterpret_cast<__m128i*>(surface + 4 * i);
+        const __m256i loaded = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(wide + 4 * i)));
+        const __m256i value = _mm256_blend_epi32(loaded, _mm256_min_epu32(loaded, full), 0x88);
+        const __m256i rest = _mm256_sub_epi32(full, _mm256_shuffle_epi32(value, 0xFF));
+        const __m256i below = _mm256_mullo_epi32(_mm256_cvtepu8_epi32(_mm_loadl_epi64(two)), rest);
+        const __m256i sum =
+            _mm256_add_epi32(_mm256_add_epi32(_mm256_mullo_epi32(value, most), below), _mm256_set1_epi32(kFull / 2));
+        __m256i over = _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(sum), divisor));
+        if constexpr (!isAlphaDrawn) over = _mm256_blend_epi32(over, most, 0x88);
+        const __m128i words = _mm_packus_epi32(_mm256_castsi256_si128(over), _mm256_extracti128_si256(over, 1));
+        _mm_storel_epi64(two, _mm_packus_epi16(words, words));
+    }
+    DrawOverPlain<isAlphaDrawn>(surface + 4 * i, wide + 4 * i, count - i);
+}
+
+#else
+
+template <bool isAlphaDrawn>
+void DrawOver(uint8_t* surface, const uint16_t* wide, size_t count) {
+    DrawOverPlain<isAlphaDrawn>(surface, wide, count);
+}
+
+#endif
+
+/// The straight colour of the sum: what is below counts by its own alpha, and all is divided by that of both.
+void DrawOverStraight(uint8_t* surface, const uint16_t* wide, uint32_t alpha) {
+    const uint64_t below = surface[3] * uint64_t{kFull - alpha};
+    const uint64_t both = uint64_t{alpha} * kFull + 255 * below;
+    for (size_t c = 0; c < 3; ++c) {
+        const uint64_t color = (255 * (uint64_t{wide[c]} * kFull + surface[c] * below) + both / 2) / both;
+        surface[c] = static_cast<uint8_t>(color < 255 ? color : 255);
+    }
+    surface[3] = Over(alpha, alpha, surface[3]);
+}
+
+void DrawOverBgra(uint8_t* surface, const uint16_t* wide, size_t count) {
+    for (size_t i = 0; i < count; ++i, surface += 4, wide += 4) {
+        const uint32_t alpha = wide[3] < kFull ? wide[3] : kFull;
+        if (alpha == 0) continue;
+        if (alpha == kFull || surface[3] == 255)
+            DrawOverPlain<false>(surface, wide, 1);
+        else
+            DrawOverStraight(surface, wide, alpha);
+    }
+}
+
+constexpr DrawKernels kKernels = {&IsOpaque,   &Gather,          &Widen,        &WidenPremultiplied,
+                                  &Accumulate, &Divide,          &Average,      &IsOpaqueWide,
+                                  &Narrow,     &DrawOver<false>, &DrawOverBgra, &DrawOver<true>};
+
+}  // namespace
+}  // namespace zbm

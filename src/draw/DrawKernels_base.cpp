@@ -1,0 +1,3 @@
+#include "draw/DrawKernels.inl"
+
+const zbm::DrawKernels zbm::kBaseDrawKernels = zbm::kKernels;

@@ -1,0 +1,62 @@
+#pragma once
+// The pixels of one tile after the other, as drawing takes them.
+#include <cstdint>
+#include <optional>
+
+#include "core/LockedTile.h"
+#include "core/TileReading.h"
+#include "shr/ByteBuffer.h"
+#include "zbm/ZBitmap.h"
+
+namespace zbm {
+
+/// Reads rectangles of tiles as BGRA: premultiplied if the bitmap is, straight if not. Where the format has no alpha,
+/// the mask says what is opaque; the alpha of a colour table says nothing.
+class TilePixels {
+public:
+    explicit TilePixels(const ZBitmap& bitmap);
+    ~TilePixels();
+
+    bool ArePremultiplied() const noexcept { return format == shr::PBGRA_32; }
+    /// Whether all tiles can be reached at any time at no cost.
+    bool AreAtHand() const noexcept { return reading != nullptr && reading->resident != nullptr; }
+
+    /// Takes up a tile, of which `part`, in the bitmap's pixels, will be read.
+    void Begin(int row, int col, const RECT& part);
+    /// Lets go of it.
+    void End() noexcept { locked.reset(); }
+
+    struct Row {
+        const std::uint8_t* pixels;
+        bool isOpaque;
+    };
+    /// Row `y` of the part, in the bitmap's pixels. Stays until another row is read.
+    Row Read(int y);
+    /// How many rows of the part from `y` on, up to `end`, are opaque because the masks or the format say so.
+    int CountOpaque(int y, int end) const;
+    /// Writes rows of the part, all of them opaque, as BGRA.
+    void Convert(int y, int rows, std::uint8_t* dst, std::ptrdiff_t stride);
+
+private:
+    bool IsMaskOpaque(int y) const;
+    void ReadBlock(int y);
+    /// The part's first pixel in a row of the tile, or up to 7 before it: where a byte begins.
+    const std::uint8_t* RowAt(int y) const;
+    int Lead() const noexcept;
+
+    const ZBitmap& bitmap;
+    const shr::ColorFormat format;
+    const TileReading* const reading;
+    const shr::Color4b* colorTable = nullptr;
+    shr::Color4b opaqueColors[256];
+
+    std::optional<LockedTile> locked;
+    std::optional<ZScanRect> loaded;
+    const ZScanRect* tile = nullptr;
+    RECT box{}, part{};
+
+    shr::ByteBuffer block;  ///< rows of the part, converted, from blockBegin to blockEnd
+    int blockBegin = 0, blockEnd = 0;
+};
+
+}  // namespace zbm
