@@ -14,6 +14,7 @@
 #include "Benchmark.h"
 #include "harness/Files.h"
 #include "harness/Pictures.h"
+#include "zbm/Drawing.h"
 
 namespace {
 
@@ -224,6 +225,27 @@ void OpenMillionTiles(bench::Run& run) {
     run.TakeTurns({1e-3, "thousand/s"}, operation, "ratio_to_pread", [&] { copy.Read(table, 0); });
 }
 
+/// A window's frame, at a place inside a tile, against the same one from a bitmap in memory.
+void Frame(bench::Run& run, double zoom) {
+    constexpr int kWidth = 1920, kHeight = 1080, kPlace = 136;
+    const ScratchFile ours("_ours");
+    zbm::ZScanRectFileBitmap onFile(L"", L"", false);
+    Fill(onFile, ours);
+    zbm::ZBasicMemBitmap inMemory(4 * kTile * 2, 4 * kTile * 2, shr::BGRA_32, kTile, kTile);
+    for (int row = 0; row < inMemory.GetNumScanRectRows(); ++row)
+        for (int col = 0; col < inMemory.GetNumScanRects(row); ++col)
+            inMemory.LockScanRect(row, col) = NoisyTile(shr::BGRA_32);
+    bench::Pixels frame(std::size_t{4} * kWidth * kHeight, 1);
+    const zbm::PixelSurface surface{frame.data(), 4 * kWidth, kWidth, kHeight, zbm::SurfaceLayout::bgrx};
+    const auto draw = [&](const zbm::ZBitmap& bitmap) {
+        const zbm::SourceArea area{kPlace, kPlace, kWidth * zoom, kHeight * zoom};
+        bench::Keep(bitmap.DrawOnPixels(surface, {0, 0, kWidth, kHeight}, area, {}, nullptr));
+    };
+    run.TakeTurns(
+        {kWidth / 1000.0 * kHeight / 1000.0, "MP/s"}, [&] { draw(onFile); }, "ratio_to_memory",
+        [&] { draw(inMemory); });
+}
+
 [[maybe_unused]] const bool kAdded = bench::Add({
     {"File/write_new", 15, WriteNew},
     {"File/write_over", 15, WriteOver},
@@ -233,6 +255,8 @@ void OpenMillionTiles(bench::Run& run) {
     {"File/ChangeBrightness/bgra", 15, [](bench::Run& run) { ChangeBrightness(run, shr::BGRA_32); }},
     {"File/ChangeBrightness/bgr", 15, [](bench::Run& run) { ChangeBrightness(run, shr::BGR_24); }},
     {"File/build_levels", 15, BuildLevels},
+    {"File/frame", 15, [](bench::Run& run) { Frame(run, 1); }},
+    {"File/frame_averaged", 15, [](bench::Run& run) { Frame(run, 1.5); }},
 });
 
 }  // namespace
