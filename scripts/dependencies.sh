@@ -25,7 +25,7 @@ packages_checks=(clang-14 libclang-rt-14-dev llvm-14 clang-format-14 clang-tidy-
 packages_windows=(g++-mingw-w64-x86-64-posix wine wine64 gcc make dpkg-dev libjpeg62-turbo-dev)
 packages_aarch64=(g++-aarch64-linux-gnu qemu-user)
 packages_libcxx=(clang-16 libc++-16-dev libc++abi-16-dev)
-packages_rivals=(libyuv-dev libopencv-core-dev libopencv-imgproc-dev libbabl-dev libimagequant-dev libvips-dev
+packages_rivals=(libyuv-dev libopencv-core-dev libopencv-imgproc-dev libbabl-dev libimagequant-dev libvips-dev libcairo2-dev
     python3-pil)
 
 packages_examples=(libcairo2-dev qtbase5-dev)

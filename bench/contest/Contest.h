@@ -83,6 +83,7 @@ std::vector<Operation> Quantizations(int side);
 std::vector<Operation> Filters(int side);
 std::vector<Operation> Compressions(int side);
 std::vector<Operation> Files(int side);
+std::vector<Operation> Drawings(int side);
 
 /// A rival's part in the operation of that name, at every size.
 struct Row {

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "Contest.h"
+#include "operations/Draw.h"
 #include "operations/FilterParameters.h"
 
 namespace contest {
@@ -55,7 +56,7 @@ Enter Scale(libyuv::FilterMode mode) {
 
 Rows RowsOfLibyuv() {
     using namespace libyuv;
-    return {
+    Rows rows = {
         {"BGRA to RGBA", {"libyuv", Convert(ARGBToABGR)}},
         {"BGR24 to BGRA", {"libyuv", Convert(RGB24ToARGB)}},
         {"BGRA to BGR24", {"libyuv", Convert(ARGBToRGB24)}},
@@ -73,6 +74,11 @@ Rows RowsOfLibyuv() {
         {"nearest down", {"libyuv none", Scale(kFilterNone)}},
         {"nearest up", {"libyuv none", Scale(kFilterNone)}},
     };
+    for (const Drawn& drawn : kDrawn) {
+        const FilterMode mode = drawn.isNearest ? kFilterNone : drawn.zoom < 1 ? kFilterBilinear : kFilterBox;
+        rows.push_back({drawn.name, {mode == kFilterNone ? "libyuv none" : "libyuv", Scale(mode)}});
+    }
+    return rows;
 }
 
 [[maybe_unused]] const bool kAdded = Add({"libyuv", RowsOfLibyuv});
