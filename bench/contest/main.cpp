@@ -13,7 +13,7 @@ using namespace contest;
 
 std::vector<Operation> Wanted(const bench::Options& options, int side) {
     std::vector<Operation> wanted;
-    for (const auto& operations : {Conversions, Quantizations, Filters, Compressions, Files})
+    for (const auto& operations : {Conversions, Quantizations, Filters, Compressions, Files, Drawings})
         for (const Operation& operation : operations(side))
             if (options.Wants(operation.Title())) wanted.push_back(operation);
     return wanted;

@@ -10,7 +10,7 @@ namespace zbm {
 
 namespace {
 
-constexpr double kFinestUnit = 1 << 14;
+constexpr double kFinestUnit = kBlendUnit;
 constexpr std::int64_t kMostPixels = 1 << 24;  // of which levels can be summed; what is beyond is not looked at
 
 /// The finest power of 2 in which the weights of an averaged pixel add up to no more than they may.
@@ -38,7 +38,8 @@ Tap MakeTap(int first, int count, std::uint32_t firstWeight, std::uint32_t lastW
 bool AxisScale::IsOneToOne() const noexcept { return scale == 1 && start == std::floor(start); }
 
 AxisMap::AxisMap(const AxisScale& axis, AxisMethod method, int length, std::int64_t begin, std::int64_t end)
-    : isSingle(method == AxisMethod::nearest || axis.IsOneToOne()) {
+    : isSingle(method == AxisMethod::nearest || axis.IsOneToOne()),
+      isBlended(!isSingle && method == AxisMethod::linear) {
     const bool isAveraged = !isSingle && method == AxisMethod::average;
     if (!isSingle) unit = static_cast<std::uint32_t>(isAveraged ? UnitFor(axis.scale) : kFinestUnit);
     if (isAveraged && (axis.scale + 1) * unit > kMaxWeights) sums = Sums::levels;

@@ -44,6 +44,8 @@ public:
     bool ShowsSingles() const noexcept { return isSingle; }
     /// Whether these also follow each other as the bitmap's do.
     bool IsOneToOne() const noexcept { return isOneToOne; }
+    /// Whether weights add up to kBlendUnit, of two pixels at most.
+    bool IsBlended() const noexcept { return isBlended; }
     std::uint32_t Unit() const noexcept { return unit; }
     Sums SummedAs() const noexcept { return sums; }
 
@@ -56,7 +58,7 @@ private:
     std::vector<Tap> taps;
     std::uint32_t unit = 1;
     Sums sums = Sums::wide;
-    bool isSingle, isOneToOne = false;
+    bool isSingle, isBlended, isOneToOne = false;
 };
 
 }  // namespace zbm

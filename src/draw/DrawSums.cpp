@@ -76,7 +76,7 @@ private:
             inTile = {std::max(rows.begin, showing.begin), std::min(rows.end, showing.end)};
             const int complete = drawing.rows.FirstShowing(static_cast<int>(box.bottom));
             leftOver = {std::clamp(complete, inTile.begin, inTile.end), inTile.end};
-            lines.resize(static_cast<std::size_t>(inTile.Count()) * Width() * 4);
+            lines.resize(static_cast<std::size_t>(inTile.Count()) * Width() * 4 + 4);
             carriedSums.resize(std::max(carriedSums.size(), static_cast<std::size_t>(leftOver.Count()) * Width() * 4));
             for (int col = firstCol; col < endCol; ++col) AddTile(row, col);
             for (int j = inTile.begin; j < leftOver.begin; ++j) DrawLine(columns, j);
@@ -106,18 +106,25 @@ private:
             std::memcpy(line, Wide(tap.first, width), channels * sizeof *line);
             return;
         }
+        const int last = tap.first + tap.count - 1;
+        const int begin = std::max(tap.first, static_cast<int>(part.top)),
+                  end = std::min(last + 1, static_cast<int>(part.bottom));
+        if (drawing.rows.IsBlended() && end - begin == 2) {
+            const std::uint16_t* const above = Wide(begin, width);
+            return kernels.blendRows(line, {above, tap.firstWeight}, {Wide(last, width), tap.lastWeight}, width);
+        }
         if (j < carried.end)
             std::copy_n(CarriedOf(j - carried.begin) + x, channels, sums.data());
         else
             std::fill(sums.begin(), sums.end(), 0u);
-        const int last = tap.first + tap.count - 1;
-        const int begin = std::max(tap.first, static_cast<int>(part.top)),
-                  end = std::min(last + 1, static_cast<int>(part.bottom));
-        for (int y = begin; y < end; ++y) {
-            const std::uint32_t weight = y == tap.first ? tap.firstWeight
-                                         : y == last    ? tap.lastWeight
-                                                        : drawing.rows.Unit();
-            kernels.accumulate(sums.data(), Wide(y, width), weight, drawing.rows.SummedAs(), width);
+        const auto rowAt = [&](int y) -> WeightedRow {
+            return {Wide(y, width), y == tap.first ? tap.firstWeight
+                                    : y == last    ? tap.lastWeight
+                                                   : drawing.rows.Unit()};
+        };
+        for (int y = begin; y < end; y += 2) {
+            const WeightedRow a = rowAt(y), b = y + 1 < end ? rowAt(y + 1) : WeightedRow{a.wide, 0};
+            kernels.accumulate(sums.data(), a, b, drawing.rows.SummedAs(), width);
         }
         if (j < leftOver.begin)
             kernels.divide(line, sums.data(), tap.reciprocal, drawing.rows.SummedAs(), width);
@@ -139,8 +146,13 @@ private:
     void DrawLine(const Places& columns, int j) {
         const auto count = static_cast<std::size_t>(columns.Count());
         drawn.resize(4 * count);
-        kernels.average(drawn.data(), LineOf(j), static_cast<std::int32_t>(source.left),
-                        &drawing.columns[columns.begin], drawing.columns.Unit(), drawing.columns.SummedAs(), count);
+        const auto origin = static_cast<std::int32_t>(source.left);
+        const Tap* const taps = &drawing.columns[columns.begin];
+        if (drawing.columns.IsBlended())
+            kernels.blendColumns(drawn.data(), LineOf(j), origin, taps, count);
+        else
+            kernels.average(drawn.data(), LineOf(j), origin, taps, drawing.columns.Unit(), drawing.columns.SummedAs(),
+                            count);
         drawing.surface.DrawOver(drawing.columns.Begin() + columns.begin, drawing.rows.Begin() + j, drawn.data(),
                                  count);
     }
