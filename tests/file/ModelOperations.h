@@ -301,7 +301,7 @@ inline void StoreRegion(const Actors& with) {
     const int width = static_cast<int>(rect.right - rect.left), height = static_cast<int>(rect.bottom - rect.top);
     const FlatPicture pixels = RandomPixels(with.dice, width, height, after.format);
     CallersRows rows(with.dice, pixels.RowBytes(), height);
-    for (int y = 0; y < height; ++y)
+    for (int y = 0; y < height && width > 0; ++y)
         std::memcpy(rows.Row(y), pixels.Row(y), static_cast<std::size_t>(pixels.RowBytes()));
     with.Say(Describe(rect));
     const bool meets = ForEachInside(after, rect, [&](int x, int y, int rectX, int rectY) {

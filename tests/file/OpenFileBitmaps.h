@@ -29,6 +29,7 @@ public:
     using ZScanRectFileBitmap::SaveFileInfoTable;
     using ZScanRectFileBitmap::SetOutputBitmapScanLine;
     using ZScanRectFileBitmap::store;
+    using ZScanRectFileBitmap::version;
     using ZScanRectFileBitmap::tempDir;
     using ZScanRectFileBitmap::WriteScanRect;
 };

@@ -22,6 +22,15 @@ TEST_F(TempDirectoryOnLinux, IsSweptWithoutWaitingForPipes) {
     EXPECT_FALSE(shr::PathExists(prefix + L"zvleft.tmp"));
 }
 
+TEST_F(TempDirectoryOnLinux, IsSweptWithoutFollowingLinks) {
+    const shr::ZString link = shr::CPath::AppendDirSeparator(folder, true) + L"zvlink.tmp";
+    OnFile(name, FormulaBitmap(5, 5, shr::BGR_24, 5, 5))->Close();
+    std::filesystem::create_symlink(shr::test::SystemPath(name), shr::test::SystemPath(link));
+    zbm::CleanGlobalFileBitmapTempDir();
+    EXPECT_TRUE(shr::PathExists(link));
+    EXPECT_TRUE(shr::PathExists(name));
+}
+
 /// In a process of its own, in which no folder was ever chosen.
 TEST(TempDirectoryDeathTest, IsTheSystemsUntilOneIsChosen) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");

@@ -368,7 +368,13 @@ TEST_F(FileBitmap, LeavesAFileThatAnotherHasOpenAsItIs) {
                                 ScanRectFileBitmapCheck::createdFile, name));
     EXPECT_TRUE(IsEqual(*bitmap, FormulaBitmap(30, 20, shr::BGR_24, 16, 16)));
     bitmap->Close();
+    {
+        const auto writing = Opened(false);
+        EXPECT_TRUE(RaisesFileError([&] { other.Open(name, false); }, ScanRectFileBitmapCheck::openedFile, name));
+        EXPECT_TRUE(RaisesFileError([&] { other.Open(name, true); }, ScanRectFileBitmapCheck::openedFile, name));
+    }
     const auto first = Opened(true), second = Opened(true);
+    EXPECT_EQ(first->version, 1);
     EXPECT_TRUE(IsEqual(*first, FormulaBitmap(30, 20, shr::BGR_24, 16, 16)));
     EXPECT_TRUE(IsEqual(*first, InMemory(*second))) << "many may read";
 }

@@ -22,8 +22,8 @@ struct FlatPicture {
           rows(static_cast<std::size_t>(RowBytes()) * static_cast<std::size_t>(height)) {}
 
     int RowBytes() const { return PaddedRowBytes(width, BitsPerPixel(format)); }
-    std::uint8_t* Row(int y) { return &rows[static_cast<std::size_t>(RowBytes() * y)]; }
-    const std::uint8_t* Row(int y) const { return &rows[static_cast<std::size_t>(RowBytes() * y)]; }
+    std::uint8_t* Row(int y) { return rows.data() + RowBytes() * y; }
+    const std::uint8_t* Row(int y) const { return rows.data() + RowBytes() * y; }
     std::size_t Index(int x, int y) const { return static_cast<std::size_t>(width * y + x); }
     zbm::ConstPixelRows Pixels() const { return {rows.data(), format, RowBytes(), colors.data()}; }
 
