@@ -162,7 +162,7 @@ BitmapPtr LoadByTiles(shr::CBufferedFile& file, const ArchiveSurvey& survey, Wor
     BitmapPtr bitmap = LoadOne(file, survey.bitmaps.front(), BytesOfReductions(survey), place, progress);
     auto* const paged = dynamic_cast<PagedBitmap*>(bitmap.get());
     if (paged == nullptr || survey.kind != ArchiveKind::withReductions) return bitmap;
-    PagedBitmap::Reductions reductions{{}, survey.storesReductions};
+    KeptReductions reductions{{}, survey.storesReductions};
     for (std::size_t i = 1; i < survey.bitmaps.size(); ++i)
         reductions.bitmaps.push_back(LoadOne(file, survey.bitmaps[i], 0, place, progress));
     paged->reductionsKept = std::move(reductions);

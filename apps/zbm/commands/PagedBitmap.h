@@ -7,6 +7,12 @@
 
 namespace tool {
 
+/// Those that go into an archive.
+struct KeptReductions {
+    std::vector<BitmapPtr> bitmaps;
+    bool areCurrent = false;
+};
+
 /// A bitmap that is too large for memory, in a temporary file. What is done to it gives what it gives in memory, to the
 /// bit: filters choose colours as they do there, and in an archive it has the tiles, and the reductions, that it would
 /// have.
@@ -14,7 +20,8 @@ namespace tool {
 /// Its tiles in the file are flat, so that a row of them, which filters hold, takes little memory however wide it is.
 class PagedBitmap final : public zbm::ZCachedBitmap {
 public:
-    /// In an empty file that there is already. Somebody else deletes it, and outlives the bitmap.
+    /// In an empty file that there is already. It is deleted with the bitmap; but where memory is too short even for
+    /// that, who made the file sees to it.
     explicit PagedBitmap(const ZString& emptyFile) : ZCachedBitmap({}, {}, false), name(emptyFile) {}
 
     /// As Workplace::Make.
@@ -27,12 +34,8 @@ public:
 
     TileSize ArchivedTiles() const noexcept { return archivedTiles; }
 
-    /// The reductions of a bitmap that keeps such; those in its archive.
-    struct Reductions {
-        std::vector<BitmapPtr> bitmaps;
-        bool areCurrent = false;
-    };
-    std::optional<Reductions> reductionsKept;
+    /// Of a bitmap that keeps reductions.
+    std::optional<KeptReductions> reductionsKept;
 
 private:
     void LayOut(const BitmapShape& shape);
