@@ -16,24 +16,38 @@ from PIL import Image, ImageChops
 Image.MAX_IMAGE_PIXELS = None
 STRIPE = 64  # rows
 HEADER = struct.Struct("<2sHI")
+BIG_HEADER = struct.Struct("<2sHHHQ")
 
 
 def write_directory(file, width, height, offsets):
-    """The TIFF's description: 8 bits RGB without compression, in strips of STRIPE rows."""
+    """The TIFF's description: 8 bits RGB without compression, in strips of STRIPE rows; a BigTIFF's numbers are wide."""
+    is_big = is_bigtiff(width, height)
+    number = "Q" if is_big else "I"
     row = 3 * width
     counts = [row * min(STRIPE, height - y) for y in range(0, height, STRIPE)]
     place = file.tell()
-    file.write(struct.pack(f"<{len(offsets)}I", *offsets) + struct.pack(f"<{len(counts)}I", *counts))
-    bits = file.tell()
-    file.write(struct.pack("<3H", 8, 8, 8))
+    file.write(struct.pack(f"<{len(offsets)}{number}", *offsets) + struct.pack(f"<{len(counts)}{number}", *counts))
+    bits = struct.pack("<4H", 8, 8, 8, 0)
+    if not is_big:
+        file.write(bits)
     directory = file.tell()
-    short, long = 3, 4
-    entries = [(256, long, 1, width), (257, long, 1, height), (258, short, 3, bits), (259, short, 1, 1),
-               (262, short, 1, 2), (273, long, len(offsets), place), (277, short, 1, 3), (278, long, 1, STRIPE),
-               (279, long, len(counts), place + 4 * len(offsets))]
-    file.write(struct.pack("<H", len(entries)) + b"".join(struct.pack("<HHII", *entry) for entry in entries) + bytes(4))
+    inner = struct.unpack("<Q", bits)[0] if is_big else directory - len(bits)
+    short, long, position = 3, 4, 16 if is_big else 4
+    entries = [(256, long, 1, width), (257, long, 1, height), (258, short, 3, inner), (259, short, 1, 1),
+               (262, short, 1, 2), (273, position, len(offsets), place), (277, short, 1, 3), (278, long, 1, STRIPE),
+               (279, position, len(counts), place + struct.calcsize(number) * len(offsets))]
+    packed = b"".join(struct.pack(f"<HH{number}{number}", *entry) for entry in entries)
+    file.write(struct.pack("<Q" if is_big else "<H", len(entries)) + packed + bytes(8 if is_big else 4))
     file.seek(0)
-    file.write(HEADER.pack(b"II", 42, directory))
+    file.write(BIG_HEADER.pack(b"II", 43, 8, 0, directory) if is_big else HEADER.pack(b"II", 42, directory))
+
+
+def is_bigtiff(width, height):
+    return 3 * width * height > 2**32 - 2**24
+
+
+def header_bytes(width, height):
+    return BIG_HEADER.size if is_bigtiff(width, height) else HEADER.size
 
 
 def make(picture, width, height, name):
@@ -43,7 +57,7 @@ def make(picture, width, height, name):
         band.paste(tile, (x, 0))
     offsets = []
     with open(name, "wb") as file:
-        file.write(HEADER.pack(b"II", 42, 0))
+        file.write(bytes(header_bytes(width, height)))
         for y in range(0, height, STRIPE):
             stripe = Image.new("RGB", (width, min(STRIPE, height - y)))
             top = y % tile.height
@@ -67,7 +81,7 @@ def check(large, amount, result, view, level):
     levels, reduced, scale = brightened(amount), Image.open(view).convert("RGB"), 2**level
     with open(large, "rb") as source, open(result, "rb") as bmp:
         start, _, width, height = struct.unpack_from("<IIii", bmp.read(26), 10)
-        source.seek(HEADER.size)
+        source.seek(header_bytes(width, height))
         if reduced.size != (width // scale, height // scale):
             sys.exit(f"{view} is {reduced.width} x {reduced.height}")
         for y in range(0, height, STRIPE):

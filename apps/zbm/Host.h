@@ -21,8 +21,9 @@ void PrepareBinaryOutput();
 /// How many columns the terminal at standard error has; 0 if it is none.
 int ErrorsWidth();
 
-/// The machine's memory in bytes.
-std::uint64_t PhysicalMemory();
+/// The memory in bytes that this process may use: the machine's, or less where its container (or, on Windows, its job)
+/// or the process itself has a limit. Found out once.
+std::uint64_t UsableMemory();
 
 enum class FileKind { missing, regular, folder, danglingLink, other };
 /// Of what the name leads to. Links are followed; one that leads nowhere is a dangling one.

@@ -1,13 +1,16 @@
 #include <fcntl.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <initializer_list>
 #include <memory>
 #include <stdexcept>
 
+#include "ContainerMemory_linux.h"
 #include "Host.h"
 
 namespace tool {
@@ -31,8 +34,22 @@ int ErrorsWidth() {
     return known ? size.ws_col : kUsualWidth;
 }
 
-std::uint64_t PhysicalMemory() {
+namespace {
+
+std::uint64_t MemoryOfMachine() {
     return static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES)) * static_cast<std::uint64_t>(sysconf(_SC_PAGE_SIZE));
+}
+
+std::uint64_t AddressSpace() {
+    rlimit limit{};
+    return getrlimit(RLIMIT_AS, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY ? limit.rlim_cur : UINT64_MAX;
+}
+
+}  // namespace
+
+std::uint64_t UsableMemory() {
+    static const std::uint64_t usable = std::min({MemoryOfMachine(), AddressSpace(), ContainerMemory()});
+    return usable;
 }
 
 FileKind KindOf(const ZString& name) {

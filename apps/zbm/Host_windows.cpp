@@ -6,6 +6,7 @@
 
 #include <fcntl.h>
 #include <io.h>
+#include <algorithm>
 #include <cstdio>
 
 namespace tool {
@@ -41,10 +42,32 @@ int ErrorsWidth() {
     return isConsole ? info.srWindow.Right - info.srWindow.Left + 1 : 0;
 }
 
-std::uint64_t PhysicalMemory() {
+namespace {
+
+std::uint64_t MemoryOfMachine() {
     MEMORYSTATUSEX status{};
     status.dwLength = sizeof status;
     return GlobalMemoryStatusEx(&status) != 0 ? status.ullTotalPhys : UINT64_MAX;
+}
+
+/// Of the job to which the process belongs, if it does.
+std::uint64_t MemoryOfJob() {
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+    if (QueryInformationJobObject(nullptr, JobObjectExtendedLimitInformation, &limits, sizeof limits, nullptr) == 0)
+        return UINT64_MAX;
+    const DWORD set = limits.BasicLimitInformation.LimitFlags;
+    std::uint64_t memory = UINT64_MAX;
+    if ((set & JOB_OBJECT_LIMIT_JOB_MEMORY) != 0) memory = limits.JobMemoryLimit;
+    if ((set & JOB_OBJECT_LIMIT_PROCESS_MEMORY) != 0)
+        memory = std::min<std::uint64_t>(memory, limits.ProcessMemoryLimit);
+    return memory;
+}
+
+}  // namespace
+
+std::uint64_t UsableMemory() {
+    static const std::uint64_t usable = std::min(MemoryOfMachine(), MemoryOfJob());
+    return usable;
 }
 
 FileKind KindOf(const ZString& name) {

@@ -123,6 +123,7 @@ TEST(Info, TellsWhatTheArchiveHolds) {
     char ratio[32];
     std::snprintf(ratio, sizeof ratio, "%.2f", 600.0 * 530 / static_cast<double>(bytes));
     EXPECT_EQ(result.out,
+              "kind: archive of a bitmap in memory\n"
               "size: 600 x 530\n"
               "format: INDEXED_8\n"
               "tile size: 256 x 512\n"

@@ -198,11 +198,12 @@ TEST(LargestPicture, IsRefusedByItsPixelsBeforeAnythingIsMadeOfIt) {
     std::ostringstream errors;
     tool::Console console(errors, [] { return 0; });
     tool::ConsoleProgress progress(console);
+    const tool::OutputFile output(shr::ZString::FromUtf8(folder.File("out")), errors);
     const auto read = [&](const Bytes& file, std::uint64_t maxPixels) {
         WriteFile(folder.File("in"), file);
-        tool::InMemory place;
-        return tool::ReadPicture({shr::ZString::FromUtf8(folder.File("in")), {.maxPixels = maxPixels}}, {}, place,
-                                 console, progress);
+        tool::Paging place(output, UINT64_MAX);
+        const tool::Input input{shr::ZString::FromUtf8(folder.File("in")), {.maxPixels = maxPixels}, {}};
+        return tool::ReadPicture(input, {}, place, console, progress);
     };
     const Image image = RandomImage(Kind::rgb, 8, 21, 13, 1);
     for (const Bytes& file : {EncodePng(image), EncodeJpeg(image), EncodeTiff(image), EncodeBmp(image)}) {

@@ -166,7 +166,7 @@ TEST_F(Paging, InfoTellsWhatTheFileHolds) {
     PageIn(image);
     const auto bytes = [&] { return "file bytes: " + std::to_string(Get("in.zbf").size()) + "\n"; };
     const std::string frame =
-        "size: 1030 x 530\nformat: INDEXED_8\ntile size: 512 x 512\ntiles: 3 x 2\n"
+        "kind: bitmap in a file (.zbf)\nsize: 1030 x 530\nformat: INDEXED_8\ntile size: 512 x 512\ntiles: 3 x 2\n"
         "resolution: 11811 x 11811 pixels per metre (300 x 300 dpi)\ncolour table entries: 256\n";
     EXPECT_EQ(Info("in.zbf"), frame + bytes() + "levels: none\n");
     Do({"levels", File("in.zbf")});

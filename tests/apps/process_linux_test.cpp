@@ -92,7 +92,7 @@ TEST(Process, GivesTheExitCodesToTheShell) {
     EXPECT_EQ(Process(folder, {"pack", folder.File("p"), folder.File("a.zbm")}).Result().code, 0);
     const ToolResult info = Process(folder, {"info", folder.File("a.zbm")}).Result();
     EXPECT_EQ(info.code, 0);
-    EXPECT_EQ(info.out.find("size: 20 x 20\n"), 0u);
+    EXPECT_EQ(info.out.find("kind: archive of a bitmap in memory\nsize: 20 x 20\n"), 0u);
     EXPECT_EQ(info.errors, "");
     ExpectOneErrorAbout(Process(folder, {"info", folder.File("none")}).Result(), folder.File("none"));
     EXPECT_EQ(Process(folder, {"pack"}).Result().code, 2);

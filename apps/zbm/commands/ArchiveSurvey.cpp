@@ -1,9 +1,12 @@
 // The archive of a bitmap, as it is laid out: format information, u16 version 1, then the tiles' records row by row.
 // That of a bitmap with reductions: u16 version 1, the archive of the image, u32 whether reductions follow, and if so
-// u32 how many, and the archive of each. All numbers are little-endian.
+// u32 how many, and the archive of each. A store, of a bitmap in a file, is format information and the tiles' records,
+// without a version of its own. The archive of such a bitmap: u16 version 1, format information, the store, and
+// reductions as above, each the archive of a level: u16 version 1, a store. All numbers are little-endian.
 #include "commands/ArchiveSurvey.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <stdexcept>
 
 #include "InputFile.h"
@@ -51,21 +54,32 @@ public:
     ArchiveSurvey Walk() {
         const shr::CScopedIProgressTask task(&progress, L"Checking archive...");
         survey.kind = FindKind();
+        if (survey.kind != ArchiveKind::plain) Number16();
+        if (survey.kind == ArchiveKind::file) ReadFormat();
         WalkBitmap();
-        if (survey.kind == ArchiveKind::withReductions && Number32() != 0) WalkReductions();
+        const bool mayHaveReductions = survey.kind == ArchiveKind::withReductions || survey.kind == ArchiveKind::file;
+        survey.storesReductions = mayHaveReductions && Number32() != 0;
+        if (survey.storesReductions) WalkReductions();
         survey.fileBytes = static_cast<std::uint64_t>(length);
         survey.bytesAfterArchive = static_cast<std::uint64_t>(length - file.GetPosition());
         return std::move(survey);
     }
 
 private:
-    /// Leaves the file at the image's archive. What begins like one kind cannot begin like the other: the format of a
+    bool IsStored() const { return survey.kind == ArchiveKind::file || survey.kind == ArchiveKind::level; }
+
+    /// Leaves the file at its start. What begins like a bitmap in memory cannot begin like another: the format of a
     /// bitmap would be one of the other's sizes, times 65536.
     ArchiveKind FindKind() {
-        if (IsBitmapAt(0)) return ArchiveKind::plain;
-        if (!IsBitmapAt(sizeof(std::uint16_t))) RefuseForeign();
-        return ArchiveKind::withReductions;
+        ArchiveKind kind = ArchiveKind::plain;
+        if (!IsBitmapAt(0)) {
+            if (!IsBitmapAt(sizeof(std::uint16_t))) RefuseForeign();
+            kind = KindBehindVersion();
+        }
+        file.Seek(0);
+        return kind;
     }
+    ArchiveKind KindBehindVersion();
     bool IsBitmapAt(std::int64_t position) {
         file.Seek(position);
         const bool isBitmap = ReadShape();
@@ -78,6 +92,7 @@ private:
         const std::uint32_t count = Number32();
         if (count > kMostReductions) RefuseDamaged();
         for (std::uint32_t i = 0; i < count; ++i) {
+            if (IsStored() && Number16() != 1) RefuseDamaged();
             WalkBitmap();
             if (survey.bitmaps.back().IsEmpty()) RefuseDamaged();
         }
@@ -86,8 +101,9 @@ private:
     void WalkBitmap() {
         ReadFormat();
         surveyor.Judge(bitmap);
+        if (!IsStored() && Number16() != 1) RefuseDamaged();
+        bitmap.tilesAt = file.GetPosition();
         survey.bitmaps.push_back(bitmap);
-        if (Number16() != 1) RefuseDamaged();
         if (!bitmap.IsEmpty()) WalkTiles();
     }
     void WalkTiles() {
@@ -145,14 +161,32 @@ bool ArchiveWalk::ReadShape() {
            shape.tileWidth >= 1;
 }
 
+/// The image's format information is followed by that of its store, which is the same; by a tile; or by a version and
+/// a tile, whose format would be its height, times 65536.
+ArchiveKind ArchiveWalk::KindBehindVersion() {
+    ReadFormat();
+    const BitmapShape image = bitmap.shape;
+    const auto isNext = [&, at = file.GetPosition()](std::initializer_list<int> numbers) {
+        file.Seek(at);
+        return length - at >= std::int64_t{2} + 4 * static_cast<std::int64_t>(numbers.size()) && Number16() == 1 &&
+               std::all_of(numbers.begin(), numbers.end(), [&](int number) { return Int32() == number; });
+    };
+    if (isNext({image.height, image.width, image.format, image.tileHeight, image.tileWidth})) return ArchiveKind::file;
+    const int width = std::min(image.tileWidth, image.width), height = std::min(image.tileHeight, image.height);
+    return isNext({width, height, image.format}) ? ArchiveKind::level : ArchiveKind::withReductions;
+}
+
 void ArchiveWalk::ReadFormat() {
     if (!ReadShape()) RefuseDamaged();
     bitmap.xPixelsPerMeter = Int32();
     bitmap.yPixelsPerMeter = Int32();
-    bitmap.colors = Number32();
-    if (bitmap.colors > 256) RefuseDamaged();
+    const std::uint32_t colors = Number32();
+    if (colors > 256) RefuseDamaged();
     std::uint8_t table[256 * sizeof(shr::Color4b)];
-    Take(table, bitmap.colors * sizeof(shr::Color4b));
+    Take(table, colors * sizeof(shr::Color4b));
+    bitmap.colors.resize(colors);
+    for (std::size_t i = 0; i < colors; ++i)
+        bitmap.colors[i] = {table[4 * i], table[4 * i + 1], table[4 * i + 2], table[4 * i + 3]};
 }
 
 void ArchiveWalk::WalkTile(int width, int height) {
@@ -192,16 +226,19 @@ void ArchiveWalk::Decode(const Block& block, std::uint32_t encodedBytes) {
 
 class LoadingSurveyor final : public Surveyor {
 public:
-    explicit LoadingSurveyor(std::uint64_t mostPixelsEach) : mostPixels(mostPixelsEach) {}
+    explicit LoadingSurveyor(std::optional<std::uint64_t> mostPixelsEach) : mostPixels(mostPixelsEach) {}
     void Judge(const ArchivedBitmap& bitmap) override {
-        RefuseTooManyPixels(bitmap.shape.width, bitmap.shape.height, mostPixels);
-        bytesOfAll = RefuseBeyondMemory(bitmap.shape, bytesOfAll);
+        BitmapShape tile = bitmap.shape;
+        RefuseTooManyPixels(tile.width, tile.height, mostPixels);
+        tile.width = std::min(tile.width, tile.tileWidth);
+        tile.height = std::min(tile.height, tile.tileHeight);
+        if (!bitmap.IsEmpty()) RefuseBeyondMemory(tile, 0);
     }
     bool Wants(const Block&) const override { return false; }  // loading tells of damaged blocks
     void Take(const Block&, const std::uint8_t*) override {}
 
 private:
-    std::uint64_t mostPixels, bytesOfAll = 0;
+    std::optional<std::uint64_t> mostPixels;
 };
 
 /// Looks for the first transparent pixel of the image.
@@ -230,7 +267,8 @@ ArchiveSurvey Survey(shr::CBufferedFile& file, Surveyor& surveyor, shr::IProgres
 
 }  // namespace
 
-ArchiveSurvey SurveyForLoading(shr::CBufferedFile& file, std::uint64_t mostPixels, shr::IProgress& progress) {
+ArchiveSurvey SurveyForLoading(shr::CBufferedFile& file, std::optional<std::uint64_t> mostPixels,
+                               shr::IProgress& progress) {
     LoadingSurveyor surveyor(mostPixels);
     return Survey(file, surveyor, progress);
 }

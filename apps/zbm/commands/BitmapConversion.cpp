@@ -16,14 +16,6 @@ namespace tool {
 
 namespace {
 
-BitmapPtr MakeAlike(const zbm::ZBitmap& source, shr::ColorFormat format, Workplace& place) {
-    return place.Make({.shape = {source.GetPixelWidth(), source.GetPixelHeight(), format, source.GetScanRectWidth(),
-                                 source.GetScanRectHeight()},
-                       .xPixelsPerMeter = source.GetXResolution(),
-                       .yPixelsPerMeter = source.GetYResolution(),
-                       .colors = {}});
-}
-
 template <class Convert>
 void ForEachTile(const zbm::ZBitmap& bitmap, shr::IProgress& progress, Convert convert) {
     const int rows = bitmap.GetNumScanRectRows();
@@ -173,7 +165,7 @@ bool GivesIndices(shr::ColorFormat source, shr::ColorFormat indexed) {
 BitmapPtr ConvertBitmap(const zbm::ZBitmap& source, shr::ColorFormat format, const ColorChoice& colors,
                         Workplace& place, shr::IProgress& progress) {
     const shr::ColorFormat from = source.GetColorFormat();
-    BitmapPtr result = MakeAlike(source, format, place);
+    BitmapPtr result = place.Make(BlankLike(source, format));
     const shr::CScopedIProgressTask task(&progress, L"Converting pixels...");
     if (IsIndexed(format) && (colors.IsGiven() || !GivesIndices(from, format))) {
         Quantize(source, *result, colors, progress);

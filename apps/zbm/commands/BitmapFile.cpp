@@ -26,18 +26,16 @@ void Encode(zbm::ZBitmap& bitmap, const Metadata& metadata, const Output& output
     output.writer(job);
 }
 
-Picture ReadArchive(const Input& input, Console& console, ConsoleProgress& progress) {
-    const std::uint64_t mostPixels = input.reading.maxPixels.value_or(kDefaultMaxPixels);
-    Picture picture{LoadArchive(input.name, mostPixels, console, progress), {}};
-    picture.hadReductions = LevelCount(*picture.bitmap) > 1;
-    return picture;
+Picture ReadArchive(const Input& input, Workplace& place, Console& console, ConsoleProgress& progress) {
+    ArchivedPicture loaded = LoadArchive(input.name, input.reading.maxPixels, place, console, progress);
+    return {std::move(loaded.bitmap), {}, loaded.hasReductions};
 }
 
 Picture ReadFileBitmap(const Input& input, Workplace& place) {
     FileBitmapPtr bitmap = OpenFileBitmap(input.name, FileUse::read);
     place.AddName(input.name, input.name);
     return InContextOf(input.name, [&] {
-        RefuseTooManyPixels(bitmap->GetPixelWidth(), bitmap->GetPixelHeight(), place.MostPixels(input.reading));
+        RefuseTooManyPixels(bitmap->GetPixelWidth(), bitmap->GetPixelHeight(), input.reading.maxPixels);
         const bool hasReductions = LevelCount(*bitmap) > 1;
         return Picture{std::move(bitmap), {}, hasReductions};
     });
@@ -54,8 +52,8 @@ FileType TypeOf(const ZString& name) {
 }
 
 std::unique_ptr<Workplace> WorkplaceFor(const Input& input, const Output& output, const OutputFile& file) {
-    if (output.type != FileType::bitmap && TypeOf(input.name) != FileType::bitmap) return std::make_unique<InMemory>();
-    return std::make_unique<InFiles>(file);
+    if (output.type == FileType::bitmap) return std::make_unique<InFiles>(file);
+    return std::make_unique<Paging>(file, MemoryForABitmap(input.memory));
 }
 
 Picture ReadPicture(const Input& input, TileSize tiles, Workplace& place, Console& console, ConsoleProgress& progress) {
@@ -63,7 +61,7 @@ Picture ReadPicture(const Input& input, TileSize tiles, Workplace& place, Consol
         PictureSource source(input.name);
         Notes notes(console, input.name);
         const std::unique_ptr<PictureReader> reader = OpenPicture(source, notes);
-        RefuseTooManyPixels(reader->Info().width, reader->Info().height, place.MostPixels(input.reading));
+        RefuseTooManyPixels(reader->Info().width, reader->Info().height, input.reading.maxPixels);
         const bool isTurned = !input.reading.keepOrientation;
         const PictureInfo info = isTurned ? Upright(reader->Info()) : reader->Info();
         BitmapPtr bitmap = place.Make(BlankFor(info, tiles));
@@ -78,7 +76,7 @@ Picture ReadPicture(const Input& input, TileSize tiles, Workplace& place, Consol
 
 Picture ReadBitmap(const Input& input, Workplace& place, Console& console, ConsoleProgress& progress) {
     return TypeOf(input.name) == FileType::bitmap ? ReadFileBitmap(input, place)
-                                                  : ReadArchive(input, console, progress);
+                                                  : ReadArchive(input, place, console, progress);
 }
 
 Picture ReadAny(const Input& input, Workplace& place, Console& console, ConsoleProgress& progress) {

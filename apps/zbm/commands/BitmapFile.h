@@ -1,5 +1,7 @@
 #pragma once
+#include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "Console.h"
 #include "OutputFile.h"
@@ -14,6 +16,7 @@ namespace tool {
 struct Input {
     ZString name;
     ReadOptions reading;
+    std::optional<std::uint64_t> memory;  ///< bytes of the largest bitmap that is held there; as fits if not given
 };
 
 /// What a file can be: a picture, an archive, or a bitmap in a file.
@@ -29,10 +32,6 @@ struct Output {
     bool isInPlace = false;  ///< no file is written: the input itself changes
 };
 
-struct TileSize {
-    int width = 512, height = 512;
-};
-
 /// A bitmap, and what its file told beside it; only picture files tell something.
 struct Picture {
     BitmapPtr bitmap;
@@ -43,15 +42,15 @@ struct Picture {
 /// What the file begins like; an archive if like nothing else. Raises ToolError if it cannot be read.
 FileType TypeOf(const ZString& name);
 
-/// Where a command works on what it reads and writes: in memory, unless one of both is a bitmap in a file. The output
-/// is borrowed.
+/// Where a command works on what it reads and writes: each bitmap in a file where that is what it writes, else in
+/// memory as far as it fits. The output is borrowed.
 std::unique_ptr<Workplace> WorkplaceFor(const Input& input, const Output& output, const OutputFile& file);
 
 // These raise ToolError, and shr::AbortException when cancelled. The workplace outlives the pictures.
 
 /// The picture file as a bitmap in the closest format.
 Picture ReadPicture(const Input& input, TileSize tiles, Workplace& place, Console& console, ConsoleProgress& progress);
-/// The bitmap of an archive file, in memory; or that of a bitmap's file, which is only read.
+/// The bitmap of an archive file; or that of a bitmap's file, which is only read.
 Picture ReadBitmap(const Input& input, Workplace& place, Console& console, ConsoleProgress& progress);
 /// Of any file.
 Picture ReadAny(const Input& input, Workplace& place, Console& console, ConsoleProgress& progress);

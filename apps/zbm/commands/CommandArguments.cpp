@@ -268,16 +268,17 @@ Command AddResize(CLI::App& app) {
         const TileSize box = ParseSize(text).value();
         options->size = {.width = box.width, .height = box.height, .isBox = true};
     };
-    resize
-        ->add_option_function<std::string>("--fit", takeBox,
-                                           "The largest size of the same proportions within a box like 800x600")
-        ->type_name("WxH")
-        ->check(CheckSize)
-        ->excludes(size);
+    CLI::Option* const fit =
+        resize
+            ->add_option_function<std::string>("--fit", takeBox,
+                                               "The largest size of the same proportions within a box like 800x600")
+            ->type_name("WxH")
+            ->check(CheckSize)
+            ->excludes(size);
     AddChoice(resize, "--method", options->method, ResizeMethods(), "METHOD",
               "nearest, bilinear (the default), catmull-rom, mitchell or b-spline");
-    resize->callback([resize] {
-        if (resize->count("--size") + resize->count("--fit") == 0) throw CLI::RequiredError("--size or --fit");
+    resize->callback([size, fit] {  // to count them by name would end the program where memory is short
+        if (size->count() + fit->count() == 0) throw CLI::RequiredError("--size or --fit");
     });
     return {resize, [options](const Streams& streams) { Resize(*options, streams); }};
 }

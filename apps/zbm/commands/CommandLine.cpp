@@ -18,12 +18,15 @@ namespace {
 
 constexpr const char* kDescription =
     "zbm packs pictures into archives of tiled bitmaps, unpacks them again, every pixel the same, converts them\n"
-    "between pixel formats, and edits them. Pictures larger than memory are paged into files and edited there.";
+    "between pixel formats, and edits them, however large they are.";
 
 constexpr const char* kFooter =
     "Pictures are PNG, JPEG, TIFF or BMP files: told by their content when read, by their ending (.png .jpg .jpeg\n"
     ".tif .tiff .bmp) when written; archives end in .zbm, bitmaps in files in .zbf. The result replaces a file of\n"
     "its name, but only when it is whole. For - it goes to standard output. The input is a file, never a pipe.\n"
+    "\n"
+    "A picture that takes more than a quarter of the memory that there is, or than --memory, is in a temporary file\n"
+    "beside the output meanwhile; the result is the same, every bit. A bitmap in a file (.zbf) is worked on in files.\n"
     "\n"
     "A picture that is marked to be shown turned (EXIF orientation) is turned. Kept are the pixels, transparency, the\n"
     "colour table, the resolution and, between pictures, the colour profile. Texts and other EXIF data are not kept;\n"

@@ -12,9 +12,9 @@ namespace tool {
 void Pack(const PackOptions& options, const Streams& streams) {
     ConsoleProgress progress(streams.console);
     OutputFile file(options.output.name, streams.out);  // first, so that a name that cannot be written is told early
-    InMemory place;
-    Picture picture = ReadPicture(options.input, options.tiles, place, streams.console, progress);
-    WritePicture(std::move(picture), options.output, file, place, streams.console, progress);
+    const auto place = WorkplaceFor(options.input, options.output, file);
+    Picture picture = ReadPicture(options.input, options.tiles, *place, streams.console, progress);
+    WritePicture(std::move(picture), options.output, file, *place, streams.console, progress);
 }
 
 void Unpack(const UnpackOptions& options, const Streams& streams) {

@@ -9,9 +9,8 @@
 #include "ErrorContext.h"
 #include "commands/EditFile.h"
 #include "commands/FileBitmap.h"
-#include "commands/MemoryLimit.h"
 #include "pictures/PictureSource.h"
-#include "zbm/ZMemBitmap.h"
+#include "zbm/ZBasicMemBitmap.h"
 
 namespace tool {
 
@@ -40,8 +39,7 @@ void ChangeInPlace(const Input& input, const Streams& streams, const Change& cha
     ConsoleProgress progress(streams.console);
     const FileBitmapPtr bitmap = OpenFileBitmap(input.name, FileUse::change);
     InContextOf(input.name, [&] {
-        if (input.reading.maxPixels)
-            RefuseTooManyPixels(bitmap->GetPixelWidth(), bitmap->GetPixelHeight(), *input.reading.maxPixels);
+        RefuseTooManyPixels(bitmap->GetPixelWidth(), bitmap->GetPixelHeight(), input.reading.maxPixels);
         const bool hasLevels = LevelCount(*bitmap) > 1;
         change(*bitmap, progress);
         if (hasLevels) RefreshLevels(*bitmap, input.name, progress);
@@ -58,20 +56,6 @@ void ChangeFile(const Input& input, const Output& output, const Streams& streams
         place.BuildReductions(*changed, progress);
         return changed;
     });
-}
-
-/// The bitmap with room for reductions, in memory.
-BitmapPtr WithReductions(const BitmapPtr& bitmap, shr::IProgress& progress) {
-    auto reduced = std::make_shared<zbm::ZMemBitmap>(1, 1, shr::BGRA_32);
-    if (auto* const memory = dynamic_cast<zbm::ZBasicMemBitmap*>(bitmap.get())) {
-        reduced->ZBasicMemBitmap::ChangeFrom(*memory);
-        return reduced;
-    }
-    RefuseBeyondMemory({bitmap->GetPixelWidth(), bitmap->GetPixelHeight(), bitmap->GetColorFormat(),
-                        bitmap->GetScanRectWidth(), bitmap->GetScanRectHeight()},
-                       0);
-    RequireDone(reduced->Create(*bitmap, &progress));
-    return reduced;
 }
 
 /// Filters work with 8 bits a channel.
@@ -163,7 +147,7 @@ void Adjust(const AdjustOptions& options, const Streams& streams) {
 void Resize(const ResizeOptions& options, const Streams& streams) {
     const auto resize = [&](const BitmapPtr& bitmap, Workplace& place, ConsoleProgress& progress) {
         const PixelSize size = options.size.For({bitmap->GetPixelWidth(), bitmap->GetPixelHeight()});
-        RefuseTooManyPixels(size.width, size.height, place.MostPixels(options.input.reading));
+        RefuseTooManyPixels(size.width, size.height, options.input.reading.maxPixels);
         NoteReducedGrey(*bitmap, options.input, streams);
         return place.Resize(*bitmap, size, options.method, progress);
     };
@@ -179,9 +163,10 @@ void QuantizeColors(const QuantizeOptions& options, const Streams& streams) {
 }
 
 void Reduce(const ReduceOptions& options, const Streams& streams) {
-    const auto reduce = [](const BitmapPtr& bitmap, Workplace&, ConsoleProgress& progress) {
-        const BitmapPtr reduced = WithReductions(bitmap, progress);
-        RequireDone(static_cast<zbm::ZMemBitmap&>(*reduced).CommitAll(&progress, true));
+    const auto reduce = [](const BitmapPtr& bitmap, Workplace& place, ConsoleProgress& progress) {
+        // What is written is an archive; so that is the workplace.
+        const BitmapPtr reduced = static_cast<Paging&>(place).KeepReductions(bitmap, progress);
+        place.BuildReductions(*reduced, progress);
         return reduced;
     };
     EditFile(options.input, options.output, streams, reduce);

@@ -1,6 +1,9 @@
 #include "commands/FileArguments.h"
 
+#include <cctype>
 #include <charconv>
+#include <optional>
+#include <string_view>
 
 namespace tool {
 
@@ -14,6 +17,24 @@ std::string CheckCount(const std::string& text) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
     if (error == std::errc{} && end == text.data() + text.size() && count > 0) return "";
     return "\"" + text + "\" is no whole number from 1 to " + std::to_string(UINT64_MAX);
+}
+
+/// "512", "512K", "512M" or "512G"; nothing for what is none, or more than there are numbers for.
+std::optional<std::uint64_t> BytesIn(const std::string& text) {
+    constexpr std::string_view kUnits = "KMG";
+    std::uint64_t count = 0;
+    const char* const last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), last, count);
+    if (error != std::errc{} || last - end > 1) return std::nullopt;
+    if (end == last) return count;
+    const std::size_t unit = kUnits.find(static_cast<char>(std::toupper(static_cast<unsigned char>(*end))));
+    if (unit == std::string_view::npos) return std::nullopt;
+    const std::size_t shift = 10 * (unit + 1);
+    return count > UINT64_MAX >> shift ? std::nullopt : std::optional(count << shift);
+}
+
+std::string CheckBytes(const std::string& text) {
+    return BytesIn(text) ? "" : "\"" + text + "\" is no number of bytes like 1000000, 512K, 64M or 2G";
 }
 
 CLI::Option* AddName(CLI::App* command, const char* name, ZString& target, const char* description) {
@@ -62,12 +83,17 @@ CLI::Option* AddFile(CLI::App* command, const char* name, ZString& target, const
 
 void AddInput(CLI::App* command, const char* name, Input& input, const char* description) {
     AddFile(command, name, input.name, description);
-    command
-        ->add_option("--max-pixels", input.reading.maxPixels,
-                     "Refuse larger pictures; if not given, those of more than " + std::to_string(kDefaultMaxPixels) +
-                         " pixels that would be held in memory")
+    command->add_option("--max-pixels", input.reading.maxPixels, "Refuse larger pictures")
         ->type_name("N")
         ->check(CheckCount);
+    const auto takeMemory = [&input](const std::string& text) { input.memory = BytesIn(text); };
+    command
+        ->add_option_function<std::string>(
+            "--memory", takeMemory,
+            "Bytes, also with K, M or G, of the largest bitmap that is held in memory; "
+            "a quarter of what there is if not given. Larger ones are in files meanwhile")
+        ->type_name("N")
+        ->check(CheckBytes);
     command->add_flag("--keep-orientation", input.reading.keepOrientation,
                       "Leaves a picture as it lies in its file, marked to be shown turned, instead of turning it");
 }
@@ -108,7 +134,7 @@ void AddInPlace(CLI::App* command, CLI::Option* outputName, Output& output) {
     inPlace->excludes(outputName);
     // What tells how pictures are read and outputs written. (To ask for one by name would end the program where memory
     // is short.)
-    constexpr const char* kOthers[] = {"keep-orientation", "type", "archive", "quality", "background"};
+    constexpr const char* kOthers[] = {"keep-orientation", "memory", "type", "archive", "quality", "background"};
     for (CLI::Option* const option : command->get_options(nullptr))
         for (const char* const other : kOthers)
             if (option->check_lname(other)) inPlace->excludes(option);

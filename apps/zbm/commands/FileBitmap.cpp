@@ -1,14 +1,11 @@
 #include "commands/FileBitmap.h"
 
-#include <algorithm>
 #include <cstring>
-#include <cwchar>
-#include <filesystem>
 #include <optional>
-#include <stdexcept>
 
 #include "ErrorContext.h"
 #include "commands/MemoryLimit.h"
+#include "commands/TemporaryFolder.h"
 #include "pictures/RowConversion.h"
 #include "shr/Path.h"
 
@@ -16,63 +13,23 @@ namespace tool {
 
 namespace {
 
-constexpr char kSignature[] = "ZVSRFB{FC3D43BA-281B-4C12-9870-6FDCC9FAADF1}";  // with the zero byte at its end
+using Signature = char[45];  // with the zero byte at its end
+constexpr Signature kSignature = "ZVSRFB{FC3D43BA-281B-4C12-9870-6FDCC9FAADF1}";
+constexpr Signature kStoreSignature = "ZVSRFS{EFBEE140-81DC-4651-9A18-AAE60DC7ADD1}";
 
-constexpr wchar_t kCopyFolderEnding[] = L".d";
-
-std::filesystem::path NativePath(const ZString& name) {
-#ifdef _WIN32
-    return name.Wide();
-#else
-    return name.ToUtf8();
-#endif
+bool BeginsLike(PictureSource& source, const Signature& signature) {
+    Signature start = {};
+    const std::size_t length = source.Read(start, sizeof start);
+    source.Seek(0);
+    return length == sizeof start && std::memcmp(start, signature, length) == 0;
 }
 
 FileBitmapPtr MakeClosed() { return std::make_shared<zbm::ZScanRectFileBitmap>(L"", L"", false); }
 
-/// Raises std::runtime_error for a bitmap of which not even a row of tiles has room.
-void RefuseBeyondMemoryOfARow(BitmapShape shape, std::uint64_t otherBytes) {
-    shape.height = std::min(shape.height, shape.tileHeight);
-    RefuseBeyondMemory(shape, otherBytes);
-}
-
-/// A folder for the copy in true colours that reductions of a palette bitmap are made of. The library leaves the copy
-/// there; here it goes away with the folder. It lies beside the picture, as it may be larger than that.
-class CopyFolder {
-public:
-    explicit CopyFolder(const ZString& besideFile)
-        : name(shr::CPath(besideFile).GetFolder()), folder(NativePath(Name())) {
-        if (!name.HasFile() || !std::filesystem::create_directory(folder))
-            throw std::runtime_error("no folder can be made beside it, and reductions of indexed colours need one");
-    }
-    ~CopyFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder, ignored);
-    }
-    CopyFolder(const CopyFolder&) = delete;
-    CopyFolder& operator=(const CopyFolder&) = delete;
-    ZString Name() const { return shr::CPath::AppendDirSeparator(name.Name() + kCopyFolderEnding, true); }
-
-private:
-    shr::TempFile name;  // as long as it is there, nobody else has the name
-    std::filesystem::path folder;
-};
-
 }  // namespace
 
-void RemoveCopyFolder(const ZString& folder) {
-    std::error_code ignored;
-    const std::wstring& name = folder.Wide();
-    if (!std::filesystem::remove(NativePath(folder), ignored)) return;
-    shr::RemoveFile(ZString(name.substr(0, name.size() - std::wcslen(kCopyFolderEnding))));
-}
-
-bool BeginsLikeFileBitmap(PictureSource& source) {
-    char start[sizeof kSignature] = {};
-    const std::size_t length = source.Read(start, sizeof start);
-    source.Seek(0);
-    return length == sizeof start && std::memcmp(start, kSignature, length) == 0;
-}
+bool BeginsLikeFileBitmap(PictureSource& source) { return BeginsLike(source, kSignature); }
+bool BeginsLikeLevel(PictureSource& source) { return BeginsLike(source, kStoreSignature); }
 
 bool IsFileBitmap(const ZString& name) {
     return InContextOf(name, [&] {
@@ -117,9 +74,11 @@ void BuildLevels(zbm::ZScanRectFileBitmap& bitmap, Levels which, const ZString& 
     const bool all = which == Levels::all || LevelCount(bitmap) == 1;
     FileAliases names{{bitmap.GetFileName(), shownAs}};
     const auto build = [&] {
-        std::optional<CopyFolder> folder;
+        // Reductions of indexed colours are made of a copy in true colours, which the library leaves there. It lies
+        // beside the picture, as it may be larger than that.
+        std::optional<TemporaryFolder> folder;
         if (IsIndexed(bitmap.GetColorFormat())) {
-            folder.emplace(bitmap.GetFileName());
+            folder.emplace(shr::CPath(bitmap.GetFileName()).GetFolder());
             names.push_back({folder->Name(), shownAs});
             bitmap.SetTempDir(folder->Name().Wide());
         }

@@ -14,6 +14,8 @@ using FileBitmapPtr = std::shared_ptr<zbm::ZScanRectFileBitmap>;
 
 /// Whether the file begins like one; it stands at its start then.
 bool BeginsLikeFileBitmap(PictureSource& source);
+/// Whether it begins like a level of one that lies in a file by itself; likewise.
+bool BeginsLikeLevel(PictureSource& source);
 bool IsFileBitmap(const ZString& name);
 
 enum class FileUse { read, change };
@@ -26,11 +28,7 @@ FileBitmapPtr MakeFileBitmap(const ZString& name, const Blank& blank);
 int LevelCount(zbm::ZBitmap& bitmap);
 enum class Levels { stale, all };
 /// Builds what is stale or not there; or all anew. Raises ToolError, in which the file is `shownAs`.
-/// An indexed picture's are made of a copy in true colours, in a folder beside it that is named like a temporary bitmap
-/// and ends in ".d".
+/// An indexed picture's are made of a copy in true colours, in a temporary folder beside it.
 void BuildLevels(zbm::ZScanRectFileBitmap& bitmap, Levels which, const ZString& shownAs, shr::IProgress& progress);
-
-/// Removes such a folder, left by a program that was killed, if it is empty, and the file that kept its name.
-void RemoveCopyFolder(const ZString& folder);
 
 }  // namespace tool

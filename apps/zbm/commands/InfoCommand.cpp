@@ -13,6 +13,7 @@
 #include "commands/FormatNames.h"
 #include "pictures/PictureReader.h"
 #include "shr/Units.h"
+#include "zbm/ZPOTCFileBitmap.h"
 
 namespace tool {
 
@@ -36,16 +37,27 @@ double CompressionRatio(const BitmapShape& shape, std::uint64_t fileBytes) {
     return static_cast<double>(rowBytes) * shape.height / static_cast<double>(fileBytes);
 }
 
+const char* NameOf(ArchiveKind kind) {
+    switch (kind) {
+        case ArchiveKind::plain: return "archive of a bitmap in memory";
+        case ArchiveKind::withReductions: return "archive of a bitmap in memory that keeps reductions";
+        case ArchiveKind::file: return "archive of a bitmap in a file";
+        case ArchiveKind::level: break;
+    }
+    return "archive of a level of a bitmap in a file";
+}
+
 void DescribeArchive(const ArchiveSurvey& survey, std::ostream& out) {
     const ArchivedBitmap& image = survey.bitmaps.front();
     const BitmapShape& shape = image.shape;
-    out << "size: " << shape.width << " x " << shape.height << '\n'
+    out << "kind: " << NameOf(survey.kind) << '\n'
+        << "size: " << shape.width << " x " << shape.height << '\n'
         << "format: " << FormatName(shape.format) << '\n'
         << "tile size: " << shape.tileWidth << " x " << shape.tileHeight << '\n'
         << "tiles: " << TilesAlong(shape.width, shape.tileWidth) << " x " << TilesAlong(shape.height, shape.tileHeight)
         << '\n'
         << "resolution: " << ResolutionText(image.xPixelsPerMeter, image.yPixelsPerMeter) << '\n'
-        << "colour table entries: " << image.colors << '\n'
+        << "colour table entries: " << image.colors.size() << '\n'
         << "transparent pixels: " << (survey.hasTransparentPixels ? "yes" : "no") << '\n'
         << "archive bytes: " << survey.fileBytes << '\n'
         << "ratio: " << std::fixed << std::setprecision(2) << CompressionRatio(shape, survey.fileBytes) << '\n';
@@ -53,10 +65,9 @@ void DescribeArchive(const ArchiveSurvey& survey, std::ostream& out) {
         out << "reduction: " << survey.bitmaps[i].shape.width << " x " << survey.bitmaps[i].shape.height << '\n';
 }
 
-void DescribeFileBitmap(const ZString& name, std::ostream& out) {
-    const FileBitmapPtr file = OpenFileBitmap(name, FileUse::read);
-    zbm::ZBitmap& bitmap = *file;
-    out << "size: " << bitmap.GetPixelWidth() << " x " << bitmap.GetPixelHeight() << '\n'
+void DescribeTiles(const char* kind, const zbm::ZBitmap& bitmap, const ZString& name, std::ostream& out) {
+    out << "kind: " << kind << '\n'
+        << "size: " << bitmap.GetPixelWidth() << " x " << bitmap.GetPixelHeight() << '\n'
         << "format: " << FormatName(bitmap.GetColorFormat()) << '\n'
         << "tile size: " << bitmap.GetScanRectWidth() << " x " << bitmap.GetScanRectHeight() << '\n'
         << "tiles: " << TilesAlong(bitmap.GetPixelWidth(), bitmap.GetScanRectWidth()) << " x "
@@ -64,6 +75,18 @@ void DescribeFileBitmap(const ZString& name, std::ostream& out) {
         << "resolution: " << ResolutionText(bitmap.GetXResolution(), bitmap.GetYResolution()) << '\n'
         << "colour table entries: " << bitmap.GetNumColorTableItems() << '\n'
         << "file bytes: " << OpenInput(name).GetLength() << '\n';
+}
+
+void DescribeLevel(const ZString& name, std::ostream& out) {
+    shr::CBufferedFile file = OpenInput(name);
+    const zbm::ZPOTCFileBitmap level(name, file, 0, true, true);
+    DescribeTiles("level of a bitmap in a file, by itself", level, name, out);
+}
+
+void DescribeFileBitmap(const ZString& name, std::ostream& out) {
+    const FileBitmapPtr file = OpenFileBitmap(name, FileUse::read);
+    zbm::ZBitmap& bitmap = *file;
+    DescribeTiles("bitmap in a file (.zbf)", bitmap, name, out);
     const int levels = LevelCount(bitmap);
     for (int i = 1; i < levels; ++i) {
         const zbm::ZBitmap& level = *bitmap.GetPtrToPOTReduction(static_cast<unsigned>(i));
@@ -73,8 +96,10 @@ void DescribeFileBitmap(const ZString& name, std::ostream& out) {
 }
 
 void DescribePicture(PictureSource& source, std::ostream& out, Notes& notes) {
+    const char* const type = PictureTypeOf(source);
     const PictureInfo info = Upright(OpenPicture(source, notes)->Info());
-    out << "size: " << info.width << " x " << info.height << '\n'
+    out << "kind: " << type << " picture\n"
+        << "size: " << info.width << " x " << info.height << '\n'
         << "format: " << FormatName(info.format) << '\n'
         << "resolution: " << ResolutionText(info.xPixelsPerMeter, info.yPixelsPerMeter) << '\n'
         << "colour table entries: " << info.colorTable.size() << '\n'
@@ -90,6 +115,7 @@ void Info(const InfoOptions& options, const Streams& streams) {
         Notes notes(streams.console, options.file);
         if (BeginsLikePicture(source)) return DescribePicture(source, streams.out, notes);
         if (BeginsLikeFileBitmap(source)) return DescribeFileBitmap(options.file, streams.out);
+        if (BeginsLikeLevel(source)) return DescribeLevel(options.file, streams.out);
         shr::CBufferedFile file = OpenInput(options.file);
         const ArchiveSurvey survey = SurveyForInfo(file, progress);
         NoteBytesAfterArchive(streams.console, options.file, survey.bytesAfterArchive);

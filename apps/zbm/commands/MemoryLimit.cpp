@@ -1,5 +1,6 @@
 #include "commands/MemoryLimit.h"
 
+#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 #include <string>
@@ -21,7 +22,8 @@ double TileRowBytes(int tileWidth, shr::ColorFormat format) {
     return static_cast<double>(shr::RowBytes(width, format) + mask) + kBytesPerTileRow;
 }
 
-/// In floating point: the product of hostile numbers fits no integer.
+}  // namespace
+
 double BytesOf(const BitmapShape& shape) {
     const int fullColumns = shape.width / shape.tileWidth, rest = shape.width % shape.tileWidth;
     const double rowBytes =
@@ -31,15 +33,24 @@ double BytesOf(const BitmapShape& shape) {
     return rowBytes * shape.height + columns * rows * kBytesPerTile;
 }
 
-}  // namespace
-
-std::uint64_t RefuseBeyondMemory(const BitmapShape& shape, std::uint64_t otherBytes) {
+void RefuseBeyondMemory(const BitmapShape& shape, std::uint64_t otherBytes) {
     const double needed = BytesOf(shape) + static_cast<double>(otherBytes);
-    if (needed <= static_cast<double>(PhysicalMemory())) return static_cast<std::uint64_t>(needed);
+    if (needed <= static_cast<double>(UsableMemory())) return;
     constexpr double kMebibyte = 1024.0 * 1024.0;
     throw std::runtime_error("a bitmap of " + std::to_string(shape.width) + " x " + std::to_string(shape.height) +
                              " pixels takes " + std::to_string(static_cast<std::uint64_t>(needed / kMebibyte)) +
-                             " MiB, more than this machine's memory");
+                             " MiB, more than the memory that there is");
+}
+
+void RefuseBeyondMemoryOfARow(BitmapShape shape, std::uint64_t otherBytes) {
+    shape.height = std::min(shape.height, shape.tileHeight);
+    RefuseBeyondMemory(shape, otherBytes);
+}
+
+std::uint64_t MemoryForABitmap(std::optional<std::uint64_t> asked) {
+    constexpr std::uint64_t kShare = 4;
+    const std::uint64_t usable = UsableMemory();
+    return asked ? std::min(*asked, usable) : usable / kShare;
 }
 
 }  // namespace tool

@@ -33,6 +33,17 @@ std::string CheckRect(const std::string& text) {
     return ParseRect(text) ? "" : "\"" + text + "\" is no rectangle like 100,50,640,480 (left, top, width, height)";
 }
 
+std::optional<unsigned> ParseLevel(const std::string& text) {
+    unsigned level = 0;
+    const char* const last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), last, level);
+    return error == std::errc{} && end == last ? std::optional(level) : std::nullopt;
+}
+
+std::string CheckLevel(const std::string& text) {
+    return ParseLevel(text) ? "" : "\"" + text + "\" is no level like 0, 1 or 2";
+}
+
 Command AddPage(CLI::App& app) {
     const auto options = std::make_shared<PageOptions>();
     CLI::App* page = app.add_subcommand("page", "Page a picture of any size into a bitmap in a file");
@@ -59,8 +70,11 @@ Command AddView(CLI::App& app) {
                                            "Left, top, width and height in pixels of the level; all of it if not given")
         ->type_name("X,Y,W,H")
         ->check(CheckRect);
-    view->add_option("--level", options->level, "0, if not given, is the picture itself; each next has half its sides")
-        ->type_name("N");
+    const auto takeLevel = [options](const std::string& text) { options->level = ParseLevel(text).value(); };
+    view->add_option_function<std::string>("--level", takeLevel,
+                                           "0, if not given, is the picture itself; each next has half its sides")
+        ->type_name("N")
+        ->check(CheckLevel);
     return {view, [options](const Streams& streams) { View(*options, streams); }};
 }
 

@@ -9,6 +9,7 @@
 #include "OutputFile.h"
 #include "Progress.h"
 #include "commands/FileBitmap.h"
+#include "commands/TemporaryFolder.h"
 #include "pictures/RowConversion.h"
 #include "shr/FileFind.h"
 #include "shr/Path.h"
@@ -97,6 +98,17 @@ std::ptrdiff_t Sweep(const ZString& folder) {
     return std::count_if(before.begin(), before.end(), [](const ZString& name) { return !shr::PathExists(name); });
 }
 
+/// The tool's own temporary folders, too, which are removed when that emptied them.
+std::ptrdiff_t SweepAll(const ZString& folder) {
+    std::ptrdiff_t removed = Sweep(folder);
+    for (const ZString& inner : FilesLike(shr::CPath::AppendDirSeparator(folder, true) + L"zv*.tmp.d")) {
+        const std::ptrdiff_t swept = SweepAll(inner);
+        removed += swept;
+        if (swept > 0) RemoveTemporaryFolder(inner);
+    }
+    return removed;
+}
+
 }  // namespace
 
 void Page(const PageOptions& options, const Streams& streams) {
@@ -120,8 +132,7 @@ void BuildLevels(const LevelsOptions& options, const Streams& streams) {
 void View(const ViewOptions& options, const Streams& streams) {
     ConsoleProgress progress(streams.console);
     OutputFile file(options.output.name, streams.out);
-    std::unique_ptr<Workplace> place = std::make_unique<InMemory>();
-    if (options.output.type == FileType::bitmap) place = std::make_unique<InFiles>(file);
+    const std::unique_ptr<Workplace> place = WorkplaceFor(options.input, options.output, file);
     FileBitmapPtr source = OpenFileBitmap(options.input.name, FileUse::read);
     place->AddName(options.input.name, options.input.name);
     const auto look = [&] {
@@ -131,12 +142,9 @@ void View(const ViewOptions& options, const Streams& streams) {
                                  "its levels are older than the picture; zbm levels refreshes them");
         const ViewRect whole{0, 0, level->GetPixelWidth(), level->GetPixelHeight()};
         const RECT rect = RectWithin(*level, options.rect.value_or(whole));
-        const bool isWhole = IsWhole(*level, rect);  // is written as it lies there
-        const auto most = isWhole ? options.input.reading.maxPixels : place->MostPixels(options.input.reading);
-        if (most)
-            RefuseTooManyPixels(static_cast<int>(rect.right - rect.left), static_cast<int>(rect.bottom - rect.top),
-                                *most);
-        if (isWhole) return level;
+        RefuseTooManyPixels(static_cast<int>(rect.right - rect.left), static_cast<int>(rect.bottom - rect.top),
+                            options.input.reading.maxPixels);
+        if (IsWhole(*level, rect)) return level;  // is written as it lies there
         return PartOf(*level, rect, *place, progress);
     };
     Picture picture{InContextOf(options.input.name, look, place->Names()), {}};
@@ -144,20 +152,13 @@ void View(const ViewOptions& options, const Streams& streams) {
     WritePicture(std::move(picture), options.output, file, *place, streams.console, progress);
 }
 
-/// Folders that hold the copies in true colours of palette pictures are swept, too, and removed when that emptied them.
 void CleanTemp(const CleanTempOptions& options, const Streams& streams) {
     const ZString asked = options.folder.IsEmpty() ? zbm::GetGlobalFileBitmapTempDir() : options.folder;
-    const ZString folder = shr::CPath::AppendDirSeparator(asked, true);
     const auto sweep = [&] {
-        std::ptrdiff_t removed = Sweep(asked);
-        for (const ZString& copies : FilesLike(folder + L"zv*.tmp.d")) {
-            const std::ptrdiff_t swept = Sweep(copies);
-            removed += swept;
-            if (swept > 0) RemoveCopyFolder(copies);
-        }
+        const std::ptrdiff_t removed = SweepAll(asked);
         streams.out << "removed: " << removed << '\n';
     };
-    InContextOf(asked, sweep, {{folder, asked}});
+    InContextOf(asked, sweep, {{shr::CPath::AppendDirSeparator(asked, true), asked}});
 }
 
 }  // namespace tool

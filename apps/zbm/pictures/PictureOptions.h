@@ -6,16 +6,13 @@
 
 namespace tool {
 
-/// A gigapixel: 4 GiB at 32 bits a pixel.
-inline constexpr std::uint64_t kDefaultMaxPixels = std::uint64_t{1} << 30;
 inline constexpr int kDefaultJpegQuality = 90;
 
 /// How picture files are read.
 struct ReadOptions {
     /// Leaves the pixels as they lie in the file, marked to be shown turned, instead of turning them upright.
     bool keepOrientation = false;
-    /// Pictures of more are refused before anything of that size is made. If not given, kDefaultMaxPixels are the most
-    /// that is held in memory, and files hold any number.
+    /// Pictures of more are refused before anything of that size is made.
     std::optional<std::uint64_t> maxPixels;
 };
 
@@ -27,7 +24,7 @@ struct WriteOptions {
     std::optional<shr::Color4b> background;
 };
 
-/// Raises std::runtime_error for a picture of more pixels than `maxPixels`.
-void RefuseTooManyPixels(int width, int height, std::uint64_t maxPixels);
+/// Raises std::runtime_error for a picture of more pixels than `maxPixels`, if that is given.
+void RefuseTooManyPixels(int width, int height, std::optional<std::uint64_t> maxPixels);
 
 }  // namespace tool

@@ -14,17 +14,18 @@ namespace {
 struct FileType {
     const char* signature;
     std::size_t length;
+    const char* name;
     std::unique_ptr<PictureReader> (*open)(PictureSource&, Notes&);
 };
 
 constexpr FileType kFileTypes[] = {
-    {"\x89PNG\r\n\x1A\n", 8, &OpenPng},
-    {"\xFF\xD8\xFF", 3, &OpenJpeg},
-    {"II*\0", 4, &OpenTiff},
-    {"MM\0*", 4, &OpenTiff},
-    {"II+\0\x08\0\0\0", 8, &OpenTiff},
-    {"MM\0+\0\x08\0\0", 8, &OpenTiff},
-    {"BM", 2, &OpenBmp},
+    {"\x89PNG\r\n\x1A\n", 8, "PNG", &OpenPng},
+    {"\xFF\xD8\xFF", 3, "JPEG", &OpenJpeg},
+    {"II*\0", 4, "TIFF", &OpenTiff},
+    {"MM\0*", 4, "TIFF", &OpenTiff},
+    {"II+\0\x08\0\0\0", 8, "TIFF", &OpenTiff},
+    {"MM\0+\0\x08\0\0", 8, "TIFF", &OpenTiff},
+    {"BM", 2, "BMP", &OpenBmp},
 };
 
 /// The type of the file by its first bytes; null if it is none.
@@ -50,7 +51,10 @@ PictureInfo Upright(PictureInfo info) {
     return info;
 }
 
-bool BeginsLikePicture(PictureSource& source) { return TypeOf(source) != nullptr; }
+const char* PictureTypeOf(PictureSource& source) {
+    const FileType* const type = TypeOf(source);
+    return type == nullptr ? nullptr : type->name;
+}
 
 std::unique_ptr<PictureReader> OpenPicture(PictureSource& source, Notes& notes) {
     const FileType* type = TypeOf(source);

@@ -47,8 +47,9 @@ protected:
     PictureReader& operator=(const PictureReader&) = default;
 };
 
-/// Whether the file begins like a picture of a type that can be read.
-bool BeginsLikePicture(PictureSource& source);
+/// The type of picture that the file begins like, such as "PNG"; null for none that can be read.
+const char* PictureTypeOf(PictureSource& source);
+inline bool BeginsLikePicture(PictureSource& source) { return PictureTypeOf(source) != nullptr; }
 /// The reader for the file's content, told by its first bytes. `source` and `notes` are borrowed.
 std::unique_ptr<PictureReader> OpenPicture(PictureSource& source, Notes& notes);
 

@@ -45,8 +45,12 @@ std::size_t TileRows::TileCount() const {
     return static_cast<std::size_t>(bitmap.GetNumScanRects(0));
 }
 
-zbm::ZScanRect& TileRows::Lock(int index) {
-    return orientation.transposed ? bitmap.LockScanRect(index, lockedLine) : bitmap.LockScanRect(lockedLine, index);
+zbm::ZScanRect& TileRows::TileAt(int index) {
+    zbm::ZScanRect*& tile = tiles[static_cast<std::size_t>(index)];
+    if (tile == nullptr)
+        tile =
+            &(orientation.transposed ? bitmap.LockScanRect(index, lockedLine) : bitmap.LockScanRect(lockedLine, index));
+    return *tile;
 }
 
 void TileRows::Unlock(int index) {
@@ -59,12 +63,12 @@ void TileRows::Enter(int line) {
     if (line == lockedLine) return;
     Leave();
     lockedLine = line;
-    const auto count = static_cast<int>(TileCount());
-    for (int i = 0; i < count; ++i) tiles.push_back(&Lock(i));
+    tiles.assign(TileCount(), nullptr);
 }
 
 void TileRows::Leave() {
-    for (; !tiles.empty(); tiles.pop_back()) Unlock(static_cast<int>(tiles.size()) - 1);
+    for (; !tiles.empty(); tiles.pop_back())
+        if (tiles.back() != nullptr) Unlock(static_cast<int>(tiles.size()) - 1);
     lockedLine = -1;
     changed = false;
 }
@@ -77,7 +81,7 @@ void TileRows::ForEachPart(int x, int y, int count, const Copy& copy) {
     const int across = line % TileDepth();
     for (int done = 0; done < count;) {
         const int place = start + step * done;
-        zbm::ZScanRect& tile = *tiles[static_cast<std::size_t>(place / TileLength())];
+        zbm::ZScanRect& tile = TileAt(place / TileLength());
         const int along = place % TileLength();
         const int length = orientation.transposed ? tile.GetHeight() : tile.GetWidth();
         const int part = std::min(count - done, orientation.mirrored ? along + 1 : length - along);

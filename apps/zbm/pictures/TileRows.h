@@ -9,8 +9,8 @@
 namespace tool {
 
 /// A bitmap as rows of pixels, whichever tiles they lie in: what decoders fill and encoders read, row by row or in
-/// parts of rows. Keeps the tiles of one tile row locked, that of the row used last; so rows should be walked in order,
-/// in either direction.
+/// parts of rows. Keeps those tiles locked that were used of one tile row, that of the row used last; so rows should be
+/// walked in order, in either direction.
 ///
 /// With an orientation, rows are those of a file whose picture the bitmap shows upright; they may be columns of the
 /// bitmap.
@@ -57,7 +57,7 @@ private:
     void Enter(int line);
     void Leave();
     std::size_t TileCount() const;
-    zbm::ZScanRect& Lock(int index);
+    zbm::ZScanRect& TileAt(int index);
     void Unlock(int index);
     /// Of tiles: along a row, and across.
     int TileLength() const { return orientation.transposed ? bitmap.GetScanRectHeight() : bitmap.GetScanRectWidth(); }
@@ -67,7 +67,7 @@ private:
 
     zbm::ZBitmap& bitmap;
     const Orientation orientation;
-    std::vector<zbm::ZScanRect*> tiles;  // the locked ones: a tile row, or a tile column if transposed
+    std::vector<zbm::ZScanRect*> tiles;  // of a tile row, or a tile column if transposed; null where none is locked
     int lockedLine = -1;
     Band band;
     bool changed = false;
