@@ -29,8 +29,8 @@ public:
     using ZScanRectFileBitmap::SaveFileInfoTable;
     using ZScanRectFileBitmap::SetOutputBitmapScanLine;
     using ZScanRectFileBitmap::store;
-    using ZScanRectFileBitmap::version;
     using ZScanRectFileBitmap::tempDir;
+    using ZScanRectFileBitmap::version;
     using ZScanRectFileBitmap::WriteScanRect;
 };
 
