@@ -27,6 +27,7 @@ TEST_F(FileOnDisk, TellsTheFileOfNewTilesWhenItIsClosedOrSaved) {
         return GetPixel(opened, 1, 0);
     };
     ASSERT_TRUE(bitmap.CommitAll(nullptr));
+    bitmap.file.Flush();
     EXPECT_EQ(pixelInFile(), 0u) << "CommitAll is about the reductions";
     bitmap.Save();
     EXPECT_EQ(pixelInFile(), 0x12345678u);

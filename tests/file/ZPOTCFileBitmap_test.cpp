@@ -122,6 +122,10 @@ TEST_F(Level, IsMadeOfAnotherUnderItsOwnName) {
     EXPECT_TRUE(RaisesInternalError([&] { (void)level->FillFromOther(*level, kWhole, zbm::ResizePlain, nullptr); },
                                     POTCFileBitmapCheck::filledSelf));
     EXPECT_EQ(file.GetLength(), 0);
+    Make();
+    const auto made = OpenedLevel(false);
+    EXPECT_THROW((void)made->Create(L"other", 5, 5, source, kWhole, zbm::ResizePlain, nullptr), shr::InternalError);
+    EXPECT_EQ(made->GetPixelWidth(), 45) << "it is as it was";
 }
 
 TEST_F(Level, ChecksEachSideOfTheRectangleInOrderThenTheMethod) {
