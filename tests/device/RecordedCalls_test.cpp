@@ -107,14 +107,14 @@ const zbm::DeviceFunctions kRecording = {
         [](HDC, int x, int y, int width, int height, int sourceX, int sourceY, int sourceWidth, int sourceHeight,
            const void* bits, const BITMAPINFO* info, UINT usage, DWORD operation) {
             Record("StretchDIBits", x, y, width, height, sourceX, sourceY, sourceWidth, sourceHeight,
-                 Described(bits, info), usage, operation);
+                   Described(bits, info), usage, operation);
             return sourceHeight;
         },
     .setDiBitsToDevice =
         [](HDC, int x, int y, DWORD width, DWORD height, int sourceX, int sourceY, UINT firstLine, UINT lines,
            const void* bits, const BITMAPINFO* info, UINT usage) {
             Record("SetDIBitsToDevice", x, y, width, height, sourceX, sourceY, firstLine, lines, Described(bits, info),
-                 usage);
+                   usage);
             return static_cast<int>(lines);
         },
 };

@@ -60,7 +60,8 @@ int SetDIBitsToDevice(HDC dc, int x, int y, DWORD width, DWORD height, int sourc
     std::optional<DibSource> source = DescribeDib(info, usage);
     if (!source || bits == nullptr || firstLine >= source->height || width > kMost || height > kMost) return 0;
     source->bits = static_cast<const std::uint8_t*>(bits);
-    source->lines = std::min<std::int64_t>(lines, source->height - firstLine);
+    // Of rows stored from the top, the first is the last of those that the caller tells of, also past the DIB's top.
+    source->lines = std::min<std::int64_t>(lines, source->isTopDown ? source->height : source->height - firstLine);
     return WithContext(dc, 0, [&](const DeviceContext& context) {
         const POINT corner = context.ToDevice({x, y});
         const StretchAxis across{corner.x, width, sourceX, width, source->width, Meeting::last};
