@@ -3,6 +3,7 @@
 
 #include "Benchmark.h"
 #include "harness/Pictures.h"
+#include "shr/Dib.h"
 #include "zbm/Drawing.h"
 #include "zbm/PixelRows.h"
 #include "zbm/ZMemBitmap.h"
@@ -66,6 +67,15 @@ void AgainstConverter(bench::Run& run, shr::ColorFormat format) {
         });
 }
 
+/// A rectangle of a frame's size, against memcpy of as many bytes.
+void Fetch(bench::Run& run, shr::ColorFormat format) {
+    const zbm::ZMemBitmap& bitmap = Picture(format);
+    shr::CDib dib;
+    const bench::Copy copy(kFrameBytes);
+    run.TakeTurns(
+        kMegapixels, [&] { bitmap.FetchDib(dib, 136, 136, kWidth, kHeight); }, "ratio_to_memcpy", [&] { copy(); });
+}
+
 const char* NameOf(shr::ColorFormat format) {
     constexpr const char* kNames[] = {"",         "gray1",    "gray4", "gray8",  "gray16", "gray32", "indexed1",
                                       "indexed4", "indexed8", "bgr24", "bgra32", "rgba32", "bgrx32", "pbgra32"};
@@ -84,6 +94,8 @@ std::vector<bench::Benchmark> Benchmarks() {
         else
             add(NameOf(format), [=](bench::Run& run) { AgainstConverter(run, format); });
     }
+    for (const auto format : {shr::BGRA_32, shr::BGR_24, shr::PBGRA_32})
+        add(std::string("FetchDib_") + NameOf(format), [=](bench::Run& run) { Fetch(run, format); });
     for (const int zoom : {2, 4, 8, 16, 32, 64})
         add("shrunk_" + std::to_string(zoom), [=](bench::Run& run) { Frame(run, shr::BGRX_32, zoom); });
     add("shrunk_3", [](bench::Run& run) { Frame(run, shr::BGRX_32, 3); });
