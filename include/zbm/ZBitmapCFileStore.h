@@ -185,6 +185,7 @@ private:
     /// 512 x 512, whatever the archive's are.
     bool LoadArchive(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy, const ZBitmap* described);
     bool LoadTiles(SerializeIO& io, shr::IProgress* progress, const ZBitmap& archived);
+    static void CheckDibColors(const BITMAPINFOHEADER& dibHeader, const RGBQUAD* colors);
     void TakeDibColors(const BITMAPINFOHEADER& dibHeader, const RGBQUAD* colors);
     /// An opened store keeps 0 for the header's position, so that by itself it writes at its base; the bitmaps that own
     /// a whole store seat it where it lies.

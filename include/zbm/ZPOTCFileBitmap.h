@@ -64,6 +64,8 @@ protected:
 private:
     friend class ZScanRectFileBitmap;
 
+    /// Not known, in the file as well. A store that is loaded passes such values over.
+    void ForgetResolution();
     bool StoreArchive(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy);
     bool LoadArchive(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy);
 

@@ -202,7 +202,7 @@ private:
     void BecomeClosed();
     void WriteTables();
     void CloseWithoutWriting();
-    static void CheckDib(const BITMAPINFOHEADER* header, const void* bits);
+    static void CheckDib(const BITMAPINFOHEADER* header, const void* bits, const RGBQUAD* colors);
     void WriteLevelCount(std::uint32_t count);
     template <class LayOut, class Fill>
     bool CreateBy(const LayOut& layOut, const Fill& fill, Check levelCount);

@@ -437,12 +437,18 @@ bool ZBitmapCFileStore::Create(const BITMAPINFOHEADER* dibHeader, const void* bi
 }
 
 /// Colours of a DIB without a table are a hint for displays with a palette, and passed over.
+void ZBitmapCFileStore::CheckDibColors(const BITMAPINFOHEADER& dibHeader, const RGBQUAD* colors) {
+    const int most = shr::ColorFmtToTblSize[shr::ColorFormatClosestToDIB(dibHeader)];
+    const std::size_t count = PackedDib::CountColors(dibHeader);
+    if (count == 0 || most == 0) return;
+    require(colors != nullptr, BitmapCFileStoreCheck::dibColors);
+    require(count <= static_cast<std::size_t>(most), BitmapCFileStoreCheck::colorCount);
+}
+
 void ZBitmapCFileStore::TakeDibColors(const BITMAPINFOHEADER& dibHeader, const RGBQUAD* colors) {
+    CheckDibColors(dibHeader, colors);
     const auto count = static_cast<unsigned>(PackedDib::CountColors(dibHeader));
     if (count == 0 || shr::ColorFmtToTblSize[header.colorFormat] == 0) return;
-    require(colors != nullptr, BitmapCFileStoreCheck::dibColors);
-    require(count <= static_cast<unsigned>(shr::ColorFmtToTblSize[header.colorFormat]),
-            BitmapCFileStoreCheck::colorCount);
     shr::Color4b table[256];
     shr::CopyRGBQUADToColor4b(table, colors, count, false);
     FillColorTable(table, count);

@@ -101,7 +101,7 @@ bool ZCachedBitmap::Create(const BITMAPINFO& dib, shr::IProgress* progress) {
 
 bool ZCachedBitmap::Create(const BITMAPINFOHEADER* header, const void* bits, const RGBQUAD* colors,
                            shr::IProgress* progress) {
-    CheckDib(header, bits);
+    CheckDib(header, bits, colors);
     return CreateAnew(
         [&](const ZString& name) { return ZScanRectFileBitmap::Create(name, header, bits, colors, progress); });
 }

@@ -95,6 +95,12 @@ void ZPOTCFileBitmap::SetYResolution(int pixelsPerMeter) {
     store.SetYResolution(pixelsPerMeter);
 }
 
+void ZPOTCFileBitmap::ForgetResolution() {
+    xResolution = yResolution = 0;
+    TakeResolution(*this, store);
+    store.SaveInfoTable();
+}
+
 const ToldTileReading ZPOTCFileBitmap::toldTileReading(typeid(ZPOTCFileBitmap),
                                                        {.load = &ZPOTCFileBitmap::LoadTile,
                                                         .loadRows = &ZPOTCFileBitmap::LoadRows,

@@ -80,6 +80,7 @@ bool ZScanRectFileBitmap::LoadLevels(SerializeIO& io, shr::IProgress* progress, 
         if (!level->Serialize(io, progress, legacy)) return false;
         const bool isOurs = !level->HasNoPixels() && level->GetColorFormat() == FormatOfReductions(colorFormat);
         require(isOurs, ScanRectFileBitmapCheck::reductionKind);
+        if (xResolution == 0 && yResolution == 0) level->ForgetResolution();
         AppendLevel(std::move(level));
     }
     reductionsStale = !stored;

@@ -100,7 +100,7 @@ bool ZScanRectFileBitmap::Create(const ZString& name, int width, int height, shr
 
 /// What a DIB's header alone shows is refused before a file is touched: the layout's own checks, then what cannot be
 /// copied.
-void ZScanRectFileBitmap::CheckDib(const BITMAPINFOHEADER* header, const void* bits) {
+void ZScanRectFileBitmap::CheckDib(const BITMAPINFOHEADER* header, const void* bits, const RGBQUAD* colors) {
     require(header != nullptr, ScanRectFileBitmapCheck::dibHeader);
     require(bits != nullptr, ScanRectFileBitmapCheck::dibBits);
     const bool hasMasks =
@@ -109,6 +109,7 @@ void ZScanRectFileBitmap::CheckDib(const BITMAPINFOHEADER* header, const void* b
     ZDummyBitmap().Init(header->biHeight, header->biWidth, shr::ColorFormatClosestToDIB(*header), kFileTileSide,
                         kFileTileSide);
     require(header->biWidth >= 1 && header->biHeight >= 1, ScanRectFileBitmapCheck::dibKind);
+    ZBitmapCFileStore::CheckDibColors(*header, colors);
 }
 
 bool ZScanRectFileBitmap::Create(const ZString& name, const BITMAPINFO& dib, shr::IProgress* progress) {
@@ -118,7 +119,7 @@ bool ZScanRectFileBitmap::Create(const ZString& name, const BITMAPINFO& dib, shr
 
 bool ZScanRectFileBitmap::Create(const ZString& name, const BITMAPINFOHEADER* header, const void* bits,
                                  const RGBQUAD* colors, shr::IProgress* progress) {
-    CheckDib(header, bits);
+    CheckDib(header, bits, colors);
     const auto layOut = [=, this] {
         CommonCreate(name, header->biHeight, header->biWidth, shr::ColorFormatClosestToDIB(*header), kFileTileSide,
                      kFileTileSide);

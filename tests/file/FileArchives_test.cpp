@@ -526,6 +526,22 @@ TEST_F(FileArchive, TakesTheResolutionOfTheFormatInformationAlsoWhereItIsNotKnow
     EXPECT_EQ(OnTarget().GetYResolution(), 77);
 }
 
+TEST_F(FileArchive, KeepsReductionsOfUnknownResolutionUnknown) {
+    const auto bitmap = OnFile(name, FormulaBitmap(70, 50, shr::BGR_24, 64, 20));
+    bitmap->ForgetResolution();
+    ASSERT_TRUE(bitmap->CommitAll(nullptr));
+    const Bytes stored = Stored(*bitmap, true);
+    const auto loaded = Target();
+    EXPECT_TRUE(Load(*loaded, stored));
+    ASSERT_FALSE(loaded->reductions.empty());
+    for (const auto& level : loaded->reductions) EXPECT_EQ(level->GetXResolution(), 0);
+    const Bytes again = Stored(*loaded, true);
+    loaded->Close();
+    OpenFileBitmap opened;
+    opened.Open(target, false);
+    EXPECT_EQ(Stored(opened, true), again);
+}
+
 TEST_F(FileArchive, WhosePartsDoNotAgreeIsRefusedAndLeavesNoFile) {
     const auto refuses = [&](Format store) {
         const auto bitmap = Target();

@@ -288,6 +288,12 @@ TEST_F(FileBitmap, RefusesDibsBeforeItTouchesTheFile) {
     header.biHeight = 2;
     header.biBitCount = 2;
     EXPECT_TRUE(RaisesInternalError(create, zbm::BitmapCheck::formatRange));
+    header.biBitCount = 4;
+    EXPECT_TRUE(RaisesInternalError(create, BitmapCFileStoreCheck::dibColors));
+    header.biClrUsed = 17;
+    const RGBQUAD colors[17] = {};
+    EXPECT_TRUE(RaisesInternalError([&] { (void)bitmap.Create(name, &header, bits, colors, nullptr); },
+                                    BitmapCFileStoreCheck::colorCount));
     EXPECT_EQ(ReadWhole(name), (Bytes{1, 2, 3}));
 }
 

@@ -15,6 +15,7 @@
 #include "harness/Files.h"
 #include "harness/Pictures.h"
 #include "zbm/Drawing.h"
+#include "zbm/ZBasicMemBitmap.h"
 
 namespace {
 
