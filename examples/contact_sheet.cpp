@@ -24,9 +24,11 @@ std::unique_ptr<zbm::ZBitmap> LoadArchive(const shr::ZString& name) {
     file.Open(name, shr::FileAccess::read, shr::FileMode::openExisting, shr::FileSharing::read);
     shr::FileArchive archive(file, shr::FileArchive::Direction::loading);
     zbm::SerializeIO io(archive, false);
+    zbm::ZBasicMemBitmap loaded(1, 1, shr::BGRA_32);
+    if (!loaded.Serialize(io, nullptr, nullptr)) return nullptr;  // nobody cancels
     auto bitmap = std::make_unique<zbm::ZMemBitmap>(1, 1, shr::BGRA_32);
-    const bool isThere = bitmap->Serialize(io, nullptr, nullptr) && bitmap->CommitAll(nullptr);
-    return isThere ? std::move(bitmap) : nullptr;  // nobody cancels
+    bitmap->Create(loaded);
+    return bitmap->CommitAll(nullptr) ? std::move(bitmap) : nullptr;
 }
 
 std::unique_ptr<zbm::ZBitmap> OpenFile(const shr::ZString& name) {
