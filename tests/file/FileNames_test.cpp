@@ -3,6 +3,7 @@
 
 #include "core/checks/ScanRectFileBitmapChecks.h"
 #include "file/FileBitmapTesting.h"
+#include "shr/FileFind.h"
 #include "zbm/ZCachedBitmap.h"
 
 namespace {
@@ -84,6 +85,14 @@ TEST_P(FileNames, AreThoseOfTemporaryBitmaps) {
     ASSERT_TRUE(bitmap.Create(1, 1, shr::BGR_24, nullptr));
 }
 
+/// The standard library's own list of a folder is one of another folder where names are long on Windows.
+int FilesIn(const ZString& folder) {
+    shr::CFileFind find(shr::CPath::AppendDirSeparator(folder, true) + L"*");
+    int files = 0;
+    while (find.FindNextFileW()) ++files;
+    return files;
+}
+
 TEST_P(FileNames, AreThoseOfFoldersForTemporaryBitmaps) {
     std::filesystem::create_directory(shr::test::SystemPath(Place()));
     zbm::SetGlobalFileBitmapTempDir(Place());
@@ -91,9 +100,9 @@ TEST_P(FileNames, AreThoseOfFoldersForTemporaryBitmaps) {
     ASSERT_TRUE(bitmap.Create(picture, nullptr));
     EXPECT_EQ(GetPixel(bitmap, 69, 59), GetPixel(picture, 69, 59));
     bitmap.ZScanRectFileBitmap::Close();
-    EXPECT_EQ(shr::test::Entries(Place()).size(), 1u);
+    EXPECT_EQ(FilesIn(Place()), 1);
     zbm::CleanGlobalFileBitmapTempDir();
-    EXPECT_EQ(shr::test::Entries(Place()).size(), 0u);
+    EXPECT_EQ(FilesIn(Place()), 0);
 }
 
 }  // namespace
