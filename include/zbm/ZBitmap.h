@@ -220,8 +220,8 @@ public:
     // Drawing onto a device context, tile by tile: of a picture on file, one tile is in memory at a time. Nothing is
     // locked while the device works, and the context is left as it was, also when a lock raises. A context that is
     // none, or has no clip box, gets nothing. Tiles come as ZScanRect::GetContents makes them: of BGRA_32, RGBA_32 and
-    // PBGRA_32 upside down, of GRAYSCALE_16 and GRAYSCALE_32 with one row. DrawOnDevice draws every format upright, with
-    // its transparency, and scales alike on every system.
+    // PBGRA_32 upside down, of GRAYSCALE_16 and GRAYSCALE_32 with one row. DrawOnDevice draws every format upright,
+    // with its transparency, and scales alike on every system.
 
     /// Draws the tiles that meet the clip box at their places, the bitmap's top-left pixel being at (x, y). The clip
     /// box is taken in logical units and the device maps each tile's corner, so use it in MM_TEXT with origins of 0.
