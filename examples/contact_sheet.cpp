@@ -46,7 +46,7 @@ class Sheet {
 public:
     explicit Sheet(int rowCount)
         : width(3 * (kCell + kMargin) + kMargin), height(rowCount * (kCell + kMargin) + kMargin) {
-        pixels.assign(static_cast<std::size_t>(4 * width * height), 96);
+        pixels.assign(std::size_t{4} * static_cast<std::size_t>(width) * static_cast<std::size_t>(height), 96);
     }
 
     void DrawRow(int row, const zbm::ZBitmap& bitmap) {

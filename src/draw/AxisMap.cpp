@@ -62,7 +62,7 @@ Tap AxisMap::Single(int pixel) const noexcept { return MakeTap(pixel, 1, 1, 0, 1
 /// Between the middles of two pixels; beyond the first and the last middle, the first and the last pixel.
 Tap AxisMap::Linear(double middle, int length) const noexcept {
     const double place = middle - 0.5, before = std::floor(place);
-    const auto second = static_cast<std::uint32_t>((place - before) * unit + 0.5);
+    const auto second = static_cast<std::uint32_t>(std::lround((place - before) * unit));
     const int pixel = static_cast<int>(before);
     if (pixel < 0 || second == unit) return MakeTap(pixel + 1, 1, unit, 0, unit);
     if (pixel + 1 >= length || second == 0) return MakeTap(pixel, 1, unit, 0, unit);
