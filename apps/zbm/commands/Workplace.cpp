@@ -102,7 +102,7 @@ shr::TempFile& Workplace::NewFile() {
     return *InContextOf(output.Target(), [&] { return &place.NewFile(); });
 }
 
-BitmapPtr Workplace::MakeWritable(BitmapPtr bitmap, shr::IProgress& progress) {
+BitmapPtr Workplace::MakeWritable(const BitmapPtr& bitmap, shr::IProgress& progress) {
     return IsMine(*bitmap) ? bitmap : Copy(*bitmap, progress);
 }
 

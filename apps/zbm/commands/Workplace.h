@@ -52,7 +52,7 @@ public:
     virtual BitmapPtr Resize(zbm::ZBitmap& source, PixelSize size, zbm::ResizeMethod method,
                              shr::IProgress& progress) = 0;
     /// The bitmap, or a copy of it where it is the input itself, which is never changed.
-    BitmapPtr MakeWritable(BitmapPtr bitmap, shr::IProgress& progress);
+    BitmapPtr MakeWritable(const BitmapPtr& bitmap, shr::IProgress& progress);
     /// To be called after a change: builds the reductions of a bitmap that keeps such, if they are not current.
     virtual void BuildReductions(zbm::ZBitmap& bitmap, shr::IProgress& progress) = 0;
 
