@@ -199,7 +199,7 @@ bool InFiles::IsMine(const zbm::ZBitmap& bitmap) const {
 void InFiles::BuildReductions(zbm::ZBitmap&, shr::IProgress&) {}
 
 void InFiles::Deliver(BitmapPtr bitmap, bool withLevels, OutputFile& file, shr::IProgress& progress) {
-    bitmap = MakeWritable(std::move(bitmap), progress);
+    bitmap = MakeWritable(bitmap, progress);
     auto& result = static_cast<zbm::ZScanRectFileBitmap&>(*bitmap);
     if (withLevels) BuildLevels(result, Levels::all, file.Target(), progress);
     const ZString name = result.GetFileName();
