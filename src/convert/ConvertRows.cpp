@@ -9,12 +9,15 @@
 #include <cstring>
 
 #include "convert/RowKernels.h"
+#include "shr/Fetch.h"
 
 namespace zbm {
 namespace {
 
 /// Destinations from this size on are written past the caches, as memcpy does.
 constexpr std::uint64_t kStreamedBytes = std::uint64_t{16} << 20;
+/// Smaller ones stay near the processor from one conversion to the next.
+constexpr std::uint64_t kNearBytes = std::uint64_t{128} << 10;
 
 std::size_t BitsPerPixel(shr::ColorFormat format) { return static_cast<std::size_t>(shr::ColorFmtToBPP[format]); }
 
@@ -125,7 +128,14 @@ void ConvertRows(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t 
     if (isMapped) MakeIndexMap(kernels, dst.format, src.format, src.colorTable, map);
     const bool pastCaches = writes == shr::CopyWrites::streamed;
     const RunConverter converter(dst.format, src.format, &map, pastCaches);
+    const std::uint64_t rowBytes = shr::PixelBytes(width, dst.format);
+    const bool isNextFetched = !pastCaches && rowBytes * height > kNearBytes;
+    const std::uint8_t* const last = RowOf(dst, height - 1);
     ForEachRun(dst, src, width, height, [&](std::uint8_t* to, const std::uint8_t* from, std::size_t pixels) {
+        if (isNextFetched && to != last) {
+            shr::FetchForReading(from + src.stride, shr::PixelBytes(width, src.format));
+            shr::FetchForWriting(to + dst.stride, rowBytes);
+        }
         converter.Convert(to, from, pixels);
     });
     if (pastCaches) kernels.finishStreams();

@@ -33,10 +33,21 @@ constexpr std::uint32_t kBlendUnit = 1 << 14;
 /// How pixels are summed: as wide pixels, or, where more come together than that allows, as whole levels.
 enum class Sums { wide, levels };
 
+/// What is copied next, which is brought near meanwhile; the same again if nothing is.
+struct CopyAhead {
+    const std::uint8_t* src;
+    const std::uint8_t* dst;
+};
+
 struct DrawKernels {
+    /// Copies up to `count` pixels of 4 bytes, with the bits of `alpha` set in each, until some are not opaque. Gives
+    /// how many, from the first on, are copied; behind them nothing is written.
+    std::size_t (*copyOpaque)(std::uint8_t* dst, const std::uint8_t* src, std::uint32_t alpha, std::size_t count,
+                              CopyAhead ahead);
     /// Whether the fourth byte of each of `count` pixels is 255.
     bool (*isOpaque)(const std::uint8_t* pixels, std::size_t count);
-    /// The pixels of 4 bytes of a line that `index` names; the line starts at the bitmap's pixel `origin`.
+    /// The pixels of 4 bytes of a line that `index` names in rising order; the line starts at the bitmap's pixel
+    /// `origin`.
     void (*gather)(std::uint8_t* dst, const std::uint8_t* line, std::int32_t origin, const std::int32_t* index,
                    std::size_t count);
     /// BGRA, straight or premultiplied, as wide pixels.

@@ -36,10 +36,68 @@ bool IsOpaque(const uint8_t* pixels, size_t count) {
     return all >> 24 == 0xFF;
 }
 
-void Gather(uint8_t* __restrict dst, const uint8_t* __restrict line, int32_t origin, const int32_t* index,
-            size_t count) {
+/// 256 bytes: four lines of the caches.
+constexpr size_t kCopied = 64, kLineBytes = 64;
+
+/// The lines that `count` pixels from pixel `i` on lie in.
+inline void Fetch(CopyAhead ahead, size_t i, size_t count) {
+    for (size_t byte = 4 * i; byte < 4 * (i + count); byte += kLineBytes) {
+        __builtin_prefetch(ahead.src + byte, 0);
+        __builtin_prefetch(ahead.dst + byte, 1);
+    }
+}
+
+size_t CopyOpaque(uint8_t* __restrict dst, const uint8_t* __restrict src, uint32_t alpha, size_t count,
+                  CopyAhead ahead) {
+    size_t i = 0;
+    for (; i + kCopied <= count; i += kCopied) {
+        Fetch(ahead, i, kCopied);
+        uint32_t pixels[kCopied], all = 0xFFFFFFFFu;
+        std::memcpy(pixels, src + 4 * i, sizeof pixels);
+        for (uint32_t& pixel : pixels) {
+            pixel |= alpha;
+            all &= pixel;
+        }
+        if (all >> 24 != 0xFF) return i;
+        std::memcpy(dst + 4 * i, pixels, sizeof pixels);
+    }
+    Fetch(ahead, i, count - i);
+    for (; i < count; ++i) {
+        const uint32_t pixel = LoadPixel(src + 4 * i) | alpha;
+        if (pixel >> 24 != 0xFF) break;
+        StorePixel(dst + 4 * i, pixel);
+    }
+    return i;
+}
+
+void GatherPlain(uint8_t* __restrict dst, const uint8_t* __restrict line, int32_t origin, const int32_t* index,
+                 size_t count) {
     for (size_t i = 0; i < count; ++i) StorePixel(dst + 4 * i, LoadPixel(line + 4 * std::ptrdiff_t{index[i] - origin}));
 }
+
+#if defined(__AVX2__)
+
+/// Eight at a time while they lie within eight pixels of the line, as they do where it is enlarged.
+void Gather(uint8_t* __restrict dst, const uint8_t* __restrict line, int32_t origin, const int32_t* index,
+            size_t count) {
+    size_t i = 0;
+    for (; i + 8 <= count && index[i + 7] - index[i] < 8 && index[i] + 7 <= index[count - 1]; i += 8) {
+        const std::ptrdiff_t first = index[i] - origin;
+        const __m256i eight = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(line + 4 * first));
+        const __m256i wanted = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(index + i));
+        const __m256i places = _mm256_sub_epi32(wanted, _mm256_set1_epi32(index[i]));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 4 * i), _mm256_permutevar8x32_epi32(eight, places));
+    }
+    GatherPlain(dst + 4 * i, line, origin, index + i, count - i);
+}
+
+#else
+
+void Gather(uint8_t* dst, const uint8_t* line, int32_t origin, const int32_t* index, size_t count) {
+    GatherPlain(dst, line, origin, index, count);
+}
+
+#endif
 
 void WidenPlain(uint16_t* __restrict wide, const uint8_t* __restrict pixels, size_t count) {
     for (size_t i = 0; i < count; ++i) {
@@ -354,9 +412,9 @@ void DrawOverBgra(uint8_t* surface, const uint16_t* wide, size_t count) {
     }
 }
 
-constexpr DrawKernels kKernels = {&IsOpaque, &Gather,          &Widen,        &WidenPremultiplied, &Accumulate,
-                                  &Divide,   &Average,         &BlendRows,    &BlendColumns,       &IsOpaqueWide,
-                                  &Narrow,   &DrawOver<false>, &DrawOverBgra, &DrawOver<true>};
+constexpr DrawKernels kKernels = {&CopyOpaque,   &IsOpaque, &Gather,          &Widen,        &WidenPremultiplied,
+                                  &Accumulate,   &Divide,   &Average,         &BlendRows,    &BlendColumns,
+                                  &IsOpaqueWide, &Narrow,   &DrawOver<false>, &DrawOverBgra, &DrawOver<true>};
 
 }  // namespace
 }  // namespace zbm

@@ -74,6 +74,13 @@ int TilePixels::CountOpaque(int y, int end) const {
     return y - begin;
 }
 
+std::optional<TilePixels::StoredPixels> TilePixels::Stored() const {
+    const int top = static_cast<int>(part.top);
+    if (AreBgra(format)) return StoredPixels{RowAt(top), tile->GetStride(), 0};
+    if (format == shr::BGRX_32) return StoredPixels{RowAt(top), tile->GetStride(), 0xFF000000u};
+    return std::nullopt;
+}
+
 TilePixels::Row TilePixels::Read(int y) {
     const auto width = static_cast<std::size_t>(part.right - part.left);
     if (AreBgra(format)) return {RowAt(y), ActiveDrawKernels().isOpaque(RowAt(y), width)};

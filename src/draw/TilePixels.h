@@ -32,6 +32,14 @@ public:
     };
     /// Row `y` of the part, in the bitmap's pixels. Stays until another row is read.
     Row Read(int y);
+    /// The part as it lies in its tile, rows `stride` bytes apart: BGRA once the bits of `alpha` are set.
+    struct StoredPixels {
+        const std::uint8_t* first;
+        std::ptrdiff_t stride;
+        std::uint32_t alpha;
+    };
+    /// None if the format is another.
+    std::optional<StoredPixels> Stored() const;
     /// How many rows of the part from `y` on, up to `end`, are opaque because the masks or the format say so.
     int CountOpaque(int y, int end) const;
     /// Writes rows of the part, all of them opaque, as BGRA.

@@ -50,7 +50,7 @@ void ChangeInPlace(const Input& input, const Streams& streams, const Change& cha
 
 void ChangeFile(const Input& input, const Output& output, const Streams& streams, const Change& change) {
     if (output.isInPlace) return ChangeInPlace(input, streams, change);
-    EditFile(input, output, streams, [&](BitmapPtr bitmap, Workplace& place, ConsoleProgress& progress) {
+    EditFile(input, output, streams, [&](const BitmapPtr& bitmap, Workplace& place, ConsoleProgress& progress) {
         BitmapPtr changed = place.MakeWritable(bitmap, progress);
         change(*changed, progress);
         place.BuildReductions(*changed, progress);

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -10,6 +11,9 @@
 
 namespace shr {
 namespace {
+
+/// What is smaller stays near the processor from one copy to the next.
+constexpr std::size_t kFirstCacheBytes = std::size_t{128} << 10;
 
 constinit cpu::KernelSet<CopyBitsFunction> copyBits(CopyBits_base, CPU_WIDE(CopyBits_avx2), CPU_WIDE(CopyBits_avx512));
 
@@ -93,8 +97,15 @@ void CopyPixelRows(PixelRuns<std::uint8_t> destination, PixelRuns<const std::uin
             StreamCopy(target, origin, bitCount / 8, row + 1 < rows ? origin + originStep : origin);
         StreamFence();
     } else {
-        for (int row = 0; row < rows; ++row, target += targetStep, origin += originStep)
-            std::memcpy(target, origin, bitCount / 8);
+        const std::size_t rowBytes = bitCount / 8;
+        const bool isFetched = rowBytes * static_cast<std::size_t>(std::max(rows, 0)) > kFirstCacheBytes &&
+                               std::abs(targetStep) != static_cast<std::ptrdiff_t>(rowBytes);
+        for (int row = 0; row < rows; ++row, target += targetStep, origin += originStep) {
+            if (isFetched && row + 1 < rows)
+                FetchingRowCopy(target, origin, rowBytes, origin + originStep, target + targetStep);
+            else
+                std::memcpy(target, origin, rowBytes);
+        }
     }
 }
 

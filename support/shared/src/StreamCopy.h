@@ -9,7 +9,11 @@ namespace shr {
 void FetchingCopy(std::uint8_t* destination, const std::uint8_t* source, std::size_t byteCount,
                   const std::uint8_t* nextSource) noexcept;
 
-/// The same with stores that bypass the caches. StreamFence must be called before others may read what was written.
+/// The same where it is written to as short rows that lie far apart.
+void FetchingRowCopy(std::uint8_t* destination, const std::uint8_t* source, std::size_t byteCount,
+                     const std::uint8_t* nextSource, const std::uint8_t* nextDestination) noexcept;
+
+/// FetchingCopy with stores that bypass the caches. StreamFence must be called before others may read what was written.
 void StreamCopy(std::uint8_t* destination, const std::uint8_t* source, std::size_t byteCount,
                 const std::uint8_t* nextSource) noexcept;
 void StreamFence() noexcept;
