@@ -19,6 +19,9 @@ constexpr int kWidePixels = 1024;
 // and as many as are worth a start of the converter.
 constexpr int kRowsAbreast = 2, kConvertedRows = 16;
 
+/// Rows of a tile that are read from a file at a time, so that they are drawn before they have left the caches.
+constexpr int kRowsRead = 64;
+
 /// One tile at a time.
 class TileDrawer {
 public:
@@ -26,6 +29,7 @@ public:
         : drawing(singles), tile(singles.bitmap), kernels(ActiveDrawKernels()), sourceColumns(columns) {}
 
     bool IsAtHand() const noexcept { return tile.AreAtHand(); }
+    bool ComesInRows() const noexcept { return tile.ComeInRows(); }
     bool AreStored() const noexcept { return stored.has_value(); }
 
     /// Takes up a tile for the places of some rows. False if no place shows any of it.
@@ -161,12 +165,21 @@ public:
             const int rowEnd = drawing.rows.FirstShowing(static_cast<int>(box.bottom));
             if (rowBegin == rowEnd) return;
             const int abreast = drawers.front().IsAtHand() ? endCol - firstCol : 1;
-            for (int col = firstCol; col < endCol; col += abreast) DrawTiles(row, col, col + abreast, rowBegin, rowEnd);
+            for (int col = firstCol; col < endCol; col += abreast)
+                for (int j = rowBegin, end; j < rowEnd; j = end) {
+                    end = drawers.front().ComesInRows() ? EndOfRead(j, rowEnd) : rowEnd;
+                    DrawTiles(row, col, col + abreast, j, end);
+                }
             drawing.Report(static_cast<double>(rowEnd) / drawing.rows.Count());
         });
     }
 
 private:
+    int EndOfRead(int j, int rowEnd) const {
+        const int behind = drawing.rows.FirstShowing(drawing.rows[j].first + kRowsRead);
+        return std::clamp(behind, j + 1, rowEnd);
+    }
+
     void DrawTiles(int row, int col, int endCol, int rowBegin, int rowEnd) {
         std::size_t count = 0;
         for (; col < endCol; ++col) {

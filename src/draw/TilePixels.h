@@ -21,6 +21,9 @@ public:
     /// Whether all tiles can be reached at any time at no cost.
     bool AreAtHand() const noexcept { return reading != nullptr && reading->resident != nullptr; }
 
+    /// Whether a tile can be taken up part by part at no more cost than at once.
+    bool ComeInRows() const noexcept { return reading != nullptr && reading->loadRows != nullptr; }
+
     /// Takes up a tile, of which `part`, in the bitmap's pixels, will be read.
     void Begin(int row, int col, const RECT& part);
     /// Lets go of it.
