@@ -33,7 +33,7 @@ if(MINGW)
 endif()
 
 if(ZBM_SANITIZE)
-    add_compile_options(-fsanitize=${ZBM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+    add_compile_options(-fsanitize=${ZBM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
     add_link_options(-fsanitize=${ZBM_SANITIZE})
 endif()
 

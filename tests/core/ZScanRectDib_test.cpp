@@ -27,7 +27,7 @@ struct TestDib {
     std::vector<std::uint8_t> bits;
 
     TestDib(int width, int height, int bitCount, DWORD compression = BI_RGB, std::vector<std::uint32_t> masks = {})
-        : headerBytes(sizeof(BITMAPINFOHEADER) + 4 * masks.size()) {
+        : headerBytes(sizeof(BITMAPINFOHEADER)) {
         BITMAPINFOHEADER header{};
         header.biSize = sizeof header;
         header.biWidth = width;
@@ -36,8 +36,9 @@ struct TestDib {
         header.biBitCount = static_cast<WORD>(bitCount);
         header.biCompression = compression;
         std::memcpy(headerBytes.data(), &header, sizeof header);
-        std::copy_n(reinterpret_cast<const std::uint8_t*>(masks.data()), 4 * masks.size(),
-                    headerBytes.begin() + sizeof header);
+        const auto* const maskBytes = reinterpret_cast<const std::uint8_t*>(masks.data());
+        headerBytes.insert(headerBytes.end(), maskBytes, maskBytes + 4 * masks.size());
+        headerBytes.shrink_to_fit();
         if (height < 0) return;
         bits.resize(RowBytes() * static_cast<std::size_t>(height));
         for (std::size_t i = 0; i < bits.size(); ++i) bits[i] = static_cast<std::uint8_t>(i * 29 + i / 7 * 3 + 11);

@@ -10,7 +10,7 @@ namespace {
 
 std::vector<std::uint8_t> FileBytes(const std::string& fileName) {
     shr::CBufferedFile file;
-    file.Open((std::string(ZBM_TEST_DATA) + "/archives/" + fileName).c_str(), shr::FileAccess::read,
+    file.Open((ZBM_TEST_DATA "/archives/" + fileName).c_str(), shr::FileAccess::read,
               shr::FileMode::openExisting, shr::FileSharing::read);
     std::vector<std::uint8_t> bytes(static_cast<std::size_t>(file.GetLength()));
     file.ReadExactly(bytes.data(), bytes.size());
