@@ -43,6 +43,9 @@ struct Scales {
           down(ScaleOf(area.top, area.height, destination.bottom - destination.top)) {}
 };
 
+/// Reductions have the bitmap's format. One of few greys holds black and white where the average is between them.
+bool AreReductionsAverages(shr::ColorFormat format) { return format != shr::GRAYSCALE_1 && format != shr::GRAYSCALE_4; }
+
 /// The smallest reduction that shows what the bitmap holds and has no fewer pixels than the destination, along both
 /// axes; the bitmap itself if there is none.
 const ZBitmap& ChooseLevel(const ZBitmap& bitmap, const SourceArea& area, const Destination& destination) {
@@ -84,7 +87,8 @@ void DrawOnSurface(const ZBitmap& bitmap, const PixelSurface& surface, const Des
                    const SourceArea& area, const DrawOptions& options, shr::IProgress* progress) {
     const DrawnSurface drawn(surface, destination, options);
     if (drawn.IsEmpty()) return;
-    const bool areLevelsTaken = options.shrinking == DrawOptions::Shrinking::average;
+    const bool areLevelsTaken =
+        options.shrinking == DrawOptions::Shrinking::average && AreReductionsAverages(bitmap.GetColorFormat());
     const ZBitmap& level = areLevelsTaken ? ChooseLevel(bitmap, area, destination) : bitmap;
     Draw(level, drawn, Scales(AreaIn(level, bitmap, area), destination), options, progress);
 }

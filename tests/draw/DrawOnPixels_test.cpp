@@ -444,4 +444,19 @@ TEST(DrawOnPixels, OfReductionsIsWithinTwoLevelsOfTheAverageOfThePicture) {
     }
 }
 
+TEST(DrawOnPixels, AveragesFewGreysFromThePicturesOwnPixels) {
+    for (const auto format : {shr::GRAYSCALE_1, shr::GRAYSCALE_4}) {
+        zbm::ZMemBitmap bitmap(128, 128, format, 64, 64);
+        std::mt19937 noise(9);
+        for (int y = 0; y < 128; ++y)
+            for (int x = 0; x < 128; ++x) SetPixel(bitmap, x, y, static_cast<std::uint32_t>(noise() % 8 == 0));
+        ASSERT_TRUE(bitmap.CommitAll(nullptr));
+        GuardedSurface surface(16, 16, SurfaceLayout::bgrx);
+        const RECT all{0, 0, 16, 16};
+        const Expected expected(bitmap, *surface, all, {0, 0, 128, 128}, {});
+        ASSERT_TRUE(bitmap.DrawOnPixels(*surface, all, {0, 0, 128, 128}, {}, nullptr));
+        EXPECT_LE(expected.MostDifference(), 2) << format;
+    }
+}
+
 }  // namespace
