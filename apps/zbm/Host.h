@@ -29,12 +29,4 @@ enum class FileKind { missing, regular, folder, danglingLink, other };
 /// Of what the name leads to. Links are followed; one that leads nowhere is a dangling one.
 FileKind KindOf(const ZString& name);
 
-/// The name with the links at its end followed, so that a new file can take the place of the file itself. A name that
-/// cannot be followed is returned as it is.
-ZString FollowLinks(const ZString& name);
-
-/// Gives `file`, which is ours alone, the permissions of the existing file `model`, or, when there is none, those that
-/// a newly made file gets.
-void TakePermissions(const ZString& file, const ZString& model);
-
 }  // namespace tool

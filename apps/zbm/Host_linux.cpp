@@ -5,9 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <initializer_list>
-#include <memory>
 #include <stdexcept>
 
 #include "ContainerMemory_linux.h"
@@ -61,28 +59,6 @@ FileKind KindOf(const ZString& name) {
     }
     if (S_ISREG(status.st_mode)) return FileKind::regular;
     return S_ISDIR(status.st_mode) ? FileKind::folder : FileKind::other;
-}
-
-ZString FollowLinks(const ZString& name) {
-    const std::string path = name.ToUtf8();
-    struct stat status {};
-    if (lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return name;
-    const std::unique_ptr<char, void (*)(void*)> real(realpath(path.c_str(), nullptr), std::free);
-    return real == nullptr ? name : ZString::FromUtf8(real.get());
-}
-
-void TakePermissions(const ZString& file, const ZString& model) {
-    mode_t mode = 0;
-    struct stat status {};
-    if (stat(model.ToUtf8().c_str(), &status) == 0) {
-        mode = status.st_mode & 0777;
-    } else {
-        const mode_t mask = umask(0);  // there is no way to ask for it but to set it
-        umask(mask);
-        mode = 0666 & ~mask;
-    }
-    // Some file systems know no permissions; then there is nothing to take.
-    [[maybe_unused]] const int ignored = chmod(file.ToUtf8().c_str(), mode);
 }
 
 }  // namespace tool

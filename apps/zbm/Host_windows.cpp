@@ -84,21 +84,4 @@ FileKind KindOf(const ZString& name) {
     return (attributes & FILE_ATTRIBUTE_DEVICE) != 0 ? FileKind::other : FileKind::regular;
 }
 
-ZString FollowLinks(const ZString& name) {
-    const DWORD attributes = GetFileAttributesW(name.c_str());
-    if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) return name;
-    const HANDLE file = OpenBehindLinks(name);
-    if (file == INVALID_HANDLE_VALUE) return name;
-    std::wstring real(32768, L'\0');
-    const DWORD length = GetFinalPathNameByHandleW(file, real.data(), static_cast<DWORD>(real.size()), 0);
-    CloseHandle(file);
-    if (length == 0 || length >= real.size()) return name;
-    real.resize(length);
-    return real;
-}
-
-void TakePermissions(const ZString& /*file*/, const ZString& /*model*/) {
-    // A new file inherits its folder's access rights here; that is what its users expect.
-}
-
 }  // namespace tool

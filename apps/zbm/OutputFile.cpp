@@ -39,7 +39,7 @@ ZString Shortened(const ZString& text, std::size_t mostBytes) {
 /// The file that a result of that name is to replace.
 ZString PlaceOf(const ZString& name) {
     RefuseOtherThanFiles(name);
-    return FollowLinks(name);
+    return shr::FollowLinks(name);
 }
 
 /// Beside the place, so that renaming moves no data.
@@ -97,7 +97,7 @@ void OutputFile::Commit() {
 void OutputFile::ReplaceTarget() {
     file.FlushToDevice();
     file.Close();
-    TakePermissions(temporary.Name(), place);
+    shr::TakePermissions(temporary.Name(), place);
     if (!temporary.Rename(place)) {
         const std::string reason = shr::FormatSystemErrorMsg().ToUtf8();
         const bool isInPlace = !shr::PathExists(temporary.Name());

@@ -98,12 +98,14 @@ public:
     /// stored as they are held, stale ones too, and count as current when they are loaded. Records of this class and of
     /// ZCachedBitmap are one; those of bitmaps in memory are others, and refused.
     ///
-    /// Loading closes the bitmap and makes its file anew, in tiles of 512 x 512, once the archive has told of a
-    /// picture. Into a closed bitmap, which goes by the name of its last file, nothing is loaded where a file of that
-    /// name exists (ERR_SHR_FILE_CREATE, line 869), and into a file opened read-only nothing at all
-    /// (ERR_SHR_FILE_READ_ONLY): both before the archive is read. After an exception the bitmap is closed; the file is
-    /// deleted if it was made anew, and as it was if not. Cancelling gives false and closes the bitmap, with one pixel
-    /// in the file, or the picture if that was there already. SerializeIO::DamagedBlocks tells whether pixels are lost.
+    /// Loading closes the bitmap and makes its file anew, in tiles of 512 x 512. The former file is replaced in one
+    /// step by the whole picture, which is laid out beside it ("zv*.tmp" in its folder, which needs the room): after an
+    /// exception or a cancelled load (false) the bitmap is closed, and the file is what it was. Errors of the device
+    /// name the file beside. Into a closed bitmap, which goes by the name of its last file, nothing is loaded where a
+    /// file of that name exists (ERR_SHR_FILE_CREATE, line 869), and into a file opened read-only nothing at all
+    /// (ERR_SHR_FILE_READ_ONLY): both before the archive is read. Where there was no file, an exception leaves none; a
+    /// cancelled load leaves one pixel in it, or the picture if only reductions were still to come.
+    /// SerializeIO::DamagedBlocks tells whether pixels are lost.
     ///
     /// `legacy` is for loading only (line 1261). Raises ERR_ZBM_READ_ARCHIVE for a record of another version (1314),
     /// one whose parts do not agree, and what the store raises; ERR_ZBM_WRITE_ARCHIVE when closed.
@@ -190,7 +192,8 @@ private:
     static void LoadRows(const ZBitmap& bitmap, int row, int col, ZScanRect& tile, int begin, int end);
     static const ZBitmap* CurrentLevel(const ZBitmap& bitmap, unsigned level);
     [[noreturn]] void RefuseFile() const;
-    void OpenFile(ZString name, shr::FileAccess access, shr::FileMode mode, shr::FileSharing sharing, Check check);
+    void OpenFile(const ZString& path, ZString name, shr::FileMode mode, bool readOnlyFile = false);
+    void LayOutFile();
     void ReadFileInfoTable();
     void OpenLevels();
     void CheckSlots() const;
@@ -214,9 +217,10 @@ private:
     void DropLevels();
     bool StoreArchive(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy);
     bool LoadArchive(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy);
-    bool LoadPicture(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy, const ZString& name);
+    bool LoadReplacement(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy);
+    template <class MakeFile>
+    bool LoadPicture(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy, const MakeFile& makeFile);
     bool LoadLevels(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy);
-    void TakeNameForLoading();
     bool BuildLevels(ZBitmap& first, shr::IProgress* progress);
     void AppendLevel(std::unique_ptr<ZPOTCFileBitmap> level);
     std::int64_t PlaceOfNextLevel();

@@ -12,6 +12,12 @@
 
 namespace zbm {
 
+namespace {
+
+constexpr int kLoadedLine = 9000;  // in the log: there is no file for one pixel after a load that failed
+
+}  // namespace
+
 const shr::CTypeInfo ZCachedBitmap::ClassTypeId("ZCachedBitmap", &ZCachedBitmap::CreateInstance,
                                                 &ZScanRectFileBitmap::ClassTypeId);
 
@@ -184,11 +190,11 @@ bool ZCachedBitmap::Serialize(SerializeIO& io, shr::IProgress* progress, ISerial
     BecomeOnePixel();
     bool loaded = false;
     try {
-        loaded = ZScanRectFileBitmap::Serialize(io, progress, legacy);
+        loaded = LoadArchive(io, progress, legacy);  // over the one pixel, which is no loss
     } catch (...) {
         try {
             BecomeOnePixel();
-        } catch (...) { LogInDestructor("ZBMCachedBitmap", __LINE__); }
+        } catch (...) { LogInDestructor("ZBMCachedBitmap", kLoadedLine); }
         throw;
     }
     if (!loaded) BecomeOnePixel();

@@ -60,11 +60,9 @@ ZScanRectFileBitmap::~ZScanRectFileBitmap() {
 }
 
 void ZScanRectFileBitmap::Open(const ZString& name, bool readOnlyFile) {
-    ZString kept = name;  // it may be our own, or die with what is closed
+    const ZString kept = name;  // it may be our own, or die with what is closed
     Close();
-    const auto access = readOnlyFile ? shr::FileAccess::read : shr::FileAccess::readWrite;
-    const auto sharing = readOnlyFile ? shr::FileSharing::read : shr::FileSharing::none;
-    OpenFile(std::move(kept), access, shr::FileMode::openExisting, sharing, ScanRectFileBitmapCheck::openedFile);
+    OpenFile(kept, kept, shr::FileMode::openExisting, readOnlyFile);
     try {
         ReadFileInfoTable();
         OpenLevels();
@@ -77,11 +75,15 @@ void ZScanRectFileBitmap::Open(const ZString& name, bool readOnlyFile) {
 }
 
 /// Nothing raises between the opening of the file and the mark that it is ours to close.
-void ZScanRectFileBitmap::OpenFile(ZString name, shr::FileAccess access, shr::FileMode mode, shr::FileSharing sharing,
-                                   Check check) {
-    require(file.OpenNoThrow(name, access, mode, sharing), check, name);
+/// The bitmap and its errors go by `name`, wherever the file lies while it is made.
+void ZScanRectFileBitmap::OpenFile(const ZString& path, ZString name, shr::FileMode mode, bool readOnlyFile) {
+    const auto access = readOnlyFile ? shr::FileAccess::read : shr::FileAccess::readWrite;
+    const auto sharing = readOnlyFile ? shr::FileSharing::read : shr::FileSharing::none;
+    const bool isThere = mode == shr::FileMode::openExisting;
+    require(file.OpenNoThrow(path, access, mode, sharing),
+            isThere ? ScanRectFileBitmapCheck::openedFile : ScanRectFileBitmapCheck::createdFile, name);
     fileName = std::move(name);
-    readOnly = access == shr::FileAccess::read;
+    readOnly = readOnlyFile;
     fileOpen = true;
 }
 

@@ -6,6 +6,7 @@
 #include "core/checks/BitmapChecks.h"
 #include "core/checks/ScanRectFileBitmapChecks.h"
 #include "file/FileTiles.h"
+#include "file/Replacement.h"
 #include "filter/Creation.h"
 #include "filter/ReductionSizes.h"
 #include "shr/ScopeExit.h"
@@ -15,7 +16,9 @@
 namespace zbm {
 
 bool ZScanRectFileBitmap::Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) {
-    return io.IsStoring() ? StoreArchive(io, progress, legacy) : LoadArchive(io, progress, legacy);
+    if (io.IsStoring()) return StoreArchive(io, progress, legacy);
+    require(!fileOpen || !readOnly, ScanRectFileBitmapCheck::loadedReadOnly, fileName);
+    return fileOpen ? LoadReplacement(io, progress, legacy) : LoadArchive(io, progress, legacy);
 }
 
 bool ZScanRectFileBitmap::StoreArchive(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) {
@@ -27,13 +30,15 @@ bool ZScanRectFileBitmap::StoreArchive(SerializeIO& io, shr::IProgress* progress
     return StoreReductions(reductions, io, progress);
 }
 
+/// Into the file of that name, which an open bitmap has given up and a closed one finds nowhere.
 bool ZScanRectFileBitmap::LoadArchive(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) {
     const ZString name = fileName;
-    TakeNameForLoading();
+    if (fileOpen)
+        Close(false);
+    else
+        OpenFile(name, name, shr::FileMode::createNew);
     const auto steps = [&] {
-        require(io.ReadObjVersion() == 1, ScanRectFileBitmapCheck::recordVersion);
-        SerializeFormatInfo(io, legacy);
-        if (LoadPicture(io, progress, legacy, name)) return true;
+        if (LoadPicture(io, progress, legacy, [&] { return name; })) return true;
         WriteLevelCount(1);  // what is in the file is whole
         Close(false);
         return false;
@@ -41,16 +46,35 @@ bool ZScanRectFileBitmap::LoadArchive(SerializeIO& io, shr::IProgress* progress,
     return CreateOrCleanUp(steps, [this] { CreateCleanUp(); });
 }
 
-/// A file that is there is written over only by the bitmap that has it open for writing.
-void ZScanRectFileBitmap::TakeNameForLoading() {
-    require(!fileOpen || !readOnly, ScanRectFileBitmapCheck::loadedReadOnly, fileName);
-    if (fileOpen) return Close(false);
-    OpenFile(fileName, shr::FileAccess::readWrite, shr::FileMode::createNew, shr::FileSharing::none,
-             ScanRectFileBitmapCheck::createdFile);
+/// Beside the file that the bitmap has open, so that an archive that turns out bad costs nothing.
+bool ZScanRectFileBitmap::LoadReplacement(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) {
+    Close(false);
+    Replacement replacement(fileName);
+    require(replacement.HoldFormer(), ScanRectFileBitmapCheck::createdFile, fileName);
+    const auto makeFile = [&] {
+        require(replacement.Make(), ScanRectFileBitmapCheck::createdFile, fileName);
+        return replacement.Name();
+    };
+    const auto steps = [&] {
+        if (!LoadPicture(io, progress, legacy, makeFile)) return false;
+        file.FlushToDevice();
+        file.Close();
+        require(replacement.TakePlace(), ScanRectFileBitmapCheck::createdFile, fileName);
+        OpenFile(fileName, fileName, shr::FileMode::openExisting);
+        return true;
+    };
+    return CreateOrCleanUp(steps, [this] {
+        store.reset();  // nothing more is written into the file that goes
+        CleanUp();
+    });
 }
 
+/// `makeFile` is called once the archive has told of a picture, and gives the name of the file that it is laid out in.
+template <class MakeFile>
 bool ZScanRectFileBitmap::LoadPicture(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy,
-                                      const ZString& name) {
+                                      const MakeFile& makeFile) {
+    require(io.ReadObjVersion() == 1, ScanRectFileBitmapCheck::recordVersion);
+    SerializeFormatInfo(io, legacy);
     const ZDummyBitmap described(*this);
     const TileGrid grid(pixelHeight, pixelWidth, kFileTileSide, kFileTileSide);
     const bool inItsTiles = scanRectHeight == kFileTileSide && scanRectWidth == kFileTileSide;
@@ -58,7 +82,9 @@ bool ZScanRectFileBitmap::LoadPicture(SerializeIO& io, shr::IProgress* progress,
     {
         isBeingMade = true;
         const shr::ScopeExit made([this] { isBeingMade = false; });
-        CommonCreate(name, pixelHeight, pixelWidth, colorFormat, kFileTileSide, kFileTileSide);
+        Init(pixelHeight, pixelWidth, colorFormat, kFileTileSide, kFileTileSide);
+        OpenFile(makeFile(), fileName, shr::FileMode::create);
+        LayOutFile();
     }
     if (!store->LoadArchive(io, progress, legacy, &described)) return false;
     fileInfoTable.slots[1] = file.GetLength();

@@ -5,6 +5,7 @@
 #include "core/DummyBitmap.h"
 #include "core/LockedTile.h"
 #include "core/PackedDib.h"
+#include "core/checks/FileBitmapChecks.h"
 #include "core/checks/ScanRectFileBitmapChecks.h"
 #include "file/AssembledRows.h"
 #include "file/FileTiles.h"
@@ -38,8 +39,12 @@ constexpr ResizeChecks kResizeChecks{
 void ZScanRectFileBitmap::CommonCreate(const ZString& name, int height, int width, shr::ColorFormat format,
                                        int tileHeight, int tileWidth) {
     Init(height, width, format, tileHeight, tileWidth);
-    OpenFile(name, shr::FileAccess::readWrite, shr::FileMode::create, shr::FileSharing::none,
-             ScanRectFileBitmapCheck::createdFile);
+    OpenFile(name, name, shr::FileMode::create);
+    LayOutFile();
+}
+
+/// Signature, table of levels and a blank store, in the empty file that is open.
+void ZScanRectFileBitmap::LayOutFile() {
     kFileBitmapSignature.Write(file);
     version = SignatureBlock::kVersion;
     infoTablePosition = SignatureBlock::kBytes;
@@ -155,6 +160,7 @@ bool ZScanRectFileBitmap::Create(const ZString& name, shr::ColorFormat format, Z
     require(&source != this && !IsOwnReduction(source), ScanRectFileBitmapCheck::convertedSelf);
     require(shr::IsColorFormat(format), ScanRectFileBitmapCheck::convertedFormat);
     if (format == source.GetColorFormat()) return Create(name, source, progress);
+    require(FindTileRow(source, 0) >= 0, FileBitmapCheck::firstInputRow);
     zpixf::ZPixfNull handThrough;
     return CreateBy(
         [&, name] {
@@ -171,12 +177,12 @@ bool ZScanRectFileBitmap::Create(const ZString& name, int width, int height, ZBi
                                  ResizeMethod method, shr::IProgress* progress) {
     require(!IsOwnReduction(source), kResizeChecks.self);
     CheckResize(kResizeChecks, *this, source, rect);
+    const std::unique_ptr<zpixf::ZPixFilterBase> filter = MakeResizeFilter(method);
+    require(filter != nullptr, ScanRectFileBitmapCheck::resizeMethod);
     return CreateBy(
         [&, name] { CreateSkeleton(name, height, width, source.GetColorFormat(), kFileTileSide, kFileTileSide); },
         [&] {
             const shr::CScopedIProgressTask task(progress, kCreatingImage);
-            const std::unique_ptr<zpixf::ZPixFilterBase> filter = MakeResizeFilter(method);
-            require(filter != nullptr, ScanRectFileBitmapCheck::resizeMethod);
             return FillFrom(source, rect, *filter, progress);
         },
         ScanRectFileBitmapCheck::resizedLevelCount);

@@ -414,7 +414,26 @@ protected:
         return InMemory(bitmap);
     }
 
+    /// Another picture in the file, that was changed and not yet saved.
+    std::unique_ptr<OpenFileBitmap> TargetWithChanges() {
+        auto bitmap = OnFile(target, former);
+        SetAndCommit(*bitmap, 7, 8, 0x123456);
+        return bitmap;
+    }
+    /// Whether the file holds that, and nothing lies beside it.
+    testing::AssertionResult HasFormerPicture() {
+        ZBasicMemBitmap expected = former;
+        SetAndCommit(expected, 7, 8, 0x123456);
+        if (HasFilesBeside()) return testing::AssertionFailure() << "a file is left beside it";
+        return AreEqual(OnTarget(), expected);
+    }
+    bool HasFilesBeside() const {
+        const auto names = shr::test::Entries(scratch.File(""));
+        return std::any_of(names.begin(), names.end(), [](const auto& entry) { return entry.starts_with("zv"); });
+    }
+
     const shr::ZString target = scratch.File("target");
+    ZBasicMemBitmap former = FormulaBitmap(30, 20, shr::BGR_24, 16, 16);
 };
 
 TEST_F(FileArchive, IsAVersionTheFormatTheStoreAndTheReductionsToTheByte) {
@@ -542,12 +561,12 @@ TEST_F(FileArchive, KeepsReductionsOfUnknownResolutionUnknown) {
     EXPECT_EQ(Stored(opened, true), again);
 }
 
-TEST_F(FileArchive, WhosePartsDoNotAgreeIsRefusedAndLeavesNoFile) {
+TEST_F(FileArchive, WhosePartsDoNotAgreeIsRefusedAndLeavesTheFormerPicture) {
     const auto refuses = [&](Format store) {
-        const auto bitmap = Target();
+        const auto bitmap = TargetWithChanges();
         EXPECT_TRUE(RaisesReadArchive([&] { Load(*bitmap, SmallBitmap(kSmall, store)); }, BitmapCheck::archivedTwice));
         EXPECT_TRUE(IsClosed(*bitmap));
-        EXPECT_FALSE(shr::PathExists(target)) << "it was made anew";
+        EXPECT_TRUE(HasFormerPicture());
     };
     for (int Format::*value :
          {&Format::height, &Format::width, &Format::format, &Format::tileHeight, &Format::tileWidth}) {
@@ -638,10 +657,10 @@ TEST_F(FileArchive, OfMoreReductionsThanAFileHoldsOrOfOneThatIsNoneIsRefused) {
     const auto refuses = [&](const ArchiveWriter& reductions, ScanRectFileBitmapCheck check) {
         ArchiveWriter writer;
         writer.U16(1).Raw(kSmall.Record().Take()).Raw(SmallStore()).U32(1).Raw(reductions.Take());
-        const auto bitmap = Target();
+        const auto bitmap = TargetWithChanges();
         EXPECT_TRUE(RaisesReadArchive([&] { Load(*bitmap, writer.Take()); }, check));
         EXPECT_TRUE(IsClosed(*bitmap));
-        EXPECT_FALSE(shr::PathExists(target));
+        EXPECT_TRUE(HasFormerPicture());
     };
     refuses(ArchiveWriter().U32(31), ScanRectFileBitmapCheck::reductionCount);
     refuses(ArchiveWriter().U32(0xFFFFFFFF), ScanRectFileBitmapCheck::reductionCount);
@@ -665,7 +684,6 @@ TEST_F(FileArchive, OfThirtyReductionsIsTheMost) {
 }
 
 TEST_F(FileArchive, OfAPictureTooLargeForItsLengthIsRefusedAndLeavesTheFormerFile) {
-    const ZBasicMemBitmap former = FormulaBitmap(30, 20, shr::BGR_24, 16, 16);
     OnFile(target, former)->Close();
     for (const Format& huge :
          {Format{0x7FFFFFFF, 0x7FFFFFFF, 10, 1, 1}, Format{0x7FFFFFFF, 0x7FFFFFFF, 10, 0x7FFFFFFF, 0x7FFFFFFF},
@@ -681,7 +699,6 @@ TEST_F(FileArchive, OfAPictureTooLargeForItsLengthIsRefusedAndLeavesTheFormerFil
 }
 
 TEST_F(FileArchive, ThatIsBadFromItsFirstBytesLeavesTheFormerFile) {
-    const ZBasicMemBitmap former = FormulaBitmap(30, 20, shr::BGR_24, 16, 16);
     OnFile(target, former)->Close();
     const Bytes sound = SmallBitmap();
     Bytes otherVersion = sound, otherFormat = sound;
@@ -708,30 +725,90 @@ TEST_F(FileArchive, ThatIsBadFromItsFirstBytesLeavesTheFormerFile) {
         });
 }
 
-TEST_F(FileArchive, ThatEndsLaterLeavesNoFileAndABitmapThatCanBeLoaded) {
+TEST_F(FileArchive, ThatEndsAnywhereLeavesTheFormerPictureWithItsLastChanges) {
     const Bytes sound = SmallBitmap();
-    for (std::size_t length = 2 + kSmall.Record().Take().size(); length < sound.size(); ++length) {
+    for (std::size_t length = 0; length < sound.size(); ++length) {
+        const auto bitmap = TargetWithChanges();
+        EXPECT_THROW(Load(*bitmap, Bytes(sound.begin(), sound.begin() + static_cast<std::ptrdiff_t>(length))),
+                     ArchiveFailure);
+        EXPECT_TRUE(IsClosed(*bitmap));
+        ASSERT_TRUE(HasFormerPicture()) << length;
+        bitmap->Open(target, false);
+        ASSERT_TRUE(Load(*bitmap, sound));
+        ExpectSmallPicture(*bitmap);
+        bitmap->Close();
+        ExpectSmallPicture(OnTarget());
+        ASSERT_FALSE(HasFilesBeside());
+    }
+}
+
+TEST_F(FileArchive, ThatEndsAnywhereLeavesNoFileWhereThereWasNone) {
+    const Bytes sound = SmallBitmap();
+    for (std::size_t length = 0; length < sound.size(); ++length) {
         const auto bitmap = Target();
+        bitmap->Close();
+        std::filesystem::remove(shr::test::SystemPath(target));
         EXPECT_THROW(Load(*bitmap, Bytes(sound.begin(), sound.begin() + static_cast<std::ptrdiff_t>(length))),
                      ArchiveFailure);
         EXPECT_TRUE(IsClosed(*bitmap));
         ASSERT_FALSE(shr::PathExists(target)) << length;
+        ASSERT_FALSE(HasFilesBeside());
         ASSERT_TRUE(Load(*bitmap, sound)) << "its name still answers";
         ExpectSmallPicture(*bitmap);
     }
 }
 
+TEST_F(FileArchive, LoadedOverAFileThatWentAwayMakesIt) {
+    const auto bitmap = TargetWithChanges();
+    std::error_code notWhileItIsOpen;
+    std::filesystem::remove(shr::test::SystemPath(target), notWhileItIsOpen);
+    EXPECT_TRUE(Load(*bitmap, SmallBitmap()));
+    bitmap->Close();
+    ExpectSmallPicture(OnTarget());
+}
+
+TEST_F(FileArchive, HoldsTheFormerFileUntilItIsLoaded) {
+    class Taker final : public TestProgress {
+    public:
+        explicit Taker(const shr::ZString& taken) : name(taken) {}
+        void SetProgress(double) override {
+            OpenFileBitmap other;
+            for (const bool readOnly : {true, false})
+                EXPECT_TRUE(
+                    RaisesFileError([&] { other.Open(name, readOnly); }, ScanRectFileBitmapCheck::openedFile, name));
+            ++reports;
+        }
+        int reports = 0;
+
+    private:
+        const shr::ZString& name;
+    } taker(target);
+    EXPECT_TRUE(Load(*TargetWithChanges(), SmallBitmap(), &taker));
+    EXPECT_EQ(taker.reports, 1);
+}
+
+TEST_F(FileArchive, ThatCannotTakeThePlaceOfTheFormerFileLeavesIt) {
+    const auto bitmap = TargetWithChanges();
+    {
+        const FailingCall renaming(1, FileCall::rename);
+        EXPECT_TRUE(
+            RaisesFileError([&] { Load(*bitmap, SmallBitmap()); }, ScanRectFileBitmapCheck::createdFile, target));
+    }
+    EXPECT_TRUE(IsClosed(*bitmap));
+    EXPECT_TRUE(HasFormerPicture());
+}
+
 TEST_F(FileArchive, IsLoadedIntoAClosedBitmapOnlyWhereNoFileIs) {
     const auto bitmap = Target();
     bitmap->Close();
-    const Bytes former = ReadWhole(target);
+    const Bytes there = ReadWhole(target);
     PlainArchive archive(SmallBitmap());
     SerializeIO io(archive, false);
     EXPECT_TRUE(RaisesFileError([&] { (void)bitmap->Serialize(io, nullptr, nullptr); },
                                 ScanRectFileBitmapCheck::createdFile, target));
     EXPECT_TRUE(archive.sizes.empty());
     EXPECT_TRUE(IsClosed(*bitmap));
-    EXPECT_EQ(ReadWhole(target), former);
+    EXPECT_EQ(ReadWhole(target), there);
     std::filesystem::remove(shr::test::SystemPath(target));
     EXPECT_TRUE(bitmap->Serialize(io, nullptr, nullptr));
     bitmap->Close();
@@ -741,7 +818,6 @@ TEST_F(FileArchive, IsLoadedIntoAClosedBitmapOnlyWhereNoFileIs) {
 }
 
 TEST_F(FileArchive, IsNotLoadedIntoAFileOpenedForReading) {
-    const ZBasicMemBitmap former = FormulaBitmap(30, 20, shr::BGR_24, 16, 16);
     OnFile(name, former)->Close();
     const auto bitmap = Opened(true);
     PlainArchive archive(SmallBitmap());
@@ -753,17 +829,34 @@ TEST_F(FileArchive, IsNotLoadedIntoAFileOpenedForReading) {
     EXPECT_EQ(Stored(*bitmap).size(), Stored(*Opened(true)).size()) << "and can be stored";
 }
 
-TEST_F(FileArchive, CancelledWhileItIsLoadedClosesTheBitmapWithOnePixelOrThePictureInTheFile) {
+TEST_F(FileArchive, CancelledWhileItIsLoadedClosesTheBitmapAndLeavesTheFormerPicture) {
     const auto source = OnFile(name, FormulaBitmap(40, 70, shr::BGR_24, 40, 25));
     ASSERT_TRUE(source->CommitAll(nullptr));
     const Bytes bytes = Stored(*source);
     int report = 1;
     for (;; ++report) {
-        const auto bitmap = Target();
+        const auto bitmap = TargetWithChanges();
         TestProgress progress(report);
         const bool loaded = Load(*bitmap, bytes, &progress);
         EXPECT_EQ(progress.openTasks, 0);
         if (loaded) break;
+        EXPECT_TRUE(IsClosed(*bitmap));
+        EXPECT_TRUE(HasFormerPicture()) << report;
+    }
+    EXPECT_EQ(report, 5) << "three rows of the picture, one of its reduction";
+}
+
+TEST_F(FileArchive, CancelledWhileItIsLoadedWhereNoFileWasLeavesOnePixelOrThePicture) {
+    const auto source = OnFile(name, FormulaBitmap(40, 70, shr::BGR_24, 40, 25));
+    ASSERT_TRUE(source->CommitAll(nullptr));
+    const Bytes bytes = Stored(*source);
+    for (int report = 1; report <= 4; ++report) {
+        const auto bitmap = Target();
+        bitmap->Close();
+        std::filesystem::remove(shr::test::SystemPath(target));
+        TestProgress progress(report);
+        EXPECT_FALSE(Load(*bitmap, bytes, &progress));
+        EXPECT_EQ(progress.openTasks, 0);
         EXPECT_TRUE(IsClosed(*bitmap));
         OpenFileBitmap opened;
         opened.Open(target, false);
@@ -776,7 +869,6 @@ TEST_F(FileArchive, CancelledWhileItIsLoadedClosesTheBitmapWithOnePixelOrThePict
             EXPECT_TRUE(IsEqual(opened, FormulaBitmap(40, 70, shr::BGR_24, 512, 512)));
         }
     }
-    EXPECT_EQ(report, 5) << "three rows of the picture, one of its reduction";
 }
 
 TEST_F(FileArchive, CancelledWhileItIsStoredLeavesTheBitmapAndAPartOfTheArchive) {

@@ -72,11 +72,54 @@ TEST_F(FileOnDisk, ThatIsStillBeingMadeIsRefusedAsSuchIfItIsLeftSo) {
     looks = 0;
     shr::MemoryArchive archive(stored.Bytes());
     zbm::SerializeIO loading(archive, false);
+    bitmap.Close();
+    std::filesystem::remove(shr::test::SystemPath(name));
     ASSERT_TRUE(bitmap.Serialize(loading, &killed, nullptr));
     EXPECT_EQ(looks, 1) << "a report for a row";
     WriteWhole(copy, ReadWhole(name));
     OpenFileBitmap opened;
     EXPECT_NO_THROW(opened.Open(copy, true)) << "what is complete opens, also while it is still in use";
+}
+
+TEST_F(FileOnDisk, IsNotTouchedWhileAnArchiveIsLoadedBesideIt) {
+    const ZBasicMemBitmap picture = FormulaBitmap(30, 20, shr::BGR_24, 512, 512);
+    shr::MemoryArchive stored;
+    zbm::SerializeIO storing(stored, false);
+    ASSERT_TRUE(OnFile(name, picture)->Serialize(storing, nullptr, nullptr));
+    OnFile(name, FormulaBitmap(40, 50, shr::BGR_24, 64, 50))->Close();
+    const Bytes former = ReadWhole(name);
+    int looks = 0;
+    Onlooker killed([&] {
+        EXPECT_EQ(ReadWhole(name), former);
+        ++looks;
+    });
+    const auto bitmap = Opened(false);
+    shr::MemoryArchive archive(stored.Bytes());
+    zbm::SerializeIO loading(archive, false);
+    ASSERT_TRUE(bitmap->Serialize(loading, &killed, nullptr));
+    EXPECT_EQ(looks, 1);
+    EXPECT_TRUE(IsEqual(*bitmap, picture));
+}
+
+TEST_F(FileOnDisk, KeepsItsLinksAndPermissionsWhenAnArchiveIsLoaded) {
+    const ZBasicMemBitmap picture = FormulaBitmap(30, 20, shr::BGR_24, 512, 512);
+    shr::MemoryArchive stored;
+    zbm::SerializeIO storing(stored, false);
+    ASSERT_TRUE(OnFile(name, picture)->Serialize(storing, nullptr, nullptr));
+    const auto path = shr::test::SystemPath(name), link = shr::test::SystemPath(scratch.File("link"));
+    const auto permissions = static_cast<std::filesystem::perms>(0640);
+    std::filesystem::permissions(path, permissions);
+    std::filesystem::create_symlink("picture", link);
+    OpenFileBitmap bitmap;
+    bitmap.Open(scratch.File("link"), false);
+    shr::MemoryArchive archive(stored.Bytes());
+    zbm::SerializeIO loading(archive, false);
+    ASSERT_TRUE(bitmap.Serialize(loading, nullptr, nullptr));
+    EXPECT_EQ(bitmap.GetFileName(), scratch.File("link"));
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(std::filesystem::status(path).permissions(), permissions);
+    bitmap.Close();
+    EXPECT_TRUE(IsEqual(*Opened(true), picture));
 }
 
 TEST_F(FileOnDisk, SaysThatItsLevelsAreOldBeforeThePictureChanges) {

@@ -283,7 +283,7 @@ inline void PrepareLoad(FileWorkplace& place) {
     OnFile(place.other, place.changed)->Close();
     place.bitmap->Open(place.other, false);
 }
-/// A load leaves the file as it was or none, and can be had again.
+/// A load leaves the file as it was, or with the new picture, and can be had again.
 inline void CheckLoaded(FileWorkplace& place, Came came) {
     const zbm::ZBasicMemBitmap loaded = InFileTiles(place.picture);
     if (came == Came::toItsEnd) {
@@ -292,14 +292,7 @@ inline void CheckLoaded(FileWorkplace& place, Came came) {
         EXPECT_TRUE(IsClosed(*place.bitmap) || IsEqual(*place.bitmap, place.changed));
     }
     place.bitmap->Close();
-    try {
-        OpenFileBitmap opened;
-        opened.Open(place.other, true);
-        EXPECT_TRUE(IsEqual(opened, loaded) || IsEqual(opened, place.changed));
-    } catch (const shr::Exception&) {
-        EXPECT_EQ(came, Came::toAnError);
-        EXPECT_FALSE(shr::PathExists(place.other) && place.canDelete);
-    }
+    EXPECT_TRUE(IsOnFile(place.other, loaded) || IsOnFile(place.other, place.changed));
     std::filesystem::remove(shr::test::SystemPath(place.other));
     LoadFromArchive(place, *place.bitmap);
     EXPECT_TRUE(IsEqual(*place.bitmap, loaded));

@@ -583,6 +583,24 @@ TEST_F(Cached, IsOnePixelAfterALoadThatIsCancelledOrFails) {
     EXPECT_TRUE(IsEqual(bitmap, picture));
 }
 
+TEST_F(Cached, ThatGetsNoFileForOnePixelAfterALoadThatFailsSaysSoInTheLogUnderALineOfItsOwn) {
+    OpenCached bitmap;
+    ASSERT_TRUE(bitmap.Create(picture, nullptr));
+    const Bytes bytes = Stored(bitmap);
+    class FolderTaker final : public TestProgress {
+        void SetProgress(double) override {
+            shr::SetFileFaultHook([](FileCall call) { return call == FileCall::open; });
+        }
+    } taker;
+    const FailingCall watch(0);
+    CapturedLog log;
+    EXPECT_THROW(Load(bitmap, Bytes(bytes.begin(), bytes.end() - 1), &taker), ArchiveFailure);
+    shr::SetFileFaultHook(nullptr);
+    EXPECT_NE(log.text.find("ZBMCachedBitmap, Line 9000"), std::string::npos) << log.text;
+    EXPECT_FALSE(bitmap.IsFileOpen());
+    EXPECT_TRUE(Load(bitmap, bytes));
+}
+
 TEST_F(Cached, TakesALegacySerializerForLoadingOnly) {
     class Legacy final : public zbm::ISerializeLegacyGCS {
         void SerializeGCS(shr::ISerialize&) override {}

@@ -355,6 +355,28 @@ TEST_F(FileBitmap, ChecksEachSideOfARectangleToResizeInOrder) {
     EXPECT_FALSE(shr::PathExists(name));
 }
 
+TEST_F(FileBitmap, RefusesWhatItCannotBeMadeOfBeforeItTouchesTheFile) {
+    const ZBasicMemBitmap former = FormulaBitmap(30, 20, shr::BGR_24, 512, 512);
+    const auto bitmap = OnFile(name, former);
+    const auto refuses = [&](auto create, zbm::Check check) {
+        EXPECT_TRUE(RaisesInternalError([&] { (void)create(*bitmap); }, check));
+        EXPECT_TRUE(IsEqual(*bitmap, former)) << "an open one has its picture";
+        bitmap->Close();
+        EXPECT_TRUE(RaisesInternalError([&] { (void)create(*bitmap); }, check));
+        bitmap->Open(name, false);
+        EXPECT_TRUE(IsEqual(*bitmap, former)) << "the file of a closed one is what it was";
+    };
+    ZBasicMemBitmap source(10, 8, shr::BGR_24);
+    OpenFileBitmap empty;
+    refuses(
+        [&](auto& made) {
+            return made.Create(name, 5, 5, source, {0, 0, 1, 1}, static_cast<zbm::ResizeMethod>(6), nullptr);
+        },
+        ScanRectFileBitmapCheck::resizeMethod);
+    refuses([&](auto& made) { return made.Create(name, shr::GRAYSCALE_8, empty, nullptr); },
+            zbm::FileBitmapCheck::firstInputRow);
+}
+
 TEST_F(FileBitmap, NamesAFileThatCannotBeMadeOrOpenedAndTheSystemsReason) {
     const shr::ZString missing = scratch.File("missing") + L"/picture";
     OpenFileBitmap bitmap;

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 
 #include "FaultSeam.h"
 #include "NativePath.h"
@@ -109,6 +110,28 @@ bool RenameFile(const ZString& from, const ZString& to) noexcept {
         errno = ENOMEM;
         return false;
     }
+}
+
+ZString FollowLinks(const ZString& name) {
+    const std::string path = NativePath(name);
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return name;
+    const std::unique_ptr<char, void (*)(void*)> real(realpath(path.c_str(), nullptr), std::free);
+    return real == nullptr ? name : ZString::FromUtf8(real.get());
+}
+
+void TakePermissions(const ZString& file, const ZString& model) {
+    mode_t mode = 0;
+    struct stat status {};
+    if (stat(NativePath(model).c_str(), &status) == 0) {
+        mode = status.st_mode & 0777;
+    } else {
+        const mode_t mask = umask(0);  // there is no way to ask for it but to set it
+        umask(mask);
+        mode = 0666 & ~mask;
+    }
+    // Some file systems know no permissions; then there is nothing to take.
+    [[maybe_unused]] const int ignored = chmod(NativePath(file).c_str(), mode);
 }
 
 }  // namespace shr

@@ -99,4 +99,22 @@ bool RenameFile(const ZString& from, const ZString& to) noexcept {
     }
 }
 
+ZString FollowLinks(const ZString& name) {
+    const DWORD attributes = AttributesOf(name);
+    if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) return name;
+    std::wstring real(32768, L'\0');
+    const HANDLE file = CreateFileW(NativePath(name).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return name;
+    const DWORD length = GetFinalPathNameByHandleW(file, real.data(), static_cast<DWORD>(real.size()), 0);
+    CloseHandle(file);
+    if (length == 0 || length >= real.size()) return name;
+    real.resize(length);
+    return real;
+}
+
+void TakePermissions(const ZString& /*file*/, const ZString& /*model*/) {
+    // A new file inherits its folder's access rights here; that is what its users expect.
+}
+
 }  // namespace shr

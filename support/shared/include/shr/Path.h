@@ -15,6 +15,13 @@ SHR_API bool RemoveFile(const ZString& name) noexcept;
 /// in the end, the new one has its name, but nobody knows for how long.
 SHR_API bool RenameFile(const ZString& from, const ZString& to) noexcept;
 
+/// The name with the links at its end followed, so that a new file can take the place of the file itself. A name that
+/// cannot be followed is returned as it is.
+SHR_API ZString FollowLinks(const ZString& name);
+/// Gives `file`, which is ours alone, the permissions of the existing file `model`, or, when there is none, those that
+/// a newly made file gets.
+SHR_API void TakePermissions(const ZString& file, const ZString& model);
+
 /// Work on names of files and folders.
 class SHR_API CPath {
 public:
