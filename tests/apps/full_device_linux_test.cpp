@@ -117,8 +117,65 @@ const Command kCommands[] = {
     {"Levels", nullptr, "in.zbf", {"levels"}},
     {"LevelsOfIndices", nullptr, "colors.zbf", {"levels"}},
     {"View", "in.zbf", "out.png", {"view"}},
+    {"PackPaged", "in.bmp", "out.zbm", {"pack"}, {"--memory", "64K"}},
+    {"UnpackPaged", "in.zbm", "out.png", {"unpack"}, {"--memory", "64K"}},
+    {"ConvertPaged", "in.bmp", "out.png", {"convert"}, {"--format", "GRAYSCALE_8", "--memory", "64K"}},
+    {"AdjustPaged", "in.bmp", "out.tif", {"adjust"}, {"--brightness", "0.2", "--memory", "64K"}},
+    {"ResizePaged", "in.bmp", "out.bmp", {"resize"}, {"--size", "600x500", "--memory", "64K"}},
+    {"QuantizePaged", "small.bmp", "out.png", {"quantize"}, {"--memory", "8K"}},
+    {"ReducePaged", "in.bmp", "out.zbm", {"reduce"}, {"--memory", "64K"}},
 };
 INSTANTIATE_TEST_SUITE_P(Commands, ToolOnFullDevice, testing::ValuesIn(kCommands),
+                         [](const auto& command) { return std::string(command.param.name); });
+
+/// A file that is changed in place on a device without a free byte.
+class ChangeOnFullDevice : public ToolOnFullDevice {};
+
+TEST_P(ChangeOnFullDevice, NeedsNoRoom) {
+    testkit::WhereDevicesCanBeMounted([&] {
+        MakeInputs();
+        EXPECT_FALSE(IsFullWith(0, ResultWhereThereIsRoom()));
+    });
+}
+
+const Command kChanges[] = {
+    {"Adjust", nullptr, "in.zbf", {"adjust", "--in-place"}, {"--brightness", "0.2"}},
+    {"AdjustIndices", nullptr, "colors.zbf", {"adjust", "--in-place"}, {"--gray"}},
+    {"Quantize", nullptr, "small.zbf", {"quantize", "--in-place"}, {"--colors", "9"}},
+};
+INSTANTIATE_TEST_SUITE_P(Commands, ChangeOnFullDevice, testing::ValuesIn(kChanges),
+                         [](const auto& command) { return std::string(command.param.name); });
+
+/// The levels of indices are made from a temporary bitmap in true colours.
+class IndicesOnFullDevice : public ToolOnFullDevice {};
+
+TEST_P(IndicesOnFullDevice, AreChangedInPlaceAndTheirLevelsOnceThereIsRoom) {
+    testkit::WhereDevicesCanBeMounted([&] {
+        MakeInputs();
+        Do({"levels", folder.File("colors.zbf")});
+        const Bytes expected = ResultWhereThereIsRoom();
+        const SmallDevice device(ToPath(folder.File("device")));
+        const std::string file = (device.Folder() / "colors.zbf").string();
+        ::setenv("TMPDIR", device.Folder().c_str(), 1);
+        WriteFile(file, Former());
+        device.Fill(0);
+        const ToolResult result = RunTool(Arguments(file));
+        ExpectOneErrorAbout(result, file);
+        EXPECT_NE(result.errors.find("the picture is changed, but not its levels"), std::string::npos) << result.errors;
+        EXPECT_NE(result.errors.find("No space left on device"), std::string::npos) << result.errors;
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(device.Folder()), {}), 2) << "and the filler";
+        EXPECT_NE(RunTool({"info", file}).out.find("levels: stale"), std::string::npos);
+        device.MakeRoom();
+        Do({"levels", file});
+        EXPECT_TRUE(ReadFile(file) == expected);
+    });
+}
+
+const Command kChangesOfIndices[] = {
+    {"Adjust", nullptr, "colors.zbf", {"adjust", "--in-place"}, {"--gray"}},
+    {"Quantize", nullptr, "colors.zbf", {"quantize", "--in-place"}, {"--colors", "9"}},
+};
+INSTANTIATE_TEST_SUITE_P(Commands, IndicesOnFullDevice, testing::ValuesIn(kChangesOfIndices),
                          [](const auto& command) { return std::string(command.param.name); });
 
 }  // namespace

@@ -325,7 +325,12 @@ TEST_F(Paging, AViewOfWhatIsNotThereSaysWhatIs) {
     }
     for (const char* rect : {"", "1", "1,2,3", "1,2,3,4,5", "-1,0,3,3", "0,0,0,3", "1,2,3,x", "1 2 3 4"})
         EXPECT_EQ(view("--rect", rect).code, 2) << rect;
-    EXPECT_EQ(view("--level", "-1").code, 2);
+    for (const char* level : {"-1", "", " ", "1.5", "x", "4294967296"}) {
+        result = view("--level", level);
+        EXPECT_EQ(result.code, 2) << level;
+        EXPECT_NE(result.errors.find("--level"), std::string::npos) << result.errors;
+        EXPECT_EQ(result.ErrorLines().size(), 1u) << result.errors;
+    }
     ExpectOneErrorAbout(RunTool({"view", File("in.png"), File("view.png")}), File("in.png"));
     EXPECT_EQ(folder.Names(), (std::vector<std::string>{"in.png", "in.zbf"}));
 }

@@ -379,6 +379,26 @@ TEST_F(Store, IsCreatedWithEveryTileZeroAndOpaque) {
     EXPECT_EQ(File(), expected.Take());
 }
 
+TEST_F(Store, EndsItsCreationByWritingItsHeaderOnceMore) {
+    class Spoiler final : public TestProgress {
+    public:
+        explicit Spoiler(shr::CBufferedFile& spoilt) : file(spoilt) {}
+        void SetProgress(double) override {
+            file.Seek(kSignatureBytes);
+            file.Write(Bytes(16, 0xEE).data(), 16);
+        }
+
+    private:
+        shr::CBufferedFile& file;
+    } spoiler(file);
+    zbm::ZBasicMemBitmap source = FormulaBitmap(5, 3, shr::GRAYSCALE_8, 4, 2);
+    const auto isSound = [&] { return ZBitmapCFileStore(name, file, 0, true, true).GetPixelWidth() == 5; };
+    ASSERT_TRUE(Blank()->Create(5, 3, shr::GRAYSCALE_8, 4, 2, &spoiler));
+    EXPECT_TRUE(isSound());
+    ASSERT_TRUE(Blank()->Create(source, &spoiler));
+    EXPECT_TRUE(isSound());
+}
+
 TEST_F(Store, ThatIsCancelledStandsAtItsBase) {
     for (int report = 1; report <= 4; ++report) {
         const auto store = Blank(11);

@@ -292,6 +292,14 @@ TEST(MemBitmapFilter, ReportsEveryHundredLinesAndTheEnd) {
     EXPECT_TRUE(progress.tasks.empty());
 }
 
+TEST(MemBitmapFilter, OfIndicesReportsTheReadingForThePaletteFirstUpToTheLastLine) {
+    TestProgress progress;
+    ZBasicMemBitmap bitmap(5, 250, shr::INDEXED_8, 16, 16);
+    LineFilter filter(ZPixfType::Brightness);
+    ASSERT_TRUE(bitmap.FilterScanLines(filter, &progress));
+    EXPECT_EQ(progress.fractions, (std::vector<double>{0, 100.0 / 249, 200.0 / 249, 1, 0, 0.4, 0.8, 1}));
+}
+
 TEST(MemBitmapFilter, CommitsEveryTileOfTheRowForEveryLine) {
     OpenBasicMemBitmap bitmap(5, 2, shr::BGR_24, 3, 2);
     bitmap.calls.clear();
