@@ -67,7 +67,8 @@ public:
     /// A load that is cancelled leaves a bitmap of 1 x 1, and one that fails an empty one; only after a record of an
     /// unknown version is there what was read before it, with tiles missing (of a grid that was laid out).
     /// SerializeIO::DamagedBlocks tells afterwards whether pixels are lost. An empty bitmap is not stored: that raises
-    /// ERR_ZBM_WRITE_ARCHIVE before anything is written. `legacy` must be null (line 770).
+    /// ERR_ZBM_WRITE_ARCHIVE before anything is written. `legacy` must be null (line 770). Forged sizes and formats are
+    /// internal errors, as ZBitmap says.
     [[nodiscard]] bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) override;
     /// Raises an internal error for a bitmap without rows (line 949). What a filter or the progress throws passes on;
     /// the lines written until then stay.

@@ -55,9 +55,9 @@ struct SourceArea;
 /// | FilterScanLines, RunFilters, all adjustments | AbortException | the lines written until then   | whole tile rows |
 /// | CommitAll                                    | AbortException | the pixels, without reductions | see (2)         |
 ///
-/// (1) A ZCachedBitmap of 1 x 1; any other is closed, with one pixel in its file, or the picture if only reductions
-/// were still to come. (2) The pixels; reductions that were being built are dropped, and those that were being
-/// refreshed stay, known to be stale.
+/// (1) A ZCachedBitmap of 1 x 1; any other is closed, and its file what it was, or, where there was none, one of one
+/// pixel, or of the picture if only reductions were still to come. (2) The pixels; reductions that were being built are
+/// dropped, and those that were being refreshed stay, known to be stale.
 ///
 /// An indexed picture keeps its old colours until its last line is written, so lines written until then have wrong
 /// ones. A host's own bitmap class may answer false where these raise; what is built upon it hands that on. So a caller
@@ -105,7 +105,10 @@ public:
     [[nodiscard]] virtual bool CommitAll(shr::IProgress* progress) = 0;
     /// The bitmap reduced by 2 to the power `level`, owned by this one; null where there is none.
     virtual ZBitmap* GetPtrToPOTReduction(unsigned level) = 0;
-    /// Stores into the archive or loads from it, as its direction is.
+    /// Stores into the archive or loads from it, as its direction is. An archive that is none raises
+    /// ERR_ZBM_READ_ARCHIVE or what the host's archive raises; but one that states a negative size (line 878), tiles
+    /// without pixels (879) or no pixel format (122), or the like of a tile ("ZBMScanRect", 342 and 343), raises an
+    /// internal error, which has no message for a user. Whoever loads what others have sent expects both.
     [[nodiscard]] virtual bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) = 0;
 
     /// Expands the mask of a rectangle: the last byte of each destination pixel of `pixelStep` bytes becomes 255 where

@@ -109,7 +109,8 @@ public:
     ///
     /// `legacy` is for loading only (line 1047). Raises ERR_ZBM_READ_ARCHIVE for a record of another version (1143),
     /// with more colours than its format has or with tiles that do not fit their places, ERR_ZBM_WRITE_ARCHIVE for a
-    /// blank store, and the errors of a creation.
+    /// blank store, and the errors of a creation; a forged size or format is an internal error ("zbmbitmap", lines 878,
+    /// 879 and 122; "ZBMScanRect", 342 and 343).
     [[nodiscard]] bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy);
 
 protected:

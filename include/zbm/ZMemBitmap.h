@@ -55,7 +55,7 @@ public:
     /// levels are held. Owned by this bitmap, valid until the next change.
     ZBitmap* GetPtrToPOTReduction(unsigned level) override;
     /// Stores the reductions, as they are held, when the stream is set so; what is loaded counts as current (see above)
-    /// if it was. `legacy` must be null (line 323).
+    /// if it was. `legacy` must be null (line 323). Forged sizes and formats are internal errors, as ZBitmap says.
     [[nodiscard]] bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) override;
 
     static const shr::CTypeInfo* GetClassTypeId() noexcept { return &ClassTypeId; }

@@ -87,7 +87,8 @@ public:
     void Read(shr::CBufferedFile& file);
 
     /// The tile's record in an archive, which holds its size and format. Loading makes the tile what the record says
-    /// and raises ERR_ZBM_READ_ARCHIVE for what is no such record; storing raises ERR_ZBM_WRITE_ARCHIVE for a tile too
+    /// and raises ERR_ZBM_READ_ARCHIVE for what is no such record, but internal errors, which have no message, for a
+    /// record with a size below 1 (line 342) or no format (343); storing raises ERR_ZBM_WRITE_ARCHIVE for a tile too
     /// large to store.
     void Serialize(SerializeIO& io);
 

@@ -61,8 +61,8 @@ public:
                               const RGBQUAD* colors, shr::IProgress* progress) override;
     /// An exact copy. Of itself: true, and nothing changes. Raises an internal error for a reduction of its own (490).
     [[nodiscard]] bool Create(const ZString& name, ZBitmap& source, shr::IProgress* progress) override;
-    /// A copy in another format. Raises internal errors for itself or a reduction of its own (line 516) and for no
-    /// format (517).
+    /// A copy in another format. Raises internal errors for itself or a reduction of its own (line 516), for no format
+    /// (517), and, of another format than its own, for a source without rows ("ZBMFileBitmap", 413).
     [[nodiscard]] bool Create(const ZString& name, shr::ColorFormat format, ZBitmap& source, shr::IProgress* progress);
     /// A rectangle of the source at another size, in the source's format. Raises internal errors for itself or a
     /// reduction of its own (line 608), for a rectangle that reaches outside the source (left 610, right 611, top 612,
@@ -108,7 +108,8 @@ public:
     /// SerializeIO::DamagedBlocks tells whether pixels are lost.
     ///
     /// `legacy` is for loading only (line 1261). Raises ERR_ZBM_READ_ARCHIVE for a record of another version (1314),
-    /// one whose parts do not agree, and what the store raises; ERR_ZBM_WRITE_ARCHIVE when closed.
+    /// one whose parts do not agree, and what the store raises; ERR_ZBM_WRITE_ARCHIVE when closed. Forged sizes and
+    /// formats are internal errors, as ZBitmap says.
     [[nodiscard]] bool Serialize(SerializeIO& io, shr::IProgress* progress, ISerializeLegacyGCS* legacy) override;
     using ZFileBitmap::Serialize;
 

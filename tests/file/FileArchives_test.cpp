@@ -545,6 +545,55 @@ TEST_F(FileArchive, TakesTheResolutionOfTheFormatInformationAlsoWhereItIsNotKnow
     EXPECT_EQ(OnTarget().GetYResolution(), 77);
 }
 
+TEST_F(FileArchive, TakesTheColorsOfTheStore) {
+    Format told = kSmall, store = kSmall;
+    told.format = store.format = shr::INDEXED_8;
+    told.colors = {Color4b(1, 2, 3, 255), Color4b(4, 5, 6, 255)};
+    store.colors = {Color4b(7, 8, 9, 255), Color4b(10, 11, 12, 255)};
+    ArchiveWriter writer;
+    writer.U16(1).Raw(told.Record().Take()).Raw(store.Record().Take());
+    writer.Raw(Tile(2, 2, shr::INDEXED_8, kFirstPixels, kMask)).Raw(Tile(1, 2, shr::INDEXED_8, kSecondPixels, kMask));
+    const auto bitmap = Target();
+    EXPECT_TRUE(Load(*bitmap, writer.U32(0).Take()));
+    bitmap->Close();
+    bitmap->Open(target, true);
+    ASSERT_EQ(bitmap->GetNumColorTableItems(), 2u);
+    EXPECT_EQ(bitmap->GetColorTableItem(0), store.colors[0]);
+    EXPECT_EQ(bitmap->GetColorTableItem(1), store.colors[1]);
+}
+
+TEST_F(FileArchive, TakesANegativeResolutionAsItIs) {
+    Format told = kSmall;
+    told.xResolution = -7;
+    const auto bitmap = Target();
+    EXPECT_TRUE(Load(*bitmap, SmallBitmap(told, kSmall)));
+    EXPECT_EQ(bitmap->GetXResolution(), -7);
+    EXPECT_EQ(bitmap->GetYResolution(), kSmall.yResolution);
+    bitmap->Close();
+    bitmap->Open(target, true);
+    EXPECT_EQ(bitmap->GetXResolution(), -7);
+}
+
+TEST_F(FileArchive, OfForgedSizesOrFormatsRaisesInternalErrorsAndLeavesTheFormerPicture) {
+    struct Forged {
+        int Format::*value;
+        int number;
+        BitmapCheck check;
+    };
+    for (const Forged& forged :
+         {Forged{&Format::height, -1, BitmapCheck::pixelSize}, Forged{&Format::width, -1, BitmapCheck::pixelSize},
+          Forged{&Format::tileHeight, 0, BitmapCheck::tileSize}, Forged{&Format::tileWidth, -1, BitmapCheck::tileSize},
+          Forged{&Format::format, 0, BitmapCheck::formatRange},
+          Forged{&Format::format, 14, BitmapCheck::formatRange}}) {
+        Format format = kSmall;
+        format.*forged.value = forged.number;
+        const auto bitmap = TargetWithChanges();
+        EXPECT_TRUE(RaisesInternalError([&] { Load(*bitmap, SmallBitmap(format, format)); }, forged.check));
+        EXPECT_TRUE(IsClosed(*bitmap));
+        EXPECT_TRUE(HasFormerPicture());
+    }
+}
+
 TEST_F(FileArchive, KeepsReductionsOfUnknownResolutionUnknown) {
     const auto bitmap = OnFile(name, FormulaBitmap(70, 50, shr::BGR_24, 64, 20));
     bitmap->ForgetResolution();

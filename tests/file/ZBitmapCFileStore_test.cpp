@@ -380,11 +380,12 @@ TEST_F(Store, IsCreatedWithEveryTileZeroAndOpaque) {
 }
 
 TEST_F(Store, EndsItsCreationByWritingItsHeaderOnceMore) {
+    static constexpr std::int64_t kHeaderPosition = 49;
     class Spoiler final : public TestProgress {
     public:
         explicit Spoiler(shr::CBufferedFile& spoilt) : file(spoilt) {}
         void SetProgress(double) override {
-            file.Seek(kSignatureBytes);
+            file.Seek(kHeaderPosition);
             file.Write(Bytes(16, 0xEE).data(), 16);
         }
 
