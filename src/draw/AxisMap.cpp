@@ -11,7 +11,8 @@ namespace zbm {
 namespace {
 
 constexpr double kFinestUnit = kBlendUnit;
-constexpr std::int64_t kMostPixels = 1 << 24;  // of which levels can be summed; what is beyond is not looked at
+constexpr double kMostBlended = 2 * kMostPairs - 1;  // a place that begins and ends within pixels shows one more
+constexpr std::int64_t kMostPixels = 1 << 24;        // of which levels can be summed; what is beyond is not looked at
 
 /// The finest power of 2 in which the weights of an averaged pixel add up to no more than they may.
 double UnitFor(double scale) {
@@ -38,8 +39,7 @@ Tap MakeTap(int first, int count, std::uint32_t firstWeight, std::uint32_t lastW
 bool AxisScale::IsOneToOne() const noexcept { return scale == 1 && start == std::floor(start); }
 
 AxisMap::AxisMap(const AxisScale& axis, AxisMethod method, int length, std::int64_t begin, std::int64_t end)
-    : isSingle(method == AxisMethod::nearest || axis.IsOneToOne()),
-      isBlended(!isSingle && method == AxisMethod::linear) {
+    : isSingle(method == AxisMethod::nearest || axis.IsOneToOne()) {
     const bool isAveraged = !isSingle && method == AxisMethod::average;
     if (!isSingle) unit = static_cast<std::uint32_t>(isAveraged ? UnitFor(axis.scale) : kFinestUnit);
     if (isAveraged && (axis.scale + 1) * unit > kMaxWeights) sums = Sums::levels;
@@ -53,6 +53,7 @@ AxisMap::AxisMap(const AxisScale& axis, AxisMethod method, int length, std::int6
                        : isAveraged ? Averaged(axis, i, length)
                                     : Linear(middle, length));
     }
+    if (!isAveraged || axis.scale <= kMostBlended) Blend();
     const auto isNext = [](const Tap& a, const Tap& b) { return b.first == a.first + 1; };
     isOneToOne = isSingle && std::adjacent_find(taps.begin(), taps.end(), std::not_fn(isNext)) == taps.end();
 }
@@ -77,10 +78,48 @@ Tap AxisMap::Averaged(const AxisScale& axis, std::int64_t i, int length) const n
     };
     const std::int64_t begin = corner(i), end = std::min(corner(i + 1), begin + kMostPixels * unit);
     const auto pixel = static_cast<int>(begin / unit), last = static_cast<int>((end - 1) / unit);
-    const auto weights = static_cast<std::uint32_t>(end - begin);
+    const auto total = static_cast<std::uint32_t>(end - begin);
     if (last <= pixel) return MakeTap(std::min(pixel, length - 1), 1, unit, 0, unit);
     return MakeTap(pixel, last - pixel + 1, static_cast<std::uint32_t>((pixel + std::int64_t{1}) * unit - begin),
-                   static_cast<std::uint32_t>(end - std::int64_t{last} * unit), weights);
+                   static_cast<std::uint32_t>(end - std::int64_t{last} * unit), total);
+}
+
+/// Where each pixel's share ends is rounded, so that shares leave no gap and add up.
+void AxisMap::Blend() {
+    for (const Tap& tap : taps) pairs = std::max(pairs, (static_cast<std::size_t>(tap.count) + 1) / 2);
+    weights.resize(2 * pairs * taps.size());
+    for (std::size_t i = 0; i < taps.size(); ++i) {
+        Tap& tap = taps[i];
+        const auto inner = static_cast<std::uint32_t>(std::max(0, tap.count - 2)) * unit;
+        const std::uint32_t all = tap.firstWeight + inner + tap.lastWeight;
+        const auto shareUpTo = [&](int pixel) {
+            const std::uint32_t part =
+                pixel == tap.count ? all : tap.firstWeight + static_cast<std::uint32_t>(pixel - 1) * unit;
+            return static_cast<std::int16_t>((std::uint64_t{part} * kBlendUnit + all / 2) / all);
+        };
+        std::int16_t begin = 0;
+        for (int k = 0; k < tap.count; ++k) {
+            const std::int16_t end = shareUpTo(k + 1);
+            weights[2 * pairs * i + static_cast<std::size_t>(k)] = static_cast<std::int16_t>(end - begin);
+            begin = end;
+        }
+        tap.reciprocal = ReciprocalOf(kBlendUnit);
+    }
+    isHalving = Halves();
+}
+
+bool AxisMap::Halves() const noexcept {
+    for (int i = 0; i < Count(); ++i)
+        if ((*this)[i].count != 2 || Weights(i)[0] != Weights(i)[1] || (*this)[i].first != taps[0].first + 2 * i)
+            return false;
+    return pairs == 1;
+}
+
+std::uint32_t AxisMap::WeightOf(int i, int source) const noexcept {
+    const Tap& tap = (*this)[i];
+    const int k = source - tap.first;
+    if (IsBlended()) return static_cast<std::uint32_t>(Weights(i)[k]);
+    return k == 0 ? tap.firstWeight : k + 1 == tap.count ? tap.lastWeight : unit;
 }
 
 int AxisMap::FirstShowing(int source) const noexcept {

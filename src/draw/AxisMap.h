@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "draw/DrawKernels.h"
+#include "draw/FineKernels.h"
 
 namespace zbm {
 
@@ -44,8 +44,19 @@ public:
     bool ShowsSingles() const noexcept { return isSingle; }
     /// Whether these also follow each other as the bitmap's do.
     bool IsOneToOne() const noexcept { return isOneToOne; }
-    /// Whether weights add up to kBlendUnit, of two pixels at most.
-    bool IsBlended() const noexcept { return isBlended; }
+    /// Whether each place shows few pixels: these have weights that add up to kBlendUnit.
+    bool IsBlended() const noexcept { return pairs != 0; }
+    std::size_t Pairs() const noexcept { return pairs; }
+    /// As many pairs for each place from `i` on. Those of a blended map only.
+    const std::int16_t* Weights(int i) const noexcept {
+        return weights.data() + 2 * pairs * static_cast<std::size_t>(i);
+    }
+    /// Whether the places show two pixels each, of one weight, that follow each other.
+    bool IsHalving() const noexcept { return isHalving; }
+    /// What a pixel that place `i` shows counts in a sum.
+    std::uint32_t WeightOf(int i, int source) const noexcept;
+
+    // Of maps that are not blended.
     std::uint32_t Unit() const noexcept { return unit; }
     Sums SummedAs() const noexcept { return sums; }
 
@@ -54,11 +65,16 @@ private:
     Tap Linear(double middle, int length) const noexcept;
     Tap Averaged(const AxisScale& axis, std::int64_t i, int length) const noexcept;
 
+    void Blend();
+    bool Halves() const noexcept;
+
     std::int64_t first = 0;
     std::vector<Tap> taps;
+    std::vector<std::int16_t> weights;
+    std::size_t pairs = 0;
     std::uint32_t unit = 1;
-    Sums sums = Sums::wide;
-    bool isSingle, isBlended, isOneToOne = false;
+    Sums sums = Sums::fine;
+    bool isSingle, isOneToOne = false, isHalving = false;
 };
 
 }  // namespace zbm

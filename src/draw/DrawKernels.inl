@@ -132,204 +132,6 @@ void WidenPremultiplied(uint16_t* __restrict wide, const uint8_t* __restrict pix
     for (size_t i = 0; i < 4 * count; ++i) wide[i] = static_cast<uint16_t>(255 * pixels[i]);
 }
 
-template <Sums as>
-uint32_t Summand(uint16_t channel) {
-    return as == Sums::wide ? channel : (channel + 127u) / 255;
-}
-template <Sums as>
-uint16_t Quotient(uint32_t sum, uint32_t reciprocal) {
-    const auto quotient = static_cast<uint32_t>((uint64_t{sum} * reciprocal + (uint64_t{1} << 31)) >> 32);
-    return static_cast<uint16_t>(as == Sums::wide ? quotient : 255 * quotient);
-}
-
-template <Sums as>
-void AccumulatePlain(uint32_t* __restrict sums, WeightedRow a, WeightedRow b, size_t channels) {
-    for (size_t i = 0; i < channels; ++i)
-        sums[i] += Summand<as>(a.wide[i]) * a.weight + Summand<as>(b.wide[i]) * b.weight;
-}
-
-#if defined(__AVX2__)
-
-/// Numbers of 16 bits are multiplied in pairs with a sign, so half their range is taken away before; with their
-/// weights, that is added to the sums again.
-constexpr uint32_t kHalfRange = 0x8000;
-
-void AccumulateWide(uint32_t* sums, WeightedRow a, WeightedRow b, size_t channels) {
-    const __m256i flip = _mm256_set1_epi16(static_cast<short>(kHalfRange));
-    const __m256i weights = _mm256_set1_epi32(static_cast<int>(a.weight | b.weight << 16));
-    const __m256i taken = _mm256_set1_epi32(static_cast<int>(kHalfRange * (a.weight + b.weight)));
-    const auto add = [&](uint32_t* to, __m128i low, __m128i high) {
-        auto* const eight = reinterpret_cast<__m256i*>(to);
-        const __m256i pairs = _mm256_set_m128i(high, low);
-        const __m256i products = _mm256_add_epi32(_mm256_madd_epi16(pairs, weights), taken);
-        _mm256_storeu_si256(eight, _mm256_add_epi32(_mm256_loadu_si256(eight), products));
-    };
-    size_t i = 0;
-    for (; i + 16 <= channels; i += 16) {
-        const __m256i first = _mm256_xor_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(a.wide + i)), flip);
-        const __m256i second = _mm256_xor_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(b.wide + i)), flip);
-        const __m256i low = _mm256_unpacklo_epi16(first, second), high = _mm256_unpackhi_epi16(first, second);
-        add(sums + i, _mm256_castsi256_si128(low), _mm256_castsi256_si128(high));
-        add(sums + i + 8, _mm256_extracti128_si256(low, 1), _mm256_extracti128_si256(high, 1));
-    }
-    AccumulatePlain<Sums::wide>(sums + i, {a.wide + i, a.weight}, {b.wide + i, b.weight}, channels - i);
-}
-
-#else
-
-void AccumulateWide(uint32_t* sums, WeightedRow a, WeightedRow b, size_t channels) {
-    AccumulatePlain<Sums::wide>(sums, a, b, channels);
-}
-
-#endif
-
-void Accumulate(uint32_t* sums, WeightedRow a, WeightedRow b, Sums as, size_t count) {
-    (as == Sums::wide ? AccumulateWide : AccumulatePlain<Sums::levels>)(sums, a, b, 4 * count);
-}
-
-template <Sums as>
-void DivideAs(uint16_t* __restrict wide, const uint32_t* __restrict sums, uint32_t reciprocal, size_t count) {
-    for (size_t i = 0; i < 4 * count; ++i) wide[i] = Quotient<as>(sums[i], reciprocal);
-}
-void Divide(uint16_t* wide, const uint32_t* sums, uint32_t reciprocal, Sums as, size_t count) {
-    (as == Sums::wide ? DivideAs<Sums::wide> : DivideAs<Sums::levels>)(wide, sums, reciprocal, count);
-}
-
-template <Sums as>
-void AveragePlain(uint16_t* __restrict wide, const uint16_t* __restrict line, int32_t origin, const Tap* taps,
-                  uint32_t unit, size_t count) {
-    for (size_t i = 0; i < count; ++i, wide += 4) {
-        const Tap& tap = taps[i];
-        const uint16_t* pixel = line + 4 * static_cast<std::ptrdiff_t>(tap.first - origin);
-        uint32_t sums[4];
-        for (size_t c = 0; c < 4; ++c) sums[c] = Summand<as>(pixel[c]) * tap.firstWeight;
-        for (int32_t k = 1; k < tap.count; ++k) {
-            const uint32_t weight = k + 1 == tap.count ? tap.lastWeight : unit;
-            pixel += 4;
-            for (size_t c = 0; c < 4; ++c) sums[c] += Summand<as>(pixel[c]) * weight;
-        }
-        for (size_t c = 0; c < 4; ++c) wide[c] = Quotient<as>(sums[c], tap.reciprocal);
-    }
-}
-
-#if defined(__AVX2__)
-
-/// Two pixels times their weights, which lie in the halves of `weights`.
-__m128i SumOfTwo(const uint16_t* pixels, uint32_t weights) {
-    const __m128i byChannel = _mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
-    const __m128i flip = _mm_set1_epi16(static_cast<short>(kHalfRange));
-    const __m128i two = _mm_xor_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels)), flip);
-    return _mm_madd_epi16(_mm_shuffle_epi8(two, byChannel), _mm_set1_epi32(static_cast<int>(weights)));
-}
-
-void AverageWide(uint16_t* wide, const uint16_t* line, int32_t origin, const Tap* taps, uint32_t unit, size_t count) {
-    const __m128i half = _mm_set1_epi64x(int64_t{1} << 31);
-    for (size_t i = 0; i < count; ++i) {
-        const Tap& tap = taps[i];
-        const uint16_t* pixel = line + 4 * static_cast<std::ptrdiff_t>(tap.first - origin);
-        const uint32_t second = tap.count > 2 ? unit : tap.count == 2 ? tap.lastWeight : 0;
-        uint32_t weights = tap.firstWeight + second;
-        __m128i sums = SumOfTwo(pixel, tap.firstWeight | second << 16);
-        int32_t left = tap.count - 2;
-        for (pixel += 8; left > 2; left -= 2, pixel += 8) {
-            sums = _mm_add_epi32(sums, SumOfTwo(pixel, unit | unit << 16));
-            weights += 2 * unit;
-        }
-        if (left > 0) {
-            const uint32_t next = left == 2 ? unit : tap.lastWeight, last = left == 2 ? tap.lastWeight : 0;
-            sums = _mm_add_epi32(sums, SumOfTwo(pixel, next | last << 16));
-            weights += next + last;
-        }
-        sums = _mm_add_epi32(sums, _mm_set1_epi32(static_cast<int>(kHalfRange * weights)));
-        const __m128i factor = _mm_set1_epi32(static_cast<int>(tap.reciprocal));
-        const __m128i even = _mm_add_epi64(_mm_mul_epu32(sums, factor), half);
-        const __m128i odd = _mm_add_epi64(_mm_mul_epu32(_mm_srli_epi64(sums, 32), factor), half);
-        const __m128i quotients = _mm_blend_epi32(_mm_srli_epi64(even, 32), odd, 0xA);
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(wide + 4 * i), _mm_packus_epi32(quotients, quotients));
-    }
-}
-
-#else
-
-void AverageWide(uint16_t* wide, const uint16_t* line, int32_t origin, const Tap* taps, uint32_t unit, size_t count) {
-    AveragePlain<Sums::wide>(wide, line, origin, taps, unit, count);
-}
-
-#endif
-
-void Average(uint16_t* wide, const uint16_t* line, int32_t origin, const Tap* taps, uint32_t unit, Sums as,
-             size_t count) {
-    (as == Sums::wide ? AverageWide : AveragePlain<Sums::levels>)(wide, line, origin, taps, unit, count);
-}
-
-constexpr uint32_t kHalfBlend = kBlendUnit / 2;
-constexpr int kBlendBits = 14;
-static_assert(kBlendUnit == 1u << kBlendBits);
-
-void BlendRowsPlain(uint16_t* __restrict wide, WeightedRow a, WeightedRow b, size_t channels) {
-    for (size_t i = 0; i < channels; ++i)
-        wide[i] = static_cast<uint16_t>((a.wide[i] * a.weight + b.wide[i] * b.weight + kHalfBlend) >> kBlendBits);
-}
-
-#if defined(__AVX2__)
-
-void BlendRows(uint16_t* wide, WeightedRow a, WeightedRow b, size_t count) {
-    const __m256i flip = _mm256_set1_epi16(static_cast<short>(kHalfRange));
-    const __m256i weights = _mm256_set1_epi32(static_cast<int>(a.weight | b.weight << 16));
-    const __m256i taken = _mm256_set1_epi32(static_cast<int>(kHalfRange * kBlendUnit + kHalfBlend));
-    const auto blend = [&](__m256i pairs) {
-        return _mm256_srli_epi32(_mm256_add_epi32(_mm256_madd_epi16(pairs, weights), taken), kBlendBits);
-    };
-    const size_t channels = 4 * count;
-    size_t i = 0;
-    for (; i + 16 <= channels; i += 16) {
-        const __m256i first = _mm256_xor_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(a.wide + i)), flip);
-        const __m256i second = _mm256_xor_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(b.wide + i)), flip);
-        const __m256i low = blend(_mm256_unpacklo_epi16(first, second));
-        const __m256i high = blend(_mm256_unpackhi_epi16(first, second));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(wide + i), _mm256_packus_epi32(low, high));
-    }
-    BlendRowsPlain(wide + i, {a.wide + i, a.weight}, {b.wide + i, b.weight}, channels - i);
-}
-
-/// A pixel of 32 bits a channel.
-__m128i BlendTwo(const uint16_t* line, int32_t origin, const Tap& tap) {
-    const __m128i both = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(&tap.firstWeight));
-    const __m128i weights = _mm_shuffle_epi32(_mm_packus_epi32(both, both), 0);
-    const __m128i byChannel = _mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
-    const __m128i flip = _mm_set1_epi16(static_cast<short>(kHalfRange));
-    const uint16_t* const pixels = line + 4 * static_cast<std::ptrdiff_t>(tap.first - origin);
-    const __m128i two = _mm_xor_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels)), flip);
-    const __m128i taken = _mm_set1_epi32(static_cast<int>(kHalfRange * kBlendUnit + kHalfBlend));
-    const __m128i sums = _mm_add_epi32(_mm_madd_epi16(_mm_shuffle_epi8(two, byChannel), weights), taken);
-    return _mm_srli_epi32(sums, kBlendBits);
-}
-
-void BlendColumns(uint16_t* wide, const uint16_t* line, int32_t origin, const Tap* taps, size_t count) {
-    size_t i = 0;
-    for (; i + 2 <= count; i += 2)
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(wide + 4 * i),
-                         _mm_packus_epi32(BlendTwo(line, origin, taps[i]), BlendTwo(line, origin, taps[i + 1])));
-    if (i == count) return;
-    const __m128i last = BlendTwo(line, origin, taps[i]);
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(wide + 4 * i), _mm_packus_epi32(last, last));
-}
-
-#else
-
-void BlendRows(uint16_t* wide, WeightedRow a, WeightedRow b, size_t count) { BlendRowsPlain(wide, a, b, 4 * count); }
-
-void BlendColumns(uint16_t* __restrict wide, const uint16_t* __restrict line, int32_t origin, const Tap* taps,
-                  size_t count) {
-    for (size_t i = 0; i < count; ++i, wide += 4) {
-        const uint16_t* const first = line + 4 * static_cast<std::ptrdiff_t>(taps[i].first - origin);
-        const uint16_t* const second = first + 4 * static_cast<std::ptrdiff_t>(taps[i].count - 1);
-        BlendRowsPlain(wide, {first, taps[i].firstWeight}, {second, taps[i].lastWeight}, 4);
-    }
-}
-
-#endif
-
 bool IsOpaqueWide(const uint16_t* wide, size_t count) {
     uint32_t least = kFull;
     for (size_t i = 0; i < count; ++i) least = wide[4 * i + 3] < least ? wide[4 * i + 3] : least;
@@ -412,9 +214,19 @@ void DrawOverBgra(uint8_t* surface, const uint16_t* wide, size_t count) {
     }
 }
 
-constexpr DrawKernels kKernels = {&CopyOpaque,   &IsOpaque, &Gather,          &Widen,        &WidenPremultiplied,
-                                  &Accumulate,   &Divide,   &Average,         &BlendRows,    &BlendColumns,
-                                  &IsOpaqueWide, &Narrow,   &DrawOver<false>, &DrawOverBgra, &DrawOver<true>};
+constexpr DrawKernels kKernels = {
+    &CopyOpaque,
+    &IsOpaque,
+    &Gather,
+    &Widen,
+    &WidenPremultiplied,
+    &IsOpaqueWide,
+    &Narrow,
+    &DrawOver<false>,
+    &DrawOverBgra,
+    &DrawOver<true>,
+    {&Refine, &RefinePremultiplied, &RefineOpaque, &BlendRowsOf<uint16_t>, &BlendRowsOf<uint8_t>, &BlendColumns,
+     &HalveColumns, &Accumulate, &Divide, &Average, &IsOpaqueFine, &NarrowFine, &WidenFine}};
 
 }  // namespace
 }  // namespace zbm

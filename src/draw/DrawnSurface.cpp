@@ -88,4 +88,12 @@ void DrawnSurface::DrawOver(std::int64_t x, std::int64_t y, const std::uint16_t*
     drawOver(At(x, y), wide, count);
 }
 
+void DrawnSurface::DrawFine(std::int64_t x, std::int64_t y, std::uint16_t* fine, std::size_t count) const {
+    const FineKernels& kernels = ActiveDrawKernels().fine;
+    if (kernels.isOpaque(fine, count)) return kernels.narrow(At(x, y), fine, count);
+    FillBackground(x, y, static_cast<std::int64_t>(count));
+    kernels.widen(fine, count);
+    drawOver(At(x, y), fine, count);
+}
+
 }  // namespace zbm

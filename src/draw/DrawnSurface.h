@@ -35,6 +35,8 @@ public:
                     std::int64_t innerBottom) const noexcept;
     /// Draws over the background.
     void DrawOver(std::int64_t x, std::int64_t y, const std::uint16_t* wide, std::size_t count) const;
+    /// The same with fine pixels, which become wide ones.
+    void DrawFine(std::int64_t x, std::int64_t y, std::uint16_t* fine, std::size_t count) const;
 
 private:
     using Over = void(std::uint8_t* surface, const std::uint16_t* wide, std::size_t count);

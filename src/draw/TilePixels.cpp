@@ -9,11 +9,14 @@
 #include "core/MaskRows.h"
 #include "draw/DrawKernels.h"
 #include "shr/CopyPixelRows.h"
+#include "shr/Fetch.h"
 
 namespace zbm {
 
 namespace {
 
+// Tiles are too small for a processor to see that they are read row by row; as many rows are on their way.
+constexpr int kRowsAhead = 4;
 constexpr int kBlockPixels = 4096;  // 16 KiB: half a cache of the first level
 
 bool AreBgra(shr::ColorFormat format) { return format == shr::BGRA_32 || format == shr::PBGRA_32; }
@@ -82,12 +85,43 @@ std::optional<TilePixels::StoredPixels> TilePixels::Stored() const {
 }
 
 TilePixels::Row TilePixels::Read(int y) {
+    const std::uint8_t* const pixels = AreBgra(format) ? RowAt(y) : ReadFromBlock(y);
+    return {pixels, ActiveDrawKernels().isOpaque(pixels, static_cast<std::size_t>(part.right - part.left))};
+}
+
+/// Where the format or the mask says that all is opaque, nothing is multiplied and no pixel is looked at.
+void TilePixels::Refine(int y, std::uint16_t* fine) {
+    const FineKernels& kernels = ActiveDrawKernels().fine;
     const auto width = static_cast<std::size_t>(part.right - part.left);
-    if (AreBgra(format)) return {RowAt(y), ActiveDrawKernels().isOpaque(RowAt(y), width)};
+    FetchAhead(y);
+    if (AreBgra(format))
+        return (ArePremultiplied() ? kernels.refinePremultiplied : kernels.refine)(fine, RowAt(y), width);
+    const bool isOpaque = HasMask(format) && IsMaskOpaque(y);
+    const std::uint8_t* const pixels = format == shr::BGRX_32 && isOpaque ? RowAt(y) : ReadFromBlock(y);
+    (isOpaque ? kernels.refineOpaque : kernels.refine)(fine, pixels, width);
+}
+
+const std::uint8_t* TilePixels::FindOpaque(int y) const {
+    if (format == shr::BGRX_32) {
+        if (!IsMaskOpaque(y)) return nullptr;
+    } else if (format != shr::BGRA_32 ||
+               !ActiveDrawKernels().isOpaque(RowAt(y), static_cast<std::size_t>(part.right - part.left))) {
+        return nullptr;
+    }
+    FetchAhead(y);
+    return RowAt(y);
+}
+
+void TilePixels::FetchAhead(int y) const {
+    const auto width = static_cast<std::size_t>(part.right - part.left);
+    shr::FetchForReading(RowAt(std::min(y + kRowsAhead, static_cast<int>(part.bottom) - 1)),
+                         width * static_cast<std::size_t>(shr::ColorFmtToBPP[format]) / 8);
+}
+
+const std::uint8_t* TilePixels::ReadFromBlock(int y) {
     if (y < blockBegin || y >= blockEnd) ReadBlock(y);
-    const std::size_t lead = static_cast<std::size_t>(Lead()), rowBytes = 4 * (lead + width);
-    std::uint8_t* const pixels = block.Data() + rowBytes * static_cast<std::size_t>(y - blockBegin) + 4 * lead;
-    return {pixels, ActiveDrawKernels().isOpaque(pixels, width)};
+    const auto lead = static_cast<std::size_t>(Lead()), width = static_cast<std::size_t>(part.right - part.left);
+    return block.Data() + 4 * (lead + width) * static_cast<std::size_t>(y - blockBegin) + 4 * lead;
 }
 
 /// As many rows as are worth a start of the converter.

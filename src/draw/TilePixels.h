@@ -35,6 +35,10 @@ public:
     };
     /// Row `y` of the part, in the bitmap's pixels. Stays until another row is read.
     Row Read(int y);
+    /// Row `y` of the part where it lies in its tile if that is BGRA, or BGRX, and opaque; else null.
+    const std::uint8_t* FindOpaque(int y) const;
+    /// Row `y` of the part as fine pixels.
+    void Refine(int y, std::uint16_t* fine);
     /// The part as it lies in its tile, rows `stride` bytes apart: BGRA once the bits of `alpha` are set.
     struct StoredPixels {
         const std::uint8_t* first;
@@ -50,6 +54,8 @@ public:
 
 private:
     bool IsMaskOpaque(int y) const;
+    void FetchAhead(int y) const;
+    const std::uint8_t* ReadFromBlock(int y);
     void ReadBlock(int y);
     /// The part's first pixel in a row of the tile, or up to 7 before it: where a byte begins.
     const std::uint8_t* RowAt(int y) const;

@@ -195,6 +195,78 @@ TEST_P(DrawOnPixelsAtLevel, GivesWhatPlainSumsGive) {
     }
 }
 
+/// Noise that is opaque in bands of rows only, the last of them wider than any sum; or everywhere.
+zbm::ZBasicMemBitmap OpaqueInBands(ColorFormat format, int tileSide, bool isOpaque = false) {
+    constexpr int kSide = 120, kBand = 7, kOpaqueFrom = 60;
+    zbm::ZBasicMemBitmap bitmap(kSide, kSide, format, tileSide, tileSide);
+    std::mt19937 noise(11);
+    for (int y = 0; y < kSide; ++y)
+        for (int x = 0; x < kSide; ++x) {
+            const auto value = static_cast<std::uint32_t>(noise());
+            const bool isSolid = isOpaque || y >= kOpaqueFrom || y / kBand % 2 == 0;
+            const std::uint32_t alpha = isSolid ? 255 : value >> 24;
+            std::uint32_t pixel = alpha << 24;
+            for (int shift = 0; shift < 24; shift += 8) {
+                const std::uint32_t channel = value >> shift & 255;
+                pixel |= (format == shr::PBGRA_32 ? channel * alpha / 255 : channel) << shift;
+            }
+            SetPixel(bitmap, x, y, pixel);
+            if (HasMask(format)) SetMask(bitmap, x, y, isSolid || value >> 31 != 0);
+        }
+    return bitmap;
+}
+
+/// All of it, `zoom` pixels a place; the last pixels may be left out.
+std::vector<std::uint8_t> DrawnAt(const zbm::ZBitmap& bitmap, double zoom, SurfaceLayout layout,
+                                  const std::vector<RECT>& clips) {
+    const int side = static_cast<int>(bitmap.GetPixelWidth() / zoom);
+    GuardedSurface surface(side, side, layout);
+    for (const RECT& clip : clips) {
+        DrawOptions options;
+        options.clip = clip;
+        EXPECT_TRUE(
+            bitmap.DrawOnPixels(*surface, {0, 0, side, side}, {0, 0, side * zoom, side * zoom}, options, nullptr));
+    }
+    return surface.Bytes();
+}
+
+constexpr RECT kEverywhere{0, 0, 1000, 1000};
+constexpr double kZooms[] = {0.3, 0.5, 0.8, 1.5, 2, 2.6, 3, 4, 5.5, 7, 7.1, 9, 20};
+const ColorFormat kFormatsOfOpaqueRows[] = {shr::BGRA_32, shr::PBGRA_32, shr::BGRX_32, shr::BGR_24, shr::RGBA_32};
+
+TEST_P(DrawOnPixelsAtLevel, ShowsNoSeamWhereOpaqueRowsMeetOthers) {
+    for (const ColorFormat format : kFormatsOfOpaqueRows) {
+        const zbm::ZBasicMemBitmap inOneTile = OpaqueInBands(format, 128), inTiles = OpaqueInBands(format, 17);
+        for (const double zoom : kZooms)
+            for (const auto layout : {SurfaceLayout::bgrx, SurfaceLayout::bgra, SurfaceLayout::pbgra}) {
+                zbm::UseKernels(cpu::Level::base);
+                const auto expected = DrawnAt(inOneTile, zoom, layout, {kEverywhere});
+                zbm::UseKernels(GetParam());
+                EXPECT_EQ(DrawnAt(inOneTile, zoom, layout, {kEverywhere}), expected) << format << ' ' << zoom;
+                EXPECT_EQ(DrawnAt(inTiles, zoom, layout, {kEverywhere}), expected) << format << ' ' << zoom;
+                std::vector<RECT> pieces;
+                for (int y = 0; y < 400; y += 29)
+                    for (int x = 0; x < 500; x += 167) pieces.push_back({x, y, x + 167, y + 29});
+                EXPECT_EQ(DrawnAt(inTiles, zoom, layout, pieces), expected) << format << ' ' << zoom;
+            }
+    }
+}
+
+TEST_P(DrawOnPixelsAtLevel, GivesOpaqueRowsTheBitsOfAnOpaquePicture) {
+    for (const ColorFormat format : kFormatsOfOpaqueRows) {
+        const zbm::ZBasicMemBitmap inBands = OpaqueInBands(format, 40), opaque = OpaqueInBands(format, 40, true);
+        for (const double zoom : kZooms) {
+            const int side = static_cast<int>(120 / zoom), rows = side - static_cast<int>(std::ceil(61 / zoom)) - 1;
+            const auto tail = [&](const zbm::ZBitmap& bitmap) {
+                std::vector<std::uint8_t> bytes = DrawnAt(bitmap, zoom, SurfaceLayout::bgrx, {kEverywhere});
+                return std::vector<std::uint8_t>(bytes.end() - 64 - 4 * side * rows, bytes.end());
+            };
+            ASSERT_GT(rows, 0);
+            EXPECT_EQ(tail(inBands), tail(opaque)) << format << ' ' << zoom;
+        }
+    }
+}
+
 std::vector<std::uint8_t> Drawn(const zbm::ZBitmap& bitmap, const Scene& scene) {
     GuardedSurface surface = SurfaceOf(scene);
     EXPECT_TRUE(bitmap.DrawOnPixels(*surface, scene.destination, scene.area, scene.options, nullptr));

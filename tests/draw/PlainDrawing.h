@@ -65,6 +65,7 @@ private:
 struct PlainTap {
     int first;
     std::vector<double> weights;  ///< none: outside of the bitmap
+    bool isExact = false;         ///< pixels are taken as they are, not blended
 };
 
 inline PlainTap PlainTapOf(double start, double length, long long places, long long i, int pixels,
@@ -75,7 +76,7 @@ inline PlainTap PlainTapOf(double start, double length, long long places, long l
     const bool isWhole = scale == 1 && start == std::floor(start);
     const bool isNearest = scale > 1 ? options.shrinking == zbm::DrawOptions::Shrinking::nearest
                                      : options.enlarging == zbm::DrawOptions::Enlarging::nearest;
-    if (isNearest || isWhole) return {static_cast<int>(std::floor(middle)), {1}};
+    if (isNearest || isWhole) return {static_cast<int>(std::floor(middle)), {1}, true};
     if (scale <= 1) {
         const double place = std::clamp(middle - 0.5, 0.0, pixels - 1.0), before = std::floor(place);
         if (place == before) return {static_cast<int>(before), {1}};
@@ -134,7 +135,7 @@ inline PlainPixel PlainOver(const WideColor& color, const PlainPixel& below, zbm
     return pixel;
 }
 
-/// Calls use(pixel of the surface, what it is to be, whether it is a single pixel of the bitmap or none).
+/// Calls use(pixel of the surface, what it is to be, whether it is a pixel of the bitmap as it is or none).
 template <class Use>
 void DrawPlainly(const PlainPicture& picture, const zbm::PixelSurface& surface, const RECT& destination,
                  const zbm::SourceArea& area, const zbm::DrawOptions& options, Use use) {
@@ -163,7 +164,7 @@ void DrawPlainly(const PlainPicture& picture, const zbm::PixelSurface& surface, 
                 use(at, below, true);
             else
                 use(at, PlainOver(PlainSum(picture, column, row), below, surface.layout),
-                    column.weights.size() == 1 && row.weights.size() == 1);
+                    column.isExact && row.isExact);
         }
     }
 }
