@@ -194,17 +194,17 @@ public:
     ///
     /// A pixel of the destination shows the bitmap if its middle, as it lies in the area, is inside the bitmap; else
     /// the background alone. Enlarging and shrinking are told for each axis apart:
-    /// - nearest: the pixel in which the middle lies, floor (left + (i + 1/2) * scale), scale being area width / destination width;
+    /// - nearest: the pixel in which the middle lies, floor (left + (i + 1/2) * scale), scale = area width / its width;
     /// - bilinear: between the pixels whose middles are around it; the bitmap's border is repeated, not the area's;
     /// - average: of what it covers of the bitmap, each pixel with its share, colours weighed by alpha. Shrinking
     ///   begins with the smallest reduction that is current, has the size w >> k x h >> k and no fewer pixels than the
     ///   destination has, and shows what that keeps of the picture: nothing finer than its pixels where the destination
     ///   does not divide them, masks with edges of its pixels, odd sizes as bilinear sampling made them. A bitmap whose
-    ///   reductions have no greys between (GRAYSCALE_1 and GRAYSCALE_4) and one of a derived class is drawn from its
-    ///   own pixels.
+    ///   reductions have no greys between (those of 1 and 4 bits) and one of a derived class is drawn from its own.
     ///
-    /// Transparent pixels are mixed with what is below as the exact sum, rounded to nearest. A destination that is
-    /// drawn in pieces, by clips, gets the bits that it gets as a whole, on every system and for every tile size.
+    /// Transparent pixels are mixed with what is below as the exact sum, rounded to nearest; sums of several are held
+    /// to 1/128 of a level before. A destination that is drawn in pieces, by clips, gets the bits that it gets as a
+    /// whole, on every system and for every tile size.
     ///
     /// A destination without width or height and a bitmap without pixels draw nothing, or the background. Raises
     /// internal errors for a surface without memory, with an unknown layout or rows that overlap (line 9007) and for an

@@ -85,7 +85,7 @@ private:
             for (int col = firstCol; col < endCol; ++col) AddTile(row, col);
             for (int j = inTile.begin; j < leftOver.begin; ++j) DrawLine(columns, j);
             carried = leftOver;
-            if (complete <= rows.end && leftOver.begin > inTile.begin) Report(columns, complete);
+            if (showing.end <= rows.end) Report(columns, box);
         });
     }
 
@@ -180,10 +180,12 @@ private:
                                  count);
     }
 
-    void Report(const Places& columns, int rowsDone) const {
-        const double strips = drawing.columns.Count();
-        drawing.Report((columns.begin + columns.Count() * (static_cast<double>(rowsDone) / drawing.rows.Count())) /
-                       strips);
+    /// After the last look at a row of tiles.
+    void Report(const Places& columns, const RECT& rowOfTiles) const {
+        const RECT shown = drawing.Source(0, drawing.columns.Count(), 0, drawing.rows.Count());
+        const double end = static_cast<double>(std::min(rowOfTiles.bottom, shown.bottom));
+        const double ofStrip = (end - static_cast<double>(shown.top)) / static_cast<double>(shown.bottom - shown.top);
+        drawing.Report((columns.begin + columns.Count() * ofStrip) / drawing.columns.Count());
     }
 
     std::size_t Width() const { return static_cast<std::size_t>(source.right - source.left); }

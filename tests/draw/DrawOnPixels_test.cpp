@@ -362,7 +362,7 @@ TEST(DrawOnPixels, UnlocksEachTileBeforeItLocksTheNext) {
 
 TEST(DrawOnPixels, ReportsAfterEachRowOfTilesAndStopsThere) {
     const zbm::ZBasicMemBitmap bitmap = FormulaBitmap(40, 40, shr::BGR_24, 10, 10);
-    for (const int side : {40, 30, 100}) {
+    for (const int side : {40, 30, 100, 2, 1}) {
         GuardedSurface surface(side, side, SurfaceLayout::bgrx);
         TestProgress progress;
         ASSERT_TRUE(bitmap.DrawOnPixels(*surface, {0, 0, side, side}, {0, 0, 40, 40}, {}, &progress));
