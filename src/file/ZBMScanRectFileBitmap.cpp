@@ -60,7 +60,8 @@ ZScanRectFileBitmap::~ZScanRectFileBitmap() {
 }
 
 void ZScanRectFileBitmap::Open(const ZString& name, bool readOnlyFile) {
-    const ZString kept = name;  // it may be our own, or die with what is closed
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be our own, or die with what is closed
+    const ZString kept = name;
     Close();
     OpenFile(kept, kept, shr::FileMode::openExisting, readOnlyFile);
     try {
