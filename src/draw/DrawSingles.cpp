@@ -18,6 +18,8 @@ constexpr int kWidePixels = 1024;
 // Rows that are drawn of a tile before the next one has its turn: few, that a row of the surface is written at once,
 // and as many as are worth a start of the converter.
 constexpr int kRowsAbreast = 2, kConvertedRows = 16;
+/// Tiles that take turns: of each a few rows are converted at a time.
+constexpr int kMostAbreast = 64;
 
 /// Rows of a tile that are read from a file at a time, so that they are drawn before they have left the caches.
 constexpr int kRowsRead = 64;
@@ -164,11 +166,11 @@ public:
             const int rowBegin = drawing.rows.FirstShowing(static_cast<int>(box.top));
             const int rowEnd = drawing.rows.FirstShowing(static_cast<int>(box.bottom));
             if (rowBegin == rowEnd) return;
-            const int abreast = drawers.front().IsAtHand() ? endCol - firstCol : 1;
+            const int abreast = drawers.front().IsAtHand() ? kMostAbreast : 1;
             for (int col = firstCol; col < endCol; col += abreast)
                 for (int j = rowBegin, end; j < rowEnd; j = end) {
                     end = drawers.front().ComesInRows() ? EndOfRead(j, rowEnd) : rowEnd;
-                    DrawTiles(row, col, col + abreast, j, end);
+                    DrawTiles(row, col, std::min(col + abreast, endCol), j, end);
                 }
             drawing.Report(static_cast<double>(rowEnd) / drawing.rows.Count());
         });
