@@ -178,8 +178,8 @@ public:
 
 private:
     int EndOfRead(int j, int rowEnd) const {
-        const int behind = drawing.rows.FirstShowing(drawing.rows[j].first + kRowsRead);
-        return std::clamp(behind, j + 1, rowEnd);
+        const int first = drawing.rows[j].first, rows = std::min(kRowsRead, drawing.bitmap.GetPixelHeight() - first);
+        return std::clamp(drawing.rows.FirstShowing(first + rows), j + 1, rowEnd);
     }
 
     void DrawTiles(int row, int col, int endCol, int rowBegin, int rowEnd) {
