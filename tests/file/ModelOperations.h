@@ -950,8 +950,8 @@ inline void LoadForeign(const Actors& with, zbm::SerializeIO& io) {
     target.onDisk = former;
 }
 
-/// A cancelled load leaves one pixel: in memory, or in the file, which holds the picture where only levels were to
-/// come.
+/// A cancelled load leaves one pixel in memory and in a file that it has made, which holds the picture where only
+/// levels were to come; a former file stays what it was.
 inline void TakeCancelledLoad(const Actors& with, const ModelPicture& archived) {
     Subject& target = with.target;
     with.Say("(cancelled)");
@@ -960,12 +960,18 @@ inline void TakeCancelledLoad(const Actors& with, const ModelPicture& archived) 
         if (target.Reduced() != nullptr) target.held.levels.clear(), target.held.levelsKnown = true;
         return;
     }
+    const std::optional<Held> former = target.HasPicture() ? std::optional(target.held) : std::nullopt;
     target.BecomeNone();
     if (target.File() == nullptr) return;
     target.Verify();
     OpenFileBitmap opened;
     opened.Open(target.name, true);
     const ModelPicture found = Found(opened);
+    if (former) {
+        Demand(AreAlike(found, former->picture), "the former picture");
+        target.onDisk = former;
+        return;
+    }
     if (found.flat.width != 1 || found.flat.height != 1) Demand(AreAlike(found, archived), "the picture in the file");
     target.onDisk = Held{found, {}, false};
 }
