@@ -10,8 +10,8 @@ namespace {
 
 std::vector<std::uint8_t> FileBytes(const std::string& fileName) {
     shr::CBufferedFile file;
-    file.Open((ZBM_TEST_DATA "/archives/" + fileName).c_str(), shr::FileAccess::read,
-              shr::FileMode::openExisting, shr::FileSharing::read);
+    file.Open((ZBM_TEST_DATA "/archives/" + fileName).c_str(), shr::FileAccess::read, shr::FileMode::openExisting,
+              shr::FileSharing::read);
     std::vector<std::uint8_t> bytes(static_cast<std::size_t>(file.GetLength()));
     file.ReadExactly(bytes.data(), bytes.size());
     return bytes;
