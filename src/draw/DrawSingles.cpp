@@ -17,7 +17,7 @@ constexpr int kWidePixels = 1024;
 
 // Rows that are drawn of a tile before the next one has its turn: few, that a row of the surface is written at once,
 // and as many as are worth a start of the converter.
-constexpr int kRowsAbreast = 2, kConvertedRows = 16;
+constexpr int kRowsAbreast = 2, kConvertedRows = 4;
 /// Tiles that take turns: of each a few rows are converted at a time.
 constexpr int kMostAbreast = 64;
 

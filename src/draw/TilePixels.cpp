@@ -146,6 +146,8 @@ void TilePixels::ReadBlock(int y) {
 void TilePixels::Convert(int y, int rows, std::uint8_t* dst, std::ptrdiff_t stride) {
     const auto width = static_cast<std::uint32_t>(part.right - part.left);
     const bool isTaken = stride == static_cast<std::int32_t>(stride);
+    for (int next = y + rows; next < std::min(y + 2 * rows, static_cast<int>(part.bottom)); ++next)
+        shr::FetchForReading(RowAt(next), shr::PixelBytes(width, format));
     if (Lead() == 0 && isTaken)
         return ConvertRows({dst, shr::BGRA_32, static_cast<std::int32_t>(stride)},
                            {RowAt(y), format, tile->GetStride(), colorTable}, width, static_cast<std::uint32_t>(rows));
