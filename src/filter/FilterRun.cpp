@@ -1,9 +1,11 @@
 #include "filter/FilterRun.h"
 
 #include <algorithm>
-#include <optional>
+#include <memory>
 
 #include "convert/ZBMColorFormat.h"
+#include "filter/HalvingRun.h"
+#include "filter/PointwiseRun.h"
 #include "shr/ScopeExit.h"
 #include "zpixf/MakeQuantizer.h"
 
@@ -64,7 +66,9 @@ bool FilterRun::Run(ZBitmap& input, std::span<const CPixFilterContext> stages, s
     const shr::ScopeExit atTheEnd(freeCopies);
     freeCopies();
     if (HasNoPixels() && input.GetNumScanRectRows() > 0) return true;
-    const bool changesTiles = PointwiseRun::Suits(input, state.inputRect, output, stages, sink);
+    const bool isPointwise = PointwiseRun::Suits(input, state.inputRect, output, stages, sink);
+    const bool isHalving = HalvingRun::Suits(input, state.inputRect, output, stages, sink);
+    const bool changesTiles = isPointwise || isHalving;
     const bool readsOverwritten = &input == &output && !PullForward(stages);
     source.Begin(input, changesTiles       ? LineSource::RowCopy::onDemand
                         : readsOverwritten ? LineSource::RowCopy::needed
@@ -79,9 +83,11 @@ bool FilterRun::Run(ZBitmap& input, std::span<const CPixFilterContext> stages, s
     pipeline.progressLastLine = static_cast<std::uint32_t>(output.GetPixelHeight()) - 1;
     pipeline.CollectAlphaChanges(!shr::ColorFmtHasAlphaChannel[output.GetColorFormat()]);
     if (!AddStages(pipeline, stages, quantizer.get())) return false;
-    std::optional<PointwiseRun> tileRun;  // there to the end: the sink may have put tiles off
-    if (changesTiles)
-        ChangeTiles(tileRun.emplace(input, output, pipeline, sink), progress);
+    std::unique_ptr<TileChange> change;  // there to the end: the sink may put tiles off
+    if (isPointwise) change = std::make_unique<PointwiseRun>(input, output, pipeline, sink.Writes());
+    if (isHalving) change = std::make_unique<HalvingRun>(input, output, *stages[0].filter->AsHalving(), sink.Writes());
+    if (change)
+        ChangeTiles(*change, progress);
     else
         WriteLines(pipeline, quantizer != nullptr);
     if (progress != nullptr) progress->SetProgress(1.0);
@@ -117,17 +123,17 @@ void FilterRun::WriteLines(CPixFilterPipeline& pipeline, bool indexed) {
 }
 
 /// From report to report, so that each finds the lines that it would find if they came one by one.
-void FilterRun::ChangeTiles(PointwiseRun& run, shr::IProgress* progress) {
+void FilterRun::ChangeTiles(TileChange& change, shr::IProgress* progress) {
     const int height = output.GetPixelHeight();
-    if (progress == nullptr) return run.FilterLines(0, height);
+    if (progress == nullptr) return sink.ChangeTiles(0, height, change);
     int done = 0;
     for (int report = 0; report <= (height - 1) / kLinesBetweenReports; ++report) {
         const int line = report * kLinesBetweenReports;
-        run.FilterLines(done, line + 1);
+        sink.ChangeTiles(done, line + 1, change);
         done = line + 1;
         progress->SetProgress(static_cast<double>(line) / height);
     }
-    run.FilterLines(done, height);
+    sink.ChangeTiles(done, height, change);
 }
 
 void SetTrueColors(zpixf::ZPixFilterBase& filter, SIZE input, SIZE result) {

@@ -1,11 +1,10 @@
 #pragma once
-// The run of filters that all bitmaps share: lines of a source through a chain of stages into a sink. Filters of single
-// pixels go the shorter way of PointwiseRun.h where they can.
+// The run of filters that all bitmaps share: lines of a source through a chain of stages into a sink. What needs no
+// lines goes the shorter ways of PointwiseRun.h and HalvingRun.h where it can.
 #include <span>
 
 #include "filter/LineSink.h"
 #include "filter/LineSource.h"
-#include "filter/PointwiseRun.h"
 #include "zbm/CPixFilterPipeline.h"
 
 namespace zbm {
@@ -25,7 +24,7 @@ private:
     bool HasNoPixels() const;
     void GrowLines();
     void WriteLines(CPixFilterPipeline& pipeline, bool indexed);
-    void ChangeTiles(PointwiseRun& run, shr::IProgress* progress);
+    void ChangeTiles(TileChange& change, shr::IProgress* progress);
 
     const FilterFamily& family;
     FilterState& state;

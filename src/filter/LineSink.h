@@ -12,16 +12,14 @@
 
 namespace zbm {
 
-/// What a run of filters of single pixels does to a tile.
+/// What a run that goes from tile to tile does to one of the destination.
 class TileChange {
 public:
+    virtual ~TileChange() = default;
     /// Whether a tile must hold what it held in the destination.
     virtual bool NeedsContent() const = 0;
     /// Lines `first` to before `end` of tile (row, col) of the destination.
     virtual void Change(ZScanRect& tile, int row, int col, int first, int end) = 0;
-
-protected:
-    ~TileChange() = default;
 };
 
 class LineSink {

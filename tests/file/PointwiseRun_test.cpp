@@ -5,7 +5,7 @@
 #include <random>
 
 #include "file/FileBitmapTesting.h"
-#include "support_code/TestProgress.h"
+#include "file/TileWays.h"
 #include "zbm/RunFilters.h"
 #include "zpixf/ZPixfAdjust.h"
 #include "zpixf/ZPixfNull.h"
@@ -17,48 +17,6 @@ using shr::ColorFormat;
 using zbm::ZBasicMemBitmap;
 using zbm::ZBitmap;
 using zbm::ZScanRectFileBitmap;
-
-/// Nobody knows how its tiles are reached: it is filtered line by line.
-class LineByLine final : public ZBasicMemBitmap {
-public:
-    using ZBasicMemBitmap::ZBasicMemBitmap;
-};
-
-/// All that the tiles hold.
-Bytes ContentOf(const ZBitmap& bitmap) {
-    Bytes content;
-    const auto add = [&](const std::uint8_t* row, unsigned width, ColorFormat format) {
-        for (unsigned x = 0; x < width; ++x) {
-            const std::uint32_t pixel = PixelAt(row, static_cast<int>(x), format);
-            content.insert(content.end(), reinterpret_cast<const std::uint8_t*>(&pixel),
-                           reinterpret_cast<const std::uint8_t*>(&pixel + 1));
-        }
-    };
-    for (int row = 0; row < bitmap.GetNumScanRectRows(); ++row)
-        for (int col = 0; col < bitmap.GetNumScanRects(row); ++col) {
-            const zbm::LockedTile tile(bitmap, row, col);
-            const auto width = static_cast<unsigned>(tile->GetWidth());
-            for (int y = 0; y < tile->GetHeight(); ++y) {
-                add(tile->GetRowPtr(y), width, bitmap.GetColorFormat());
-                if (tile->GetAlphaStride() != 0) add(tile->GetAlphaRowPtr(y), width, shr::GRAYSCALE_1);
-            }
-        }
-    return content;
-}
-
-/// Looks at the picture at every report, as a host does that repaints.
-class Watcher final : public TestProgress {
-public:
-    explicit Watcher(const ZBitmap& watched) : bitmap(watched) {}
-    void SetProgress(double fraction) override {
-        seen.push_back(ContentOf(bitmap));
-        TestProgress::SetProgress(fraction);
-    }
-    std::vector<Bytes> seen;
-
-private:
-    const ZBitmap& bitmap;
-};
 
 using Adjust = bool (*)(ZBitmap& bitmap, shr::IProgress* progress);
 const Adjust kAdjustments[] = {
@@ -80,14 +38,6 @@ std::vector<Shape> Shapes() {
     std::vector<Shape> shapes = {{1, 1, 1, 1}, {8, 301, 512, 512}, {5000, 3, 5000, 3}, {33, 101, 8, 1}};
     for (int i = 0; i < 4; ++i) shapes.push_back({between(1, 70), between(1, 320), between(1, 70), between(1, 130)});
     return shapes;
-}
-
-/// What became of a run that was cancelled or not.
-template <class Run>
-std::string OutcomeOf(const Run& run) {
-    try {
-        return run() ? "true" : "false";
-    } catch (const shr::AbortException&) { return "cancelled"; }
 }
 
 class Pointwise : public testing::TestWithParam<ColorFormat> {};

@@ -99,5 +99,81 @@ TEST(ResizeAlpha, IsCutOffWhereACubicShootsOverAnEdge) {
     EXPECT_EQ(to.At(19, 16)[3], 255);
 }
 
+/// To nearest; halves go up or down as on a chequered board that is counted from the nearer borders.
+unsigned Quotient(unsigned dividend, unsigned divisor, bool roundsUp) {
+    return (2 * dividend + divisor - (roundsUp ? 0 : 1)) / (2 * divisor);
+}
+
+void ExpectHalf(const ResizePicture& from, const ResizePicture& half) {
+    const auto fromBorder = [](unsigned place, unsigned places) { return std::min(place, places - 1 - place); };
+    for (unsigned y = 0; y < half.height; ++y)
+        for (unsigned x = 0; x < half.width; ++x) {
+            const std::uint8_t* const four[] = {from.At(2 * x, 2 * y), from.At(2 * x + 1, 2 * y),
+                                                from.At(2 * x, 2 * y + 1), from.At(2 * x + 1, 2 * y + 1)};
+            const bool roundsUp = (fromBorder(x, half.width) + fromBorder(y, half.height)) % 2 == 0;
+            unsigned alphas = 0;
+            for (const auto* pixel : four) alphas += pixel[3];
+            for (unsigned c = 0; c < 3; ++c) {
+                unsigned sum = 0;
+                for (const auto* pixel : four) sum += pixel[c] * (alphas == 0 ? 1u : pixel[3]);
+                ASSERT_EQ(half.At(x, y)[c], Quotient(sum, alphas == 0 ? 4 : alphas, roundsUp)) << x << ", " << y;
+            }
+            ASSERT_EQ(half.At(x, y)[3], Quotient(alphas, 4, roundsUp)) << x << ", " << y;
+        }
+}
+
+TEST(ResizeAlpha, OfAnExactHalfWeighsToNearestWithHalvesUpAndDownByTurns) {
+    for (const unsigned width : {1u, 2u, 7u, 8u, 9u, 31u, 64u, 333u})
+        for (const Alpha alpha : {Alpha::opaque, Alpha::varied, Alpha::rare}) {
+            const ResizePicture noise = NoisePicture(2 * width, 64, alpha, width);
+            ExpectHalf(noise, Resized(Method::bilinear, noise, width, 32));
+        }
+}
+
+/// Alphas of 0, 1, 2, 254 and 255 and few levels: means that are halves, or nearly.
+TEST(ResizeAlpha, OfAnExactHalfIsExactWhereMeansAreHalvesOrNearly) {
+    constexpr std::uint8_t kAlphas[] = {0, 1, 2, 3, 254, 255}, kLevels[] = {0, 1, 2, 127, 128, 253, 254, 255};
+    ResizePicture picture(512, 512);
+    std::uint32_t seed = 5;
+    for (std::size_t i = 0; i < picture.bytes.size(); ++i)
+        picture.bytes[i] = i % 4 == 3 ? kAlphas[NextRandom(seed) % 6] : kLevels[NextRandom(seed) % 8];
+    ExpectHalf(picture, Resized(Method::bilinear, picture, 256, 256));
+}
+
+TEST(ResizeAlpha, OfAnExactHalfIsTheSameInPartsOfLines) {
+    for (const unsigned width : {9u, 40u, 101u}) {
+        const ResizePicture from = NoisePicture(2 * width, 10, Alpha::varied);
+        const ResizePicture whole = Resized(Method::bilinear, from, width, 5);
+        ZPixfResizeBilinear filter;
+        filter.SetInputFormat(ZPixFormat(2 * width, 10, 4, 8, 0));
+        filter.SetOutputFormat(ZPixFormat(width, 5, 4, 8, 0));
+        ASSERT_NE(filter.AsHalving(), nullptr);
+        for (unsigned first = 0; first < width; ++first)
+            for (unsigned count = 1; first + count <= width; ++count)
+                for (unsigned y = 0; y < 5; ++y) {
+                    std::vector<std::uint8_t> part(std::size_t{4} * count);
+                    filter.AsHalving()->Halve(y, first, count, from.At(2 * first, 2 * y), from.At(2 * first, 2 * y + 1),
+                                              part.data());
+                    ASSERT_EQ(std::memcmp(part.data(), whole.At(first, y), part.size()), 0) << first << " + " << count;
+                }
+    }
+}
+
+class HostsBilinear final : public ZPixfResizeBilinear {};
+
+TEST(ResizeAlpha, IsPromisedForPartsOnlyByAnExactHalfOfThisFilter) {
+    const auto promises = [](ZPixFilterBase&& filter, unsigned width, unsigned height) {
+        filter.SetInputFormat(ZPixFormat(20, 10, 4, 8, 0));
+        filter.SetOutputFormat(ZPixFormat(width, height, 4, 8, 0));
+        return filter.AsHalving() != nullptr;
+    };
+    EXPECT_TRUE(promises(ZPixfResizeBilinear(), 10, 5));
+    EXPECT_FALSE(promises(ZPixfResizeBilinear(), 10, 6));
+    EXPECT_FALSE(promises(ZPixfResizeBilinear(), 9, 5));
+    EXPECT_FALSE(promises(HostsBilinear(), 10, 5));
+    EXPECT_FALSE(promises(ZPixfResizeBicubic(), 10, 5));
+    EXPECT_FALSE(promises(ZPixfResize(), 10, 5));
+}
+
 }  // namespace
 }  // namespace zpixf::resampling

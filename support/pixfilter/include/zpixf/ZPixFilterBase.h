@@ -34,6 +34,7 @@ enum class ZPixfType : int {
 using ScanLineFunction = bool (*)(void* userData, unsigned line, void* buffer);
 
 class ZPixfPointwise;
+class ZPixfHalving;
 
 /// A filter that works line by line and pulls its input: set the two formats and the scan-line function, Start it, ask
 /// for output lines, Stop it.
@@ -77,6 +78,8 @@ public:
     virtual bool PullsForward() const { return false; }
     /// Null for a filter that is not one of single pixels.
     virtual ZPixfPointwise* AsPointwise() noexcept { return nullptr; }
+    /// For a filter whose formats are set: null unless its result is half as large.
+    virtual const ZPixfHalving* AsHalving() const noexcept { return nullptr; }
     bool IsStarted() const noexcept { return started; }
 
     const shr::ZString& GetErrorModule() const noexcept { return errorModule; }

@@ -1,4 +1,6 @@
 #pragma once
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 
 #include "zpixf/ZPixFilterBase.h"
@@ -49,15 +51,34 @@ private:
     std::unique_ptr<State> state;
 };
 
+/// A filter whose result is just half as wide and half as high as its input, each pixel made of the 2 x 2 of its place
+/// alone. Bitmaps then go from tile to tile, which is faster than lines.
+class ZPIXF_API ZPixfHalving {
+public:
+    /// Output pixels `first` to before `first + count` of line `line`, in `out`, made of the 2 * count pixels that
+    /// begin at `upper` and at `lower`. Parts of lines may come in any order.
+    virtual void Halve(unsigned line, unsigned first, std::size_t count, const std::uint8_t* upper,
+                       const std::uint8_t* lower, std::uint8_t* out) const noexcept = 0;
+
+protected:
+    ~ZPixfHalving() = default;
+};
+
 /// By the triangle: between the two nearest pixels each way when the picture grows. An exact half is the mean of 2 x 2.
-class ZPIXF_API ZPixfResizeBilinear : public ZPixfResample {
+class ZPIXF_API ZPixfResizeBilinear : public ZPixfResample, private ZPixfHalving {
 public:
     ZPixfResizeBilinear();
     ~ZPixfResizeBilinear() override;
     ZPixfType FilterType() const override;
+    /// Not for what derives from it: that may have lines of its own.
+    const ZPixfHalving* AsHalving() const noexcept override;
 
 protected:
     bool OnStart() override;
+
+private:
+    void Halve(unsigned line, unsigned first, std::size_t count, const std::uint8_t* upper, const std::uint8_t* lower,
+               std::uint8_t* out) const noexcept override;
 };
 
 /// By a cubic of the two-parameter family (D. Mitchell, A. Netravali, Reconstruction Filters in Computer Graphics,

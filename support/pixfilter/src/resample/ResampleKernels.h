@@ -43,9 +43,9 @@ struct ResampleKernels {
     /// `out[x] = line[columns[x]]`.
     void (*pick)(const std::uint8_t* line, const std::uint32_t* columns, std::size_t count, std::uint8_t* out);
 
-    /// The means of 2 x 2 opaque pixels, to nearest; halves go up in every other pixel, in the first if `roundsUp`.
-    /// `count` pixels come out, and whether all that went in are opaque; if not, what came out is of no use.
-    bool (*halve)(const std::uint8_t* upper, const std::uint8_t* lower, std::size_t count, bool roundsUp,
+    /// The means of 2 x 2 pixels, colours weighed by their alpha, or evenly where nothing is seen of the four; to
+    /// nearest, halves up in every other pixel, in the first if `roundsUp`. `count` pixels come out.
+    void (*halve)(const std::uint8_t* upper, const std::uint8_t* lower, std::size_t count, bool roundsUp,
                   std::uint8_t* out);
 
     /// Sums down the picture of pixels `first` .. `first + count` of the lines, a double a channel. The number of taps

@@ -5,8 +5,12 @@ namespace {
 
 bool IsOpaque(const uint8_t* pixels, size_t count) { return IsOpaqueFrom(0, pixels, count); }
 
-bool Halve(const uint8_t* upper, const uint8_t* lower, size_t count, bool roundsUp, uint8_t* out) {
-    return HalveFrom(0, upper, lower, count, roundsUp, out);
+void Halve(const uint8_t* upper, const uint8_t* lower, size_t count, bool roundsUp, uint8_t* out) {
+    constexpr size_t kRun = 64;  // of even length, that halves go on as they began
+    for (size_t x = 0; x < count; x += kRun) {
+        const size_t run = count - x < kRun ? count - x : kRun;
+        HalveSome(upper + 8 * x, lower + 8 * x, run, roundsUp, out + 4 * x);
+    }
 }
 
 void SumPlain(const ResampleTap* taps, size_t tapCount, size_t first, size_t count, double* sums) {

@@ -38,18 +38,67 @@ __m256i HalvingFactors(bool roundsUp) {
     return roundsUp ? _mm256_setr_epi64x(up, down, up, down) : _mm256_setr_epi64x(down, up, down, up);
 }
 
-bool Halve(const uint8_t* upper, const uint8_t* lower, size_t count, bool roundsUp, uint8_t* out) {
+// Of a vector's eight pixels, pairs of neighbours are taken two at a time: `kFirst` 0 for pixels 0 | 1 and 4 | 5, 2 for
+// 2 | 3 and 6 | 7.
+
+/// Each channel of the two side by side, in 16 bits.
+template <int kFirst>
+__m256i SpreadPairs(__m256i pixels) {
+    constexpr char k = 4 * kFirst;
+    const __m256i spread =
+        _mm256_setr_epi8(k, -1, k + 4, -1, k + 1, -1, k + 5, -1, k + 2, -1, k + 6, -1, k + 3, -1, k + 7, -1, k, -1,
+                         k + 4, -1, k + 1, -1, k + 5, -1, k + 2, -1, k + 6, -1, k + 3, -1, k + 7, -1);
+    return _mm256_shuffle_epi8(pixels, spread);
+}
+
+/// Alphas in the places of the colours, and ones in those of alpha.
+template <int kFirst>
+__m256i AlphasOfPairs(__m256i pixels) {
+    constexpr char k = 4 * kFirst + 3;
+    const __m256i alphas = _mm256_setr_epi8(k, -1, k + 4, -1, k, -1, k + 4, -1, k, -1, k + 4, -1, -1, -1, -1, -1,  //
+                                            k, -1, k + 4, -1, k, -1, k + 4, -1, k, -1, k + 4, -1, -1, -1, -1, -1);
+    const __m256i ones = _mm256_setr_epi32(0, 0, 0, 0x0001'0001, 0, 0, 0, 0x0001'0001);
+    return _mm256_or_si256(_mm256_shuffle_epi8(pixels, alphas), ones);
+}
+
+/// Two pixels of a half, of neighbours as in SpreadPairs: numbers of 32 bits. `rounding` is the tie breaker.
+template <int kFirst>
+__m256i WeightedMeans(__m256i upper, __m256i lower, __m256 rounding) {
+    const __m256i above = SpreadPairs<kFirst>(upper), below = SpreadPairs<kFirst>(lower);
+    const __m256i sums = _mm256_add_epi32(_mm256_madd_epi16(above, AlphasOfPairs<kFirst>(upper)),
+                                          _mm256_madd_epi16(below, AlphasOfPairs<kFirst>(lower)));
+    const __m256 weighted = _mm256_cvtepi32_ps(sums), quarter = _mm256_set1_ps(0.25F);
+    const __m256 alphas = _mm256_shuffle_ps(weighted, weighted, 0xFF);
+    const __m256 isClear = _mm256_cmp_ps(alphas, _mm256_setzero_ps(), _CMP_EQ_OQ);
+    __m256 means = _mm256_div_ps(weighted, _mm256_blend_ps(alphas, _mm256_set1_ps(4), 0x88));
+    if (_mm256_movemask_ps(isClear) != 0) {
+        const __m256i plain = _mm256_madd_epi16(_mm256_add_epi16(above, below), _mm256_set1_epi16(1));
+        means = _mm256_blendv_ps(means, _mm256_mul_ps(_mm256_cvtepi32_ps(plain), quarter), isClear);
+    }
+    return _mm256_cvtps_epi32(_mm256_add_ps(means, rounding));
+}
+
+/// Four pixels of a half, in 16 bits, in the order of MeansOfFour.
+__m256i WeightedMeansOfFour(const uint8_t* upper, const uint8_t* lower, __m256 even) {
+    const __m256i above = LoadBytes(upper), below = LoadBytes(lower);
+    const __m256 odd = _mm256_sub_ps(_mm256_setzero_ps(), even);
+    return _mm256_packs_epi32(WeightedMeans<0>(above, below, even), WeightedMeans<2>(above, below, odd));
+}
+
+void Halve(const uint8_t* upper, const uint8_t* lower, size_t count, bool roundsUp, uint8_t* out) {
     const __m256i factors = HalvingFactors(roundsUp);
-    __m256i all = _mm256_set1_epi32(-1);
+    const __m256 rounding = _mm256_set1_ps(roundsUp ? kHalvingTieBreaker : -kHalvingTieBreaker);
     size_t x = 0;
     for (; x + 8 <= count; x += 8) {
-        const __m256i left = MeansOfFour(upper + 8 * x, lower + 8 * x, factors);
-        const __m256i right = MeansOfFour(upper + 8 * x + 32, lower + 8 * x + 32, factors);
-        const __m256i packed = _mm256_packus_epi16(left, right);
-        all = _mm256_and_si256(all, packed);
+        const uint8_t *above = upper + 8 * x, *below = lower + 8 * x;
+        __m256i packed =
+            _mm256_packus_epi16(MeansOfFour(above, below, factors), MeansOfFour(above + 32, below + 32, factors));
+        if (!IsEveryAlphaFull(packed))
+            packed = _mm256_packus_epi16(WeightedMeansOfFour(above, below, rounding),
+                                         WeightedMeansOfFour(above + 32, below + 32, rounding));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * x), _mm256_permute4x64_epi64(packed, 0xD8));
     }
-    return IsEveryAlphaFull(all) && HalveFrom(x, upper, lower, count, roundsUp, out);
+    HalveSome(upper + 8 * x, lower + 8 * x, count - x, roundsUp, out + 4 * x);
 }
 
 /// The weights of two lines in each 32 bits, as _mm256_madd_epi16 wants them.

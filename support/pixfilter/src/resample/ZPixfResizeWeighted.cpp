@@ -3,6 +3,7 @@
 // Lines are summed down the picture first, then the sums across it; nothing is rounded between. So it is no matter in
 // which order that happens, and what is turned or mirrored before resizing comes out as if it were after.
 #include <cstring>
+#include <typeinfo>
 
 #include "resample/ResampleRows.h"
 #include "resample/ResampleTable.h"
@@ -13,6 +14,23 @@ namespace zpixf {
 namespace {
 
 bool IsHalf(unsigned input, unsigned output) { return input == 2 * std::uint64_t{output}; }
+
+bool IsHalf(const ZPixFormat& input, const ZPixFormat& output) {
+    return IsHalf(input.GetWidth(), output.GetWidth()) && IsHalf(input.GetHeight(), output.GetHeight());
+}
+
+/// Part of a line of a half, which is `width` wide. The way of rounding turns round in the middle.
+void HalvePart(bool isLineEven, unsigned width, unsigned first, unsigned end, const std::uint8_t* upper,
+               const std::uint8_t* lower, std::uint8_t* out) {
+    const auto halve = ActiveResampleKernels().halve;
+    for (unsigned x = first; x < end;) {
+        const unsigned middle = width / 2, partEnd = x < middle && middle < end ? middle : end;
+        const std::size_t offset = x - first;
+        halve(upper + 8 * offset, lower + 8 * offset, partEnd - x, ResampleTable::IsEven(x, width) == isLineEven,
+              out + 4 * offset);
+        x = partEnd;
+    }
+}
 
 }  // namespace
 
@@ -26,8 +44,6 @@ struct ZPixfResample::State {
     std::unique_ptr<ResampleRows> rows;
 
 private:
-    /// False if not all that the line needs is opaque: then it is still to be given.
-    bool Halve(unsigned line, std::uint8_t* out);
     void MixBlock(const ResampleTable::Block& block, std::uint8_t* out);
     void FillClear(const ResampleTable::Block& block, const bool* isClear, std::uint8_t* out);
 
@@ -39,8 +55,7 @@ private:
 };
 
 ZPixfResample::State::State(ResampleKernel kernel, const ZPixFormat& input, const ZPixFormat& output)
-    : isHalf(kernel == ResampleKernel::triangle && IsHalf(input.GetWidth(), output.GetWidth()) &&
-             IsHalf(input.GetHeight(), output.GetHeight())),
+    : isHalf(kernel == ResampleKernel::triangle && IsHalf(input, output)),
       width(output.GetWidth()),
       height(output.GetHeight()) {
     const auto weights = [&](unsigned from, unsigned to) {
@@ -54,17 +69,8 @@ ZPixfResample::State::State(ResampleKernel kernel, const ZPixFormat& input, cons
 
 void ZPixfResample::State::GiveLine(unsigned line, std::uint8_t* out) {
     isLineEven = ResampleTable::IsEven(line, height);
-    if (isHalf && Halve(line, out)) return;
+    if (isHalf) return HalvePart(isLineEven, width, 0, width, rows->Line(2 * line), rows->Line(2 * line + 1), out);
     for (const ResampleTable::Block& block : table.Blocks()) MixBlock(block, out + std::size_t{4} * block.column);
-}
-
-bool ZPixfResample::State::Halve(unsigned line, std::uint8_t* out) {
-    const std::uint8_t *upper = rows->Line(2 * line), *lower = rows->Line(2 * line + 1);
-    const auto halve = [&](unsigned begin, unsigned end) {
-        return kernels.halve(upper + std::size_t{8} * begin, lower + std::size_t{8} * begin, end - begin,
-                             ResampleTable::IsEven(begin, width) == isLineEven, out + std::size_t{4} * begin);
-    };
-    return halve(0, width / 2) && halve(width / 2, width);
 }
 
 void ZPixfResample::State::MixBlock(const ResampleTable::Block& block, std::uint8_t* out) {
@@ -115,6 +121,16 @@ void ZPixfResample::Stop() {
 ZPixfResizeBilinear::ZPixfResizeBilinear() = default;
 ZPixfResizeBilinear::~ZPixfResizeBilinear() = default;
 ZPixfType ZPixfResizeBilinear::FilterType() const { return ZPixfType::Resize; }
+const ZPixfHalving* ZPixfResizeBilinear::AsHalving() const noexcept {
+    return typeid(*this) == typeid(ZPixfResizeBilinear) && IsHalf(inputFormat, outputFormat) ? this : nullptr;
+}
+
+void ZPixfResizeBilinear::Halve(unsigned line, unsigned first, std::size_t count, const std::uint8_t* upper,
+                                const std::uint8_t* lower, std::uint8_t* out) const noexcept {
+    const bool isLineEven = ResampleTable::IsEven(line, outputFormat.GetHeight());
+    HalvePart(isLineEven, outputFormat.GetWidth(), first, first + static_cast<unsigned>(count), upper, lower, out);
+}
+
 bool ZPixfResizeBilinear::OnStart() { return StartWith(ResampleKernel::triangle); }
 
 ZPixfResizeBicubic::ZPixfResizeBicubic() = default;

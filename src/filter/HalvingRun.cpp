@@ -1,0 +1,107 @@
+#include "filter/HalvingRun.h"
+
+#include <algorithm>
+
+namespace zbm {
+
+namespace {
+
+/// A block of the result is made of one of the input that is four times as large.
+constexpr int kHalvedPixels = kBlockPixels / 4;
+
+bool HasMask(const ZBitmap& bitmap) { return !shr::ColorFmtHasAlphaChannel[bitmap.GetColorFormat()]; }
+
+/// Whether the filter makes just this bitmap of that one.
+bool Halves(const CPixFilterContext& stage, const ZBitmap& input, const ZBitmap& output) {
+    const auto isOf = [](const zpixf::ZPixFormat& format, const ZBitmap& bitmap) {
+        return format.GetWidth() == static_cast<unsigned>(bitmap.GetPixelWidth()) &&
+               format.GetHeight() == static_cast<unsigned>(bitmap.GetPixelHeight());
+    };
+    return stage.filter->AsHalving() != nullptr && isOf(stage.filter->GetInputFormat(), input) &&
+           isOf(stage.filter->GetOutputFormat(), output);
+}
+
+/// What tiles of both have in common begins at whole bytes of masks, and a tile that must be read is needed by one
+/// only.
+bool FitTogether(const ZBitmap& input, const ZBitmap& output) {
+    const int width = input.GetScanRectWidth(), height = input.GetScanRectHeight();
+    if (width % 16 != 0 || height % 2 != 0 || output.GetScanRectWidth() % 8 != 0) return false;
+    return StayInMemory(input) ||
+           (output.GetScanRectWidth() % (width / 2) == 0 && output.GetScanRectHeight() % (height / 2) == 0);
+}
+
+}  // namespace
+
+bool HalvingRun::Suits(const ZBitmap& input, const RECT& inputRect, const ZBitmap& output,
+                       std::span<const CPixFilterContext> stages, const LineSink& sink) {
+    return stages.size() == 1 && ReachesTiles(input, sink) && IsWhole(inputRect, input) &&
+           Halves(stages[0], input, output) && FitTogether(input, output) &&
+           shr::ColorFmtToTblSize[output.GetColorFormat()] == 0;
+}
+
+HalvingRun::HalvingRun(const ZBitmap& inputBitmap, const ZBitmap& outputBitmap,
+                       const zpixf::ZPixfHalving& halvingFilter, shr::CopyWrites howToWrite)
+    : input(inputBitmap),
+      output(outputBitmap),
+      filter(halvingFilter),
+      tiles(inputBitmap),
+      writer(howToWrite),
+      isReadInPlace(input.GetColorFormat() == shr::BGRA_32),
+      isWrittenInPlace(output.GetColorFormat() == shr::BGRA_32 && howToWrite == shr::CopyWrites::cached),
+      makesMask(HasMask(output)) {}
+
+void HalvingRun::Change(ZScanRect& tile, int row, int col, int first, int end) {
+    const RECT box = output.GetScanRectBBox(row, col);
+    const LONG top = box.top + first, bottom = box.top + end;
+    const RECT needed{2 * box.left, 2 * top, 2 * box.right, 2 * bottom};
+    const int width = input.GetScanRectWidth(), height = input.GetScanRectHeight();
+    for (int r = static_cast<int>(needed.bottom - 1) / height; r >= static_cast<int>(needed.top) / height; --r)
+        for (int c = static_cast<int>(needed.left) / width; c <= static_cast<int>(needed.right - 1) / width; ++c) {
+            const RECT from = input.GetScanRectBBox(r, c);
+            RECT part;
+            if (IntersectRect(&part, &from, &needed)) HalvePart(tiles.At(r, c), from, tile, box, part);
+        }
+}
+
+/// From the last rows to the first, as memory goes on.
+void HalvingRun::HalvePart(const ZScanRect& from, const RECT& fromBox, ZScanRect& to, const RECT& toBox,
+                           const RECT& part) {
+    const int left = static_cast<int>(part.left / 2), width = static_cast<int>(part.right / 2) - left;
+    const int top = static_cast<int>(part.top / 2), bottom = static_cast<int>(part.bottom / 2);
+    const int mostRows = std::max(1, kHalvedPixels / width);
+    for (int y = bottom; y > top;) {
+        const int rows = std::min(mostRows, y - top);
+        y -= rows;
+        for (int x = left; x < left + width; x += kHalvedPixels) {
+            const int columns = std::min(left + width - x, kHalvedPixels);
+            HalveBlock({from, 2 * x - static_cast<int>(fromBox.left), 2 * y - static_cast<int>(fromBox.top),
+                        2 * columns, 2 * rows},
+                       {to, x - static_cast<int>(toBox.left), y - static_cast<int>(toBox.top), columns, rows}, {x, y});
+        }
+    }
+}
+
+/// `place` is that of the block in the result.
+void HalvingRun::HalveBlock(const TileBlock<const ZScanRect>& from, const TileBlock<ZScanRect>& to, POINT place) {
+    const std::uint8_t* pixels = from.First();
+    std::ptrdiff_t stride = from.Stride();
+    if (!isReadInPlace) {
+        colors.resize(4 * from.Pixels());
+        ReadBlock(from, input.GetConstColorTablePtr(), true, colors.data());
+        pixels = colors.data();
+        stride = std::ptrdiff_t{4} * from.width;
+    }
+    if (isWrittenInPlace) return HalveRows(to, place, pixels, stride, to.First(), to.Stride());
+    halved.resize(4 * to.Pixels());
+    HalveRows(to, place, pixels, stride, halved.data(), std::ptrdiff_t{4} * to.width);
+    writer.Write(to, halved.data(), makesMask);
+}
+
+void HalvingRun::HalveRows(const TileBlock<ZScanRect>& to, POINT place, const std::uint8_t* pixels,
+                           std::ptrdiff_t stride, std::uint8_t* out, std::ptrdiff_t outStride) const {
+    for (int y = to.height - 1; y >= 0; --y, pixels += 2 * stride, out += outStride)
+        filter.Halve(static_cast<unsigned>(place.y + y), static_cast<unsigned>(place.x),
+                     static_cast<std::size_t>(to.width), pixels + stride, pixels, out);
+}
+
+}  // namespace zbm

@@ -1,0 +1,43 @@
+#pragma once
+// A half is made tile by tile: each quarter of its tiles is one tile of the input, read where it lies.
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "filter/InputTiles.h"
+#include "filter/LineSink.h"
+#include "filter/TileBlock.h"
+#include "zbm/CPixFilterPipeline.h"
+#include "zpixf/ZPixfResize.h"
+
+namespace zbm {
+
+/// The tile by tile way of a run of one filter that halves, between bitmaps whose classes tell how their tiles are
+/// reached. Gives the bits that the lines of the same run give.
+class HalvingRun final : public TileChange {
+public:
+    /// `inputRect` is the part of the input that is filtered.
+    static bool Suits(const ZBitmap& input, const RECT& inputRect, const ZBitmap& output,
+                      std::span<const CPixFilterContext> stages, const LineSink& sink);
+
+    /// All must outlive this.
+    HalvingRun(const ZBitmap& input, const ZBitmap& output, const zpixf::ZPixfHalving& filter, shr::CopyWrites writes);
+
+    bool NeedsContent() const override { return false; }
+    void Change(ZScanRect& tile, int row, int col, int first, int end) override;
+
+private:
+    void HalvePart(const ZScanRect& from, const RECT& fromBox, ZScanRect& to, const RECT& toBox, const RECT& part);
+    void HalveBlock(const TileBlock<const ZScanRect>& from, const TileBlock<ZScanRect>& to, POINT place);
+    void HalveRows(const TileBlock<ZScanRect>& to, POINT place, const std::uint8_t* pixels, std::ptrdiff_t stride,
+                   std::uint8_t* out, std::ptrdiff_t outStride) const;
+
+    const ZBitmap &input, &output;
+    const zpixf::ZPixfHalving& filter;
+    InputTiles tiles;
+    BlockWriter writer;
+    const bool isReadInPlace, isWrittenInPlace, makesMask;
+    std::vector<std::uint8_t> colors, halved;
+};
+
+}  // namespace zbm

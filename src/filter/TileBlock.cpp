@@ -1,0 +1,68 @@
+#include "filter/TileBlock.h"
+
+#include "convert/ZBMColorFormat.h"
+#include "core/MaskRows.h"
+
+namespace zbm {
+
+namespace {
+
+bool IsOpaque(shr::ColorFormat format) {
+    return shr::ColorFmtToTblSize[format] == 0 && !shr::ColorFmtHasAlphaChannel[format];
+}
+
+/// Rows without gaps are converted as one.
+template <class Tile>
+void Convert(const TileBlock<Tile>& block, const PixelRows& to, const ConstPixelRows& from) {
+    const auto width = static_cast<std::uint32_t>(block.width), height = static_cast<std::uint32_t>(block.height);
+    const auto isOneRun = [&](int stride, shr::ColorFormat format) {
+        return std::int64_t{8} * stride == std::int64_t{block.width} * shr::ColorFmtToBPP[format];
+    };
+    if (isOneRun(to.stride, to.format) && isOneRun(from.stride, from.format))
+        return ConvertPixels(to, from, width * height, 1);
+    ConvertPixels(to, from, width, height);
+}
+
+template <class Tile, class Use>
+void ForEachMaskRow(const TileBlock<Tile>& block, Use use) {
+    for (int y = block.y + block.height - 1; y >= block.y; --y) use(MaskRowOf(block.tile, y) + block.x / 8);
+}
+
+}  // namespace
+
+void ReadBlock(const TileBlock<const ZScanRect>& block, const shr::Color4b* colorTable, bool takesMasks,
+               std::uint8_t* bgra) {
+    const shr::ColorFormat format = block.tile.GetColorFormat();
+    Convert(block, {bgra, shr::BGRA_32, 4 * block.width}, {block.First(), format, block.Stride(), colorTable});
+    if (!takesMasks || block.tile.GetAlphaStride() == 0) return;
+    const auto width = static_cast<std::size_t>(block.width);
+    ForEachMaskRow(block, [&, row = bgra](const std::uint8_t* mask) mutable {
+        const bool saysNothing = IsOpaque(format) && IsMaskRowOpaque(mask, width);  // as the pixels are
+        if (!saysNothing) ExpandMaskRow(row + 3, 4, mask, 0, width);
+        row += 4 * width;
+    });
+}
+
+/// What is written past the caches is converted within them first.
+void BlockWriter::Write(const TileBlock<ZScanRect>& block, const std::uint8_t* bgra, bool makesMasks) {
+    const auto width = static_cast<std::size_t>(block.width);
+    if (makesMasks)
+        ForEachMaskRow(block, [&, row = bgra](std::uint8_t* mask) mutable {
+            PackMaskRow(mask, 0, row, width);
+            row += 4 * width;
+        });
+    const shr::ColorFormat format = block.tile.GetColorFormat();
+    const PixelRows destination{block.First(), format, block.Stride()};
+    ConstPixelRows pixels{bgra, shr::BGRA_32, 4 * block.width};
+    if (writes == shr::CopyWrites::cached) return Convert(block, destination, pixels);
+    if (format != shr::BGRA_32) {
+        const auto stride = static_cast<int>(shr::RowBytes(static_cast<std::uint32_t>(block.width), format));
+        converted.resize(static_cast<std::size_t>(stride) * static_cast<std::size_t>(block.height));
+        Convert(block, {converted.data(), format, stride}, pixels);
+        pixels = {converted.data(), format, stride};
+    }
+    shr::CopyPixelRows({destination.first, destination.stride, 0}, {pixels.first, pixels.stride, 0}, block.width,
+                       block.height, format, writes);
+}
+
+}  // namespace zbm
