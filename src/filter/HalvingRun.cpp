@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "shr/Fetch.h"
+
 namespace zbm {
 
 namespace {
@@ -99,9 +101,14 @@ void HalvingRun::HalveBlock(const TileBlock<const ZScanRect>& from, const TileBl
 
 void HalvingRun::HalveRows(const TileBlock<ZScanRect>& to, POINT place, const std::uint8_t* pixels,
                            std::ptrdiff_t stride, std::uint8_t* out, std::ptrdiff_t outStride) const {
-    for (int y = to.height - 1; y >= 0; --y, pixels += 2 * stride, out += outStride)
+    const auto width = 4 * static_cast<std::size_t>(to.width);
+    for (int y = to.height - 1; y >= 0; --y, pixels += 2 * stride, out += outStride) {
+        shr::FetchForReading(pixels + 2 * stride, 2 * width);
+        shr::FetchForReading(pixels + 3 * stride, 2 * width);
+        shr::FetchForWriting(out + outStride, width);
         filter.Halve(static_cast<unsigned>(place.y + y), static_cast<unsigned>(place.x),
                      static_cast<std::size_t>(to.width), pixels + stride, pixels, out);
+    }
 }
 
 }  // namespace zbm

@@ -1,12 +1,15 @@
-// Filters, each alone on pictures in memory: ours line by line, the others as they take whole pictures.
+// Filters, each alone on pictures in memory: ours as bitmaps use them, the others as they take whole pictures.
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <memory>
 
 #include "Contest.h"
 #include "harness/FilterRun.h"
 #include "harness/Statistics.h"
 #include "operations/FilterReferences.h"
+#include "shr/CopyPixelRows.h"
+#include "zbm/ZBasicMemBitmap.h"
 #include "zpixf/ZPixfAdjust.h"
 #include "zpixf/ZPixfConvolution.h"
 #include "zpixf/ZPixfMedian.h"
@@ -47,6 +50,48 @@ Enter Passing(const MakeFilter& make, int lines) {
             bench::PullLines(*filter, result.side, result.pixels.data(), lines == kAllLines ? result.stride : 0);
             filter->Stop();
         });
+    };
+}
+
+/// A filter of single pixels as bitmaps use it: a block at a time, which is brought where it belongs.
+Enter ChangingPixels(const MakeFilter& make) {
+    return [=](const Scene& scene) -> Entry {
+        return Doing([=, &source = scene.source, &result = scene.result] {
+            constexpr std::size_t kBlock = 4096;
+            const auto filter = make();
+            bench::LineSource none{source.pixels.data(), source.side, 0};
+            const zpixf::ZPixFormat format = bench::BgraFormat(source.side, source.side);
+            Start(*filter, none, format, format);
+            const bool isLarge = source.pixels.size() > std::size_t{32} << 20;
+            const auto writes = isLarge ? shr::CopyWrites::streamed : shr::CopyWrites::cached;
+            std::uint8_t block[4 * kBlock];
+            for (std::size_t i = 0; i < source.PixelCount(); i += kBlock) {
+                const std::size_t count = std::min(kBlock, source.PixelCount() - i);
+                std::memcpy(block, source.pixels.data() + 4 * i, 4 * count);
+                if (!filter->AsPointwise()->ChangePixels(block, count)) throw std::runtime_error("a filter failed");
+                shr::CopyPixelRows({result.pixels.data() + 4 * i, 0, 0}, {block, 0, 0}, static_cast<int>(count), 1,
+                                   shr::BGRA_32, writes);
+            }
+            filter->Stop();
+        });
+    };
+}
+
+/// From a bitmap into another whose memory is there.
+Enter Creating(zbm::ResizeMethod method) {
+    return [=](const Scene& scene) -> Entry {
+        const int side = scene.source.side, resultSide = scene.result.side;
+        const auto from = std::make_shared<zbm::ZBasicMemBitmap>(side, side, shr::BGRA_32);
+        const auto to = std::make_shared<zbm::ZBasicMemBitmap>(resultSide, resultSide, shr::BGRA_32);
+        from->StoreRegion(scene.source.pixels.data(), scene.source.stride, 0, 0, side, side);
+        const RECT whole{0, 0, side, side};
+        return {bench::Timed([=] {
+                    if (!to->Create(resultSide, resultSide, *from, whole, method, nullptr))
+                        throw std::runtime_error("not created");
+                }),
+                [=, &result = scene.result] {
+                    to->FetchRegion(result.pixels.data(), result.stride, 0, 0, resultSide, resultSide);
+                }};
     };
 }
 
@@ -107,6 +152,21 @@ Operation Filter(const std::string& name, int from, int to, const MakeFilter& ma
             By(reference, pyramid)};
 }
 
+/// What bitmaps do without lines, with the way line by line beside it.
+Operation WithoutLines(Operation operation, const Enter& enter) {
+    Entrant& lines = operation.ours.front();
+    Entrant whole = lines;
+    whole.enter = enter;
+    lines.name = "ours, line by line";
+    lines.role = Role::beside;
+    operation.ours.insert(operation.ours.begin(), whole);
+    return operation;
+}
+
+Operation OfSinglePixels(const std::string& name, int side, const MakeFilter& make, const Reference& reference) {
+    return WithoutLines(Filter(name, side, side, make, reference), ChangingPixels(make));
+}
+
 MakeFilter Convolution(const Kernel& kernel) {
     const auto setUp = [=](auto& filter) { filter.SetUserConvolution(kernel.factors.data(), 1, 0); };
     return kernel.side == 3 ? Made<zpixf::ZPixfConvolution3>(setUp) : Made<zpixf::ZPixfConvolution5>(setUp);
@@ -119,16 +179,16 @@ MakeFilter Median(int span) {
 /// Of all that keep the size.
 std::vector<Operation> SameSize(int side) {
     std::vector<Operation> operations = {
-        Filter("brightness", side, side,
-               Made<zpixf::ZPixfBrightness>([](auto& filter) { filter.SetBrightness(Brightness().amount); }),
-               references::Levels(Brightness())),
-        Filter("contrast", side, side,
-               Made<zpixf::ZPixfContrast>([](auto& filter) { filter.SetContrast(Contrast().amount); }),
-               references::Levels(Contrast())),
-        Filter("saturation", side, side,
-               Made<zpixf::ZPixfSaturation>([](auto& filter) { filter.SetSaturation(kSaturation); }),
-               references::Saturation(kSaturation)),
-        Filter("desaturate", side, side, Made<zpixf::ZPixfDesaturate>(), references::Desaturation),
+        OfSinglePixels("brightness", side,
+                       Made<zpixf::ZPixfBrightness>([](auto& filter) { filter.SetBrightness(Brightness().amount); }),
+                       references::Levels(Brightness())),
+        OfSinglePixels("contrast", side,
+                       Made<zpixf::ZPixfContrast>([](auto& filter) { filter.SetContrast(Contrast().amount); }),
+                       references::Levels(Contrast())),
+        OfSinglePixels("saturation", side,
+                       Made<zpixf::ZPixfSaturation>([](auto& filter) { filter.SetSaturation(kSaturation); }),
+                       references::Saturation(kSaturation)),
+        OfSinglePixels("desaturate", side, Made<zpixf::ZPixfDesaturate>(), references::Desaturation),
     };
     for (const Kernel& kernel : Kernels())
         operations.push_back(
@@ -150,14 +210,16 @@ std::vector<Operation> Filters(int side) {
     const int piece = bench::kTileSide, down = side * 1531 / 4096, few = side / 4;
     const MakeFilter bilinear = Made<zpixf::ZPixfResizeBilinear>(), bicubic = Made<zpixf::ZPixfResizeBicubic>();
     const MakeFilter nearest = Made<zpixf::ZPixfResize>();
+    const Enter created = Creating(zbm::ResizeBilinear);
     std::vector<Operation> operations = SameSize(side);
     for (Operation& operation : SameSize(piece)) operations.push_back(std::move(operation));
     operations.insert(
         operations.end(),
-        {FlatnessOfMedian(side), Filter("half", side, side / 2, bilinear, references::Half, Pyramid::ofHalvings),
-         Filter("half", piece, piece / 2, bilinear, references::Half), Filter("bilinear down", side, down, bilinear),
-         Filter("bicubic down", side, down, bicubic), Filter("bicubic up", few, side, bicubic),
-         Filter("nearest down", side, down, nearest, references::Nearest),
+        {FlatnessOfMedian(side),
+         WithoutLines(Filter("half", side, side / 2, bilinear, references::Half, Pyramid::ofHalvings), created),
+         WithoutLines(Filter("half", piece, piece / 2, bilinear, references::Half), created),
+         Filter("bilinear down", side, down, bilinear), Filter("bicubic down", side, down, bicubic),
+         Filter("bicubic up", few, side, bicubic), Filter("nearest down", side, down, nearest, references::Nearest),
          Filter("nearest up", few, side, nearest, references::Nearest)});
     return operations;
 }

@@ -48,6 +48,8 @@ protected:
 
 private:
     struct ZPIXF_LOCAL State;
+    struct ZPIXF_LOCAL Half;
+    struct ZPIXF_LOCAL Weighted;
     std::unique_ptr<State> state;
 };
 

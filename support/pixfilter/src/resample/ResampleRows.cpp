@@ -55,8 +55,6 @@ public:
         return aligned;
     }
 
-    const std::uint8_t* Line(unsigned inputLine) const override { return window.Line(inputLine); }
-
 private:
     void FillTaps() {
         ResampleWeights::Walk walk(down, span);

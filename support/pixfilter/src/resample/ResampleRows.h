@@ -23,8 +23,6 @@ public:
     /// The sums for pixels `first` .. `first + count`, both multiples of the kernels' group, and no more of them than
     /// a block has. Valid until the next call.
     virtual const double* Get(Sums sums, std::uint32_t first, std::uint32_t count) = 0;
-    /// An input line that the output line needs; null where lines are not kept.
-    virtual const std::uint8_t* Line(unsigned inputLine) const = 0;
 };
 
 /// Keeps a window of lines, as many as an output line has weights for, or where these would be very many, the sums of

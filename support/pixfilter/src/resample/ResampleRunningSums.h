@@ -17,7 +17,6 @@ public:
     bool MoveTo(unsigned outputLine, const Pull& pull) override;
     bool AreOpaque() override { return Current().isOpaque; }
     const double* Get(Sums which, std::uint32_t first, std::uint32_t count) override;
-    const std::uint8_t* Line(unsigned) const override { return nullptr; }
 
 private:
     /// The sums of an output line that has begun. The weighted ones are made when a line comes that is not opaque.

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <typeinfo>
 
+#include "base/LineWindow.h"
 #include "resample/ResampleRows.h"
 #include "resample/ResampleTable.h"
 #include "resample/ZPixfResizeChecks.h"
@@ -34,30 +35,50 @@ void HalvePart(bool isLineEven, unsigned width, unsigned first, unsigned end, co
 
 }  // namespace
 
+/// The output lines of one pass.
 struct ZPixfResample::State {
-    /// `kernel` for what is no exact half. Raises std::bad_alloc.
-    State(ResampleKernel kernel, const ZPixFormat& input, const ZPixFormat& output);
+    virtual ~State() = default;
+    /// Gives output line `line`; false if a line that it needs cannot be pulled.
+    virtual bool GiveLine(unsigned line, const ResampleRows::Pull& pull, std::uint8_t* out) = 0;
+};
 
-    /// Gives the output line to which the rows have been moved.
-    void GiveLine(unsigned line, std::uint8_t* out);
+struct ZPixfResample::Half final : State {
+    /// Raises std::bad_alloc.
+    explicit Half(const ZPixFormat& output) : width(output.GetWidth()), height(output.GetHeight()) {
+        window.Prepare(2, 2 * width, 0);
+    }
 
-    std::unique_ptr<ResampleRows> rows;
+    bool GiveLine(unsigned line, const ResampleRows::Pull& pull, std::uint8_t* out) override {
+        if (line == 0) window.Forget();
+        if (!window.MoveTo(2 * line, 2 * line + 1, pull)) return false;
+        HalvePart(ResampleTable::IsEven(line, height), width, 0, width, window.Line(2 * line),
+                  window.Line(2 * line + 1), out);
+        return true;
+    }
+
+private:
+    const unsigned width, height;
+    LineWindow window;
+};
+
+struct ZPixfResample::Weighted final : State {
+    /// Raises std::bad_alloc.
+    Weighted(ResampleKernel kernel, const ZPixFormat& input, const ZPixFormat& output);
+    bool GiveLine(unsigned line, const ResampleRows::Pull& pull, std::uint8_t* out) override;
 
 private:
     void MixBlock(const ResampleTable::Block& block, std::uint8_t* out);
     void FillClear(const ResampleTable::Block& block, const bool* isClear, std::uint8_t* out);
 
     const ResampleKernels& kernels = ActiveResampleKernels();
-    const bool isHalf;  // both ways, and by the box
-    const unsigned width, height;
+    const unsigned height;
     bool isLineEven = true;  // see ResampleTable::IsEven
     ResampleTable table;
+    std::unique_ptr<ResampleRows> rows;
 };
 
-ZPixfResample::State::State(ResampleKernel kernel, const ZPixFormat& input, const ZPixFormat& output)
-    : isHalf(kernel == ResampleKernel::triangle && IsHalf(input, output)),
-      width(output.GetWidth()),
-      height(output.GetHeight()) {
+ZPixfResample::Weighted::Weighted(ResampleKernel kernel, const ZPixFormat& input, const ZPixFormat& output)
+    : height(output.GetHeight()) {
     const auto weights = [&](unsigned from, unsigned to) {
         const bool isBox = kernel == ResampleKernel::triangle && IsHalf(from, to);
         return ResampleWeights(isBox ? ResampleKernel::box : kernel, from, to);
@@ -67,13 +88,14 @@ ZPixfResample::State::State(ResampleKernel kernel, const ZPixFormat& input, cons
     rows = MakeResampleRows(down, input.GetWidth(), table.MostPixels());
 }
 
-void ZPixfResample::State::GiveLine(unsigned line, std::uint8_t* out) {
+bool ZPixfResample::Weighted::GiveLine(unsigned line, const ResampleRows::Pull& pull, std::uint8_t* out) {
+    if (!rows->MoveTo(line, pull)) return false;
     isLineEven = ResampleTable::IsEven(line, height);
-    if (isHalf) return HalvePart(isLineEven, width, 0, width, rows->Line(2 * line), rows->Line(2 * line + 1), out);
     for (const ResampleTable::Block& block : table.Blocks()) MixBlock(block, out + std::size_t{4} * block.column);
+    return true;
 }
 
-void ZPixfResample::State::MixBlock(const ResampleTable::Block& block, std::uint8_t* out) {
+void ZPixfResample::Weighted::MixBlock(const ResampleTable::Block& block, std::uint8_t* out) {
     const ResampleColumns columns = table.ColumnsOf(block, isLineEven);
     if (rows->AreOpaque()) {
         const double* sums = rows->Get(ResampleRows::Sums::plain, block.pixel, block.pixels);
@@ -85,7 +107,7 @@ void ZPixfResample::State::MixBlock(const ResampleTable::Block& block, std::uint
 }
 
 // Nothing of these pixels shows; they get the colours they would have if alpha were none.
-void ZPixfResample::State::FillClear(const ResampleTable::Block& block, const bool* isClear, std::uint8_t* out) {
+void ZPixfResample::Weighted::FillClear(const ResampleTable::Block& block, const bool* isClear, std::uint8_t* out) {
     std::uint8_t plain[4 * ResampleTable::kMostColumns];
     const double* sums = rows->Get(ResampleRows::Sums::plain, block.pixel, block.pixels);
     kernels.mixPlain(table.ColumnsOf(block, isLineEven), sums, block.pixel, plain);
@@ -100,17 +122,19 @@ bool ZPixfResample::StartWith(ResampleKernel kernel) {
     if (const wchar_t* reason = WhyNotResampled(inputFormat, outputFormat))
         return Fail("ZPixfResize", __LINE__, reason);
     const bool isEmpty = outputFormat.GetWidth() == 0 || outputFormat.GetHeight() == 0;
-    if (!isEmpty) state = std::make_unique<State>(kernel, inputFormat, outputFormat);
+    if (isEmpty) return true;
+    if (kernel == ResampleKernel::triangle && IsHalf(inputFormat, outputFormat))
+        state = std::make_unique<Half>(outputFormat);
+    else
+        state = std::make_unique<Weighted>(kernel, inputFormat, outputFormat);
     return true;
 }
 
 bool ZPixfResample::FilterScanline(unsigned line, void* buffer) {
     if (!IsReadyFor(line)) return false;
     if (!state) return true;  // lines of no pixels
-    if (!state->rows->MoveTo(line, [this](unsigned inputLine, void* pixels) { return PullLine(inputLine, pixels); }))
-        return false;
-    state->GiveLine(line, static_cast<std::uint8_t*>(buffer));
-    return true;
+    const auto pull = [this](unsigned inputLine, void* pixels) { return PullLine(inputLine, pixels); };
+    return state->GiveLine(line, pull, static_cast<std::uint8_t*>(buffer));
 }
 
 void ZPixfResample::Stop() {
