@@ -55,8 +55,8 @@ public:
 
     /// Fills the tile from the rectangle of its own size whose top-left corner is pixel (x, y), counted from the top,
     /// of a bottom-up DIB. 1, 4 and 8 bits become indexed formats, 16 and 24 bits BGR_24, 32 bits an opaque BGRA_32;
-    /// the mask becomes opaque. A colour table is not looked at.
-    ///
+    /// the mask becomes opaque. A colour table is not looked at. The masks of bit fields are read at header + biSize,
+    /// for 16 bits only: 5-5-5, or else, whatever they are, 5-6-5; low bits stay zero. 32 bits are B, G, R and a byte.
     /// A rectangle that the DIB does not hold raises an internal error at line 67 (across) or 68 (down; always for a
     /// top-down DIB), another depth at line 333, a compression that is not BI_RGB or BI_BITFIELDS
     /// ERR_ZBM_UNSUPPORTED_DIB_FORMAT.

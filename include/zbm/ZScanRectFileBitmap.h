@@ -53,10 +53,10 @@ public:
     /// All pixels zero, masks opaque. Raises an internal error for a size below 1 (line 328).
     [[nodiscard]] bool Create(const ZString& name, int width, int height, shr::ColorFormat format,
                               shr::IProgress* progress) override;
-    /// From a packed bottom-up DIB: header, colours, bits. Raises an internal error for a top-down one ("zbmbitmap",
-    /// line 878), and ERR_ZBM_UNSUPPORTED_DIB_FORMAT for one without pixels or compressed (9003).
+    /// From a packed bottom-up DIB: header (of 40 bytes, if bit fields or colours follow), these, bits. Raises 878 of
+    /// "zbmbitmap" for a top-down one, and ERR_ZBM_UNSUPPORTED_DIB_FORMAT for one without pixels or compressed (9003).
     [[nodiscard]] bool Create(const ZString& name, const BITMAPINFO& dib, shr::IProgress* progress) override;
-    /// Raises internal errors without header (line 398) or bits (400).
+    /// Bit fields follow the header: see ZScanRect::CopyFromDib. Raises internal errors without it (398) or bits (400).
     [[nodiscard]] bool Create(const ZString& name, const BITMAPINFOHEADER* header, const void* bits,
                               const RGBQUAD* colors, shr::IProgress* progress) override;
     /// An exact copy. Of itself: true, and nothing changes. Raises an internal error for a reduction of its own (490).

@@ -11,8 +11,6 @@ namespace {
 /// A block of the result is made of one of the input that is four times as large.
 constexpr int kHalvedPixels = kBlockPixels / 4;
 
-bool HasMask(const ZBitmap& bitmap) { return !shr::ColorFmtHasAlphaChannel[bitmap.GetColorFormat()]; }
-
 /// Whether the filter makes just this bitmap of that one.
 bool Halves(const CPixFilterContext& stage, const ZBitmap& input, const ZBitmap& output) {
     const auto isOf = [](const zpixf::ZPixFormat& format, const ZBitmap& bitmap) {

@@ -37,8 +37,6 @@ int LineInRow(const ZBitmap& bitmap, int row, int y) {
     return y - static_cast<int>(bitmap.GetScanRectBBox(row, 0).top);
 }
 
-bool HasMask(const ZBitmap& bitmap) { return !shr::ColorFmtHasAlphaChannel[bitmap.GetColorFormat()]; }
-
 }  // namespace
 
 TileSink::TileSink(const FilterFamily& runningFamily, ZBitmap& destination, shr::CopyWrites howToWrite) noexcept

@@ -18,8 +18,6 @@ bool AreOfSinglePixels(std::span<const CPixFilterContext> stages) {
     });
 }
 
-bool HasMask(const ZBitmap& bitmap) { return !shr::ColorFmtHasAlphaChannel[bitmap.GetColorFormat()]; }
-
 }  // namespace
 
 bool PointwiseRun::Suits(const ZBitmap& input, const RECT& inputRect, const ZBitmap& output,

@@ -7,6 +7,7 @@
 #include "core/TileReading.h"
 #include "core/checks/RunFiltersChecks.h"
 #include "filter/FilterRun.h"
+#include "filter/TileRows.h"
 
 namespace zbm {
 
@@ -56,8 +57,6 @@ public:
 protected:
     bool OnStart() override { return true; }
 };
-
-bool HasMask(const ZBitmap& bitmap) { return !shr::ColorFmtHasAlphaChannel[bitmap.GetColorFormat()]; }
 
 bool EachIsGivenOnce(std::vector<zpixf::ZPixFilterBase*> filters) {
     std::sort(filters.begin(), filters.end(), std::less<>());

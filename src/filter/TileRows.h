@@ -11,6 +11,9 @@ namespace zbm {
 /// for one after the other.
 int FindTileRow(const ZBitmap& bitmap, std::int64_t y, int guess = -1);
 
+/// Whether its tiles have masks.
+inline bool HasMask(const ZBitmap& bitmap) { return !shr::ColorFmtHasAlphaChannel[bitmap.GetColorFormat()]; }
+
 /// A bitmap in memory of the shape of one row of tiles: tile (row, c) fits its tile (0, c).
 std::unique_ptr<ZBasicMemBitmap> MakeTileRowCopy(const ZBitmap& bitmap, int row);
 /// Copies the tiles of a row into a bitmap of its shape.
