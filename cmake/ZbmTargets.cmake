@@ -110,7 +110,8 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$" AND CMAKE_SIZEOF_VOID
     set(ZBM_WIDE_LEVELS avx2 avx512)
 endif()
 set(ZBM_FLAGS_avx2 -mavx2 -mbmi -mbmi2 -mfma -mprfchw)
-set(ZBM_FLAGS_avx512 ${ZBM_FLAGS_avx2} -mavx512f -mavx512bw -mavx512vl -mavx512dq -mprefer-vector-width=512)
+set(ZBM_FLAGS_avx512 ${ZBM_FLAGS_avx2} -mavx512f -mavx512bw -mavx512vl -mavx512dq -mavx512vnni
+    -mprefer-vector-width=512)
 if(MINGW)
     # 64-bit Windows aligns the stack to 16 bytes only; wider vectors are spilled unaligned.
     list(APPEND ZBM_FLAGS_avx2 -Wa,-muse-unaligned-vector-move)

@@ -15,7 +15,8 @@ namespace {
 
 constexpr const char* kLevelNames[] = {"base", "avx2", "avx512"};
 
-/// Whether this processor and operating system run the kernels of `level`.
+/// Whether this processor and operating system run the kernels of `level`. (Processors with AVX-512 but without its dot
+/// products, of 2017 and 2018, lower their clock for 512 bits: AVX2 is their level.)
 [[maybe_unused]] bool Runs(Level level) {
 #if defined(CPU_WIDE_LEVELS)
     switch (level) {
@@ -25,7 +26,8 @@ constexpr const char* kLevelNames[] = {"base", "avx2", "avx512"};
                    __builtin_cpu_supports("fma");
         case Level::avx512:
             return Runs(Level::avx2) && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                   __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq");
+                   __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq") &&
+                   __builtin_cpu_supports("avx512vnni");
     }
 #endif
     return level == Level::base;
