@@ -8,13 +8,15 @@ namespace {
 
 bool EndsLikeFolder(const ZString& name) { return name == shr::CPath::AppendDirSeparator(name, true); }
 
-/// Whether the text tells that name, in quotes; it does not any more afterwards.
+/// Whether the text tells that name, in quotes; it does not any more afterwards, nor a colon before it.
 bool RemoveFrom(std::wstring& text, const ZString& name) {
     if (name.IsEmpty()) return false;
     const std::wstring start = L" \"" + name.Wide();
     const std::size_t place = text.find(EndsLikeFolder(name) ? start : start + L"\"");
     if (place == std::wstring::npos) return false;
-    text.erase(place, text.find(L'"', place + start.size()) + 1 - place);
+    const std::size_t end = text.find(L'"', place + start.size()) + 1;
+    const std::size_t begin = place > 0 && text[place - 1] == L':' ? place - 1 : place;
+    text.erase(begin, end - begin);
     return true;
 }
 

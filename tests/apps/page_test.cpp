@@ -498,6 +498,32 @@ TEST_F(Paging, CleanTempRemovesOnlyLeftBitmapsAndCountsThem) {
     ExpectOneErrorAbout(RunTool({"clean-temp", File("none")}), File("none"));
 }
 
+TEST_F(Paging, CleanTempRemovesResultsThatAKilledCommandHadHalfWrittenButNoneThatIsBeingWritten) {
+    const char *const left = ".a b.png.zv0123456789abcdef.tmp", *const used = ".c.png.zvabcdefghijklmnop.tmp";
+    const std::vector<std::string> others = {".a.png.zv0123456789abcde.tmp", ".a.png.zv0123456789ABCDEF.tmp",
+                                             "a.png.zv0123456789abcdef.tmp", ".a.png.zv0123456789abcdef.tmp2"};
+    for (const std::string& name : others) Put(name, {1});
+    Put(left, {1, 2, 3});
+    Put(used, {});
+    {
+        shr::CBufferedFile open;
+        open.Open(shr::ZString::FromUtf8(File(used)), shr::FileAccess::readWrite, shr::FileMode::openExisting, shr::FileSharing::none);
+        EXPECT_EQ(Do({"clean-temp", File("")}), "removed: 1\n");
+    }
+    for (const std::string& name : others) EXPECT_TRUE(std::filesystem::exists(ToPath(File(name)))) << name;
+    EXPECT_FALSE(std::filesystem::exists(ToPath(File(left))));
+    EXPECT_EQ(Do({"clean-temp", File("")}), "removed: 1\n");
+    EXPECT_FALSE(std::filesystem::exists(ToPath(File(used))));
+}
+
+TEST_F(Paging, ErrorsAboutDamagedFilesEndWithoutALooseColon) {
+    PageIn(RandomImage(Kind::rgb, 8, 900, 800, 1));
+    const Bytes whole = Get("in.zbf");
+    Put("cut.zbf", Bytes(whole.begin(), whole.begin() + 5000));
+    const ToolResult result = RunTool({"unpack", File("cut.zbf"), File("out.png")});
+    EXPECT_EQ(result.errors, "zbm: " + File("cut.zbf") + ": Damaged file or file of another kind.\n");
+}
+
 TEST_F(Paging, CleanTempFindsTheCopyOfAPaletteBitmapWhoseLevelsWereBeingBuilt) {
     PageIn(RandomImage(Kind::rgb, 8, 20, 20, 1));
     std::filesystem::create_directories(ToPath(File("temp/zvA.tmp.d")));

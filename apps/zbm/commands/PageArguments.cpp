@@ -80,7 +80,8 @@ Command AddView(CLI::App& app) {
 
 Command AddCleanTemp(CLI::App& app) {
     const auto options = std::make_shared<CleanTempOptions>();
-    CLI::App* clean = app.add_subcommand("clean-temp", "Remove temporary bitmaps that killed programs have left");
+    CLI::App* clean = app.add_subcommand(
+        "clean-temp", "Remove temporary bitmaps and half-written results that killed programs have left");
     AddFile(clean, "FOLDER", options->folder, "Where they are; if not given, the system's folder for temporary files")
         ->required(false);
     return {clean, [options](const Streams& streams) { CleanTemp(*options, streams); }};
