@@ -507,7 +507,8 @@ TEST_F(Paging, CleanTempRemovesResultsThatAKilledCommandHadHalfWrittenButNoneTha
     Put(used, {});
     {
         shr::CBufferedFile open;
-        open.Open(shr::ZString::FromUtf8(File(used)), shr::FileAccess::readWrite, shr::FileMode::openExisting, shr::FileSharing::none);
+        open.Open(shr::ZString::FromUtf8(File(used)), shr::FileAccess::readWrite, shr::FileMode::openExisting,
+                  shr::FileSharing::none);
         EXPECT_EQ(Do({"clean-temp", File("")}), "removed: 1\n");
     }
     for (const std::string& name : others) EXPECT_TRUE(std::filesystem::exists(ToPath(File(name)))) << name;
