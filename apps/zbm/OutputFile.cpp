@@ -2,6 +2,7 @@
 
 #include <array>
 #include <string>
+#include <string_view>
 
 #include "Cancel.h"
 #include "Console.h"
@@ -54,6 +55,18 @@ ZString TemporaryStart(const ZString& place) {
 }
 
 }  // namespace
+
+/// Of ".NAME.zv", sixteen letters and digits, and ".tmp" the end.
+bool OutputFile::IsTemporaryName(const ZString& path) {
+    constexpr std::string_view kStart = ".zv", kEnd = ".tmp";
+    constexpr std::size_t kRandomLetters = 16;
+    const std::string name = shr::CPath(path).GetFileName().ToUtf8();
+    const std::size_t place = name.rfind(kStart), letters = place + kStart.size();
+    if (!name.starts_with('.') || place == std::string::npos || !name.ends_with(kEnd)) return false;
+    constexpr auto kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
+    return name.size() == letters + kRandomLetters + kEnd.size() &&
+           name.find_first_not_of(kLetters, letters) == letters + kRandomLetters;
+}
 
 OutputFile::OutputFile(const ZString& name, std::ostream& standardOutput)
     : isStandardOutput(name == kStandardOutputName),

@@ -32,6 +32,9 @@ public:
     /// The temporary name, which the file's own errors tell.
     const ZString& TemporaryName() const noexcept { return temporary.Name(); }
 
+    /// Whether a file of that path bears such a name.
+    static bool IsTemporaryName(const ZString& path);
+
     /// Closes the file, so that something else may write it by its temporary name, or put another one in its place.
     void Release();
     /// Puts the file on the device and gives it its name; or copies it to standard output. Raises ToolError.

@@ -9,7 +9,7 @@ namespace zbm {
 namespace {
 
 /// A block of the result is made of one of the input that is four times as large.
-constexpr int kHalvedPixels = kBlockPixels / 4;
+constexpr int kHalvedPixels = kMostBlockPixels / 4;
 
 /// Whether the filter makes just this bitmap of that one.
 bool Halves(const CPixFilterContext& stage, const ZBitmap& input, const ZBitmap& output) {
@@ -97,13 +97,16 @@ void HalvingRun::HalveBlock(const TileBlock<const ZScanRect>& from, const TileBl
     writer.Write(to, halved.data(), makesMask);
 }
 
+/// The next rows of tiles are fetched meanwhile; what was converted is at hand.
 void HalvingRun::HalveRows(const TileBlock<ZScanRect>& to, POINT place, const std::uint8_t* pixels,
                            std::ptrdiff_t stride, std::uint8_t* out, std::ptrdiff_t outStride) const {
     const auto width = 4 * static_cast<std::size_t>(to.width);
     for (int y = to.height - 1; y >= 0; --y, pixels += 2 * stride, out += outStride) {
-        shr::FetchForReading(pixels + 2 * stride, 2 * width);
-        shr::FetchForReading(pixels + 3 * stride, 2 * width);
-        shr::FetchForWriting(out + outStride, width);
+        if (isReadInPlace) {
+            shr::FetchForReading(pixels + 2 * stride, 2 * width);
+            shr::FetchForReading(pixels + 3 * stride, 2 * width);
+        }
+        if (isWrittenInPlace) shr::FetchForWriting(out + outStride, width);
         filter.Halve(static_cast<unsigned>(place.y + y), static_cast<unsigned>(place.x),
                      static_cast<std::size_t>(to.width), pixels + stride, pixels, out);
     }

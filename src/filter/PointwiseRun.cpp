@@ -39,12 +39,12 @@ PointwiseRun::PointwiseRun(const ZBitmap& inputBitmap, const ZBitmap& output, CP
 /// From the last rows to the first, as memory goes on.
 void PointwiseRun::Change(ZScanRect& tile, int row, int col, int first, int end) {
     const ZScanRect& from = isInPlace ? tile : tiles.At(row, col);
-    const int width = tile.GetWidth(), mostRows = std::max(1, kBlockPixels / width);
+    const int width = tile.GetWidth(), mostRows = std::max(1, kMostBlockPixels / width);
     for (int rest = end; rest > first;) {
         const int rows = std::min(mostRows, rest - first);
         rest -= rows;
-        for (int x = 0; x < width; x += kBlockPixels) {
-            const int part = std::min(width - x, kBlockPixels);
+        for (int x = 0; x < width; x += kMostBlockPixels) {
+            const int part = std::min(width - x, kMostBlockPixels);
             ChangeBlock({from, x, rest, part, rows}, {tile, x, rest, part, rows});
         }
     }

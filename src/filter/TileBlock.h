@@ -10,7 +10,7 @@
 namespace zbm {
 
 /// As many pixels as are worked on at a time: 16 KiB of colours, half a cache of the first level.
-inline constexpr int kBlockPixels = 4096;
+inline constexpr int kMostBlockPixels = 4096;
 
 /// Pixels of one place in a tile: whole rows, or part of one. All rows are taken as tiles have them in memory, the last
 /// one first.

@@ -99,17 +99,6 @@ std::ptrdiff_t Sweep(const ZString& folder) {
     return std::count_if(before.begin(), before.end(), [](const ZString& name) { return !shr::PathExists(name); });
 }
 
-/// As OutputFile names them: ".NAME.zv", sixteen letters and digits, ".tmp".
-bool IsUnfinishedResult(const ZString& path) {
-    constexpr std::size_t kRandomLetters = 16;
-    const std::string name = shr::CPath(path).GetFileName().ToUtf8();
-    const std::size_t place = name.rfind(".zv");
-    if (place == std::string::npos || name.size() != place + 3 + kRandomLetters + 4) return false;
-    return std::all_of(name.begin() + static_cast<std::ptrdiff_t>(place) + 3, name.end() - 4, [](char letter) {
-        return (letter >= 'a' && letter <= 'z') || (letter >= '0' && letter <= '9');
-    });
-}
-
 /// Those of commands that run are open, and nobody else may open them.
 bool IsInUse(const ZString& path) {
     shr::CBufferedFile file;
@@ -120,7 +109,7 @@ bool IsInUse(const ZString& path) {
 std::ptrdiff_t SweepResults(const ZString& folder) {
     std::ptrdiff_t removed = 0;
     for (const ZString& name : FilesLike(shr::CPath::AppendDirSeparator(folder, true) + L".*.zv*.tmp"))
-        if (IsUnfinishedResult(name) && !IsInUse(name) && shr::RemoveFile(name)) ++removed;
+        if (OutputFile::IsTemporaryName(name) && !IsInUse(name) && shr::RemoveFile(name)) ++removed;
     return removed;
 }
 

@@ -15,8 +15,8 @@ namespace {
 
 constexpr const char* kLevelNames[] = {"base", "avx2", "avx512"};
 
-/// Whether this processor and operating system run the kernels of `level`. (Processors with AVX-512 but without its dot
-/// products, of 2017 and 2018, lower their clock for 512 bits: AVX2 is their level.)
+/// Whether this processor and operating system run the kernels of `level`. (AVX-512 without its dot products of bytes
+/// is no level of its own: AVX2 is that of such processors.)
 [[maybe_unused]] bool Runs(Level level) {
 #if defined(CPU_WIDE_LEVELS)
     switch (level) {
