@@ -1,11 +1,9 @@
 #include "filter/FilterRun.h"
 
 #include <algorithm>
-#include <memory>
 
 #include "convert/ZBMColorFormat.h"
-#include "filter/HalvingRun.h"
-#include "filter/PointwiseRun.h"
+#include "filter/TileWays.h"
 #include "shr/ScopeExit.h"
 #include "zpixf/MakeQuantizer.h"
 
@@ -66,14 +64,13 @@ bool FilterRun::Run(ZBitmap& input, std::span<const CPixFilterContext> stages, s
     const shr::ScopeExit atTheEnd(freeCopies);
     freeCopies();
     if (HasNoPixels() && input.GetNumScanRectRows() > 0) return true;
-    const bool isPointwise = PointwiseRun::Suits(input, state.inputRect, output, stages, sink);
-    const bool isHalving = HalvingRun::Suits(input, state.inputRect, output, stages, sink);
-    const bool changesTiles = isPointwise || isHalving;
+    const FilterTask task{input, state.inputRect, output, stages, sink};
+    const MakeTileChange makeChange = FindTileWay(task);
     const bool readsOverwritten = &input == &output && !PullForward(stages);
-    source.Begin(input, changesTiles       ? LineSource::RowCopy::onDemand
-                        : readsOverwritten ? LineSource::RowCopy::needed
-                                           : LineSource::RowCopy::needless);
-    if (!changesTiles) sink.Begin();
+    source.Begin(input, makeChange != nullptr ? LineSource::RowCopy::onDemand
+                        : readsOverwritten    ? LineSource::RowCopy::needed
+                                              : LineSource::RowCopy::needless);
+    if (makeChange == nullptr) sink.Begin();
     GrowLines();
 
     std::unique_ptr<zpixf::ZPixFilterBase> quantizer;  // outlives the pipeline
@@ -84,10 +81,8 @@ bool FilterRun::Run(ZBitmap& input, std::span<const CPixFilterContext> stages, s
     pipeline.CollectAlphaChanges(!shr::ColorFmtHasAlphaChannel[output.GetColorFormat()]);
     if (!AddStages(pipeline, stages, quantizer.get())) return false;
     std::unique_ptr<TileChange> change;  // there to the end: the sink may put tiles off
-    if (isPointwise) change = std::make_unique<PointwiseRun>(input, output, pipeline, sink.Writes());
-    if (isHalving) change = std::make_unique<HalvingRun>(input, output, *stages[0].filter->AsHalving(), sink.Writes());
-    if (change)
-        ChangeTiles(*change, progress);
+    if (makeChange != nullptr)
+        ChangeTiles(*(change = makeChange(task, pipeline)), progress);
     else
         WriteLines(pipeline, quantizer != nullptr);
     if (progress != nullptr) progress->SetProgress(1.0);

@@ -32,22 +32,21 @@ bool FitTogether(const ZBitmap& input, const ZBitmap& output) {
 
 }  // namespace
 
-bool HalvingRun::Suits(const ZBitmap& input, const RECT& inputRect, const ZBitmap& output,
-                       std::span<const CPixFilterContext> stages, const LineSink& sink) {
+bool HalvingRun::Suits(const FilterTask& task) {
+    const auto& [input, inputRect, output, stages, sink] = task;
     return stages.size() == 1 && ReachesTiles(input, sink) && IsWhole(inputRect, input) &&
            Halves(stages[0], input, output) && FitTogether(input, output) &&
            shr::ColorFmtToTblSize[output.GetColorFormat()] == 0;
 }
 
-HalvingRun::HalvingRun(const ZBitmap& inputBitmap, const ZBitmap& outputBitmap,
-                       const zpixf::ZPixfHalving& halvingFilter, shr::CopyWrites howToWrite)
-    : input(inputBitmap),
-      output(outputBitmap),
-      filter(halvingFilter),
-      tiles(inputBitmap),
-      writer(howToWrite),
+HalvingRun::HalvingRun(const FilterTask& task, CPixFilterPipeline& pipeline)
+    : input(task.input),
+      output(task.output),
+      filter(*pipeline.stages[0].filter->AsHalving()),
+      tiles(input),
+      writer(task.sink.Writes()),
       isReadInPlace(input.GetColorFormat() == shr::BGRA_32),
-      isWrittenInPlace(output.GetColorFormat() == shr::BGRA_32 && howToWrite == shr::CopyWrites::cached),
+      isWrittenInPlace(output.GetColorFormat() == shr::BGRA_32 && task.sink.Writes() == shr::CopyWrites::cached),
       makesMask(HasMask(output)) {}
 
 void HalvingRun::Change(ZScanRect& tile, int row, int col, int first, int end) {

@@ -1,13 +1,11 @@
 #pragma once
 // A half is made tile by tile: each quarter of its tiles is one tile of the input, read where it lies.
 #include <cstdint>
-#include <span>
 #include <vector>
 
+#include "filter/FilterTask.h"
 #include "filter/InputTiles.h"
-#include "filter/LineSink.h"
 #include "filter/TileBlock.h"
-#include "zbm/CPixFilterPipeline.h"
 #include "zpixf/ZPixfResize.h"
 
 namespace zbm {
@@ -16,12 +14,8 @@ namespace zbm {
 /// reached. Gives the bits that the lines of the same run give.
 class HalvingRun final : public TileChange {
 public:
-    /// `inputRect` is the part of the input that is filtered.
-    static bool Suits(const ZBitmap& input, const RECT& inputRect, const ZBitmap& output,
-                      std::span<const CPixFilterContext> stages, const LineSink& sink);
-
-    /// All must outlive this.
-    HalvingRun(const ZBitmap& input, const ZBitmap& output, const zpixf::ZPixfHalving& filter, shr::CopyWrites writes);
+    static bool Suits(const FilterTask& task);
+    HalvingRun(const FilterTask& task, CPixFilterPipeline& pipeline);
 
     bool NeedsContent() const override { return false; }
     void Change(ZScanRect& tile, int row, int col, int first, int end) override;

@@ -20,21 +20,20 @@ bool AreOfSinglePixels(std::span<const CPixFilterContext> stages) {
 
 }  // namespace
 
-bool PointwiseRun::Suits(const ZBitmap& input, const RECT& inputRect, const ZBitmap& output,
-                         std::span<const CPixFilterContext> stages, const LineSink& sink) {
+bool PointwiseRun::Suits(const FilterTask& task) {
+    const auto& [input, inputRect, output, stages, sink] = task;
     return ReachesTiles(input, sink) && AreAlikeInTiles(input, output) && IsWhole(inputRect, input) &&
            shr::ColorFmtToTblSize[output.GetColorFormat()] == 0 && AreOfSinglePixels(stages);
 }
 
-PointwiseRun::PointwiseRun(const ZBitmap& inputBitmap, const ZBitmap& output, CPixFilterPipeline& stages,
-                           shr::CopyWrites writes)
-    : input(inputBitmap),
-      pipeline(stages),
-      tiles(inputBitmap),
-      writer(writes),
-      isInPlace(&input == &output),
-      hasMask(HasMask(output)),
-      makesMask(hasMask && stages.stages[0].changesAlpha) {}
+PointwiseRun::PointwiseRun(const FilterTask& task, CPixFilterPipeline& startedPipeline)
+    : input(task.input),
+      pipeline(startedPipeline),
+      tiles(input),
+      writer(task.sink.Writes()),
+      isInPlace(&input == &task.output),
+      hasMask(HasMask(task.output)),
+      makesMask(hasMask && pipeline.stages[0].changesAlpha) {}
 
 /// From the last rows to the first, as memory goes on.
 void PointwiseRun::Change(ZScanRect& tile, int row, int col, int first, int end) {

@@ -1,13 +1,11 @@
 #pragma once
 // Filters of single pixels need no lines: they change tiles where they lie.
 #include <cstdint>
-#include <span>
 #include <vector>
 
+#include "filter/FilterTask.h"
 #include "filter/InputTiles.h"
-#include "filter/LineSink.h"
 #include "filter/TileBlock.h"
-#include "zbm/CPixFilterPipeline.h"
 
 namespace zbm {
 
@@ -15,12 +13,8 @@ namespace zbm {
 /// whose classes tell how their tiles are reached. Gives the bits that the lines of the same run give.
 class PointwiseRun final : public TileChange {
 public:
-    /// `inputRect` is the part of the input that is filtered.
-    static bool Suits(const ZBitmap& input, const RECT& inputRect, const ZBitmap& output,
-                      std::span<const CPixFilterContext> stages, const LineSink& sink);
-
-    /// The stages are those of the pipeline, started; all must outlive this.
-    PointwiseRun(const ZBitmap& input, const ZBitmap& output, CPixFilterPipeline& pipeline, shr::CopyWrites writes);
+    static bool Suits(const FilterTask& task);
+    PointwiseRun(const FilterTask& task, CPixFilterPipeline& pipeline);
 
     bool NeedsContent() const override { return isInPlace || (hasMask && !makesMask); }
     void Change(ZScanRect& tile, int row, int col, int first, int end) override;

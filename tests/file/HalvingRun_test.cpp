@@ -16,8 +16,6 @@ using zbm::ZBasicMemBitmap;
 using zbm::ZBitmap;
 using zbm::ZScanRectFileBitmap;
 
-RECT WholeOf(const ZBitmap& bitmap) { return {0, 0, bitmap.GetPixelWidth(), bitmap.GetPixelHeight()}; }
-
 struct Shape {
     int width, height, tileWidth, tileHeight;  ///< of the half, and of the tiles of what is halved
 };
@@ -34,54 +32,15 @@ std::vector<Shape> Shapes() {
     return shapes;
 }
 
-enum class Alpha { mixed, opaque, islands };
-constexpr Alpha kAlphas[] = {Alpha::mixed, Alpha::opaque, Alpha::islands};
-
-/// In a sea of which nothing is seen.
-bool IsIsland(int x, int y) { return (x / 24 + y / 24) % 3 == 0; }
-
-void SetAlpha(ZBitmap& bitmap, int x, int y, bool isSeen) {
-    const ColorFormat format = bitmap.GetColorFormat();
-    if (HasMask(format)) return SetMask(bitmap, x, y, isSeen);
-    const std::uint32_t colors = GetPixel(bitmap, x, y) & 0x00FFFFFF;
-    SetPixel(bitmap, x, y, isSeen ? colors | 0xFF000000 : format == shr::PBGRA_32 ? 0 : colors);
-}
-
 template <class Bitmap>
 Bitmap Picture(const Shape& shape, ColorFormat format, Alpha alpha) {
-    Bitmap bitmap(2 * shape.width, 2 * shape.height, format, shape.tileWidth, shape.tileHeight);
-    FillByFormula(bitmap);
-    if (alpha == Alpha::mixed) return bitmap;
-    for (int y = 0; y < bitmap.GetPixelHeight(); ++y)
-        for (int x = 0; x < bitmap.GetPixelWidth(); ++x)
-            SetAlpha(bitmap, x, y, alpha == Alpha::opaque || IsIsland(x, y));
-    return bitmap;
+    return PictureOf<Bitmap>({2 * shape.width, 2 * shape.height}, {shape.tileWidth, shape.tileHeight}, format, alpha);
 }
 
 std::string NameOf(const Shape& shape) {
     return std::to_string(shape.width) + " x " + std::to_string(shape.height) + " of tiles of " +
            std::to_string(shape.tileWidth) + " x " + std::to_string(shape.tileHeight);
 }
-
-/// Keeps the lines that are done at each report: one, a hundred more, and so on. What the others hold says nothing.
-class LinesDone final : public TestProgress {
-public:
-    explicit LinesDone(const ZBitmap& watched, int cancelAtReport = std::numeric_limits<int>::max())
-        : TestProgress(cancelAtReport), bitmap(watched) {}
-    void SetProgress(double fraction) override {
-        const int lines = std::min(bitmap.GetPixelHeight(), 100 * static_cast<int>(seen.size()) + 1);
-        const auto stride =
-            static_cast<int>(shr::RowBytes(static_cast<unsigned>(bitmap.GetPixelWidth()), bitmap.GetColorFormat()));
-        Bytes done(static_cast<std::size_t>(stride) * static_cast<std::size_t>(lines));
-        bitmap.FetchRegion(done.data(), stride, 0, 0, bitmap.GetPixelWidth(), lines);
-        seen.push_back(std::move(done));
-        TestProgress::SetProgress(fraction);
-    }
-    std::vector<Bytes> seen;
-
-private:
-    const ZBitmap& bitmap;
-};
 
 class Halving : public FileBitmapTest, public testing::WithParamInterface<ColorFormat> {
 protected:

@@ -48,6 +48,53 @@ private:
     const zbm::ZBitmap& bitmap;
 };
 
+inline RECT WholeOf(const zbm::ZBitmap& bitmap) { return {0, 0, bitmap.GetPixelWidth(), bitmap.GetPixelHeight()}; }
+
+enum class Alpha { mixed, opaque, islands };
+constexpr Alpha kAlphas[] = {Alpha::mixed, Alpha::opaque, Alpha::islands};
+
+/// In a sea of which nothing is seen.
+inline bool IsIsland(int x, int y) { return (x / 24 + y / 24) % 3 == 0; }
+
+inline void SetAlpha(zbm::ZBitmap& bitmap, int x, int y, bool isSeen) {
+    const ColorFormat format = bitmap.GetColorFormat();
+    if (HasMask(format)) return SetMask(bitmap, x, y, isSeen);
+    const std::uint32_t colors = GetPixel(bitmap, x, y) & 0x00FFFFFF;
+    SetPixel(bitmap, x, y, isSeen ? colors | 0xFF000000 : format == shr::PBGRA_32 ? 0 : colors);
+}
+
+template <class Bitmap>
+Bitmap PictureOf(SIZE size, SIZE tile, ColorFormat format, Alpha alpha) {
+    Bitmap bitmap(static_cast<int>(size.cx), static_cast<int>(size.cy), format, static_cast<int>(tile.cx),
+                  static_cast<int>(tile.cy));
+    FillByFormula(bitmap);
+    if (alpha == Alpha::mixed) return bitmap;
+    for (int y = 0; y < bitmap.GetPixelHeight(); ++y)
+        for (int x = 0; x < bitmap.GetPixelWidth(); ++x)
+            SetAlpha(bitmap, x, y, alpha == Alpha::opaque || IsIsland(x, y));
+    return bitmap;
+}
+
+/// Keeps the lines that are done at each report: one, a hundred more, and so on. What the others hold says nothing.
+class LinesDone final : public TestProgress {
+public:
+    explicit LinesDone(const zbm::ZBitmap& watched, int cancelAtReport = std::numeric_limits<int>::max())
+        : TestProgress(cancelAtReport), bitmap(watched) {}
+    void SetProgress(double fraction) override {
+        const int lines = std::min(bitmap.GetPixelHeight(), 100 * static_cast<int>(seen.size()) + 1);
+        const auto stride =
+            static_cast<int>(shr::RowBytes(static_cast<unsigned>(bitmap.GetPixelWidth()), bitmap.GetColorFormat()));
+        Bytes done(static_cast<std::size_t>(stride) * static_cast<std::size_t>(lines));
+        bitmap.FetchRegion(done.data(), stride, 0, 0, bitmap.GetPixelWidth(), lines);
+        seen.push_back(std::move(done));
+        TestProgress::SetProgress(fraction);
+    }
+    std::vector<Bytes> seen;
+
+private:
+    const zbm::ZBitmap& bitmap;
+};
+
 /// What became of a run that was cancelled or not.
 template <class Run>
 std::string OutcomeOf(const Run& run) {

@@ -219,8 +219,9 @@ std::vector<Operation> Filters(int side) {
          WithoutLines(Filter("half", side, side / 2, bilinear, references::Half, Pyramid::ofHalvings), created),
          WithoutLines(Filter("half", piece, piece / 2, bilinear, references::Half), created),
          Filter("bilinear down", side, down, bilinear), Filter("bicubic down", side, down, bicubic),
-         Filter("bicubic up", few, side, bicubic), Filter("nearest down", side, down, nearest, references::Nearest),
-         Filter("nearest up", few, side, nearest, references::Nearest)});
+         Filter("bicubic up", few, side, bicubic),
+         WithoutLines(Filter("nearest down", side, down, nearest, references::Nearest), Creating(zbm::ResizePlain)),
+         WithoutLines(Filter("nearest up", few, side, nearest, references::Nearest), Creating(zbm::ResizePlain))});
     return operations;
 }
 

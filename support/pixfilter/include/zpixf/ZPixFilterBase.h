@@ -35,6 +35,7 @@ using ScanLineFunction = bool (*)(void* userData, unsigned line, void* buffer);
 
 class ZPixfPointwise;
 class ZPixfHalving;
+class ZPixfPicking;
 
 /// A filter that works line by line and pulls its input: set the two formats and the scan-line function, Start it, ask
 /// for output lines, Stop it.
@@ -80,6 +81,8 @@ public:
     virtual ZPixfPointwise* AsPointwise() noexcept { return nullptr; }
     /// For a filter whose formats are set: null unless its result is half as large.
     virtual const ZPixfHalving* AsHalving() const noexcept { return nullptr; }
+    /// Null for a filter that does more than to choose pixels.
+    virtual const ZPixfPicking* AsPicking() const noexcept { return nullptr; }
     bool IsStarted() const noexcept { return started; }
 
     const shr::ZString& GetErrorModule() const noexcept { return errorModule; }

@@ -13,20 +13,45 @@ enum class ResampleKernel;
 // half-pixel centres: output pixel x lies at (x + 0.5) * inputWidth / outputWidth - 0.5. In one pass down the picture
 // each input line is pulled at most once, and only those that are needed.
 
+/// A started filter each of whose output pixels is one of the input's, and all of a line of one line. Bitmaps then take
+/// them from tile to tile, which is faster than lines.
+class ZPIXF_API ZPixfPicking {
+public:
+    /// The input line of which that output line is made. It grows with the output's.
+    virtual unsigned LineUnder(unsigned line) const noexcept = 0;
+    /// The input column of each of the output, in ascending order.
+    virtual const std::uint32_t* Columns() const noexcept = 0;
+    /// Output pixels `first` to before `first + count` of a line, in `out`, made of the input line whose pixel of
+    /// column `origin` is the first of `pixels`. Those that they are made of must be there; `origin` may lie before the
+    /// line.
+    virtual void Pick(unsigned first, std::size_t count, const std::uint8_t* pixels, int origin,
+                      std::uint8_t* out) const noexcept = 0;
+
+protected:
+    ~ZPixfPicking() = default;
+};
+
 /// Each pixel is the nearest of the input.
-class ZPIXF_API ZPixfResize : public ZPixFilterBase {
+class ZPIXF_API ZPixfResize : public ZPixFilterBase, private ZPixfPicking {
 public:
     ZPixfResize();
     ~ZPixfResize() override;
     ZPixfType FilterType() const override;
     bool FilterScanline(unsigned line, void* buffer) override;
     bool PullsForward() const override { return true; }
+    /// Not for what derives from it: that may have lines of its own.
+    const ZPixfPicking* AsPicking() const noexcept override;
     void Stop() override;
 
 protected:
     bool OnStart() override;
 
 private:
+    unsigned LineUnder(unsigned line) const noexcept override;
+    const std::uint32_t* Columns() const noexcept override;
+    void Pick(unsigned first, std::size_t count, const std::uint8_t* pixels, int origin,
+              std::uint8_t* out) const noexcept override;
+
     struct ZPIXF_LOCAL State;
     std::unique_ptr<State> state;
 };

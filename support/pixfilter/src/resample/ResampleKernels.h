@@ -40,8 +40,9 @@ struct ResampleKernels {
 
     bool (*isOpaque)(const std::uint8_t* pixels, std::size_t count);
 
-    /// `out[x] = line[columns[x]]`.
-    void (*pick)(const std::uint8_t* line, const std::uint32_t* columns, std::size_t count, std::uint8_t* out);
+    /// `out[x] = pixels[columns[x] - origin]`.
+    void (*pick)(const std::uint8_t* pixels, std::int32_t origin, const std::uint32_t* columns, std::size_t count,
+                 std::uint8_t* out);
 
     /// The means of 2 x 2 pixels, colours weighed by their alpha, or evenly where nothing is seen of the four; to
     /// nearest, halves up in every other pixel, in the first if `roundsUp`. `count` pixels come out.

@@ -29,8 +29,9 @@ uint64_t LoadPair(const uint8_t* pixels) {
 
 void StorePixel(uint8_t* pixel, uint32_t value) { std::memcpy(pixel, &value, sizeof value); }
 
-void Pick(const uint8_t* line, const uint32_t* columns, size_t count, uint8_t* out) {
-    for (size_t x = 0; x < count; ++x) StorePixel(out + 4 * x, LoadPixel(line + size_t{4} * columns[x]));
+void PickFrom(size_t x, const uint8_t* pixels, int32_t origin, const uint32_t* columns, size_t count, uint8_t* out) {
+    const auto begin = static_cast<uint32_t>(origin);
+    for (; x < count; ++x) StorePixel(out + 4 * x, LoadPixel(pixels + size_t{4} * (columns[x] - begin)));
 }
 
 /// Two channels of two pixels, blue and red or, of what is shifted, green and alpha, in 16 bits each.

@@ -5,6 +5,10 @@ namespace {
 
 bool IsOpaque(const uint8_t* pixels, size_t count) { return IsOpaqueFrom(0, pixels, count); }
 
+void Pick(const uint8_t* pixels, int32_t origin, const uint32_t* columns, size_t count, uint8_t* out) {
+    PickFrom(0, pixels, origin, columns, count, out);
+}
+
 void Halve(const uint8_t* upper, const uint8_t* lower, size_t count, bool roundsUp, uint8_t* out) {
     constexpr size_t kRun = 64;  // of even length, that halves go on as they began
     for (size_t x = 0; x < count; x += kRun) {

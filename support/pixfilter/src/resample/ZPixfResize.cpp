@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <optional>
+#include <typeinfo>
 #include <vector>
 
 #include "resample/ResampleKernels.h"
@@ -20,6 +21,9 @@ struct ZPixfResize::State {
 ZPixfResize::ZPixfResize() = default;
 ZPixfResize::~ZPixfResize() = default;
 ZPixfType ZPixfResize::FilterType() const { return ZPixfType::Resize; }
+const ZPixfPicking* ZPixfResize::AsPicking() const noexcept {
+    return typeid(*this) == typeid(ZPixfResize) ? this : nullptr;
+}
 
 bool ZPixfResize::OnStart() {
     if (const wchar_t* reason = WhyNotResampled(inputFormat, outputFormat))
@@ -38,7 +42,7 @@ bool ZPixfResize::OnStart() {
 bool ZPixfResize::FilterScanline(unsigned line, void* buffer) {
     if (!IsReadyFor(line)) return false;
     if (state->columns.empty()) return true;
-    const unsigned inputLine = PixelUnderCentre(line, inputFormat.GetHeight(), outputFormat.GetHeight());
+    const unsigned inputLine = LineUnder(line);
     const bool isNew = line == 0 || state->lineThere != inputLine;
     if (isNew) {
         state->lineThere.reset();
@@ -49,10 +53,21 @@ bool ZPixfResize::FilterScanline(unsigned line, void* buffer) {
     auto* const out = static_cast<std::uint8_t*>(buffer);
     if (isNew || picked.empty()) {
         auto* const to = picked.empty() ? out : picked.data();
-        ActiveResampleKernels().pick(pulled.data(), columns.data(), columns.size(), to);
+        ActiveResampleKernels().pick(pulled.data(), 0, columns.data(), columns.size(), to);
     }
     if (!picked.empty()) std::memcpy(out, picked.data(), picked.size());
     return true;
+}
+
+unsigned ZPixfResize::LineUnder(unsigned line) const noexcept {
+    return PixelUnderCentre(line, inputFormat.GetHeight(), outputFormat.GetHeight());
+}
+
+const std::uint32_t* ZPixfResize::Columns() const noexcept { return state->columns.data(); }
+
+void ZPixfResize::Pick(unsigned first, std::size_t count, const std::uint8_t* pixels, int origin,
+                       std::uint8_t* out) const noexcept {
+    ActiveResampleKernels().pick(pixels, origin, state->columns.data() + first, count, out);
 }
 
 void ZPixfResize::Stop() {

@@ -1,0 +1,122 @@
+#include "filter/PickingRun.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "shr/Fetch.h"
+
+namespace zbm {
+
+namespace {
+
+bool LiesIn(const RECT& rect, const ZBitmap& bitmap) {
+    return rect.left >= 0 && rect.top >= 0 && rect.right <= bitmap.GetPixelWidth() &&
+           rect.bottom <= bitmap.GetPixelHeight();
+}
+
+bool IsOfSize(const zpixf::ZPixFormat& format, LONG width, LONG height) {
+    return format.GetWidth() == static_cast<unsigned>(width) && format.GetHeight() == static_cast<unsigned>(height);
+}
+
+}  // namespace
+
+bool PickingRun::Suits(const FilterTask& task) {
+    const auto& [input, rect, output, stages, sink] = task;
+    if (stages.size() != 1 || &input == &output || !ReachesTiles(input, sink) || !StayInMemory(input)) return false;
+    const zpixf::ZPixFilterBase& filter = *stages[0].filter;
+    return filter.AsPicking() != nullptr && LiesIn(rect, input) &&
+           IsOfSize(filter.GetInputFormat(), rect.right - rect.left, rect.bottom - rect.top) &&
+           IsOfSize(filter.GetOutputFormat(), output.GetPixelWidth(), output.GetPixelHeight()) &&
+           output.GetScanRectWidth() % 8 == 0 && shr::ColorFmtToTblSize[output.GetColorFormat()] == 0;
+}
+
+PickingRun::PickingRun(const FilterTask& task, CPixFilterPipeline& pipeline)
+    : input(task.input),
+      output(task.output),
+      left(task.inputRect.left),
+      top(task.inputRect.top),
+      filter(*pipeline.stages[0].filter->AsPicking()),
+      tiles(input),
+      writer(task.sink.Writes()),
+      isReadInPlace(input.GetColorFormat() == shr::BGRA_32),
+      isWrittenInPlace(output.GetColorFormat() == shr::BGRA_32 && task.sink.Writes() == shr::CopyWrites::cached),
+      makesMask(HasMask(output)) {}
+
+/// From the last rows to the first, as memory goes on.
+void PickingRun::Change(ZScanRect& tile, int row, int col, int first, int end) {
+    const RECT box = output.GetScanRectBBox(row, col);
+    const int width = tile.GetWidth();
+    for (int x = 0; x < width; x += kMostBlockPixels) {
+        const int columns = std::min(width - x, kMostBlockPixels), mostRows = kMostBlockPixels / columns;
+        const POINT place{box.left + x, box.top};
+        FindParts(static_cast<int>(place.x), static_cast<int>(place.x) + columns);
+        for (int rest = end; rest > first;) {
+            const int rows = std::min(mostRows, rest - first);
+            rest -= rows;
+            PickBlock({tile, x, rest, columns, rows}, {place.x, place.y + rest});
+        }
+    }
+}
+
+void PickingRun::FindParts(int first, int end) {
+    parts.clear();
+    const int tileWidth = input.GetScanRectWidth();
+    while (first < end) {
+        const int col = static_cast<int>(ColumnUnder(first)) / tileWidth;
+        int partEnd = first + 1;
+        while (partEnd < end && ColumnUnder(partEnd) / tileWidth == col) ++partEnd;
+        parts.push_back({col, first, partEnd});
+        first = partEnd;
+    }
+}
+
+/// `place` is that of the block in the result. A line that is the same as that below it is copied.
+void PickingRun::PickBlock(const TileBlock<ZScanRect>& to, POINT place) {
+    const std::size_t width = std::size_t{4} * static_cast<unsigned>(to.width);
+    if (!isWrittenInPlace) picked.resize(4 * to.Pixels());
+    std::uint8_t* out = isWrittenInPlace ? to.First() : picked.data();
+    const std::ptrdiff_t stride = isWrittenInPlace ? to.Stride() : static_cast<std::ptrdiff_t>(width);
+    LONG line = LineUnder(place.y + to.height - 1);
+    const std::uint8_t* below = nullptr;
+    for (LONG y = to.height - 1; y >= 0; --y, out += stride) {
+        const LONG next = LineUnder(std::max(place.y + y - 1, LONG{0}));
+        if (below != nullptr)
+            std::memcpy(out, below, width);
+        else
+            PickLine(line, next, out);
+        below = next == line ? out : nullptr;
+        line = next;
+    }
+    if (!isWrittenInPlace) writer.Write(to, picked.data(), makesMask);
+}
+
+void PickingRun::PickLine(LONG inputLine, LONG nextLine, std::uint8_t* out) {
+    const int firstColumn = parts.front().first;
+    for (const Part& part : parts)
+        PickPart(part, inputLine, nextLine, out + std::ptrdiff_t{4} * (part.first - firstColumn));
+}
+
+/// What is picked next is fetched meanwhile, as far as it lies in the same tile.
+void PickingRun::PickPart(const Part& part, LONG inputLine, LONG nextLine, std::uint8_t* out) {
+    const int row = static_cast<int>(inputLine) / input.GetScanRectHeight();
+    const RECT box = input.GetScanRectBBox(row, part.col);
+    const ZScanRect& tile = tiles.At(row, part.col);
+    const int y = static_cast<int>(inputLine - box.top);
+    // (From a multiple of 8 on, where bytes of packed pixels and masks begin.)
+    const int from = static_cast<int>(ColumnUnder(part.first) - box.left) / 8 * 8;
+    const int width = static_cast<int>(ColumnUnder(part.end - 1) - box.left) + 1 - from;
+    const TileBlock<const ZScanRect> block{tile, from, y, width, 1};
+    const std::uint8_t* pixels = block.First();
+    if (isReadInPlace) {
+        if (nextLine >= box.top && nextLine != inputLine)
+            shr::FetchForReading(pixels + (inputLine - nextLine) * block.Stride(), 4 * block.Pixels());
+    } else {
+        colors.resize(std::max(colors.size(), 4 * block.Pixels()));
+        ReadBlock(block, input.GetConstColorTablePtr(), true, colors.data());
+        pixels = colors.data();
+    }
+    filter.Pick(static_cast<unsigned>(part.first), static_cast<std::size_t>(part.end - part.first), pixels,
+                static_cast<int>(box.left) + from - static_cast<int>(left), out);
+}
+
+}  // namespace zbm

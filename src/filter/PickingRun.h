@@ -1,0 +1,47 @@
+#pragma once
+// A result each of whose pixels is one of the input's is made tile by tile, of the input's pixels where they lie.
+#include <cstdint>
+#include <vector>
+
+#include "filter/FilterTask.h"
+#include "filter/InputTiles.h"
+#include "filter/TileBlock.h"
+#include "zpixf/ZPixfResize.h"
+
+namespace zbm {
+
+/// The tile by tile way of a run of one filter that picks pixels, from a bitmap in memory whose class tells how its
+/// tiles are reached.
+class PickingRun final : public TileChange {
+public:
+    static bool Suits(const FilterTask& task);
+    PickingRun(const FilterTask& task, CPixFilterPipeline& pipeline);
+
+    bool NeedsContent() const override { return false; }
+    void Change(ZScanRect& tile, int row, int col, int first, int end) override;
+
+private:
+    /// Columns of the result that are picked of one column of the input's tiles.
+    struct Part {
+        int col, first, end;
+    };
+
+    void FindParts(int first, int end);
+    void PickBlock(const TileBlock<ZScanRect>& to, POINT place);
+    void PickLine(LONG inputLine, LONG nextLine, std::uint8_t* out);
+    void PickPart(const Part& part, LONG inputLine, LONG nextLine, std::uint8_t* out);
+    LONG LineUnder(LONG line) const { return top + static_cast<LONG>(filter.LineUnder(static_cast<unsigned>(line))); }
+    LONG ColumnUnder(int column) const { return left + static_cast<LONG>(filter.Columns()[column]); }
+
+    const ZBitmap& input;
+    const ZBitmap& output;
+    const LONG left, top;  ///< of what is filtered of the input
+    const zpixf::ZPixfPicking& filter;
+    InputTiles tiles;
+    BlockWriter writer;
+    const bool isReadInPlace, isWrittenInPlace, makesMask;
+    std::vector<Part> parts;  ///< of the block in hand
+    std::vector<std::uint8_t> colors, picked;
+};
+
+}  // namespace zbm
