@@ -21,6 +21,12 @@ bool Halves(const CPixFilterContext& stage, const ZBitmap& input, const ZBitmap&
            isOf(stage.filter->GetOutputFormat(), output);
 }
 
+/// What a cache of the second level may hold needs no fetching.
+bool LiesInCaches(const ZBitmap& bitmap) {
+    constexpr double kCacheBytes = 1 << 20;
+    return 4.0 * bitmap.GetPixelWidth() * bitmap.GetPixelHeight() <= kCacheBytes;
+}
+
 /// What tiles of both have in common begins at whole bytes of masks, and a tile that must be read is needed by one
 /// only.
 bool FitTogether(const ZBitmap& input, const ZBitmap& output) {
@@ -47,7 +53,8 @@ HalvingRun::HalvingRun(const FilterTask& task, CPixFilterPipeline& pipeline)
       writer(task.sink.Writes()),
       isReadInPlace(input.GetColorFormat() == shr::BGRA_32),
       isWrittenInPlace(output.GetColorFormat() == shr::BGRA_32 && task.sink.Writes() == shr::CopyWrites::cached),
-      makesMask(HasMask(output)) {}
+      makesMask(HasMask(output)),
+      fetchesAhead(isReadInPlace && !LiesInCaches(input)) {}
 
 void HalvingRun::Change(ZScanRect& tile, int row, int col, int first, int end) {
     const RECT box = output.GetScanRectBBox(row, col);
@@ -96,16 +103,16 @@ void HalvingRun::HalveBlock(const TileBlock<const ZScanRect>& from, const TileBl
     writer.Write(to, halved.data(), makesMask);
 }
 
-/// The next rows of tiles are fetched meanwhile; what was converted is at hand.
+/// The next rows of tiles are fetched meanwhile, unless they are at hand.
 void HalvingRun::HalveRows(const TileBlock<ZScanRect>& to, POINT place, const std::uint8_t* pixels,
                            std::ptrdiff_t stride, std::uint8_t* out, std::ptrdiff_t outStride) const {
     const auto width = 4 * static_cast<std::size_t>(to.width);
     for (int y = to.height - 1; y >= 0; --y, pixels += 2 * stride, out += outStride) {
-        if (isReadInPlace) {
+        if (fetchesAhead) {
             shr::FetchForReading(pixels + 2 * stride, 2 * width);
             shr::FetchForReading(pixels + 3 * stride, 2 * width);
         }
-        if (isWrittenInPlace) shr::FetchForWriting(out + outStride, width);
+        if (fetchesAhead && isWrittenInPlace) shr::FetchForWriting(out + outStride, width);
         filter.Halve(static_cast<unsigned>(place.y + y), static_cast<unsigned>(place.x),
                      static_cast<std::size_t>(to.width), pixels + stride, pixels, out);
     }

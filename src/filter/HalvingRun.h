@@ -30,7 +30,7 @@ private:
     const zpixf::ZPixfHalving& filter;
     InputTiles tiles;
     BlockWriter writer;
-    const bool isReadInPlace, isWrittenInPlace, makesMask;
+    const bool isReadInPlace, isWrittenInPlace, makesMask, fetchesAhead;
     std::vector<std::uint8_t> colors, halved;
 };
 

@@ -25,7 +25,8 @@ constinit cpu::KernelSet<DitherKernels> dither(kBaseDitherKernels, CPU_WIDE(kAvx
 constinit cpu::KernelSet<DitherMixKernels> ditherMix(kBaseDitherMixKernels, CPU_WIDE(kAvx2DitherMixKernels));
 constinit cpu::KernelSet<MedianKernels> median(kBaseMedianKernels, CPU_WIDE(kAvx2MedianKernels));
 constinit cpu::KernelSet<PaletteMapKernels> paletteMap(kBasePaletteMapKernels, CPU_WIDE(kAvx2PaletteMapKernels));
-constinit cpu::KernelSet<ResampleKernels> resample(kBaseResampleKernels, CPU_WIDE(kAvx2ResampleKernels));
+constinit cpu::KernelSet<ResampleKernels> resample(kBaseResampleKernels, CPU_WIDE(kAvx2ResampleKernels),
+                                                   CPU_WIDE(kAvx512ResampleKernels));
 
 }  // namespace
 

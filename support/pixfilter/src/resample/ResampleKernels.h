@@ -67,6 +67,7 @@ struct ResampleKernels {
 
 extern const ResampleKernels kBaseResampleKernels;
 extern const ResampleKernels kAvx2ResampleKernels;
+extern const ResampleKernels kAvx512ResampleKernels;
 
 /// The kernels in use, chosen once per process.
 const ResampleKernels& ActiveResampleKernels() noexcept;

@@ -1,0 +1,3 @@
+#include "resample/ResampleKernels.inl"
+
+const zpixf::ResampleKernels zpixf::kAvx512ResampleKernels = zpixf::kKernels;
