@@ -5,36 +5,40 @@
 
 namespace zpixf {
 
-/// Colours of the mixing lattice along one channel: 0, 8, 16, ..., 248 and 255.
-constexpr unsigned kLatticeSide = 33;
-constexpr unsigned kLatticeStep = 8;
-constexpr unsigned kLatticeColors = kLatticeSide * kLatticeSide * kLatticeSide;
-/// A step of the lattice is told apart in 64 thresholds, the entries of a mixture in 512.
-constexpr unsigned kLatticeThresholds = 64;
-constexpr unsigned kMixtureThresholds = 512;
+/// Entries of a mixture are told apart in 4096 thresholds.
+constexpr unsigned kThresholds = 4096;
 constexpr unsigned kPatternSide = 64;
 /// Pixels that the ordered kernel handles at once.
 constexpr unsigned kRun = 64;
 
-/// One line of the pattern, repeated so that a run can begin at any column of it.
-struct PatternLine {
-    std::uint32_t lattice[kPatternSide + kRun];
-    std::uint64_t mixture[kPatternSide + kRun];  ///< the threshold with bit 15 set, three times, 16 bits apart
-};
-static constexpr std::uint64_t kInThreeLanes = 0x0000000100010001;
+/// One line of the pattern, repeated so that a run can begin at any column of it: thresholds, 1 to kThresholds.
+using PatternLine = std::uint16_t[kPatternSide + kRun];
 
-/// Up to four palette entries, from dark to light. The entry for a threshold is that numbered by how many of `ends`
-/// are at most the threshold; entries not in use repeat the last, or have no thresholds.
+/// Up to four palette entries, from dark to light, for the colours of a small cube. The first three have an end each,
+/// in thresholds: the value of its lane, and of each channel the product of its factor with the colour's distance from
+/// the cube's middle in half levels. A threshold gets the first entry whose end is not below it, or else the last.
 struct Mixture {
-    static constexpr unsigned kEntries = 4;
-    std::uint16_t ends[kEntries];  ///< ascending, the last kMixtureThresholds; 0 while the mixture is not known
+    static constexpr unsigned kEntries = 4, kEnds = 3;
+    static constexpr std::uint32_t kKnown = 1u << 24;
+    std::int16_t values[4], redFactors[4], blueFactors[4], greenFactors[4];  ///< the fourth lanes are unused
     std::uint8_t entries[kEntries];
-    std::uint32_t unused;  // 16 bytes, so that finding one takes a shift
+    std::uint32_t color;  ///< the least of the cube, with kKnown
 };
+
+/// Mixtures stand at the place that a product tells: color * kPlaceFactor >> kPlaceShift.
+constexpr unsigned kPlaceBits = 16, kPlaceShift = 32 - kPlaceBits;
+constexpr std::uint32_t kPlaceFactor = 0x9E3779B1;  // odd, near 2^32 over the golden ratio: spreads neighbours well
+
+/// The colour cube in cells of 8 levels a side.
+static constexpr unsigned kCubeCells = 32 * 32 * 32;
+static constexpr std::uint32_t CellOf(std::uint32_t color) {
+    return (color >> 19 & 31) << 10 | (color >> 11 & 31) << 5 | (color >> 3 & 31);
+}
 
 /// What the ordered kernel looks up.
 struct MixtureTables {
-    const Mixture* mixtures;  ///< of every lattice colour
+    const Mixture* mixtures;    ///< of cubes in use, at the places of their least colours
+    const std::uint8_t* sides;  ///< of the cubes in each cell, in levels: 1, 2, 4 or 8; 0 while not known
     /// A table of the palette's own colours, found at (B + 256 G + 65536 R) * factor >> shift: the colour in the low 24
     /// bits and its index above.
     const std::uint32_t* exact;
@@ -54,8 +58,8 @@ struct DitherKernels {
     /// Sets B, G and R of each pixel to their luma, (7471 B + 38470 G + 19595 R + 32768) / 65536.
     void (*toGrey)(std::uint8_t* pixels, std::size_t count);
 
-    /// Gives the indices of pixels from column `x` on, as far as mixtures are known: returns the first column whose
-    /// pixel has none, `count` if all have.
+    /// Gives the indices of pixels from column `x` on, as far as sides and mixtures are known: returns the first column
+    /// whose pixel lacks one, `count` if none does.
     std::size_t (*ordered)(const MixtureTables& tables, const PatternLine& pattern, const std::uint8_t* pixels,
                            std::size_t x, std::size_t count, std::uint8_t* indices);
 
@@ -71,21 +75,9 @@ const DitherKernels& ActiveDitherKernels() noexcept;
 
 // (static: a copy compiled for a wide level must not be taken for all.)
 
-/// The lattice coordinate of a channel: that below it, or the next above if it is more than `threshold` 64ths of the
-/// way there. (The last step is 7 levels only, 248 to 255; its 64ths are rounded.)
-static constexpr std::uint32_t LatticeCoordinate(std::uint32_t channel, std::uint32_t threshold) {
-    const std::uint32_t levels = channel & 7;
-    const std::uint32_t more = channel >= 248 ? levels + (levels >> 2) : 0;
-    return (channel >> 3) + (8 * levels + more > threshold ? 1u : 0u);
-}
-static constexpr std::int32_t LatticeLevel(std::uint32_t coordinate) {
-    return coordinate == kLatticeSide - 1 ? 255 : static_cast<std::int32_t>(coordinate * kLatticeStep);
-}
-static constexpr std::uint32_t LatticeColor(std::uint32_t pixel, std::uint32_t threshold) {
-    const std::uint32_t blue = LatticeCoordinate(pixel & 255, threshold);
-    const std::uint32_t green = LatticeCoordinate(pixel >> 8 & 255, threshold);
-    const std::uint32_t red = LatticeCoordinate(pixel >> 16 & 255, threshold);
-    return blue + kLatticeSide * (green + kLatticeSide * red);
+/// The least colour of a pixel's cube.
+static constexpr std::uint32_t CubeOf(std::uint32_t pixel, std::uint32_t side) {
+    return pixel & 0xFFFFFF & ~((side - 1) * 0x010101);
 }
 
 }  // namespace zpixf
