@@ -32,57 +32,38 @@ void ToGrey(uint8_t* pixels, size_t count) {
     }
 }
 
-using Lanes = std::int16_t __attribute__((vector_size(8)));
-
-Lanes LoadLanes(const std::int16_t (&values)[4]) {
-    Lanes lanes;
-    std::memcpy(&lanes, values, sizeof lanes);
-    return lanes;
-}
-
-// Twice the distance from the middle of the cube.
-Lanes OffsetOf(uint32_t channel, uint32_t lowBits) {
-    const auto offset = static_cast<std::int16_t>(2 * (channel & lowBits) - lowBits);
-    return Lanes{offset, offset, offset, offset};
-}
-
-// The ends below the threshold give lanes of ones; the first that is not tells the entry. (An end may come before the
-// one that it follows: then the entry between has no part.)
-uint8_t Pick(const Mixture& mixture, uint32_t pixel, uint32_t lowBits, uint16_t threshold) {
-    const Lanes ends = LoadLanes(mixture.values) + LoadLanes(mixture.blueFactors) * OffsetOf(pixel, lowBits) +
-                       LoadLanes(mixture.greenFactors) * OffsetOf(pixel >> 8, lowBits) +
-                       LoadLanes(mixture.redFactors) * OffsetOf(pixel >> 16, lowBits);
-    const auto limit = static_cast<std::int16_t>(threshold);
-    const auto isBelow = ends < Lanes{limit, limit, limit, limit};
-    uint64_t below;
+// All three comparisons in one word: bit 15 of each lane stays set where the threshold is not below the end.
+uint8_t Pick(const Mixture& mixture, uint64_t threshold) {
+    uint64_t ends;
     uint32_t entries;
-    std::memcpy(&below, &isBelow, sizeof below);
+    std::memcpy(&ends, mixture.ends, sizeof ends);
     std::memcpy(&entries, mixture.entries, sizeof entries);
-    constexpr uint64_t kFourthLane = uint64_t{1} << 48;
-    return static_cast<uint8_t>(entries >> (__builtin_ctzll(~below | kFourthLane) / 2));
+    const uint64_t isPast = ((threshold - (ends & 0xFFFF * kInThreeLanes)) >> 15) & kInThreeLanes;
+    const unsigned past = static_cast<unsigned>(isPast + (isPast >> 16) + (isPast >> 32)) & 3;
+    return static_cast<uint8_t>(entries >> (8 * past));
 }
 
-// First the look-ups of the sides, then what vectors can do for a whole run, then the other look-ups, pixel by pixel.
+// First the look-ups of the steps, then what vectors can do for a whole run, then the other look-ups, pixel by pixel.
 size_t Ordered(const MixtureTables& tables, const PatternLine& pattern, const uint8_t* pixels, size_t x, size_t count,
                uint8_t* indices) {
-    uint32_t lowBits[kRun], cube[kRun], place[kRun], slot[kRun];
+    uint32_t steps[kRun], color[kRun], place[kRun], slot[kRun];
     while (x < count) {
         const size_t run = count - x < kRun ? count - x : kRun;
-        const uint16_t* thresholds = pattern + x % kPatternSide;
-        for (size_t i = 0; i < run; ++i) lowBits[i] = tables.sides[CellOf(LoadPixel(pixels + 4 * (x + i)))] - 1u;
+        const uint32_t* latticeThresholds = pattern.lattice + x % kPatternSide;
+        const uint64_t* mixtureThresholds = pattern.mixture + x % kPatternSide;
+        for (size_t i = 0; i < run; ++i) steps[i] = tables.steps[CellOf(LoadPixel(pixels + 4 * (x + i)))];
         for (size_t i = 0; i < run; ++i) {
             const uint32_t pixel = LoadPixel(pixels + 4 * (x + i));
-            cube[i] = CubeOf(pixel, lowBits[i] + 1) | Mixture::kKnown;
-            place[i] = (cube[i] & 0xFFFFFF) * kPlaceFactor >> kPlaceShift;
+            color[i] = LatticeColor(pixel, steps[i], latticeThresholds[i]);
+            place[i] = color[i] * kPlaceFactor >> kPlaceShift;
             slot[i] = (pixel & 0xFFFFFF) * tables.exactFactor >> tables.exactShift;
         }
         for (size_t i = 0; i < run; ++i) {
             const Mixture& mixture = tables.mixtures[place[i]];
-            if (mixture.color != cube[i] || lowBits[i] > 7) return x + i;
-            const uint32_t pixel = LoadPixel(pixels + 4 * (x + i));
+            if (mixture.color != (color[i] | Mixture::kKnown) || steps[i] == 0) return x + i;
             const uint32_t exact = tables.exact[slot[i]];
-            const uint8_t mixed = Pick(mixture, pixel, lowBits[i], thresholds[i]);
-            const bool isExact = ((exact ^ pixel) & 0xFFFFFF) == 0;
+            const uint8_t mixed = Pick(mixture, mixtureThresholds[i]);
+            const bool isExact = ((exact ^ LoadPixel(pixels + 4 * (x + i))) & 0xFFFFFF) == 0;
             indices[x + i] = isExact ? static_cast<uint8_t>(exact >> 24) : mixed;
         }
         x += run;

@@ -15,13 +15,12 @@ struct MixPalette {
     double alongGreys;  ///< what they count less along the greys: the square of B + G + R times this
 };
 
-/// Shares of palette entries, which are all positive and add up to 1, and how they change with the colour.
+/// Shares of palette entries, which are all positive and add up to 1.
 struct Shares {
     static constexpr unsigned kMost = 6;  ///< there are at most four; while searching, two more
     unsigned count;
     unsigned entries[kMost];
     double shares[kMost];
-    double changes[3][kMost];  ///< per level of blue, green and red, as long as the same entries have shares
 };
 
 /// The entry nearest to a colour, of several the first, and the square of the distance of the fourth-nearest; without

@@ -57,7 +57,6 @@ Surroundings LookAround(const MixPalette& palette, const Vector& color, double* 
 // The entries that may have a share, as seen from the colour.
 struct Candidates {
     unsigned count;
-    double limit;
     double blue[MixPalette::kMost], green[MixPalette::kMost], red[MixPalette::kMost];
     double costs[MixPalette::kMost];
     unsigned entries[MixPalette::kMost];
@@ -75,23 +74,18 @@ double Cost(const MixPalette& palette, const Vector& q, double distance, double 
     return palette.spread * ((distance - palette.alongGreys * (along * along)) * closeness);
 }
 
-// Makes an entry the candidate numbered `place`. `limit` is the square of the distance at which costs know no end.
-void Put(const MixPalette& palette, const Vector& q, double limit, unsigned place, Candidates& candidates) {
-    const double distance = Dot(q, q);
-    const double way = palette.reach > 0 ? distance / limit : 0;
-    candidates.blue[place] = q.blue;
-    candidates.green[place] = q.green;
-    candidates.red[place] = q.red;
-    candidates.costs[place] = Cost(palette, q, distance, 1 / (1 - way * way));
-}
-
 void Choose(const MixPalette& palette, const Vector& color, Candidates& chosen) {
     double distances[MixPalette::kMost];
-    chosen.limit = palette.reach * palette.reach * LookAround(palette, color, distances).fourth;
+    const double limit = palette.reach * palette.reach * LookAround(palette, color, distances).fourth;
     chosen.count = 0;
     for (unsigned i = 0; i < palette.count; ++i) {
-        if (distances[i] >= chosen.limit && palette.reach > 0) continue;
-        Put(palette, Offset(palette, i, color), chosen.limit, chosen.count, chosen);
+        if (distances[i] >= limit && palette.reach > 0) continue;
+        const double way = palette.reach > 0 ? distances[i] / limit : 0;
+        const Vector q = Offset(palette, i, color);
+        chosen.blue[chosen.count] = q.blue;
+        chosen.green[chosen.count] = q.green;
+        chosen.red[chosen.count] = q.red;
+        chosen.costs[chosen.count] = Cost(palette, q, distances[i], 1 / (1 - way * way));
         chosen.entries[chosen.count] = i;
         ++chosen.count;
     }
@@ -102,8 +96,8 @@ void Choose(const MixPalette& palette, const Vector& color, Candidates& chosen) 
 unsigned Steepest(const Candidates& candidates, const Vector& mean, double* slopes) {
     const double blue = 2 * mean.blue, green = 2 * mean.green, red = 2 * mean.red;
     for (unsigned i = 0; i < candidates.count; ++i)
-        slopes[i] = candidates.blue[i] * blue + candidates.green[i] * green + candidates.red[i] * red +
-                    candidates.costs[i];
+        slopes[i] =
+            candidates.blue[i] * blue + candidates.green[i] * green + candidates.red[i] * red + candidates.costs[i];
     unsigned least = 0;
     for (unsigned i = 1; i < candidates.count; ++i) least = slopes[i] < slopes[least] ? i : least;
     return least;
@@ -218,28 +212,11 @@ void KeepFour(Shares& held) {
     }
 }
 
-// Gives what the shares become when the colour changes by a level, with the same entries and the same reach.
-void FindChanges(const MixPalette& palette, const Candidates& candidates, Shares& held) {
-    constexpr Vector kLevels[3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
-    for (unsigned channel = 0; channel < 3; ++channel) {
-        Candidates seen;
-        Shares same = held;
-        for (unsigned i = 0; i < held.count; ++i) {
-            Put(palette, Difference(At(candidates, held.entries[i]), kLevels[channel]), candidates.limit, i, seen);
-            same.entries[i] = i;
-        }
-        double best[Shares::kMost] = {1};
-        if (held.count > 1) BestShares(seen, same, best);
-        for (unsigned i = 0; i < held.count; ++i) held.changes[channel][i] = best[i] - held.shares[i];
-    }
-}
-
 void Mix(const MixPalette& palette, double blue, double green, double red, Shares& shares) {
     Candidates candidates;
     Choose(palette, {blue, green, red}, candidates);
     Search(candidates, shares);
     KeepFour(shares);
-    FindChanges(palette, candidates, shares);
     for (unsigned i = 0; i < shares.count; ++i) shares.entries[i] = candidates.entries[shares.entries[i]];
 }
 

@@ -14,10 +14,10 @@ public:
     /// Takes 1 to 256 entries. With a strength below 1 the mixtures are drawn towards the nearest entry, which is all
     /// that is left of them at 0.
     Mixer(const RGBQUAD* entries, unsigned numEntries, double newStrength);
-    /// The mixture of the cube of `side` levels (1, 2, 4, 8) whose least colour is `color` (0x00RRGGBB).
-    Mixture Mix(std::uint32_t color, unsigned side) const;
-    /// How large cubes may be in the cell of 8 levels whose least colour is `color`.
-    unsigned SideIn(std::uint32_t color) const;
+    /// The mixture of a colour (0x00RRGGBB).
+    Mixture Mix(std::uint32_t color) const;
+    /// By how many levels, 1, 2 or 4, the colours about this one may lie apart of which mixtures are made.
+    unsigned StepAround(std::uint32_t color) const;
 
 private:
     void DrawToNearest(Shares& shares, unsigned nearest) const;
