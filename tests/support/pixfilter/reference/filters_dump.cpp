@@ -413,6 +413,23 @@ void DumpDitherer(const char* name) {
     dumpOwn(own, 8, own);  // all colours are the palette's
 }
 
+template <class Filter>
+void DumpStrengths(const char* name) {
+    const Picture entries = Make(9, 1, Colors::noise, Alpha::none);
+    for (const auto& [strength, text] : {std::pair{0.0, "0"}, {0.25, "0.4"}, {0.75, "0.c"}})
+        for (const Colors colors : {Colors::noise, Colors::shades}) {
+            Filter filter;
+            filter.SetStrength(strength);
+            const Picture picture = Make(23, 9, colors, Alpha::opaque);
+            zpixf::ZPixFormat format = Indices(picture, 8);
+            std::vector<RGBQUAD> palette;
+            for (std::size_t i = 0; i < entries.pixels.size(); i += 4)
+                palette.push_back({entries.pixels[i], entries.pixels[i + 1], entries.pixels[i + 2], 0});
+            format.FillColorTable(static_cast<unsigned>(palette.size()), palette.data());
+            Dump(std::string("filter=ditherer given=own by=") + name + " strength=" + text, filter, picture, format);
+        }
+}
+
 }  // namespace
 
 int main() {
@@ -427,5 +444,8 @@ int main() {
     DumpQuantizer<zpixf::ZPixfQuantizeMedian8>("median8");
     DumpQuantizer<zpixf::ZPixfQuantizePopularity>("popularity");
     DumpDitherer<zpixf::ZPixfDitherOrdered>("ordered");
+    DumpDitherer<zpixf::ZPixfDitherBlueNoise>("blue-noise");
+    DumpStrengths<zpixf::ZPixfDitherOrdered>("ordered");
+    DumpStrengths<zpixf::ZPixfDitherBlueNoise>("blue-noise");
     DumpDitherer<zpixf::ZPixfDitherDiffuse>("diffuse");
 }
