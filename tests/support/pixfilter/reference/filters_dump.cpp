@@ -375,6 +375,16 @@ void DumpQuantizer(const char* name) {
     for (const CountedColors& colors : kLeavingEntriesWithoutPixels) dump(LineOf(colors), colors.desired, 8);
 }
 
+/// Indices into the pixels of `entries`.
+zpixf::ZPixFormat IndicesOf(const Picture& picture, unsigned bits, const Picture& entries) {
+    zpixf::ZPixFormat format = Indices(picture, bits);
+    std::vector<RGBQUAD> palette;
+    for (std::size_t i = 0; i < entries.pixels.size(); i += 4)
+        palette.push_back({entries.pixels[i], entries.pixels[i + 1], entries.pixels[i + 2], 0});
+    format.FillColorTable(static_cast<unsigned>(palette.size()), palette.data());
+    return format;
+}
+
 template <class Filter>
 void DumpDitherer(const char* name) {
     const std::string words = std::string("filter=ditherer by=") + name;
@@ -384,12 +394,7 @@ void DumpDitherer(const char* name) {
     };
     const auto dumpOwn = [&](const Picture& picture, unsigned bits, const Picture& entries) {
         Filter filter;
-        zpixf::ZPixFormat format = Indices(picture, bits);
-        std::vector<RGBQUAD> palette;
-        for (std::size_t i = 0; i < entries.pixels.size(); i += 4)
-            palette.push_back({entries.pixels[i], entries.pixels[i + 1], entries.pixels[i + 2], 0});
-        format.FillColorTable(static_cast<unsigned>(palette.size()), palette.data());
-        Dump(words + " given=own", filter, picture, format);
+        Dump(words + " given=own", filter, picture, IndicesOf(picture, bits, entries));
     };
     for (const Colors colors : {Colors::noise, Colors::shades})
         for (const Alpha alpha : {Alpha::opaque, Alpha::holes}) {
@@ -421,12 +426,8 @@ void DumpStrengths(const char* name) {
             Filter filter;
             filter.SetStrength(strength);
             const Picture picture = Make(23, 9, colors, Alpha::opaque);
-            zpixf::ZPixFormat format = Indices(picture, 8);
-            std::vector<RGBQUAD> palette;
-            for (std::size_t i = 0; i < entries.pixels.size(); i += 4)
-                palette.push_back({entries.pixels[i], entries.pixels[i + 1], entries.pixels[i + 2], 0});
-            format.FillColorTable(static_cast<unsigned>(palette.size()), palette.data());
-            Dump(std::string("filter=ditherer given=own by=") + name + " strength=" + text, filter, picture, format);
+            Dump(std::string("filter=ditherer given=own by=") + name + " strength=" + text, filter, picture,
+                 IndicesOf(picture, 8, entries));
         }
 }
 
