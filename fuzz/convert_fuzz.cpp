@@ -75,7 +75,8 @@ void FillResult(Block& block) {
 
 using enum zpixf::ZPixfType;
 constexpr zpixf::ZPixfType kQuantizers[] = {
-    Null, DitherOrdered, DitherDiffuse, QuantizePopularity, QuantizeMedian5, QuantizeMedian8, Resize, KeepsAlpha};
+    Null,   DitherOrdered, DitherBlueNoise, DitherDiffuse, QuantizePopularity, QuantizeMedian5, QuantizeMedian8,
+    Resize, KeepsAlpha};
 
 }  // namespace
 

@@ -25,7 +25,11 @@ constexpr std::uint32_t kWidth = 5, kHeight = 3;
 using zpixf::ZPixfType;
 constexpr ZPixfType kChoosing[] = {ZPixfType::QuantizePopularity, ZPixfType::QuantizeMedian5,
                                    ZPixfType::QuantizeMedian8};
-constexpr ZPixfType kAll[] = {ZPixfType::DitherOrdered, ZPixfType::DitherDiffuse, kChoosing[0], kChoosing[1],
+constexpr ZPixfType kAll[] = {ZPixfType::DitherOrdered,
+                              ZPixfType::DitherBlueNoise,
+                              ZPixfType::DitherDiffuse,
+                              kChoosing[0],
+                              kChoosing[1],
                               kChoosing[2]};
 int Number(ZPixfType type) { return static_cast<int>(type); }
 

@@ -25,7 +25,8 @@ std::uint64_t BytesToQuantize(std::uint32_t height, zpixf::ZPixfType quantizer) 
 
 TEST(ConvertPixelsMemory, AskedForDoesNotGrowWithThePictureThatIsQuantized) {
     using enum zpixf::ZPixfType;
-    for (const auto quantizer : {DitherOrdered, DitherDiffuse, QuantizePopularity, QuantizeMedian5, QuantizeMedian8}) {
+    for (const auto quantizer :
+         {DitherOrdered, DitherBlueNoise, DitherDiffuse, QuantizePopularity, QuantizeMedian5, QuantizeMedian8}) {
         BytesToQuantize(8, quantizer);  // what is made once and kept
         EXPECT_EQ(BytesToQuantize(20000, quantizer), BytesToQuantize(8, quantizer)) << static_cast<int>(quantizer);
     }

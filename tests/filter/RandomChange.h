@@ -132,6 +132,7 @@ inline constexpr ChangeKind kChanges[] = {
     {"QuantizeMedian8", &changes::MakeQuantize<zpixf::ZPixfQuantizeMedian8, zbm::QuantMedian8>},
     {"QuantizePopularity", &changes::MakeQuantize<zpixf::ZPixfQuantizePopularity, zbm::QuantPopularity>},
     {"DitherOrdered", &changes::MakeOf<zpixf::ZPixfDitherOrdered>},
+    {"DitherBlueNoise", &changes::MakeOf<zpixf::ZPixfDitherBlueNoise>},
     {"DitherDiffuse", &changes::MakeOf<zpixf::ZPixfDitherDiffuse>},
     {"Null", &changes::MakeOf<zpixf::ZPixfNull>},
     {"Nearest", &changes::MakeOf<zpixf::ZPixfResize>},

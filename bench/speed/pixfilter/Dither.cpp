@@ -41,6 +41,7 @@ bench::Benchmark Dither(const std::string& name, unsigned colors) {
 [[maybe_unused]] const bool kAdded = [] {
     for (const unsigned colors : {2U, 16U, 256U, kColorsOfPicture})
         bench::Add({Dither<zpixf::ZPixfDitherOrdered>("Dither/ordered", colors),
+                    Dither<zpixf::ZPixfDitherBlueNoise>("Dither/blue noise", colors),
                     Dither<zpixf::ZPixfDitherDiffuse>("Dither/diffuse", colors)});
     return true;
 }();

@@ -61,6 +61,7 @@ const Kind kKinds[] = {
     KindOf<ZPixfMedian>("Median15", [](ZPixfMedian& filter) { filter.SetSpan(15); }),
     KindOf<ZPixfMedian>("Median255", [](ZPixfMedian& filter) { filter.SetSpan(255); }),
     KindOf<ZPixfDitherOrdered>("DitherOrdered"),
+    KindOf<ZPixfDitherBlueNoise>("DitherBlueNoise"),
     KindOf<ZPixfDitherDiffuse>("DitherDiffuse"),
     KindOf<ZPixfQuantizeMedian5>("QuantizeMedian5"),
     KindOf<ZPixfQuantizeMedian8>("QuantizeMedian8"),

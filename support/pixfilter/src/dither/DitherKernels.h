@@ -31,7 +31,7 @@ struct Mixture {
 };
 
 /// Mixtures stand at the place that a product tells: color * kPlaceFactor >> kPlaceShift.
-constexpr unsigned kPlaceBits = 18, kPlaceShift = 32 - kPlaceBits;
+constexpr unsigned kPlaceBits = 16, kPlaceShift = 32 - kPlaceBits;
 constexpr std::uint32_t kPlaceFactor = 0x9E3779B1;  // odd, near 2^32 over the golden ratio: spreads neighbours well
 
 /// The colour cube in cells of 8 levels a side.

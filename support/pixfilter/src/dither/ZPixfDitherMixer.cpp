@@ -44,14 +44,13 @@ Mixer::Mixer(const RGBQUAD* entries, unsigned numEntries, double newStrength) : 
 }
 
 // Shares change from colour to colour in proportion to the distances of the entries. Steps of a small part of these are
-// not seen in the pattern. Without strength each colour is on its own, as the nearest entry must be its very own.
+// not seen in the pattern, the less the closer the entries are. Without strength each colour is on its own, as the
+// nearest entry must be its very own.
 unsigned Mixer::StepAround(std::uint32_t color) const {
-    constexpr unsigned kMostStep = 4;
-    constexpr double kPart = 1.0 / 8;
+    constexpr double kForTwo = 8 * 8, kForFour = 32 * 32;
+    if (strength == 0) return 1;
     const double fourth = kernels.lookAround(palette, Blue(color), Green(color), Red(color)).fourth;
-    unsigned step = 1;
-    while (strength > 0 && step < kMostStep && (2 * step) * (2 * step) <= kPart * kPart * fourth) step *= 2;
-    return step;
+    return fourth >= kForFour ? 4 : fourth >= kForTwo ? 2 : 1;
 }
 
 void Mixer::DrawToNearest(Shares& shares, unsigned nearest) const {
