@@ -47,7 +47,7 @@ Mixer::Mixer(const RGBQUAD* entries, unsigned numEntries, double newStrength) : 
 // not seen in the pattern, the less the closer the entries are. Without strength each colour is on its own, as the
 // nearest entry must be its very own.
 unsigned Mixer::StepAround(std::uint32_t color) const {
-    constexpr double kForTwo = 8 * 8, kForFour = 32 * 32;
+    constexpr double kForTwo = 16 * 16, kForFour = 32 * 32;
     if (strength == 0) return 1;
     const double fourth = kernels.lookAround(palette, Blue(color), Green(color), Red(color)).fourth;
     return fourth >= kForFour ? 4 : fourth >= kForTwo ? 2 : 1;

@@ -565,7 +565,7 @@ class Mixer:
     def step_around(self, color):
         if color not in self.steps:
             fourth = self.fourth(color)
-            self.steps[color] = 1 if self.strength == 0 or fourth < 64 else 2 if fourth < 1024 else 4
+            self.steps[color] = 1 if self.strength == 0 or fourth < 256 else 2 if fourth < 1024 else 4
         return self.steps[color]
 
     def mixture_of(self, color):
