@@ -5,7 +5,7 @@
 namespace zpixf {
 namespace {
 
-#if defined(ZPIXF_HAS_VECTORS)
+#if defined(SIMD_HAS_VECTORS)
 
 constexpr std::size_t kReach = kMaxConvolutionSide / 2;
 
@@ -103,7 +103,7 @@ struct MergedResults {
 
     void Store(std::size_t x, const Vec (&levels)[kColors]) const {
         const Vec alpha = ShiftRight32(Load(alphas + 4 * x), 24);
-        zpixf::Store(result + 4 * x, MergeChannels(levels[0], levels[1], levels[2], alpha));
+        simd::Store(result + 4 * x, MergeChannels(levels[0], levels[1], levels[2], alpha));
     }
 };
 
@@ -159,7 +159,7 @@ struct FractionStep {
             least = MinSigned16(least, And(value, fraction));
             levels[color] = ShiftRightSigned32(value, bits);
         }
-        if (TopBitsOfBytes(IsGreater32(margin, least)) != 0) definition.Find(x, levels);
+        if (HasTopBits(IsGreater32(margin, least))) definition.Find(x, levels);
         results.Store(x, levels);
     }
 };
