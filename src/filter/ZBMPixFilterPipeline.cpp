@@ -35,6 +35,7 @@ AlphaUse AlphaUseOf(zpixf::ZPixfType type) {
         case Convolution5:
         case Median:
         case DitherOrdered:
+        case DitherBlueNoise:
         case DitherDiffuse:
         case QuantizePopularity:
         case QuantizeMedian5:

@@ -10,7 +10,8 @@ namespace {
 using enum ZPixfType;
 
 TEST(MakeQuantizer, GivesTheFilterOfEachType) {
-    for (const ZPixfType type : {DitherOrdered, DitherDiffuse, QuantizePopularity, QuantizeMedian5, QuantizeMedian8}) {
+    for (const ZPixfType type :
+         {DitherOrdered, DitherBlueNoise, DitherDiffuse, QuantizePopularity, QuantizeMedian5, QuantizeMedian8}) {
         const auto filter = MakeQuantizer(type, 16);
         ASSERT_NE(filter, nullptr);
         EXPECT_EQ(filter->FilterType(), type);

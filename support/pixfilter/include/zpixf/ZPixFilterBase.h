@@ -28,6 +28,7 @@ enum class ZPixfType : int {
     ResizeBicubic = 16,
     QuantizeMedian8 = 17,
     KeepsAlpha = 22,  ///< for a host's own filters that leave alpha alone
+    DitherBlueNoise = 31,
 };
 
 /// Fetches line `line` of the input into `buffer`; false when it cannot.

@@ -25,18 +25,24 @@ class LineDitherer;
 class ZPIXF_API ZPixfDither : public ZPixFilterBase {
 public:
     ~ZPixfDither() override;
+    /// How much of the dither is seen, 0 to 1: at 0 each pixel gets the entry nearest to it, and what lies between
+    /// leads there evenly. 1 if never set; Start fails for any other number.
+    void SetStrength(double newStrength);
     bool FilterScanline(unsigned line, void* buffer) override;
     bool PullsForward() const override { return true; }
     void Stop() override;
 
 protected:
     using MakeDitherer = std::unique_ptr<LineDitherer> (*)(const RGBQUAD* entries, unsigned numEntries,
-                                                           std::size_t width);
+                                                           std::size_t width, double strength);
     ZPixfDither();
     bool StartWith(MakeDitherer makeDitherer);
 
     struct ZPIXF_LOCAL State;
     std::unique_ptr<State> state;  ///< what a started filter holds
+
+private:
+    double strength = 1;
 };
 
 /// Ordered dither (B. E. Bayer, An Optimum Method for Two-Level Rendition of Continuous-Tone Pictures, 1973) with
@@ -50,6 +56,18 @@ class ZPIXF_API ZPixfDitherOrdered : public ZPixfDither {
 public:
     ZPixfDitherOrdered();
     ~ZPixfDitherOrdered() override;
+    ZPixfType FilterType() const override;
+
+protected:
+    bool OnStart() override;
+};
+
+/// ZPixfDitherOrdered's mixtures by the thresholds of blue noise (R. A. Ulichney, The Void-and-Cluster Method for
+/// Dither Array Generation, 1993), a grain without Bayer's regular crosses.
+class ZPIXF_API ZPixfDitherBlueNoise : public ZPixfDither {
+public:
+    ZPixfDitherBlueNoise();
+    ~ZPixfDitherBlueNoise() override;
     ZPixfType FilterType() const override;
 
 protected:

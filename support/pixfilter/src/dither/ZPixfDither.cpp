@@ -57,9 +57,13 @@ ZPixfDither::State::State(const FixedPalette& palette, std::size_t newWidth, con
 ZPixfDither::ZPixfDither() = default;
 ZPixfDither::~ZPixfDither() = default;
 
+void ZPixfDither::SetStrength(double newStrength) { strength = newStrength; }
+
 bool ZPixfDither::StartWith(MakeDitherer makeDitherer) {
     if (inputFormat.GetChannels() != 4 || inputFormat.GetBitsPerChannel() != 8)
         return Fail("ZPixfDither", __LINE__, L"A ditherer takes pixels of 4 channels of 8 bits.");
+    if (!(strength >= 0 && strength <= 1))  // NaN is neither
+        return Fail("ZPixfDither", __LINE__, L"The strength of the ditherer is not between 0 and 1.");
     if (inputFormat.GetWidth() != outputFormat.GetWidth() || inputFormat.GetHeight() != outputFormat.GetHeight())
         return Fail("ZPixfDither", __LINE__, L"Input and output of the ditherer differ in size.");
     const std::optional<IndexedLines> lines = IndexedLines::Of(outputFormat);
@@ -72,7 +76,7 @@ bool ZPixfDither::StartWith(MakeDitherer makeDitherer) {
                     L"The palette of the ditherer has more colors than the index can tell "
                     L"apart, or one color that is not given.");
     auto newState = std::make_unique<State>(palette, outputFormat.GetWidth(), *lines);
-    newState->ditherer = makeDitherer(palette.entries.data(), palette.count, newState->width);
+    newState->ditherer = makeDitherer(palette.entries.data(), palette.count, newState->width, strength);
     state = std::move(newState);
     outputFormat.FillColorTable(palette.count, palette.entries.data());
     return true;

@@ -197,7 +197,8 @@ void DiffuseDitherer::DitherTowards(const std::uint8_t* pixels, std::uint8_t* in
 
 }  // namespace
 
-std::unique_ptr<LineDitherer> MakeDiffuseDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width) {
+std::unique_ptr<LineDitherer> MakeDiffuseDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width,
+                                                  double) {
     return std::make_unique<DiffuseDitherer>(entries, numEntries, width);
 }
 

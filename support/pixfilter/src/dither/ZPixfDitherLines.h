@@ -1,5 +1,5 @@
 #pragma once
-// What the two ditherers do to a line, once formats and palette are settled.
+// What the ditherers do to a line, once formats and palette are settled.
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -15,8 +15,13 @@ public:
     virtual void Dither(unsigned line, const std::uint8_t* pixels, std::uint8_t* indices) = 0;
 };
 
-/// `numEntries` is 1 to 256. Lines of `width` pixels are given in any order. These may raise std::bad_alloc.
-std::unique_ptr<LineDitherer> MakeOrderedDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width);
-std::unique_ptr<LineDitherer> MakeDiffuseDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width);
+/// `numEntries` is 1 to 256, `strength` 0 to 1. Lines of `width` pixels are given in any order. These may raise
+/// std::bad_alloc.
+std::unique_ptr<LineDitherer> MakeOrderedDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width,
+                                                  double strength);
+std::unique_ptr<LineDitherer> MakeBlueNoiseDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width,
+                                                    double strength);
+std::unique_ptr<LineDitherer> MakeDiffuseDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width,
+                                                  double strength);
 
 }  // namespace zpixf

@@ -110,7 +110,13 @@ const Mixture& OrderedDitherer::MixtureOf(const LatticePlace& place) {
 
 }  // namespace
 
-std::unique_ptr<LineDitherer> MakeOrderedDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width) {
+std::unique_ptr<LineDitherer> MakeOrderedDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width,
+                                                  double) {
+    return std::make_unique<OrderedDitherer>(entries, numEntries, width);
+}
+
+std::unique_ptr<LineDitherer> MakeBlueNoiseDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width,
+                                                    double) {
     return std::make_unique<OrderedDitherer>(entries, numEntries, width);
 }
 
@@ -120,5 +126,12 @@ ZPixfDitherOrdered::~ZPixfDitherOrdered() = default;
 ZPixfType ZPixfDitherOrdered::FilterType() const { return ZPixfType::DitherOrdered; }
 
 bool ZPixfDitherOrdered::OnStart() { return StartWith(&MakeOrderedDitherer); }
+
+ZPixfDitherBlueNoise::ZPixfDitherBlueNoise() = default;
+ZPixfDitherBlueNoise::~ZPixfDitherBlueNoise() = default;
+
+ZPixfType ZPixfDitherBlueNoise::FilterType() const { return ZPixfType::DitherBlueNoise; }
+
+bool ZPixfDitherBlueNoise::OnStart() { return StartWith(&MakeBlueNoiseDitherer); }
 
 }  // namespace zpixf

@@ -18,6 +18,7 @@ std::unique_ptr<ZPixFilterBase> Choosing(unsigned colors) {
 std::unique_ptr<ZPixFilterBase> MakeQuantizer(ZPixfType type, unsigned colors) {
     switch (type) {
         case ZPixfType::DitherOrdered: return std::make_unique<ZPixfDitherOrdered>();
+        case ZPixfType::DitherBlueNoise: return std::make_unique<ZPixfDitherBlueNoise>();
         case ZPixfType::DitherDiffuse: return std::make_unique<ZPixfDitherDiffuse>();
         case ZPixfType::QuantizePopularity: return Choosing<ZPixfQuantizePopularity>(colors);
         case ZPixfType::QuantizeMedian5: return Choosing<ZPixfQuantizeMedian5>(colors);
