@@ -112,12 +112,12 @@ struct MergedResults {
 template <class Step>
 void ForEachSum(const ConvolutionForm& form, const ConvolutionLines& lines, const Step& step) {
     const FloatSums sums(form, lines);
-    const auto find = [&](std::size_t x, auto& found) {
+    const auto find = [&]<unsigned kVectors>(std::size_t x, Floats(&found)[kVectors][kColors]) {
         sums.Sum(x, found);
-        for (const auto& colors : found) {
-            step.Finish(x, colors);
-            x += kVecPixels;
-        }
+        // (As a loop this would pass the sums through memory.)
+        step.Finish(x, found[0]);
+        if constexpr (kVectors > 1) step.Finish(x + kVecPixels, found[1]);
+        if constexpr (kVectors > 2) step.Finish(x + 2 * kVecPixels, found[2]);
     };
     constexpr unsigned kAtOnce = 3;  // as many as there are registers for sums, and for the addresses of levels
     Floats many[kAtOnce][kColors], one[1][kColors];
@@ -159,7 +159,7 @@ struct FractionStep {
             least = MinSigned16(least, And(value, fraction));
             levels[color] = ShiftRightSigned32(value, bits);
         }
-        if (HasTopBits(IsGreater32(margin, least))) definition.Find(x, levels);
+        if (IsAnyGreater32(margin, least)) definition.Find(x, levels);
         results.Store(x, levels);
     }
 };

@@ -24,7 +24,7 @@
 //   MultiplyHigh16                       the upper halves of unsigned products
 //   MultiplyAdd16                        sums of two products of neighbours, signed, in 32 bits
 //   MultiplyEven32                       products of the even lanes, unsigned, in 64 bits
-//   IsGreater32                          signed: all ones or 0
+//   IsAnyGreater32                       whether a lane of a is greater than that of b, signed
 //   ShiftRight16, ShiftRight32, ShiftRightSigned32 (a, by), ShiftLeft16<by>, ShiftRight16<by>, ...: a constant saves
 //                                        half of the work
 //   InterleaveLow8, InterleaveHigh8, ... lanes of a and b by turns, of the lower or upper halves
@@ -32,7 +32,6 @@
 //   PackToBytes                          from 16 bits, signed, clamped to bytes
 //   FirstInOrder, SecondInOrder          what InterleaveLow and InterleaveHigh gave, in the order of memory
 //   PackToBytesInOrder                   packs two such again
-//   HasTopBits                           whether the highest bit of any byte is set
 //   Shifted<n>(a, b)                     the pixels of a, in the order of memory, without the first n (1 or 2), and
 //   then
 //                                        the first n of b

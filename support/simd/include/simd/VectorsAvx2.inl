@@ -33,7 +33,7 @@ inline Vec ShiftRight16(Vec a, unsigned by) { return _mm256_srl_epi16(a, _mm_cvt
 
 inline Vec MultiplyAdd16(Vec a, Vec b) { return _mm256_madd_epi16(a, b); }
 inline Vec Add32(Vec a, Vec b) { return _mm256_add_epi32(a, b); }
-inline Vec IsGreater32(Vec a, Vec b) { return _mm256_cmpgt_epi32(a, b); }
+inline bool IsAnyGreater32(Vec a, Vec b) { return _mm256_movemask_epi8(_mm256_cmpgt_epi32(a, b)) != 0; }
 inline Vec ShiftRight32(Vec a, unsigned by) { return _mm256_srl_epi32(a, _mm_cvtsi32_si128(static_cast<int>(by))); }
 inline Vec ShiftRightSigned32(Vec a, unsigned by) {
     return _mm256_sra_epi32(a, _mm_cvtsi32_si128(static_cast<int>(by)));
@@ -70,7 +70,6 @@ inline Vec InterleaveLow32(Vec a, Vec b) { return _mm256_unpacklo_epi32(a, b); }
 inline Vec InterleaveHigh32(Vec a, Vec b) { return _mm256_unpackhi_epi32(a, b); }
 inline Vec PackSigned32(Vec a, Vec b) { return _mm256_packs_epi32(a, b); }
 inline Vec PackToBytes(Vec a, Vec b) { return _mm256_packus_epi16(a, b); }
-inline bool HasTopBits(Vec a) { return _mm256_movemask_epi8(a) != 0; }
 
 inline Vec FirstInOrder(Vec low, Vec high) { return _mm256_permute2x128_si256(low, high, 0x20); }
 inline Vec SecondInOrder(Vec low, Vec high) { return _mm256_permute2x128_si256(low, high, 0x31); }

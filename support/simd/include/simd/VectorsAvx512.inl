@@ -38,7 +38,7 @@ inline Vec ShiftRight16(Vec a, unsigned by) { return _mm512_srl_epi16(a, _mm_cvt
 
 inline Vec MultiplyAdd16(Vec a, Vec b) { return _mm512_madd_epi16(a, b); }
 inline Vec Add32(Vec a, Vec b) { return _mm512_add_epi32(a, b); }
-inline Vec IsGreater32(Vec a, Vec b) { return _mm512_movm_epi32(_mm512_cmpgt_epi32_mask(a, b)); }
+inline bool IsAnyGreater32(Vec a, Vec b) { return _mm512_cmpgt_epi32_mask(a, b) != 0; }
 inline Vec ShiftRight32(Vec a, unsigned by) {
     return _mm512_maskz_srl_epi32(kAll32, a, _mm_cvtsi32_si128(static_cast<int>(by)));
 }
@@ -77,7 +77,6 @@ inline Vec InterleaveLow32(Vec a, Vec b) { return _mm512_maskz_unpacklo_epi32(kA
 inline Vec InterleaveHigh32(Vec a, Vec b) { return _mm512_maskz_unpackhi_epi32(kAll32, a, b); }
 inline Vec PackSigned32(Vec a, Vec b) { return _mm512_packs_epi32(a, b); }
 inline Vec PackToBytes(Vec a, Vec b) { return _mm512_packus_epi16(a, b); }
-inline bool HasTopBits(Vec a) { return _mm512_movepi8_mask(a) != 0; }
 
 inline Vec FirstInOrder(Vec low, Vec high) {
     return _mm512_permutex2var_epi64(low, _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11), high);

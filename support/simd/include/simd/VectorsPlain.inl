@@ -148,8 +148,11 @@ inline Vec MultiplyEven32(Vec a, Vec b) {
 inline Vec Add32(Vec a, Vec b) {
     return Each<U32>(a, b, [](U32 x, U32 y) { return x + y; });
 }
-inline Vec IsGreater32(Vec a, Vec b) {
-    return Each<S32>(a, b, [](S32 x, S32 y) { return x > y ? -1 : 0; });
+inline bool IsAnyGreater32(Vec a, Vec b) {
+    const Lanes<S32> x(a), y(b);
+    for (std::size_t i = 0; i < x.kCount; ++i)
+        if (x.at[i] > y.at[i]) return true;
+    return false;
 }
 
 inline Vec ShiftRight16(Vec a, unsigned by) {
@@ -190,11 +193,6 @@ inline Vec InterleaveLow32(Vec a, Vec b) { return Interleave<U32>(a, b, 0); }
 inline Vec InterleaveHigh32(Vec a, Vec b) { return Interleave<U32>(a, b, 1); }
 inline Vec PackSigned32(Vec a, Vec b) { return Pack<S32, S16>(a, b, -32768, 32767); }
 inline Vec PackToBytes(Vec a, Vec b) { return Pack<S16, U8>(a, b, 0, 255); }
-inline bool HasTopBits(Vec a) {
-    for (const U8 byte : a.bytes)
-        if (byte >= 0x80) return true;
-    return false;
-}
 
 /// Of two vectors side by side: the 16 bytes that both have by turns, from `first` of each on.
 inline Vec ByTurns(Vec a, Vec b, std::size_t first) {

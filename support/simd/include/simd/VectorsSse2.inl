@@ -12,6 +12,9 @@ inline Vec Zero() { return _mm_setzero_si128(); }
 inline Vec Splat8(int value) { return _mm_set1_epi8(static_cast<char>(value)); }
 inline Vec Splat16(int value) { return _mm_set1_epi16(static_cast<short>(value)); }
 inline Vec Splat32(std::uint32_t value) { return _mm_set1_epi32(static_cast<int>(value)); }
+inline Vec Splat128(std::uint64_t low, std::uint64_t high) {
+    return _mm_set_epi64x(static_cast<long long>(high), static_cast<long long>(low));
+}
 inline Vec Splat64(std::uint64_t value) { return _mm_set1_epi64x(static_cast<long long>(value)); }
 
 inline Vec And(Vec a, Vec b) { return _mm_and_si128(a, b); }
@@ -30,7 +33,7 @@ inline Vec ShiftRight16(Vec a, unsigned by) { return _mm_srl_epi16(a, _mm_cvtsi3
 
 inline Vec MultiplyAdd16(Vec a, Vec b) { return _mm_madd_epi16(a, b); }
 inline Vec Add32(Vec a, Vec b) { return _mm_add_epi32(a, b); }
-inline Vec IsGreater32(Vec a, Vec b) { return _mm_cmpgt_epi32(a, b); }
+inline bool IsAnyGreater32(Vec a, Vec b) { return _mm_movemask_epi8(_mm_cmpgt_epi32(a, b)) != 0; }
 inline Vec ShiftRight32(Vec a, unsigned by) { return _mm_srl_epi32(a, _mm_cvtsi32_si128(static_cast<int>(by))); }
 inline Vec ShiftRightSigned32(Vec a, unsigned by) { return _mm_sra_epi32(a, _mm_cvtsi32_si128(static_cast<int>(by))); }
 
@@ -65,7 +68,6 @@ inline Vec InterleaveLow32(Vec a, Vec b) { return _mm_unpacklo_epi32(a, b); }
 inline Vec InterleaveHigh32(Vec a, Vec b) { return _mm_unpackhi_epi32(a, b); }
 inline Vec PackSigned32(Vec a, Vec b) { return _mm_packs_epi32(a, b); }
 inline Vec PackToBytes(Vec a, Vec b) { return _mm_packus_epi16(a, b); }
-inline bool HasTopBits(Vec a) { return _mm_movemask_epi8(a) != 0; }
 
 inline Vec FirstInOrder(Vec low, Vec) { return low; }
 inline Vec SecondInOrder(Vec, Vec high) { return high; }
