@@ -6,6 +6,7 @@
 #include "adjust/AdjustKernels.h"
 #include "convolve/ConvolutionKernels.h"
 #include "cpu/KernelSet.h"
+#include "dither/DiffuseKernels.h"
 #include "dither/DitherKernels.h"
 #include "dither/DitherMixKernels.h"
 #include "median/MedianKernels.h"
@@ -23,6 +24,7 @@ constinit cpu::KernelSet<AdjustKernels> adjust(kBaseAdjustKernels, CPU_WIDE(kAvx
                                                CPU_WIDE(kAvx512AdjustKernels));
 constinit cpu::KernelSet<ConvolutionKernels> convolution(kBaseConvolutionKernels, CPU_WIDE(kAvx2ConvolutionKernels),
                                                          CPU_WIDE(kAvx512ConvolutionKernels));
+constinit cpu::KernelSet<DiffuseKernels> diffuse(kBaseDiffuseKernels, CPU_WIDE(kAvx2DiffuseKernels));
 constinit cpu::KernelSet<DitherKernels> dither(kBaseDitherKernels, CPU_WIDE(kAvx2DitherKernels));
 constinit cpu::KernelSet<DitherMixKernels> ditherMix(kBaseDitherMixKernels, CPU_WIDE(kAvx2DitherMixKernels));
 constinit cpu::KernelSet<MedianKernels> median(kBaseMedianKernels, CPU_WIDE(kAvx2MedianKernels),
@@ -37,6 +39,7 @@ constinit cpu::KernelSet<ResampleKernels> resample(kBaseResampleKernels, CPU_WID
 
 const AdjustKernels& ActiveAdjustKernels() noexcept { return adjust.Active(); }
 const ConvolutionKernels& ActiveConvolutionKernels() noexcept { return convolution.Active(); }
+const DiffuseKernels& ActiveDiffuseKernels() noexcept { return diffuse.Active(); }
 const DitherKernels& ActiveDitherKernels() noexcept { return dither.Active(); }
 const DitherMixKernels& ActiveDitherMixKernels() noexcept { return ditherMix.Active(); }
 const MedianKernels& ActiveMedianKernels() noexcept { return median.Active(); }
@@ -45,7 +48,8 @@ const PaletteMapKernels& ActivePaletteMapKernels() noexcept { return paletteMap.
 const ResampleKernels& ActiveResampleKernels() noexcept { return resample.Active(); }
 
 bool UseKernels(cpu::Level level) noexcept {
-    return cpu::UseLevel(level, adjust, convolution, dither, ditherMix, median, medianHistogram, paletteMap, resample);
+    return cpu::UseLevel(level, adjust, convolution, diffuse, dither, ditherMix, median, medianHistogram, paletteMap,
+                         resample);
 }
 
 void UseKernels(const AdjustKernels& kernels) noexcept { adjust.Use(kernels); }

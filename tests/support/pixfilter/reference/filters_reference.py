@@ -602,22 +602,22 @@ class Mixer:
 
 
 def most_error(palette):
-    farthest = 0
+    gaps = []
     for a in palette:
         distances = [max(abs(p - q) for p, q in zip(a, b)) for b in palette if a != b]
-        farthest = max([farthest, min(distances + [256])])
-    return clamp(3 * farthest, 32, 256)
+        gaps.append(min(distances + [256]))
+    return clamp(2 * sorted(gaps)[len(gaps) // 2], 40, 256)
 
 
 def diffuse(picture, palette):
     L = most_error(palette)
+    sixteenths = [[16 * level for level in entry] for entry in palette]
     known = {}
 
     def near(value):
-        cell = tuple((v + 16 * L) // 128 for v in value)
-        if cell not in known:
-            known[cell] = nearest(palette, [8 * c + 4 - L for c in cell])
-        return known[cell]
+        if value not in known:
+            known[value] = nearest(sixteenths, value)
+        return known[value]
 
     width = len(picture[0])
     errors = [[0, 0, 0] for _ in range(width)]
@@ -632,11 +632,7 @@ def diffuse(picture, palette):
             value = [16 * level for level in color]
             if is_seen:
                 value = [v + clamp(a + e, -16 * L, 16 * L) for v, a, e in zip(value, ahead, errors[x])]
-            entry = None
-            if color in palette and all(abs(v - 16 * level) <= 8 for v, level in zip(value, color)):
-                entry = palette.index(color)
-            if entry is None:
-                entry = near(value)
+            entry = near(tuple(value))
             indices[x] = entry
             error = [v - 16 * p for v, p in zip(value, palette[entry])] if is_seen else [0, 0, 0]
             for c, e in enumerate(error):
