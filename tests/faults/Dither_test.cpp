@@ -22,8 +22,9 @@ protected:
         return FilterJob(std::move(filter), &OpaquePixel);
     }
 };
-INSTANTIATE_TEST_SUITE_P(BothDitherers, DitherFaults,
+INSTANTIATE_TEST_SUITE_P(AllDitherers, DitherFaults,
                          testing::Values(FilterMaker{"Ordered", &MakeFilter<zpixf::ZPixfDitherOrdered>},
+                                         FilterMaker{"BlueNoise", &MakeFilter<zpixf::ZPixfDitherBlueNoise>},
                                          FilterMaker{"Diffuse", &MakeFilter<zpixf::ZPixfDitherDiffuse>}),
                          kNameOfParameter);
 

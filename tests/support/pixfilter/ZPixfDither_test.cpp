@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "base/Kernels.h"
+#include "dither/BlueNoise.h"
 
 namespace zpixf {
 namespace {
@@ -23,10 +24,11 @@ using Bytes = std::vector<std::uint8_t>;
 using Palette = std::vector<RGBQUAD>;
 using Rgb = std::array<int, 3>;
 
-enum class Method { ordered, diffuse };
+enum class Method { ordered, blueNoise, diffuse };
 
 std::unique_ptr<ZPixfDither> Make(Method method) {
     if (method == Method::ordered) return std::make_unique<ZPixfDitherOrdered>();
+    if (method == Method::blueNoise) return std::make_unique<ZPixfDitherBlueNoise>();
     return std::make_unique<ZPixfDitherDiffuse>();
 }
 
@@ -119,16 +121,24 @@ double MeanError(const Palette& palette, const std::uint8_t* indices, std::size_
 
 constexpr unsigned kPatternSide = 64;
 
-/// Ordered dither of flat squares of the pattern's size, all in one column; each must keep its mean.
-void ExpectOrderedMeans(const std::vector<Rgb>& colors, unsigned count, const Palette& given, double bound) {
+/// Flat squares of the pattern's size, all in one column.
+Picture Squares(const std::vector<Rgb>& colors) {
     Picture picture(kPatternSide, kPatternSide * static_cast<unsigned>(colors.size()));
     for (unsigned y = 0; y < picture.height; ++y)
         for (unsigned x = 0; x < picture.width; ++x) picture.Set(x, y, colors[y / kPatternSide]);
-    const auto [indices, palette] = Dither(Method::ordered, picture, count, given);
-    constexpr std::size_t kArea = kPatternSide * kPatternSide;
-    for (std::size_t i = 0; i < colors.size(); ++i)
-        ASSERT_LE(MeanError(palette, &indices[i * kArea], kArea, colors[i]), bound)
-            << colors[i][0] << ' ' << colors[i][1] << ' ' << colors[i][2];
+    return picture;
+}
+
+/// Both ordered dithers of flat squares must keep each one's mean.
+void ExpectOrderedMeans(const std::vector<Rgb>& colors, unsigned count, const Palette& given, double bound) {
+    Picture picture = Squares(colors);
+    for (const Method method : {Method::ordered, Method::blueNoise}) {
+        const auto [indices, palette] = Dither(method, picture, count, given);
+        constexpr std::size_t kArea = kPatternSide * kPatternSide;
+        for (std::size_t i = 0; i < colors.size(); ++i)
+            ASSERT_LE(MeanError(palette, &indices[i * kArea], kArea, colors[i]), bound)
+                << colors[i][0] << ' ' << colors[i][1] << ' ' << colors[i][2];
+    }
 }
 
 void ExpectDiffuseMeans(const std::vector<Rgb>& colors, unsigned count, const Palette& given, double bound) {
@@ -172,7 +182,7 @@ Palette PictureLikePalette() {
     return palette;
 }
 
-/// Well within the box of PictureLikePalette: more than a step of the ordered dither's lattice from its faces.
+/// Well within the box of PictureLikePalette.
 std::vector<Rgb> ColorsWithin(unsigned count) {
     std::vector<Rgb> colors = RandomColors(count);
     for (Rgb& color : colors)
@@ -180,16 +190,218 @@ std::vector<Rgb> ColorsWithin(unsigned count) {
     return colors;
 }
 
-TEST(ZPixfDitherOrdered, KeepsTheMeanOfEveryGreyWithFixedPalettes) {
-    for (const unsigned count : {2u, 16u, 256u}) ExpectOrderedMeans(Greys(1), count, {}, 0.5);
+int SquaredDistance(const RGBQUAD& entry, const std::uint8_t* pixel) {
+    const int blue = entry.rgbBlue - pixel[0], green = entry.rgbGreen - pixel[1], red = entry.rgbRed - pixel[2];
+    return blue * blue + green * green + red * red;
 }
 
-TEST(ZPixfDitherOrdered, KeepsTheMeanOfColorsWithFixedPalettes) {
-    for (const unsigned count : {16u, 256u}) ExpectOrderedMeans(RandomColors(1000), count, {}, 0.5);
+/// As squares of the distances of a palette's entries from a pixel, the nearest first.
+std::vector<int> Distances(const Palette& palette, const std::uint8_t* pixel) {
+    std::vector<int> distances;
+    for (const RGBQUAD& entry : palette) distances.push_back(SquaredDistance(entry, pixel));
+    std::sort(distances.begin(), distances.end());
+    return distances;
 }
 
-TEST(ZPixfDitherOrdered, KeepsTheMeanOfColorsWithinAPicturesPalette) {
-    ExpectOrderedMeans(ColorsWithin(1000), 0, PictureLikePalette(), 0.5);
+TEST(ZPixfDitherOrdered, KeepsTheMeanOfEveryGreyWithinALevelWithFixedPalettes) {
+    for (const unsigned count : {2u, 16u, 256u}) ExpectOrderedMeans(Greys(1), count, {}, 1);
+}
+
+TEST(ZPixfDitherOrdered, KeepsTheMeanOfColorsWithinALevelWithFixedPalettes) {
+    for (const unsigned count : {16u, 256u}) ExpectOrderedMeans(RandomColors(1000), count, {}, 1);
+}
+
+/// What is measured of a dithered picture: the root of the mean square of the errors of the channels, and the mean size
+/// of the error that is left in the mean of 8 x 8 pixels.
+struct Errors {
+    double noise = 0, tone = 0;
+};
+
+Errors ErrorsOf(Picture& picture, const Bytes& indices, const Palette& palette) {
+    Errors errors;
+    for (unsigned top = 0; top < picture.height; top += 8)
+        for (unsigned left = 0; left < picture.width; left += 8) {
+            std::array<int, 3> sums{};
+            for (unsigned y = top; y < top + 8; ++y)
+                for (unsigned x = left; x < left + 8; ++x) {
+                    const RGBQUAD& entry = palette[indices[y * picture.width + x]];
+                    const std::uint8_t* pixel = picture.At(x, y);
+                    errors.noise += SquaredDistance(entry, pixel);
+                    sums[0] += entry.rgbBlue - pixel[0];
+                    sums[1] += entry.rgbGreen - pixel[1];
+                    sums[2] += entry.rgbRed - pixel[2];
+                }
+            for (const int sum : sums) errors.tone += std::abs(sum) / 64.0;
+        }
+    const double count = 3.0 * picture.width * picture.height;
+    return {std::sqrt(errors.noise / count), errors.tone * 64 / count};
+}
+
+/// Knoll's pattern in plain words: for 64 thresholds the entry nearest to the colour and a quarter of the errors so
+/// far, sorted by luma.
+Bytes KnollsPattern(Picture& picture, const Palette& palette) {
+    const auto luma = [&](int i) {
+        const RGBQUAD& entry = palette[static_cast<unsigned>(i)];
+        return 114 * entry.rgbBlue + 587 * entry.rgbGreen + 299 * entry.rgbRed;
+    };
+    Bytes indices;
+    for (unsigned y = 0; y < picture.height; ++y)
+        for (unsigned x = 0; x < picture.width; ++x) {
+            const std::uint8_t* pixel = picture.At(x, y);
+            std::array<double, 3> errors{};
+            std::vector<int> entries(64);
+            for (int& chosen : entries) {
+                const auto channel = [](const RGBQUAD& entry, unsigned c) {
+                    return c == 0 ? entry.rgbBlue : c == 1 ? entry.rgbGreen : entry.rgbRed;
+                };
+                double least = 1e9;
+                for (std::size_t i = 0; i < palette.size(); ++i) {
+                    double distance = 0;
+                    for (unsigned c = 0; c < 3; ++c) {
+                        const double away = pixel[c] + errors[c] / 4 - channel(palette[i], c);
+                        distance += away * away;
+                    }
+                    if (distance < least) chosen = static_cast<int>(i);
+                    least = std::min(least, distance);
+                }
+                for (unsigned c = 0; c < 3; ++c)
+                    errors[c] += pixel[c] - channel(palette[static_cast<unsigned>(chosen)], c);
+            }
+            std::stable_sort(entries.begin(), entries.end(), [&](int a, int b) { return luma(a) < luma(b); });
+            unsigned threshold = 0;
+            for (unsigned bit = 0; bit < 3; ++bit)
+                threshold = threshold << 2 | ((x ^ y) >> bit & 1) << 1 | (y >> bit & 1);
+            indices.push_back(static_cast<std::uint8_t>(entries[threshold]));
+        }
+    return indices;
+}
+
+/// A sky: a smooth slope of blues, every colour near the next.
+Picture Sky() {
+    Picture picture(96, 192);
+    for (unsigned y = 0; y < picture.height; ++y)
+        for (unsigned x = 0; x < picture.width; ++x) {
+            const int down = static_cast<int>(y), right = static_cast<int>(x);
+            picture.Set(x, y, {60 + down * 2 / 3 + right / 8, 110 + down / 2, 190 + down / 4 - right / 10});
+        }
+    return picture;
+}
+
+/// Colours of the picture at places scattered over it.
+Palette PaletteFrom(Picture& picture, unsigned count) {
+    std::mt19937 random(5);
+    Palette palette;
+    while (palette.size() < count) {
+        const auto place = [&](unsigned side) { return static_cast<unsigned>(random() >> 8) % side; };
+        const unsigned x = place(picture.width);
+        const std::uint8_t* pixel = picture.At(x, place(picture.height));
+        palette.push_back(Entry(pixel[2], pixel[1], pixel[0]));
+    }
+    return palette;
+}
+
+TEST(ZPixfDitherOrdered, IsAboutAsQuietAndAsTrueAsKnollsPattern) {
+    Picture sky = Sky();
+    for (const unsigned count : {12u, 64u}) {
+        const Palette palette = PaletteFrom(sky, count);
+        const Errors knolls = ErrorsOf(sky, KnollsPattern(sky, palette), palette);
+        for (const Method method : {Method::ordered, Method::blueNoise}) {
+            const Errors ours = ErrorsOf(sky, Dither(method, sky, 0, palette).indices, palette);
+            EXPECT_LE(ours.noise, 1.2 * knolls.noise) << count;
+            EXPECT_LE(ours.tone, 1.1 * knolls.tone) << count;
+        }
+    }
+}
+
+TEST(ZPixfDitherOrdered, UsesNoEntryTwiceAsFarAsTheFourthNearest) {
+    const auto expectNearEntries = [](Picture& picture, const Palette& palette) {
+        for (const Method method : {Method::ordered, Method::blueNoise}) {
+            const Bytes indices = Dither(method, picture, 0, palette).indices;
+            for (std::size_t i = 0; i < indices.size(); ++i) {
+                const std::uint8_t* pixel = &picture.pixels[4 * i];
+                const int used = SquaredDistance(palette[indices[i]], pixel);
+                ASSERT_LE(used, 4 * Distances(palette, pixel)[3]) << i;
+            }
+        }
+    };
+    Picture sky = Sky();
+    for (const unsigned count : {5u, 12u, 64u}) expectNearEntries(sky, PaletteFrom(sky, count));
+    Picture noise = Noise(100, 100, 9);
+    const Palette all = PictureLikePalette();
+    expectNearEntries(noise, Palette(all.begin() + 8, all.end()));  // without the corners
+}
+
+TEST(ZPixfDitherOrdered, ChangesLittleFromColorToColor) {
+    // The shares of close entries change by some tenths with a level; a pattern of its own for each colour would change
+    // nearly every pixel.
+    const Palette palette = PictureLikePalette();
+    std::vector<Rgb> colors;
+    for (int grey = 60; grey < 160; ++grey) colors.push_back({grey, grey + 2, grey - 3});
+    Picture picture = Squares(colors);
+    constexpr std::size_t kArea = kPatternSide * kPatternSide;
+    for (const Method method : {Method::ordered, Method::blueNoise}) {
+        const Bytes indices = Dither(method, picture, 0, palette).indices;
+        double changed = 0;
+        for (std::size_t i = kArea; i < indices.size(); ++i) changed += indices[i] != indices[i - kArea] ? 1 : 0;
+        EXPECT_LT(changed / static_cast<double>(indices.size()), 0.5);
+    }
+}
+
+TEST(ZPixfDitherOrdered, TheStrengthLeadsEvenlyFromTheNearestEntryToAllOfTheMixture) {
+    Picture noise = Noise(64, 64, 2);
+    const Palette palette = PictureLikePalette();
+    for (const Method method : {Method::ordered, Method::blueNoise}) {
+        std::array<double, 3> others{};  // pixels that do not get the nearest entry
+        for (unsigned half = 0; half < 3; ++half) {
+            const Bytes indices = Dither(method, noise, 0, palette, half / 2.0).indices;
+            for (std::size_t i = 0; i < indices.size(); ++i) {
+                const std::uint8_t* pixel = &noise.pixels[4 * i];
+                const bool isNearest = SquaredDistance(palette[indices[i]], pixel) == Distances(palette, pixel)[0];
+                others[half] += isNearest ? 0 : 1;
+            }
+        }
+        EXPECT_EQ(others[0], 0);
+        EXPECT_GT(others[2], 500);
+        EXPECT_NEAR(others[1], others[2] / 2, others[2] / 8);
+    }
+}
+
+TEST(BlueNoise, RanksEveryPlaceOnce) {
+    std::vector<bool> met(kBlueNoiseSide * kBlueNoiseSide);
+    for (const auto& row : kBlueNoise)
+        for (const std::uint16_t rank : row) {
+            ASSERT_LT(rank, met.size());
+            EXPECT_FALSE(met[rank]) << rank;
+            met[rank] = true;
+        }
+}
+
+TEST(BlueNoise, LacksLowFrequencies) {
+    // Of the places below a rank, as a pattern of light and dark: the mean power at frequencies up to a quarter of that
+    // of evenly spread pixels, beside that of all frequencies.
+    for (const unsigned ranks : {256u, 1024u, 2048u, 3072u}) {
+        const double mean = ranks / 4096.0;
+        const double usual = 4096 * mean * (1 - mean);  // the power of white noise at any frequency
+        const double spread = kBlueNoiseSide * std::sqrt(std::min(mean, 1 - mean));
+        const int most = static_cast<int>(spread / 4);
+        double power = 0, count = 0;
+        for (int v = -most; v <= most; ++v)
+            for (int u = 1; u <= most; ++u) {
+                if (u * u + v * v > most * most) continue;
+                double real = 0, imaginary = 0;
+                for (unsigned y = 0; y < kBlueNoiseSide; ++y)
+                    for (unsigned x = 0; x < kBlueNoiseSide; ++x) {
+                        if (kBlueNoise[y][x] >= ranks) continue;
+                        const double angle =
+                            2 * 3.14159265358979 * (u * static_cast<int>(x) + v * static_cast<int>(y)) / kBlueNoiseSide;
+                        real += std::cos(angle);
+                        imaginary += std::sin(angle);
+                    }
+                power += real * real + imaginary * imaginary;
+                ++count;
+            }
+        EXPECT_LT(power / count, usual / 10) << ranks;
+    }
 }
 
 TEST(ZPixfDitherDiffuse, KeepsTheMeanOfGreysWithFixedPalettes) {
@@ -371,12 +583,12 @@ TEST(ZPixfDitherDiffuse, TransparentPixelsNeitherTakeNorPassErrors) {
     EXPECT_EQ(light, 0);
 }
 
-class EitherDitherer : public testing::TestWithParam<Method> {
+class EachDitherer : public testing::TestWithParam<Method> {
 protected:
     Picture picture = Noise(21, 37, 5);
 };
 
-TEST_P(EitherDitherer, LeavesThePalettesOwnColorsAsTheyAre) {
+TEST_P(EachDitherer, LeavesThePalettesOwnColorsAsTheyAre) {
     std::mt19937 random(1);
     for (const unsigned count : {1u, 2u, 16u, 255u, 256u}) {
         Palette palette;
@@ -395,19 +607,19 @@ TEST_P(EitherDitherer, LeavesThePalettesOwnColorsAsTheyAre) {
     }
 }
 
-TEST_P(EitherDitherer, RepeatedEntriesChangeNothing) {
+TEST_P(EachDitherer, RepeatedEntriesChangeNothing) {
     const Palette plain = PictureLikePalette();
     Palette repeated = plain;
     repeated.insert(repeated.end(), plain.begin(), plain.begin() + 50);
     EXPECT_EQ(Dither(GetParam(), picture, 0, plain).indices, Dither(GetParam(), picture, 0, repeated).indices);
 }
 
-TEST_P(EitherDitherer, OneColorIsAllThereIs) {
+TEST_P(EachDitherer, OneColorIsAllThereIs) {
     const Bytes indices = Dither(GetParam(), picture, 0, {Entry(9, 200, 30)}).indices;
     EXPECT_EQ(indices, Bytes(indices.size(), 0));
 }
 
-TEST_P(EitherDitherer, OfGreysOnlyTheLumaCounts) {
+TEST_P(EachDitherer, OfGreysOnlyTheLumaCounts) {
     const Palette palette = {Entry(0, 0, 0), Entry(255, 255, 255)};
     Picture green = Flat(128, 128, {0, 255, 0});
     const Bytes indices = Dither(GetParam(), green, 0, palette).indices;
@@ -415,7 +627,7 @@ TEST_P(EitherDitherer, OfGreysOnlyTheLumaCounts) {
     EXPECT_NEAR(share * 255, 149.7, 1.0);  // 255 x 0.587, rounded to a level
 }
 
-TEST_P(EitherDitherer, PacksTheLeftmostPixelHighestAndKeepsWhatLiesBeyondTheLast) {
+TEST_P(EachDitherer, PacksTheLeftmostPixelHighestAndKeepsWhatLiesBeyondTheLast) {
     for (const unsigned bits : {1u, 4u})
         for (unsigned width = 1; width <= 17; ++width) {
             Picture small = Noise(width, 3, width);
@@ -438,7 +650,7 @@ TEST_P(EitherDitherer, PacksTheLeftmostPixelHighestAndKeepsWhatLiesBeyondTheLast
         }
 }
 
-TEST_P(EitherDitherer, ColorsAreThePalettesWithTheAlphaOfTheInput) {
+TEST_P(EachDitherer, ColorsAreThePalettesWithTheAlphaOfTheInput) {
     const auto [indices, palette] = Dither(GetParam(), picture, 256);
     const auto filter = Make(GetParam());
     Connect(*filter, picture, ZPixFormat(picture.width, picture.height, 4, 8));
@@ -455,7 +667,7 @@ TEST_P(EitherDitherer, ColorsAreThePalettesWithTheAlphaOfTheInput) {
     }
 }
 
-TEST_P(EitherDitherer, BeginsAgainAtLineZeroWithTheSameLines) {
+TEST_P(EachDitherer, BeginsAgainAtLineZeroWithTheSameLines) {
     const auto filter = Make(GetParam());
     Connect(*filter, picture, Indexed(picture, 8, 16));
     ASSERT_TRUE(filter->Start());
@@ -472,7 +684,7 @@ TEST_P(EitherDitherer, BeginsAgainAtLineZeroWithTheSameLines) {
     EXPECT_EQ(run(20), first);
 }
 
-TEST_P(EitherDitherer, ALineThatFollowsNoneBeginsWithoutErrors) {
+TEST_P(EachDitherer, ALineThatFollowsNoneBeginsWithoutErrors) {
     const auto filter = Make(GetParam());
     Connect(*filter, picture, Indexed(picture, 8, 16));
     ASSERT_TRUE(filter->Start());
@@ -483,7 +695,7 @@ TEST_P(EitherDitherer, ALineThatFollowsNoneBeginsWithoutErrors) {
     EXPECT_EQ(skipped, fresh);
 }
 
-TEST_P(EitherDitherer, ALineThatTheSourceFailsToGiveCanBeAskedForAgain) {
+TEST_P(EachDitherer, ALineThatTheSourceFailsToGiveCanBeAskedForAgain) {
     struct Source {
         Picture* picture;
         unsigned failingLine;
@@ -518,7 +730,7 @@ TEST_P(EitherDitherer, ALineThatTheSourceFailsToGiveCanBeAskedForAgain) {
         }
 }
 
-TEST_P(EitherDitherer, RefusesFormatsThatItDoesNotMake) {
+TEST_P(EachDitherer, RefusesFormatsThatItDoesNotMake) {
     struct Case {
         const char* what;
         ZPixFormat input, output;
@@ -553,7 +765,7 @@ TEST_P(EitherDitherer, RefusesFormatsThatItDoesNotMake) {
     }
 }
 
-TEST_P(EitherDitherer, WithoutAPaletteTakesTheFixedOneThatFits) {
+TEST_P(EachDitherer, WithoutAPaletteTakesTheFixedOneThatFits) {
     struct Case {
         unsigned bits, count, entries;
     };
@@ -566,7 +778,7 @@ TEST_P(EitherDitherer, WithoutAPaletteTakesTheFixedOneThatFits) {
     }
 }
 
-TEST_P(EitherDitherer, EmptyPicturesAreHarmless) {
+TEST_P(EachDitherer, EmptyPicturesAreHarmless) {
     for (const auto& [width, height] : {std::pair{0u, 0u}, {0u, 5u}, {5u, 0u}}) {
         Picture empty(width, height);
         const auto filter = Make(GetParam());
@@ -582,7 +794,7 @@ TEST_P(EitherDitherer, EmptyPicturesAreHarmless) {
     }
 }
 
-TEST_P(EitherDitherer, EveryLevelGivesTheSameBytes) {
+TEST_P(EachDitherer, EveryLevelGivesTheSameBytes) {
     Picture large = Noise(300, 100, 11);
     for (unsigned y = 50; y < 100; ++y)  // half noise, half a smooth slope
         for (unsigned x = 0; x < 300; ++x)
@@ -602,7 +814,7 @@ TEST_P(EitherDitherer, EveryLevelGivesTheSameBytes) {
     UseKernels(cpu::Choose());
 }
 
-TEST_P(EitherDitherer, GivesTheSameForAPartOfThePicture) {
+TEST_P(EachDitherer, GivesTheSameForAPartOfThePicture) {
     // Columns to the right have no say in an ordered dither; lines below have none in any.
     const auto whole = Dither(GetParam(), picture, 256).indices;
     Picture part(picture.width, 10);
@@ -611,13 +823,29 @@ TEST_P(EitherDitherer, GivesTheSameForAPartOfThePicture) {
     EXPECT_TRUE(std::equal(top.begin(), top.end(), whole.begin()));
 }
 
-INSTANTIATE_TEST_SUITE_P(ZPixfDither, EitherDitherer, testing::Values(Method::ordered, Method::diffuse),
+TEST_P(EachDitherer, RefusesAStrengthThatIsNone) {
+    for (const double strength : {-0.01, 1.01, std::nan(""), HUGE_VAL}) {
+        const auto filter = Make(GetParam());
+        Connect(*filter, picture, Indexed(picture, 8, 16));
+        filter->SetStrength(strength);
+        EXPECT_FALSE(filter->Start()) << strength;
+        EXPECT_FALSE(filter->GetErrorDescription().IsEmpty());
+        filter->SetStrength(0.5);
+        EXPECT_TRUE(filter->Start());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(ZPixfDither, EachDitherer,
+                         testing::Values(Method::ordered, Method::blueNoise, Method::diffuse),
                          [](const auto& instance) {
-                             return std::string(instance.param == Method::ordered ? "Ordered" : "Diffuse");
+                             return std::string(instance.param == Method::ordered     ? "Ordered"
+                                                : instance.param == Method::blueNoise ? "BlueNoise"
+                                                                                      : "Diffuse");
                          });
 
 TEST(ZPixfDither, NamesItsType) {
     EXPECT_EQ(ZPixfDitherOrdered().FilterType(), ZPixfType::DitherOrdered);
+    EXPECT_EQ(ZPixfDitherBlueNoise().FilterType(), ZPixfType::DitherBlueNoise);
     EXPECT_EQ(ZPixfDitherDiffuse().FilterType(), ZPixfType::DitherDiffuse);
 }
 

@@ -48,10 +48,14 @@ private:
 /// Ordered dither (B. E. Bayer, An Optimum Method for Two-Level Rendition of Continuous-Tone Pictures, 1973) with
 /// mixtures of up to four entries (after T. Knoll's pattern dithering, US patent 6606166, expired).
 ///
-/// The mean of a flat area of 64 x 64 pixels keeps within half a level, for all colours with the fixed palettes of 16
-/// and 256 entries and all greys with that of 2. With any other palette this holds for colours that lie within its
-/// convex hull by more than 8 levels; others tend to the hull's nearest colour. A line depends on itself only, and
-/// lines may be asked for in any order.
+/// A mixture weighs how far its mean misses the colour against how far its entries lie from it, and changes smoothly
+/// from colour to colour. With the fixed palettes the mean of a flat area of 64 x 64 pixels keeps within a level, for
+/// all greys with that of 2 entries and all colours with the others. With palettes of greys, and those that have all
+/// eight corners of the colour cube, the weight of the distances is small too. With any other palette of four colours
+/// or more no entry appears that is twice as far from a pixel's colour as the fourth-nearest, and the mean of colours
+/// between entries far apart, or outside their convex hull, tends to the entries near by.
+///
+/// A pixel depends on its colour and its place only, and lines may be asked for in any order.
 class ZPIXF_API ZPixfDitherOrdered : public ZPixfDither {
 public:
     ZPixfDitherOrdered();

@@ -5,13 +5,9 @@
 
 namespace zpixf {
 
-/// Colours of the mixing lattice along one channel: 0, 8, 16, ..., 248 and 255.
-constexpr unsigned kLatticeSide = 33;
-constexpr unsigned kLatticeStep = 8;
-constexpr unsigned kLatticeColors = kLatticeSide * kLatticeSide * kLatticeSide;
-/// A step of the lattice is told apart in 64 thresholds, the entries of a mixture in 512.
-constexpr unsigned kLatticeThresholds = 64;
-constexpr unsigned kMixtureThresholds = 512;
+/// The lattice of colours that have mixtures is told apart in 4 thresholds, the entries of a mixture in 1024.
+constexpr unsigned kLatticeThresholds = 4;
+constexpr unsigned kMixtureThresholds = 1024;
 constexpr unsigned kPatternSide = 64;
 /// Pixels that the ordered kernel handles at once.
 constexpr unsigned kRun = 64;
@@ -27,14 +23,27 @@ static constexpr std::uint64_t kInThreeLanes = 0x0000000100010001;
 /// are at most the threshold; entries not in use repeat the last, or have no thresholds.
 struct Mixture {
     static constexpr unsigned kEntries = 4;
-    std::uint16_t ends[kEntries];  ///< ascending, the last kMixtureThresholds; 0 while the mixture is not known
+    static constexpr std::uint32_t kKnown = 1u << 24;
+    std::uint16_t ends[kEntries - 1];  ///< ascending, at most kMixtureThresholds
+    std::uint16_t unused;              // 16 bytes, so that finding one takes a shift
     std::uint8_t entries[kEntries];
-    std::uint32_t unused;  // 16 bytes, so that finding one takes a shift
+    std::uint32_t color;  ///< whose mixture it is, with kKnown
 };
+
+/// Mixtures stand at the place that a product tells: color * kPlaceFactor >> kPlaceShift.
+constexpr unsigned kPlaceBits = 18, kPlaceShift = 32 - kPlaceBits;
+constexpr std::uint32_t kPlaceFactor = 0x9E3779B1;  // odd, near 2^32 over the golden ratio: spreads neighbours well
+
+/// The colour cube in cells of 8 levels a side.
+static constexpr unsigned kStepCells = 32 * 32 * 32;
+static constexpr std::uint32_t CellOf(std::uint32_t color) {
+    return (color >> 19 & 31) << 10 | (color >> 11 & 31) << 5 | (color >> 3 & 31);
+}
 
 /// What the ordered kernel looks up.
 struct MixtureTables {
-    const Mixture* mixtures;  ///< of every lattice colour
+    const Mixture* mixtures;    ///< of colours in use, at their places
+    const std::uint8_t* steps;  ///< of each cell the levels between colours that have mixtures: 1, 2 or 4; 0: not known
     /// A table of the palette's own colours, found at (B + 256 G + 65536 R) * factor >> shift: the colour in the low 24
     /// bits and its index above.
     const std::uint32_t* exact;
@@ -54,8 +63,8 @@ struct DitherKernels {
     /// Sets B, G and R of each pixel to their luma, (7471 B + 38470 G + 19595 R + 32768) / 65536.
     void (*toGrey)(std::uint8_t* pixels, std::size_t count);
 
-    /// Gives the indices of pixels from column `x` on, as far as mixtures are known: returns the first column whose
-    /// pixel has none, `count` if all have.
+    /// Gives the indices of pixels from column `x` on, as far as steps and mixtures are known: returns the first column
+    /// whose pixel lacks one, `count` if none does.
     std::size_t (*ordered)(const MixtureTables& tables, const PatternLine& pattern, const std::uint8_t* pixels,
                            std::size_t x, std::size_t count, std::uint8_t* indices);
 
@@ -71,21 +80,16 @@ const DitherKernels& ActiveDitherKernels() noexcept;
 
 // (static: a copy compiled for a wide level must not be taken for all.)
 
-/// The lattice coordinate of a channel: that below it, or the next above if it is more than `threshold` 64ths of the
-/// way there. (The last step is 7 levels only, 248 to 255; its 64ths are rounded.)
-static constexpr std::uint32_t LatticeCoordinate(std::uint32_t channel, std::uint32_t threshold) {
-    const std::uint32_t levels = channel & 7;
-    const std::uint32_t more = channel >= 248 ? levels + (levels >> 2) : 0;
-    return (channel >> 3) + (8 * levels + more > threshold ? 1u : 0u);
+/// The lattice level of a channel: that below it, or the next above if it is more than `threshold` quarters of the way
+/// there. (The last step ends at 255, a level early.)
+static constexpr std::uint32_t LatticeLevel(std::uint32_t channel, std::uint32_t step, std::uint32_t threshold) {
+    const std::uint32_t above = channel & (step - 1);
+    const std::uint32_t length = step - ((channel + step) >> 8);
+    return channel - above + (kLatticeThresholds * above > threshold * length ? length : 0u);
 }
-static constexpr std::int32_t LatticeLevel(std::uint32_t coordinate) {
-    return coordinate == kLatticeSide - 1 ? 255 : static_cast<std::int32_t>(coordinate * kLatticeStep);
-}
-static constexpr std::uint32_t LatticeColor(std::uint32_t pixel, std::uint32_t threshold) {
-    const std::uint32_t blue = LatticeCoordinate(pixel & 255, threshold);
-    const std::uint32_t green = LatticeCoordinate(pixel >> 8 & 255, threshold);
-    const std::uint32_t red = LatticeCoordinate(pixel >> 16 & 255, threshold);
-    return blue + kLatticeSide * (green + kLatticeSide * red);
+static constexpr std::uint32_t LatticeColor(std::uint32_t pixel, std::uint32_t step, std::uint32_t threshold) {
+    return LatticeLevel(pixel & 255, step, threshold) | LatticeLevel(pixel >> 8 & 255, step, threshold) << 8 |
+           LatticeLevel(pixel >> 16 & 255, step, threshold) << 16;
 }
 
 }  // namespace zpixf

@@ -5,14 +5,14 @@
 
 namespace zpixf {
 
-/// A palette as the search wants it. Entries beyond the count repeat the first.
+/// A palette as the search wants it: no colour twice.
 struct MixPalette {
-    static constexpr unsigned kStep = 8;  ///< the count is rounded up to a multiple of it
-    unsigned count;
-    double blue[256], green[256], red[256];
-    double squares[256];  ///< blue^2 + green^2 + red^2 + bias
-    double bias[256];     ///< kMostBias for repeated entries, else less: decides between mixtures equally good
-    static constexpr double kMostBias = 2;
+    static constexpr unsigned kMost = 256;
+    unsigned count;  ///< at least 1
+    double blue[kMost], green[kMost], red[kMost];
+    double spread;      ///< what the distances of the entries count beside the miss of the mean
+    double reach;       ///< no entry is used that is so many times as far as the fourth-nearest; 0: all may be
+    double alongGreys;  ///< what they count less along the greys: the square of B + G + R times this
 };
 
 /// Shares of palette entries, which are all positive and add up to 1.
@@ -23,10 +23,16 @@ struct Shares {
     double shares[kMost];
 };
 
+/// The entry nearest to a colour, of several the first, and the square of the distance of the fourth-nearest; without
+/// a fourth, of the farthest.
+struct Surroundings {
+    unsigned nearest;
+    double fourth;
+};
+
 struct DitherMixKernels {
-    /// Gives the mixture whose mean is the colour or, outside the palette's convex hull, the hull's nearest; of all
-    /// such the one whose entries are nearest to the colour: the sum of squared distances times shares is least.
-    /// The search begins with the mixture given, which may have no entries; the nearer it is, the quicker.
+    Surroundings (*lookAround)(const MixPalette& palette, double blue, double green, double red);
+    /// Gives the mixture that best weighs how far its mean misses the colour against how far its entries lie from it.
     void (*mix)(const MixPalette& palette, double blue, double green, double red, Shares& shares);
 };
 

@@ -4,14 +4,14 @@
 //
 // With q the entries less the colour, and w their shares, the search minimises
 //
-//     |sum of w q|^2 + kSpread * (sum of w |q|^2) + kRegular * (sum of w^2)
+//     |sum of w q|^2 + spread * (sum of w cost) + kRegular * (sum of w^2)
 //
-// over all w that are not negative and add up to 1. The first term is the distance of the mean; the second, small
-// beside it, chooses among mixtures of the same mean the one of the least variance, which is that of the corners of
-// the Delaunay tetrahedron around the colour; the third, smaller still, makes every subproblem solvable. This is an
-// active-set search (as P. Wolfe's, Finding the Nearest Point in a Polytope, 1976): it holds the few entries with a
-// share, finds their best shares, drops an entry whose share would be negative, and takes in the entry that lowers the
-// sum most, until none does.
+// over all w that are not negative and add up to 1. The first term is the miss of the mean. The second keeps the
+// mixture together: an entry costs its squared distance, more the nearer it is to twice the distance of the
+// fourth-nearest, and no entry beyond that has a share. All of it changes continuously with the colour, and so do the
+// shares. The third, very small, makes every subproblem solvable. This is an active-set search (as P. Wolfe's, Finding
+// the Nearest Point in a Polytope, 1976): it holds the few entries with a share, finds their best shares, drops an
+// entry whose share would be negative, and takes in the entry that lowers the sum most, until none does.
 #include "dither/DitherMixKernels.h"
 
 namespace zpixf {
@@ -19,79 +19,127 @@ namespace {
 
 using std::size_t;
 
-constexpr double kSpread = 1e-4, kRegular = 1e-8;
+constexpr double kRegular = 1e-8;
 constexpr double kTolerance = 1e-7;
-constexpr unsigned kMostRounds = 64;  // some 10 are usual; what is there then is a mixture like any other
+constexpr unsigned kMostRounds = 64;  // some 5 are usual; what is there then is a mixture like any other
 
 struct Vector {
     double blue, green, red;
 };
 double Dot(const Vector& a, const Vector& b) { return a.blue * b.blue + a.green * b.green + a.red * b.red; }
 
+Vector Difference(const Vector& a, const Vector& b) { return {a.blue - b.blue, a.green - b.green, a.red - b.red}; }
+
 Vector Offset(const MixPalette& palette, unsigned entry, const Vector& color) {
-    return {palette.blue[entry] - color.blue, palette.green[entry] - color.green, palette.red[entry] - color.red};
+    return Difference({palette.blue[entry], palette.green[entry], palette.red[entry]}, color);
 }
 
-double Magnitude(double value) { return value < 0 ? -value : value; }
+// Gives the squared distance of each entry.
+Surroundings LookAround(const MixPalette& palette, const Vector& color, double* distances) {
+    for (unsigned i = 0; i < palette.count; ++i) {
+        const Vector q = Offset(palette, i, color);
+        distances[i] = Dot(q, q);
+    }
+    constexpr unsigned kNearest = 4;
+    double nearest[kNearest];
+    unsigned held = 0, first = 0;
+    for (unsigned i = 0; i < palette.count; ++i) {
+        const double distance = distances[i];
+        if (held == kNearest && distance >= nearest[kNearest - 1]) continue;
+        unsigned place = held < kNearest ? held++ : kNearest - 1;
+        for (; place > 0 && distance < nearest[place - 1]; --place) nearest[place] = nearest[place - 1];
+        nearest[place] = distance;
+        if (place == 0) first = i;
+    }
+    return {first, nearest[held - 1]};
+}
 
-// The sum's slopes along each entry's share, all less the same. Gives the entry with the least.
-unsigned Steepest(const MixPalette& palette, const Vector& color, const Vector& mean, double* slopes) {
-    const double blue = 2 * (mean.blue - kSpread * color.blue), green = 2 * (mean.green - kSpread * color.green),
-                 red = 2 * (mean.red - kSpread * color.red);
-    double least[MixPalette::kStep];
-    for (double& value : least) value = 1e300;
-    for (unsigned i = 0; i < palette.count; i += MixPalette::kStep)
-        for (unsigned j = 0; j < MixPalette::kStep; ++j) {
-            const double slope = palette.blue[i + j] * blue + palette.green[i + j] * green + palette.red[i + j] * red +
-                                 kSpread * palette.squares[i + j];
-            slopes[i + j] = slope;
-            least[j] = slope < least[j] ? slope : least[j];
-        }
-    unsigned lane = 0;
-    for (unsigned j = 1; j < MixPalette::kStep; ++j) lane = least[j] < least[lane] ? j : lane;
-    while (slopes[lane] != least[lane % MixPalette::kStep]) lane += MixPalette::kStep;
-    return lane;
+// The entries that may have a share, as seen from the colour.
+struct Candidates {
+    unsigned count;
+    double blue[MixPalette::kMost], green[MixPalette::kMost], red[MixPalette::kMost];
+    double costs[MixPalette::kMost];
+    unsigned entries[MixPalette::kMost];
+};
+
+Vector At(const Candidates& candidates, unsigned i) {
+    return {candidates.blue[i], candidates.green[i], candidates.red[i]};
+}
+
+// The part of the squared distance along the greys counts less. So of mixtures that are equally good, as the corners of
+// a cube offer them, that along the greys is taken. Its entries have the same order in every channel, which keeps each
+// channel's mean best in small areas.
+double Cost(const MixPalette& palette, const Vector& q, double distance, double closeness) {
+    const double along = q.blue + q.green + q.red;
+    return palette.spread * ((distance - palette.alongGreys * (along * along)) * closeness);
+}
+
+void Choose(const MixPalette& palette, const Vector& color, Candidates& chosen) {
+    double distances[MixPalette::kMost];
+    const double limit = palette.reach * palette.reach * LookAround(palette, color, distances).fourth;
+    chosen.count = 0;
+    for (unsigned i = 0; i < palette.count; ++i) {
+        if (distances[i] >= limit && palette.reach > 0) continue;
+        const double way = palette.reach > 0 ? distances[i] / limit : 0;
+        const Vector q = Offset(palette, i, color);
+        chosen.blue[chosen.count] = q.blue;
+        chosen.green[chosen.count] = q.green;
+        chosen.red[chosen.count] = q.red;
+        chosen.costs[chosen.count] = Cost(palette, q, distances[i], 1 / (1 - way * way));
+        chosen.entries[chosen.count] = i;
+        ++chosen.count;
+    }
+}
+
+// The sum's slopes along each candidate's share, all less the same. Gives the candidate with the least, of several the
+// first.
+unsigned Steepest(const Candidates& candidates, const Vector& mean, double* slopes) {
+    const double blue = 2 * mean.blue, green = 2 * mean.green, red = 2 * mean.red;
+    for (unsigned i = 0; i < candidates.count; ++i)
+        slopes[i] =
+            candidates.blue[i] * blue + candidates.green[i] * green + candidates.red[i] * red + candidates.costs[i];
+    unsigned least = 0;
+    for (unsigned i = 1; i < candidates.count; ++i) least = slopes[i] < slopes[least] ? i : least;
+    return least;
 }
 
 // The shares, maybe negative, of the entries held at which the sum is least and the shares' own sum 1: Gauss
-// elimination of the conditions that all slopes are equal.
-void BestShares(const MixPalette& palette, const Vector& color, const Shares& held, double* best) {
-    constexpr unsigned kSide = Shares::kMost + 1;
-    const unsigned n = held.count;
-    double rows[kSide][kSide + 1] = {};
-    Vector q[Shares::kMost];
-    for (unsigned i = 0; i < n; ++i) q[i] = Offset(palette, held.entries[i], color);
-    for (unsigned i = 0; i < n; ++i) {
-        for (unsigned j = 0; j < n; ++j) rows[i][j] = 2 * Dot(q[i], q[j]);
+// elimination of the conditions that all slopes are equal, the first entry's share being what the others leave. The
+// matrix is positive definite and needs no pivots.
+template <unsigned kOthers>
+void BestShares(const Candidates& candidates, const Shares& held, double* best) {
+    double rows[kOthers][kOthers + 1];
+    Vector edges[kOthers];
+    const Vector origin = At(candidates, held.entries[0]);
+    for (unsigned i = 0; i < kOthers; ++i) edges[i] = Difference(At(candidates, held.entries[i + 1]), origin);
+    for (unsigned i = 0; i < kOthers; ++i) {
+        for (unsigned j = 0; j < kOthers; ++j) rows[i][j] = 2 * Dot(edges[i], edges[j]) + 2 * kRegular;
         rows[i][i] += 2 * kRegular;
-        rows[i][n] = 1;
-        rows[n][i] = 1;
-        rows[i][n + 1] = -kSpread * (Dot(q[i], q[i]) + palette.bias[held.entries[i]]);
+        rows[i][kOthers] = 2 * kRegular - 2 * Dot(edges[i], origin) -
+                           (candidates.costs[held.entries[i + 1]] - candidates.costs[held.entries[0]]);
     }
-    rows[n][n + 1] = 1;
-    for (unsigned column = 0; column <= n; ++column) {
-        unsigned pivot = column;
-        for (unsigned i = column + 1; i <= n; ++i)
-            if (Magnitude(rows[i][column]) > Magnitude(rows[pivot][column])) pivot = i;
-        for (unsigned j = column; j <= n + 1; ++j) {
-            const double swapped = rows[column][j];
-            rows[column][j] = rows[pivot][j];
-            rows[pivot][j] = swapped;
-        }
-        if (rows[column][column] == 0) continue;
-        for (unsigned i = column + 1; i <= n; ++i) {
+    for (unsigned column = 0; column < kOthers; ++column)
+        for (unsigned i = column + 1; i < kOthers; ++i) {
             const double factor = rows[i][column] / rows[column][column];
-            for (unsigned j = column; j <= n + 1; ++j) rows[i][j] -= factor * rows[column][j];
+            for (unsigned j = column; j <= kOthers; ++j) rows[i][j] -= factor * rows[column][j];
         }
+    best[0] = 1;
+    for (unsigned i = kOthers; i-- > 0;) {
+        double value = rows[i][kOthers];
+        for (unsigned j = i + 1; j < kOthers; ++j) value -= rows[i][j] * best[j + 1];
+        best[i + 1] = value / rows[i][i];
+        best[0] -= best[i + 1];
     }
-    for (unsigned i = n + 1; i-- > 0;) {
-        double value = rows[i][n + 1];
-        for (unsigned j = i + 1; j <= n; ++j) value -= rows[i][j] * (j < n ? best[j] : rows[j][n + 1]);
-        value = rows[i][i] == 0 ? 0 : value / rows[i][i];
-        if (i < n)
-            best[i] = value;
-        else
-            rows[i][n + 1] = value;
+}
+
+void BestShares(const Candidates& candidates, const Shares& held, double* best) {
+    static_assert(Shares::kMost == 6);
+    switch (held.count) {
+        case 2: return BestShares<1>(candidates, held, best);
+        case 3: return BestShares<2>(candidates, held, best);
+        case 4: return BestShares<3>(candidates, held, best);
+        case 5: return BestShares<4>(candidates, held, best);
+        default: return BestShares<5>(candidates, held, best);
     }
 }
 
@@ -104,10 +152,10 @@ void Drop(Shares& held, unsigned place) {
 }
 
 // Goes from the shares held towards the best; where an entry's share comes to nothing first, drops it and starts over.
-void Settle(const MixPalette& palette, const Vector& color, Shares& held) {
+void Settle(const Candidates& candidates, Shares& held) {
     while (held.count > 1) {
         double best[Shares::kMost];
-        BestShares(palette, color, held, best);
+        BestShares(candidates, held, best);
         double way = 1;
         unsigned dropped = held.count;
         for (unsigned i = 0; i < held.count; ++i) {
@@ -124,24 +172,20 @@ void Settle(const MixPalette& palette, const Vector& color, Shares& held) {
     held.shares[0] = 1;
 }
 
-void Search(const MixPalette& palette, double blue, double green, double red, Shares& held) {
-    const Vector color = {blue, green, red};
-    double slopes[256];
-    if (held.count == 0) {
-        held.count = 1;
-        held.entries[0] = Steepest(palette, color, {0, 0, 0}, slopes);  // the nearest, as only the second term counts
-        held.shares[0] = 1;
-    }
-    Settle(palette, color, held);
+void Search(const Candidates& candidates, Shares& held) {
+    double slopes[MixPalette::kMost];
+    held.count = 1;
+    held.entries[0] = Steepest(candidates, {0, 0, 0}, slopes);  // as only the second term counts
+    held.shares[0] = 1;
     for (unsigned round = 0; round < kMostRounds; ++round) {
         Vector mean = {0, 0, 0};
         for (unsigned i = 0; i < held.count; ++i) {
-            const Vector q = Offset(palette, held.entries[i], color);
+            const Vector q = At(candidates, held.entries[i]);
             mean.blue += held.shares[i] * q.blue;
             mean.green += held.shares[i] * q.green;
             mean.red += held.shares[i] * q.red;
         }
-        const unsigned entry = Steepest(palette, color, mean, slopes);
+        const unsigned entry = Steepest(candidates, mean, slopes);
         double slope = 0;
         for (unsigned i = 0; i < held.count; ++i) {
             if (held.entries[i] == entry) return;
@@ -151,7 +195,7 @@ void Search(const MixPalette& palette, double blue, double green, double red, Sh
         held.entries[held.count] = entry;
         held.shares[held.count] = 0;
         ++held.count;
-        Settle(palette, color, held);
+        Settle(candidates, held);
     }
 }
 
@@ -169,11 +213,19 @@ void KeepFour(Shares& held) {
 }
 
 void Mix(const MixPalette& palette, double blue, double green, double red, Shares& shares) {
-    Search(palette, blue, green, red, shares);
+    Candidates candidates;
+    Choose(palette, {blue, green, red}, candidates);
+    Search(candidates, shares);
     KeepFour(shares);
+    for (unsigned i = 0; i < shares.count; ++i) shares.entries[i] = candidates.entries[shares.entries[i]];
 }
 
-constexpr DitherMixKernels kKernels = {&Mix};
+Surroundings LookAround(const MixPalette& palette, double blue, double green, double red) {
+    double distances[MixPalette::kMost];
+    return LookAround(palette, {blue, green, red}, distances);
+}
+
+constexpr DitherMixKernels kKernels = {&LookAround, &Mix};
 
 }  // namespace
 }  // namespace zpixf

@@ -6,24 +6,65 @@
 #include "palette/PackedColor.h"
 
 namespace zpixf {
+namespace {
 
-Mixer::Mixer(const RGBQUAD* entries, unsigned numEntries) {
-    palette.count = (numEntries + MixPalette::kStep - 1) / MixPalette::kStep * MixPalette::kStep;
-    std::uint32_t noise = 1;
-    for (unsigned i = 0; i < palette.count; ++i) {
-        const RGBQUAD& entry = entries[i < numEntries ? i : 0];
-        palette.blue[i] = entry.rgbBlue;
-        palette.green[i] = entry.rgbGreen;
-        palette.red[i] = entry.rgbRed;
-        noise = noise * 1664525 + 1013904223;
-        // Repeated entries, and those beyond the count, must not take the place of the first of their kind.
-        const bool isRepeated = std::any_of(entries, entries + std::min(i, numEntries), [&](const RGBQUAD& other) {
-            return PackedColor(other) == PackedColor(entry);
-        });
-        palette.bias[i] = isRepeated ? MixPalette::kMostBias : (noise >> 8) * (MixPalette::kMostBias / (1 << 24));
-        palette.squares[i] = palette.blue[i] * palette.blue[i] + palette.green[i] * palette.green[i] +
-                             palette.red[i] * palette.red[i] + palette.bias[i];
+double Blue(std::uint32_t color) { return color & 255; }
+double Green(std::uint32_t color) { return color >> 8 & 255; }
+double Red(std::uint32_t color) { return color >> 16 & 255; }
+
+bool IsGrey(const RGBQUAD& color) { return color.rgbBlue == color.rgbGreen && color.rgbGreen == color.rgbRed; }
+
+bool IsCorner(const RGBQUAD& color) {
+    const auto isEnd = [](unsigned channel) { return channel == 0 || channel == 255; };
+    return isEnd(color.rgbBlue) && isEnd(color.rgbGreen) && isEnd(color.rgbRed);
+}
+
+}  // namespace
+
+Mixer::Mixer(const RGBQUAD* entries, unsigned numEntries, double newStrength) : strength(newStrength) {
+    unsigned corners = 0;
+    for (unsigned i = 0; i < numEntries; ++i) {
+        const std::uint32_t color = PackedColor(entries[i]);
+        const bool isRepeated = std::any_of(entries, entries + i,
+                                            [color](const RGBQUAD& earlier) { return PackedColor(earlier) == color; });
+        if (isRepeated) continue;
+        palette.blue[palette.count] = Blue(color);
+        palette.green[palette.count] = Green(color);
+        palette.red[palette.count] = Red(color);
+        indices[palette.count] = static_cast<std::uint8_t>(i);
+        ++palette.count;
+        corners += IsCorner(entries[i]) ? 1 : 0;
     }
+    // Where every colour lies amid entries, its mean can be kept at little cost. Other palettes leave colours outside,
+    // or between entries that are far apart, where a near mean is not worth what it takes.
+    const bool spansAll = corners == 8 || std::all_of(entries, entries + numEntries, IsGrey);
+    palette.spread = spansAll ? 0.005 : 0.02;
+    palette.reach = spansAll || palette.count < 4 ? 0 : 1.9;
+    palette.alongGreys = spansAll ? 1.0 / 6 : 1.0 / 64;
+}
+
+// Shares change from colour to colour in proportion to the distances of the entries. Steps of a small part of these are
+// not seen in the pattern. Without strength each colour is on its own, as the nearest entry must be its very own.
+unsigned Mixer::StepAround(std::uint32_t color) const {
+    constexpr unsigned kMostStep = 4;
+    constexpr double kPart = 1.0 / 8;
+    const double fourth = kernels.lookAround(palette, Blue(color), Green(color), Red(color)).fourth;
+    unsigned step = 1;
+    while (strength > 0 && step < kMostStep && (2 * step) * (2 * step) <= kPart * kPart * fourth) step *= 2;
+    return step;
+}
+
+void Mixer::DrawToNearest(Shares& shares, unsigned nearest) const {
+    for (unsigned i = 0; i < shares.count; ++i) shares.shares[i] *= strength;
+    unsigned* place = std::find(shares.entries, shares.entries + shares.count, nearest);
+    if (place == shares.entries + Mixture::kEntries) {  // there is no room: the entry of the least share makes way
+        const double* const least = std::min_element(shares.shares, shares.shares + shares.count);
+        place = shares.entries + (least - shares.shares);
+    } else if (place == shares.entries + shares.count) {
+        shares.shares[shares.count++] = 0;
+    }
+    *place = nearest;
+    shares.shares[place - shares.entries] += 1 - strength;
 }
 
 bool Mixer::IsDarker(unsigned a, unsigned b) const {
@@ -40,35 +81,22 @@ void Mixer::Sort(Shares& shares) const {
         }
 }
 
-namespace {
-
-Shares SharesOf(const Mixture& mixture) {
+Mixture Mixer::Mix(std::uint32_t color) const {
     Shares shares{};
-    unsigned begin = 0;
-    for (unsigned i = 0; i < Mixture::kEntries; ++i) {
-        if (mixture.ends[i] == begin) continue;
-        shares.entries[shares.count] = mixture.entries[i];
-        shares.shares[shares.count] = static_cast<double>(mixture.ends[i] - begin) / kMixtureThresholds;
-        ++shares.count;
-        begin = mixture.ends[i];
-    }
-    return shares;
-}
-
-}  // namespace
-
-Mixture Mixer::Mix(int blue, int green, int red, const Mixture* start) const {
-    Shares shares = start != nullptr ? SharesOf(*start) : Shares{};
-    kernels.mix(palette, blue, green, red, shares);
+    kernels.mix(palette, Blue(color), Green(color), Red(color), shares);
+    if (strength < 1) DrawToNearest(shares, kernels.lookAround(palette, Blue(color), Green(color), Red(color)).nearest);
     Sort(shares);
     Mixture mixture{};
     double share = 0;
     for (unsigned i = 0; i < Mixture::kEntries; ++i) {
         const bool isLast = i + 1 >= shares.count;
         if (!isLast) share += shares.shares[i];
-        mixture.ends[i] = static_cast<std::uint16_t>(isLast ? kMixtureThresholds : share * kMixtureThresholds + 0.5);
-        mixture.entries[i] = static_cast<std::uint8_t>(shares.entries[isLast ? shares.count - 1 : i]);
+        if (i + 1 < Mixture::kEntries)
+            mixture.ends[i] =
+                static_cast<std::uint16_t>(isLast ? kMixtureThresholds : share * kMixtureThresholds + 0.5);
+        mixture.entries[i] = indices[shares.entries[isLast ? shares.count - 1 : i]];
     }
+    mixture.color = color | Mixture::kKnown;
     return mixture;
 }
 

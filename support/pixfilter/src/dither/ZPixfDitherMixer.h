@@ -11,17 +11,23 @@ namespace zpixf {
 /// Finds the mixtures of palette entries that look like given colours from afar.
 class Mixer {
 public:
-    /// Takes 1 to 256 entries.
-    Mixer(const RGBQUAD* entries, unsigned numEntries);
-    /// `start`, unless null, is the mixture of a colour nearby, which shortens the search.
-    Mixture Mix(int blue, int green, int red, const Mixture* start) const;
+    /// Takes 1 to 256 entries. With a strength below 1 the mixtures are drawn towards the nearest entry, which is all
+    /// that is left of them at 0.
+    Mixer(const RGBQUAD* entries, unsigned numEntries, double newStrength);
+    /// The mixture of a colour (0x00RRGGBB).
+    Mixture Mix(std::uint32_t color) const;
+    /// By how many levels, 1, 2 or 4, the colours about this one may lie apart of which mixtures are made.
+    unsigned StepAround(std::uint32_t color) const;
 
 private:
+    void DrawToNearest(Shares& shares, unsigned nearest) const;
     bool IsDarker(unsigned a, unsigned b) const;
     void Sort(Shares& shares) const;
 
     const DitherMixKernels& kernels = ActiveDitherMixKernels();
+    const double strength;
     MixPalette palette{};
+    std::array<std::uint8_t, MixPalette::kMost> indices{};  ///< of the palette's colours among the entries given
 };
 
 }  // namespace zpixf

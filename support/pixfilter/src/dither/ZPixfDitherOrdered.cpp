@@ -1,12 +1,13 @@
-// Ordered dither to any palette.
+// Ordered dither to any palette: of the mixture of entries that shows a pixel's colour, the pixel gets the one that the
+// threshold of its place names. The entries' order, from dark to light, spreads each as evenly as the pattern does its
+// thresholds.
 //
-// A palette seldom is a regular grid, so that adding a threshold and taking the nearest entry would not keep the mean.
-// Instead a colour is made of palette entries in two steps that both keep it. The first dithers each channel to the
-// lattice of 33 x 33 x 33 colours 8 levels apart. For each lattice colour there is a mixture, at most four palette
-// entries whose mean it is, made when the first pixel needs it; the second step takes the entry of it that the pixel's
-// threshold names. Their order, from dark to light, spreads each entry as evenly as the pattern does its thresholds.
+// Mixtures are made for the colours of a lattice, when the first pixel needs them. A second threshold takes the pixel's
+// colour to a colour of the lattice. Its steps are so small beside the distances of the entries that two neighbours on
+// it differ in few thresholds; where entries are close, the lattice has all colours.
 #include <array>
 
+#include "dither/BlueNoise.h"
 #include "dither/DitherKernels.h"
 #include "dither/ZPixfDitherExact.h"
 #include "dither/ZPixfDitherLines.h"
@@ -16,42 +17,39 @@
 namespace zpixf {
 namespace {
 
+using Pattern = std::array<PatternLine, kPatternSide>;
+
+/// Both thresholds of a place. Over the pattern each pair occurs once, so they do not disturb each other's means.
+struct Thresholds {
+    unsigned mixture, lattice;
+};
+
 /// What Bayer's pattern makes of the lowest six bits of a pixel's place: of each pair of bits first whether they
 /// differ, then the row's. The lowest bits of the place change most often and so count most.
-unsigned PlaceBits(unsigned x, unsigned y) {
+unsigned BayerRank(unsigned x, unsigned y) {
     unsigned bits = 0;
     for (unsigned bit = 0; bit < 6; ++bit) bits = bits << 2 | ((x ^ y) >> bit & 1) << 1 | (y >> bit & 1);
     return bits;
 }
 
-/// Of the twelve bits, from the highest on, those with a 1 here make the threshold of the mixture, the others that of
-/// the lattice. Each pair of thresholds occurs once in the pattern, so the two steps do not disturb each other's means;
-/// and bits that change the colour by more levels change more often from pixel to pixel.
-constexpr unsigned kMixtureBits = 0b111110101011;
-
-struct Thresholds {
-    unsigned mixture = 0, lattice = 0;
-};
-
-Thresholds ThresholdsAt(unsigned x, unsigned y) {
-    const unsigned place = PlaceBits(x, y);
-    Thresholds thresholds;
-    for (unsigned bit = 12; bit-- > 0;) {
-        unsigned& threshold = (kMixtureBits >> bit & 1) != 0 ? thresholds.mixture : thresholds.lattice;
-        threshold = threshold << 1 | (place >> bit & 1);
-    }
-    // Only the 7 levels of the last step see more than three bits of the lattice's threshold; they share the mixture's.
-    thresholds.lattice = thresholds.lattice << 3 | (thresholds.mixture & 7);
-    return thresholds;
+/// Within each square of 8 x 8 the thresholds of the lattice are even in any run of those of the mixture: the reverse
+/// of two bits of theirs. From square to square they are shifted, so that over all 64 x 64 each meets each.
+Thresholds BayerThresholds(unsigned x, unsigned y) {
+    const unsigned rank = BayerRank(x, y);
+    const unsigned reversed = (rank >> 6 & 1) << 1 | (rank >> 7 & 1);
+    return {rank / kLatticeThresholds, (reversed + rank) % kLatticeThresholds};
 }
 
-using Pattern = std::array<PatternLine, kPatternSide>;
+Thresholds BlueNoiseThresholds(unsigned x, unsigned y) {
+    const unsigned rank = kBlueNoise[y][x];
+    return {rank / kLatticeThresholds, rank % kLatticeThresholds};
+}
 
-Pattern MakePattern() {
+Pattern MakePattern(Thresholds (*thresholdsAt)(unsigned x, unsigned y)) {
     Pattern pattern{};
     for (unsigned y = 0; y < kPatternSide; ++y)
         for (unsigned x = 0; x < kPatternSide + kRun; ++x) {
-            const Thresholds thresholds = ThresholdsAt(x % kPatternSide, y);
+            const Thresholds thresholds = thresholdsAt(x % kPatternSide, y);
             pattern[y].lattice[x] = thresholds.lattice;
             // The lowest threshold is the first to be passed, and so goes to the lightest entry.
             pattern[y].mixture[x] = ((kMixtureThresholds - 1 - thresholds.mixture) | 0x8000) * kInThreeLanes;
@@ -59,65 +57,60 @@ Pattern MakePattern() {
     return pattern;
 }
 
-/// Coordinates of a lattice colour.
-struct LatticePlace {
-    unsigned blue, green, red;
-};
-
 class OrderedDitherer : public LineDitherer {
 public:
-    OrderedDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t newWidth)
-        : width(newWidth), exactColors(entries, numEntries), mixer(entries, numEntries) {}
+    OrderedDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t newWidth, double strength,
+                    const Pattern& newPattern)
+        : width(newWidth),
+          pattern(newPattern),
+          exactColors(entries, numEntries),
+          mixer(entries, numEntries, strength) {}
     void Dither(unsigned line, const std::uint8_t* pixels, std::uint8_t* indices) override;
 
 private:
-    const Mixture& MixtureOf(const LatticePlace& place);
+    void Prepare(std::uint32_t color, std::uint32_t latticeThreshold);
 
     const std::size_t width;
     const DitherKernels& kernels = ActiveDitherKernels();
-    const Pattern pattern = MakePattern();
+    const Pattern& pattern;
     const ExactColors exactColors;
     const Mixer mixer;
-    const std::unique_ptr<Mixture[]> mixtures = std::make_unique<Mixture[]>(kLatticeColors);  // 575 KB
+    const std::unique_ptr<Mixture[]> mixtures = std::make_unique<Mixture[]>(std::size_t{1} << kPlaceBits);
+    const std::unique_ptr<std::uint8_t[]> steps = std::make_unique<std::uint8_t[]>(kStepCells);
 };
 
 void OrderedDitherer::Dither(unsigned line, const std::uint8_t* pixels, std::uint8_t* indices) {
     const PatternLine& patternLine = pattern[line % kPatternSide];
-    const MixtureTables tables{mixtures.get(), exactColors.slots.data(), exactColors.factor, exactColors.shift};
+    const MixtureTables tables{mixtures.get(), steps.get(), exactColors.slots.data(), exactColors.factor,
+                               exactColors.shift};
     for (std::size_t x = 0;;) {
         x = kernels.ordered(tables, patternLine, pixels, x, width, indices);
         if (x == width) return;
-        const std::uint32_t threshold = patternLine.lattice[x % kPatternSide];
-        const std::uint8_t* pixel = pixels + 4 * x;
-        MixtureOf({LatticeCoordinate(pixel[0], threshold), LatticeCoordinate(pixel[1], threshold),
-                   LatticeCoordinate(pixel[2], threshold)});
+        Prepare(PixelColor(pixels + 4 * x), patternLine.lattice[x % kPatternSide]);
     }
 }
 
-// The search begins with the mixture of the lattice colour that lacks the lowest bit of all three coordinates, which
-// may have to be made first. So a mixture does not depend on what else is in the picture.
-const Mixture& OrderedDitherer::MixtureOf(const LatticePlace& place) {
-    Mixture& mixture = mixtures[(place.red * kLatticeSide + place.green) * kLatticeSide + place.blue];
-    if (mixture.ends[Mixture::kEntries - 1] != 0) return mixture;
-    const unsigned bits = place.blue | place.green | place.red;
-    const Mixture* start = nullptr;
-    if (bits != 0) {
-        const unsigned kept = ~(bits & (0u - bits));
-        start = &MixtureOf({place.blue & kept, place.green & kept, place.red & kept});
-    }
-    return mixture = mixer.Mix(LatticeLevel(place.blue), LatticeLevel(place.green), LatticeLevel(place.red), start);
+/// Makes what the kernel lacks for a pixel. A mixture depends on its colour alone, and not on what had its place
+/// before.
+void OrderedDitherer::Prepare(std::uint32_t color, std::uint32_t latticeThreshold) {
+    std::uint8_t& step = steps[CellOf(color)];
+    if (step == 0) step = static_cast<std::uint8_t>(mixer.StepAround((color & 0xF8F8F8) | 0x040404));
+    const std::uint32_t latticeColor = LatticeColor(color, step, latticeThreshold);
+    mixtures[latticeColor * kPlaceFactor >> kPlaceShift] = mixer.Mix(latticeColor);
 }
 
 }  // namespace
 
 std::unique_ptr<LineDitherer> MakeOrderedDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width,
-                                                  double) {
-    return std::make_unique<OrderedDitherer>(entries, numEntries, width);
+                                                  double strength) {
+    static const Pattern bayer = MakePattern(&BayerThresholds);
+    return std::make_unique<OrderedDitherer>(entries, numEntries, width, strength, bayer);
 }
 
 std::unique_ptr<LineDitherer> MakeBlueNoiseDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width,
-                                                    double) {
-    return std::make_unique<OrderedDitherer>(entries, numEntries, width);
+                                                    double strength) {
+    static const Pattern blueNoise = MakePattern(&BlueNoiseThresholds);
+    return std::make_unique<OrderedDitherer>(entries, numEntries, width, strength, blueNoise);
 }
 
 ZPixfDitherOrdered::ZPixfDitherOrdered() = default;

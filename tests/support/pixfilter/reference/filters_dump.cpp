@@ -375,6 +375,16 @@ void DumpQuantizer(const char* name) {
     for (const CountedColors& colors : kLeavingEntriesWithoutPixels) dump(LineOf(colors), colors.desired, 8);
 }
 
+/// Indices into the pixels of `entries`.
+zpixf::ZPixFormat IndicesOf(const Picture& picture, unsigned bits, const Picture& entries) {
+    zpixf::ZPixFormat format = Indices(picture, bits);
+    std::vector<RGBQUAD> palette;
+    for (std::size_t i = 0; i < entries.pixels.size(); i += 4)
+        palette.push_back({entries.pixels[i], entries.pixels[i + 1], entries.pixels[i + 2], 0});
+    format.FillColorTable(static_cast<unsigned>(palette.size()), palette.data());
+    return format;
+}
+
 template <class Filter>
 void DumpDitherer(const char* name) {
     const std::string words = std::string("filter=ditherer by=") + name;
@@ -384,12 +394,7 @@ void DumpDitherer(const char* name) {
     };
     const auto dumpOwn = [&](const Picture& picture, unsigned bits, const Picture& entries) {
         Filter filter;
-        zpixf::ZPixFormat format = Indices(picture, bits);
-        std::vector<RGBQUAD> palette;
-        for (std::size_t i = 0; i < entries.pixels.size(); i += 4)
-            palette.push_back({entries.pixels[i], entries.pixels[i + 1], entries.pixels[i + 2], 0});
-        format.FillColorTable(static_cast<unsigned>(palette.size()), palette.data());
-        Dump(words + " given=own", filter, picture, format);
+        Dump(words + " given=own", filter, picture, IndicesOf(picture, bits, entries));
     };
     for (const Colors colors : {Colors::noise, Colors::shades})
         for (const Alpha alpha : {Alpha::opaque, Alpha::holes}) {
@@ -413,6 +418,19 @@ void DumpDitherer(const char* name) {
     dumpOwn(own, 8, own);  // all colours are the palette's
 }
 
+template <class Filter>
+void DumpStrengths(const char* name) {
+    const Picture entries = Make(9, 1, Colors::noise, Alpha::none);
+    for (const auto& [strength, text] : {std::pair{0.0, "0"}, {0.25, "0.4"}, {0.75, "0.c"}})
+        for (const Colors colors : {Colors::noise, Colors::shades}) {
+            Filter filter;
+            filter.SetStrength(strength);
+            const Picture picture = Make(23, 9, colors, Alpha::opaque);
+            Dump(std::string("filter=ditherer given=own by=") + name + " strength=" + text, filter, picture,
+                 IndicesOf(picture, 8, entries));
+        }
+}
+
 }  // namespace
 
 int main() {
@@ -427,5 +445,8 @@ int main() {
     DumpQuantizer<zpixf::ZPixfQuantizeMedian8>("median8");
     DumpQuantizer<zpixf::ZPixfQuantizePopularity>("popularity");
     DumpDitherer<zpixf::ZPixfDitherOrdered>("ordered");
+    DumpDitherer<zpixf::ZPixfDitherBlueNoise>("blue-noise");
+    DumpStrengths<zpixf::ZPixfDitherOrdered>("ordered");
+    DumpStrengths<zpixf::ZPixfDitherBlueNoise>("blue-noise");
     DumpDitherer<zpixf::ZPixfDitherDiffuse>("diffuse");
 }

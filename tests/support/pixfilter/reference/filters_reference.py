@@ -6,6 +6,7 @@
 The functions follow the document, section by section, and nothing else: plain words, no shortcuts. A picture is a list
 of lines of pixels (B, G, R, A). Whole numbers are Python's, of any size; floats are IEEE doubles, one rounding a step.
 """
+import functools
 import math
 import subprocess
 import sys
@@ -442,114 +443,192 @@ def to_luma(picture):
     return [[(luma(*pixel[:3]),) * 3 + pixel[3:] for pixel in line] for line in picture]
 
 
-def ditherer(picture, by, palette):
+def ditherer(picture, by, palette, strength):
     shown = to_luma(picture) if all(b == g == r for b, g, r in palette) else picture
-    return palette, {"ordered": ordered, "diffuse": diffuse}[by](shown, palette)
+    if by == "diffuse":
+        return palette, diffuse(shown, palette)
+    return palette, ordered(shown, palette, {"ordered": bayer_thresholds, "blue-noise": blue_noise_thresholds}[by], strength)
 
 
-def thresholds_at(x, y):
-    """Of the mixture (0 .. 511) and of the lattice (0 .. 63)."""
-    bits = []
+def bayer_thresholds(x, y):
+    """Of the mixture (0 .. 1023) and of the lattice (0 .. 3)."""
+    rank = 0
     for i in range(6):
-        bits += [(x >> i ^ y >> i) & 1, y >> i & 1]
-    number = lambda places: sum(bits[place - 1] << n for n, place in enumerate(reversed(places)))
-    mixture = number((1, 2, 3, 4, 5, 7, 9, 11, 12))
-    return mixture, number((6, 8, 10)) * 8 + mixture % 8
+        rank = 4 * rank + 2 * ((x >> i ^ y >> i) & 1) + (y >> i & 1)
+    return rank // 4, (2 * (rank >> 6 & 1) + (rank >> 7 & 1) + rank) % 4
 
 
-def lattice_coordinate(level, threshold):
-    base, way = level // 8, level % 8
-    e = 8 * way if base < 31 else (2 * 64 * way + 7) // 14
-    return base + (e > threshold)
+def bell(sigma, side):
+    away = lambda d: min(d, side - d) ** 2
+    return [[round(2 ** 40 * math.exp(-(away(dx) + away(dy)) / (2 * sigma ** 2))) for dx in range(side)]
+            for dy in range(side)]
 
 
-def lattice_level(coordinate):
-    return min(8 * coordinate, 255)
+class Spots:
+    """Places of a square that are set, with the sums of the bells around them."""
+
+    def __init__(self, places):
+        self.bell, self.set, self.sums = bell(1.5, 64), set(), [0] * 4096
+        for place in places:
+            self.turn(place)
+
+    def turn(self, place):
+        sign = -1 if place in self.set else 1
+        self.set ^= {place}
+        for other in range(4096):
+            self.sums[other] += sign * self.bell[(other // 64 - place // 64) % 64][(other - place) % 64]
+
+    def cluster(self):
+        return max(sorted(self.set), key=lambda place: self.sums[place])
+
+    def void(self):
+        return min((place for place in range(4096) if place not in self.set), key=lambda place: self.sums[place])
 
 
-def ordered(picture, palette):
-    mixer = Mixer(palette)
+@functools.lru_cache(None)
+def blue_noise():
+    state, first = 1, []
+    while len(first) < 409:
+        state = (1664525 * state + 1013904223) % 2 ** 32
+        if state >> 20 not in first:
+            first.append(state >> 20)
+    spots = Spots(first)
+    while True:
+        cluster = spots.cluster()
+        spots.turn(cluster)
+        void = spots.void()
+        spots.turn(void)
+        if void == cluster:
+            break
+    first, ranks = set(spots.set), {}
+    for rank in reversed(range(409)):
+        ranks[spots.cluster()] = rank
+        spots.turn(spots.cluster())
+    spots = Spots(first)
+    for rank in range(409, 4096):
+        ranks[spots.void()] = rank
+        spots.turn(spots.void())
+    return ranks
+
+
+def blue_noise_thresholds(x, y):
+    return divmod(blue_noise()[64 * y + x], 4)
+
+
+def lattice_level(level, step, threshold):
+    base = level // step * step
+    length = min(step, 255 - base)
+    return base + (length if 4 * (level - base) > threshold * length else 0)
+
+
+def ordered(picture, palette, thresholds_at, strength):
+    mixer = Mixer(palette, strength)
     result = []
     for y, line in enumerate(picture):
         indices = []
         for x, pixel in enumerate(line):
-            mixture_threshold, lattice_threshold = thresholds_at(x % 64, y % 64)
-            if pixel[:3] in palette:
-                indices.append(palette.index(pixel[:3]))
+            color = pixel[:3]
+            if color in palette:
+                indices.append(palette.index(color))
                 continue
-            place = tuple(lattice_coordinate(level, lattice_threshold) for level in pixel[:3])
-            entries, ends = mixer.mixture_of(place)
-            indices.append(entries[sum(end <= 511 - mixture_threshold for end in ends)])
+            mixture_threshold, lattice_threshold = thresholds_at(x % 64, y % 64)
+            step = mixer.step_around(tuple(level // 8 * 8 + 4 for level in color))
+            entries, ends = mixer.mixture_of(tuple(lattice_level(v, step, lattice_threshold) for v in color))
+            indices.append(palette.index(entries[sum(end <= 1023 - mixture_threshold for end in ends)]))
         result.append(indices)
     return result
 
 
-SPREAD, REGULAR, TOLERANCE = 1e-4, 1e-8, 1e-7
+REGULAR, TOLERANCE = 1e-8, 1e-7
+
+
+def squared_distance(a, b):
+    return sum((p - q) ** 2 for p, q in zip(a, b))
 
 
 class Mixer:
     """The search for mixtures, operation by operation as the document lists it."""
 
-    def __init__(self, palette):
-        self.palette = palette
-        self.bias, noise = [], 1
-        for i, entry in enumerate(palette):
-            noise = (noise * 1664525 + 1013904223) % 2 ** 32
-            self.bias.append(2.0 if entry in palette[:i] else (noise >> 8) * 2.0 ** -23)
-        self.squares = [float(sum(v * v for v in entry)) + bias for entry, bias in zip(palette, self.bias)]
-        self.mixtures = {}
+    def __init__(self, palette, strength):
+        self.strength = strength
+        self.palette = list(dict.fromkeys(palette))
+        corners = sum(all(v in (0, 255) for v in entry) for entry in self.palette)
+        spans_all = corners == 8 or all(b == g == r for b, g, r in palette)
+        self.spread = 0.005 if spans_all else 0.02
+        self.reach = 0.0 if spans_all or len(self.palette) < 4 else 1.9
+        self.along_greys = 1.0 / 6 if spans_all else 1.0 / 64
+        self.mixtures, self.steps = {}, {}
 
-    def mixture_of(self, place):
-        """Entries from dark to light, and at which of 512 parts the share of each ends."""
-        if place not in self.mixtures:
-            bits = place[0] | place[1] | place[2]
-            held = []
-            if bits:
-                kept = ~(bits & -bits)
-                entries, ends = self.mixture_of(tuple(coordinate & kept for coordinate in place))
-                begins = [0] + ends[:-1]
-                held = [[entry, (end - begin) / 512] for entry, begin, end in zip(entries, begins, ends) if end > begin]
-            self.mixtures[place] = self.in_parts(self.search([lattice_level(c) for c in place], held))
-        return self.mixtures[place]
+    def fourth(self, color):
+        return sorted(squared_distance(entry, color) for entry in self.palette)[:4][-1]
 
-    def in_parts(self, held):
-        luma = lambda entry: thousandfold_luma(self.palette[entry])
-        held.sort(key=lambda share: (luma(share[0]), share[0]))
-        ends, total = [], 0.0
-        for _, share in held[:-1]:
-            total += share
-            ends.append(int(total * 512 + 0.5))
-        return [entry for entry, _ in held], ends + [512]
+    def step_around(self, color):
+        if color not in self.steps:
+            fourth = self.fourth(color)
+            self.steps[color] = 1 if self.strength == 0 or fourth < 256 else 2 if fourth < 1024 else 4
+        return self.steps[color]
 
-    def offset(self, entry, color):
-        return [p - c for p, c in zip(self.palette[entry], color)]
+    def mixture_of(self, color):
+        """Entries from dark to light, and at which of 1024 parts the share of each ends."""
+        if color not in self.mixtures:
+            self.choose(color)
+            held = [[self.candidates[place][0], share] for place, share in self.search()]
+            if self.strength < 1:
+                self.draw_to_nearest(held, nearest(self.palette, color))
+            held.sort(key=lambda share: (thousandfold_luma(self.palette[share[0]]), share[0]))
+            ends, total = [], 0.0
+            for _, share in held[:-1]:
+                total += share
+                ends.append(int(total * 1024 + 0.5))
+            self.mixtures[color] = [self.palette[entry] for entry, _ in held], ends + [1024]
+        return self.mixtures[color]
 
-    def steepest(self, color, mean):
-        factors = [2 * (m - SPREAD * c) for m, c in zip(mean, color)]
-        slopes = []
-        for entry, square in zip(self.palette, self.squares):
-            slopes.append(entry[0] * factors[0] + entry[1] * factors[1] + entry[2] * factors[2] + SPREAD * square)
-        return min(range(len(slopes)), key=lambda i: (slopes[i], i % 8, i)), slopes
+    def draw_to_nearest(self, held, entry):
+        for share in held:
+            share[1] *= self.strength
+        places = [place for place, share in enumerate(held) if share[0] == entry]
+        if not places and len(held) == 4:
+            places = [min(range(4), key=lambda i: held[i][1])]
+        elif not places:
+            held.append([entry, 0.0])
+            places = [len(held) - 1]
+        held[places[0]] = [entry, held[places[0]][1] + (1 - self.strength)]
 
-    def search(self, color, held):
-        if not held:
-            held = [[self.steepest(color, [0.0, 0.0, 0.0])[0], 1.0]]
-        self.settle(color, held)
+    def choose(self, color):
+        """The candidates: entry, offset from the colour, cost."""
+        self.candidates = []
+        limit = self.reach * self.reach * self.fourth(color)
+        for i, entry in enumerate(self.palette):
+            distance = squared_distance(entry, color)
+            if self.reach > 0 and distance >= limit:
+                continue
+            way = distance / limit if self.reach > 0 else 0.0
+            q = [p - c for p, c in zip(entry, color)]
+            along = float(sum(q))
+            cost = self.spread * ((distance - self.along_greys * (along * along)) * (1 / (1 - way * way)))
+            self.candidates.append((i, q, cost))
+
+    def steepest(self, mean):
+        factors = [2 * m for m in mean]
+        slopes = [q[0] * factors[0] + q[1] * factors[1] + q[2] * factors[2] + cost for _, q, cost in self.candidates]
+        return slopes.index(min(slopes)), slopes
+
+    def search(self):
+        held = [[self.steepest([0.0, 0.0, 0.0])[0], 1.0]]
         for _ in range(64):
             mean = [0.0, 0.0, 0.0]
-            for entry, share in held:
-                q = self.offset(entry, color)
-                mean = [m + share * v for m, v in zip(mean, q)]
-            entry, slopes = self.steepest(color, mean)
-            if any(other == entry for other, _ in held):
+            for place, share in held:
+                mean = [m + share * v for m, v in zip(mean, self.candidates[place][1])]
+            new, slopes = self.steepest(mean)
+            if any(other == new for other, _ in held):
                 break
             slope = 0.0
             for other, share in held:
                 slope += share * slopes[other]
-            if slopes[entry] >= slope - TOLERANCE or len(held) == 6:
+            if slopes[new] >= slope - TOLERANCE or len(held) == 6:
                 break
-            held.append([entry, 0.0])
-            self.settle(color, held)
+            held.append([new, 0.0])
+            self.settle(held)
         while len(held) > 4:
             smallest = min(range(len(held)), key=lambda i: held[i][1])
             rest = 1 - held.pop(smallest)[1]
@@ -557,9 +636,9 @@ class Mixer:
                 share[1] /= rest
         return held
 
-    def settle(self, color, held):
+    def settle(self, held):
         while len(held) > 1:
-            best = self.best_shares(color, [entry for entry, _ in held])
+            best = self.best_shares([place for place, _ in held])
             way, dropped = 1.0, None
             for i, (_, share) in enumerate(held):
                 if best[i] > 0:
@@ -574,31 +653,29 @@ class Mixer:
             held.pop(dropped)
         held[0][1] = 1.0
 
-    def best_shares(self, color, entries):
-        n = len(entries)
-        q = [self.offset(entry, color) for entry in entries]
+    def best_shares(self, places):
+        _, origin, first_cost = self.candidates[places[0]]
+        others = [self.candidates[place] for place in places[1:]]
+        n = len(others)
         dot = lambda a, b: float(a[0] * b[0] + a[1] * b[1] + a[2] * b[2])
-        rows = [[2 * dot(q[i], q[j]) for j in range(n)] + [1.0, -SPREAD * (dot(q[i], q[i]) + self.bias[entries[i]])]
-                for i in range(n)]
+        edges = [[v - o for v, o in zip(q, origin)] for _, q, _ in others]
+        rows = [[2 * dot(a, b) + 2 * REGULAR for b in edges] + [2 * REGULAR - 2 * dot(a, origin) - (cost - first_cost)]
+                for a, (_, _, cost) in zip(edges, others)]
         for i in range(n):
             rows[i][i] += 2 * REGULAR
-        rows.append([1.0] * n + [0.0, 1.0])
-        for column in range(n + 1):
-            pivot = first_largest(range(column, n + 1), lambda i: abs(rows[i][column])) + column
-            rows[column], rows[pivot] = rows[pivot], rows[column]
-            if rows[column][column] == 0:
-                continue
-            for i in range(column + 1, n + 1):
+        for column in range(n):
+            for i in range(column + 1, n):
                 factor = rows[i][column] / rows[column][column]
-                for j in range(column, n + 2):
+                for j in range(column, n + 1):
                     rows[i][j] -= factor * rows[column][j]
-        solution = [0.0] * (n + 1)
-        for i in range(n, -1, -1):
-            value = rows[i][n + 1]
-            for j in range(i + 1, n + 1):
-                value -= rows[i][j] * solution[j]
-            solution[i] = value / rows[i][i] if rows[i][i] else 0.0
-        return solution[:n]
+        best = [1.0] + [0.0] * n
+        for i in range(n - 1, -1, -1):
+            value = rows[i][n]
+            for j in range(i + 1, n):
+                value -= rows[i][j] * best[j + 1]
+            best[i + 1] = value / rows[i][i]
+            best[0] -= best[i + 1]
+        return best
 
 
 def most_error(palette):
@@ -698,10 +775,10 @@ class Record:
         if filter_name == "quantizer":
             return quantizer(self.input, words["by"], int(words["colors"]))
         if filter_name == "ditherer":
-            if words["given"] == "own":
-                return ditherer(self.input, words["by"], [entry[:3] for entry in self.palette])
-            room = 256 if self.bits == 32 else 1 << self.bits
-            return ditherer(self.input, words["by"], fixed_palette(int(words["given"]) or room))
+            palette = [entry[:3] for entry in self.palette]
+            if words["given"] != "own":
+                palette = fixed_palette(int(words["given"]) or (256 if self.bits == 32 else 1 << self.bits))
+            return ditherer(self.input, words["by"], palette, float.fromhex(words.get("strength", "1")))
         raise ValueError("no such filter: " + filter_name)
 
     def difference(self):
