@@ -1,29 +1,12 @@
 #include "palette/ColorBoxes.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace zpixf {
+namespace {
 
 // Floating-point expressions here are one operation long: what is stored between them cannot be contracted, so that
 // they give the same on every processor.
-
-double Gain(const ColorPoint& a, const ColorPoint& b) {
-    const double weightA = static_cast<double>(a.weight), weightB = static_cast<double>(b.weight);
-    double square = 0;
-    for (unsigned c = 0; c < 3; ++c) {
-        const double meanA = static_cast<double>(a.sum[c]) / weightA;
-        const double meanB = static_cast<double>(b.sum[c]) / weightB;
-        const double difference = meanA - meanB;
-        const double squared = difference * difference;
-        square += squared;
-    }
-    const double product = weightA * weightB;
-    const double share = product / static_cast<double>(a.weight + b.weight);
-    return square * share;
-}
-
-namespace {
 
 /// Where a box can be cut: between the points with mean[channel] < from and the others.
 struct Cut {
@@ -88,6 +71,22 @@ Cut MedianCut(const Box& box) {
     return cut;
 }
 
+/// How much less the squared distances to the means are for two parts than for the whole.
+double Gain(const ColorPoint& a, const ColorPoint& b) {
+    const double weightA = static_cast<double>(a.weight), weightB = static_cast<double>(b.weight);
+    double square = 0;
+    for (unsigned c = 0; c < 3; ++c) {
+        const double meanA = static_cast<double>(a.sum[c]) / weightA;
+        const double meanB = static_cast<double>(b.sum[c]) / weightB;
+        const double difference = meanA - meanB;
+        const double squared = difference * difference;
+        square += squared;
+    }
+    const double product = weightA * weightB;
+    const double share = product / static_cast<double>(a.weight + b.weight);
+    return square * share;
+}
+
 Cut VarianceCut(const Box& box) {
     const Extent extent = ExtentOf(box);
     Cut best;
@@ -113,28 +112,36 @@ Box MakeBox(ColorPoint* first, ColorPoint* last, const ColorPoint& total, CutRul
     return box;
 }
 
+ColorPoint TotalOf(const ColorPoint* first, const ColorPoint* last) {
+    ColorPoint total;
+    for (const ColorPoint* point = first; point != last; ++point) Add(total, *point);
+    return total;
+}
+
+/// Puts the lower part's points first. Returns where the upper part's begin.
+ColorPoint* PartAt(const Cut& cut, ColorPoint* first, ColorPoint* last) {
+    return std::partition(first, last, [&](const ColorPoint& point) { return point.mean[cut.channel] < cut.from; });
+}
+
 }  // namespace
 
 std::vector<ColorPoint> CutIntoBoxes(std::vector<ColorPoint>& points, std::size_t count, CutRule rule) {
-    ColorPoint total;
-    for (const ColorPoint& point : points) Add(total, point);
+    ColorPoint *const first = points.data(), *const last = first + points.size();
     std::vector<Box> boxes;
     boxes.reserve(count);
-    boxes.push_back(MakeBox(points.data(), points.data() + points.size(), total, rule));
+    boxes.push_back(MakeBox(first, last, TotalOf(first, last), rule));
     const auto isOfLessUse = [](const Box& a, const Box& b) { return a.cut.use < b.cut.use; };
     while (boxes.size() < count) {
         Box& box = *std::max_element(boxes.begin(), boxes.end(), isOfLessUse);
         if (!(box.cut.use > 0)) break;
-        const Cut cut = box.cut;
-        ColorPoint* middle = std::partition(
-            box.first, box.last, [&](const ColorPoint& point) { return point.mean[cut.channel] < cut.from; });
-        ColorPoint below;
-        for (const ColorPoint* point = box.first; point != middle; ++point) Add(below, *point);
+        ColorPoint* const middle = PartAt(box.cut, box.first, box.last);
+        const ColorPoint below = TotalOf(box.first, middle);
         const Box upper = MakeBox(middle, box.last, Difference(box.total, below), rule);
         box = MakeBox(box.first, middle, below, rule);
         boxes.push_back(upper);
     }
     std::vector<ColorPoint> sums;
+    sums.reserve(boxes.size());
     for (const Box& box : boxes) {
         sums.push_back(box.total);
         SetMean(sums.back());
@@ -142,74 +149,15 @@ std::vector<ColorPoint> CutIntoBoxes(std::vector<ColorPoint>& points, std::size_
     return sums;
 }
 
-namespace {
-
-/// A point that is put together with others.
-struct Group {
-    ColorPoint point;
-    double mean[3], weight;
-    double loss;  ///< by which the error grows in the best union
-    std::size_t partner;
-
-    explicit Group(const ColorPoint& newPoint) : point(newPoint) { Measure(); }
-    bool IsGone() const { return point.weight == 0; }
-    void Measure() {
-        weight = static_cast<double>(point.weight);
-        for (unsigned c = 0; c < 3; ++c) mean[c] = static_cast<double>(point.sum[c]) / weight;
-    }
-};
-
-/// How much more the squared distances to the means are for the union of two groups.
-double Loss(const Group& a, const Group& b) {
-    double square = 0;
-    for (unsigned c = 0; c < 3; ++c) {
-        const double difference = a.mean[c] - b.mean[c];
-        const double squared = difference * difference;
-        square += squared;
-    }
-    const double product = a.weight * b.weight;
-    const double share = product / (a.weight + b.weight);
-    return square * share;
-}
-
-void FindPartner(std::vector<Group>& groups, Group& group) {
-    group.loss = std::numeric_limits<double>::infinity();
-    for (std::size_t i = 0; i < groups.size(); ++i) {
-        if (&groups[i] == &group || groups[i].IsGone()) continue;
-        const double loss = Loss(group, groups[i]);
-        if (!(loss < group.loss)) continue;
-        group.loss = loss;
-        group.partner = i;
-    }
-}
-
-void Unite(std::vector<Group>& groups, std::size_t kept, std::size_t gone) {
-    Add(groups[kept].point, groups[gone].point);
-    groups[kept].Measure();
-    groups[gone].point = {};
-    groups[gone].loss = std::numeric_limits<double>::infinity();
-    for (std::size_t i = 0; i < groups.size(); ++i) {
-        Group& group = groups[i];
-        if (!group.IsGone() && (i == kept || group.partner == kept || group.partner == gone))
-            FindPartner(groups, group);
-    }
-}
-
-}  // namespace
-
-std::vector<ColorPoint> MergeInPairs(const std::vector<ColorPoint>& points, std::size_t count) {
-    std::vector<Group> groups(points.begin(), points.end());
-    for (Group& group : groups) FindPartner(groups, group);
-    const auto losesLess = [](const Group& a, const Group& b) { return a.loss < b.loss; };
-    for (std::size_t left = groups.size(); left > count; --left) {
-        const auto best = std::min_element(groups.begin(), groups.end(), losesLess);
-        Unite(groups, static_cast<std::size_t>(best - groups.begin()), best->partner);
-    }
-    std::vector<ColorPoint> merged;
-    for (const Group& group : groups)
-        if (!group.IsGone()) merged.push_back(group.point);
-    for (ColorPoint& point : merged) SetMean(point);
-    return merged;
+TwoParts CutInTwo(ColorPoint* first, ColorPoint* last) {
+    const Box box = MakeBox(first, last, TotalOf(first, last), CutRule::variance);
+    TwoParts parts;
+    parts.gain = box.cut.use;
+    if (!(parts.gain > 0)) return parts;
+    ColorPoint* const middle = PartAt(box.cut, first, last);
+    parts.lower = TotalOf(first, middle);
+    parts.upper = TotalOf(middle, last);
+    return parts;
 }
 
 }  // namespace zpixf

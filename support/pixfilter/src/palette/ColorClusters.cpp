@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <numeric>
 #include <utility>
 
 #include "palette/ColorBoxes.h"
@@ -111,8 +112,8 @@ std::uint32_t ColorClusters::NearestTo(const Point& point, std::uint32_t guess) 
     return nearest;
 }
 
-std::vector<ColorClusters::Sum> ColorClusters::Sums() const {
-    std::vector<Sum> sums(centers.size());
+ColorClusters::Sums ColorClusters::SumUp() const {
+    Sums sums{};
     for (std::size_t i = 0; i < points.size(); ++i) {
         const Point& point = points[i];
         Sum& sum = sums[clusters[i]];
@@ -124,7 +125,7 @@ std::vector<ColorClusters::Sum> ColorClusters::Sums() const {
 
 /// Returns whether any centre moved.
 bool ColorClusters::MoveToMeans() {
-    const std::vector<Sum> sums = Sums();
+    const Sums sums = SumUp();
     bool hasMoved = false;
     for (std::size_t i = 0; i < centers.size(); ++i) {
         if (sums[i].weight == 0) continue;
@@ -138,7 +139,7 @@ bool ColorClusters::MoveToMeans() {
 struct ColorClusters::Swap {
     double gain;
     std::size_t removed, cut;
-    FineColor parts[2];
+    FineColor lower, upper;
 };
 
 /// How much the error grows, for each centre, if its points go to the nearest of the others.
@@ -155,18 +156,29 @@ std::vector<double> ColorClusters::CostsOfRemoval() const {
     return costs;
 }
 
+/// What the clusters hold, one after the other, and where each begins: one place more than there are.
+ColorClusters::Members ColorClusters::GatherMembers() const {
+    Members members{std::vector<ColorPoint>(points.size()), std::vector<std::size_t>(centers.size() + 1)};
+    for (const std::uint8_t cluster : clusters) ++members.begins[cluster + 1u];
+    std::partial_sum(members.begins.begin(), members.begins.end(), members.begins.begin());
+    std::vector<std::size_t> next = members.begins;
+    for (std::size_t i = 0; i < points.size(); ++i) members.points[next[clusters[i]]++] = colors[i];
+    return members;
+}
+
 std::vector<ColorClusters::Swap> ColorClusters::BestSwaps() const {
-    std::vector<std::vector<ColorPoint>> members(centers.size());
-    for (std::size_t i = 0; i < points.size(); ++i) members[clusters[i]].push_back(colors[i]);
+    Members members = GatherMembers();
     const std::vector<double> costs = CostsOfRemoval();
     std::vector<Swap> swaps;
+    swaps.reserve(centers.size() * centers.size());
     for (std::size_t cut = 0; cut < centers.size(); ++cut) {
-        if (members[cut].size() < 2) continue;
-        const std::vector<ColorPoint> parts = CutIntoBoxes(members[cut], 2, CutRule::variance);
-        const double gain = Gain(parts[0], parts[1]) * (kFine * kFine);
+        ColorPoint* const first = members.points.data();
+        const TwoParts parts = CutInTwo(first + members.begins[cut], first + members.begins[cut + 1]);
+        if (!(parts.gain > 0)) continue;
+        const FineColor lower = FineMean(parts.lower), upper = FineMean(parts.upper);
+        const double gain = parts.gain * (kFine * kFine);
         for (std::size_t removed = 0; removed < centers.size(); ++removed)
-            if (removed != cut)
-                swaps.push_back({gain - costs[removed], removed, cut, {FineMean(parts[0]), FineMean(parts[1])}});
+            if (removed != cut) swaps.push_back({gain - costs[removed], removed, cut, lower, upper});
     }
     const auto promisesMore = [](const Swap& a, const Swap& b) { return a.gain > b.gain; };
     std::stable_sort(swaps.begin(), swaps.end(), promisesMore);
@@ -178,8 +190,8 @@ bool ColorClusters::Try(const Swap& swap) {
     const double before = Error();
     const std::vector<FineColor> oldCenters = centers;
     const std::vector<std::uint8_t> oldClusters = clusters;
-    centers[swap.removed] = swap.parts[0];
-    centers[swap.cut] = swap.parts[1];
+    centers[swap.removed] = swap.lower;
+    centers[swap.cut] = swap.upper;
     Assign();
     Settle(kRoundsOfATry);
     if (Error() < kWorthwhile * before) return true;

@@ -51,6 +51,11 @@ private:
     struct Sum {
         std::uint64_t weight = 0, sum[3] = {};
     };
+    using Sums = std::array<Sum, 256>;
+    struct Members {
+        std::vector<ColorPoint> points;
+        std::vector<std::size_t> begins;
+    };
     struct Swap;
 
     void Assign();
@@ -58,7 +63,8 @@ private:
     std::uint32_t NearestTo(const Point& point, std::uint32_t guess) const;
     bool MoveToMeans();
     double ErrorOf(std::size_t point) const;
-    std::vector<Sum> Sums() const;
+    Sums SumUp() const;
+    Members GatherMembers() const;
     std::vector<double> CostsOfRemoval() const;
     std::vector<Swap> BestSwaps() const;
     bool Try(const Swap& swap);

@@ -11,6 +11,7 @@
 #include "palette/ColorClusters.h"
 #include "palette/ColorRefinement.h"
 #include "palette/GreyPalette.h"
+#include "palette/PairwiseMerge.h"
 
 namespace zpixf {
 namespace {
