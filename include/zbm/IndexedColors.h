@@ -29,9 +29,9 @@ enum class Dither {
 /// How a picture becomes an indexed one. Left as it is: as many colours of its own as the format holds, not dithered.
 struct IndexedColors {
     PaletteSource source = PaletteSource::picture;
-    QuantMethod method = QuantMedian8;  ///< how colours are chosen for the picture
-    unsigned most = 0;                  ///< how many at most, not of given ones; as many as the format holds if 0
-    std::vector<shr::Color4b> entries;  ///< those given, 2 or more; without alpha
+    QuantMethod method = QuantMedian8;       ///< how colours are chosen for the picture
+    unsigned most = 0;                       ///< how many at most, not of given ones; as many as the format holds if 0
+    std::vector<shr::Color4b> entries = {};  ///< those given, 2 or more; without alpha
     Dither dither = Dither::none;
     double strength = 1;  ///< of the dither: 0, nothing is seen of it, to 1
 };

@@ -88,7 +88,6 @@ std::optional<zbm::IndexedColors> IndexedColorsFor(const ColorChoice& choice, sh
     zbm::IndexedColors colors{.source = SourceOf(choice),
                               .method = MethodOf(choice),
                               .most = choice.most.value_or(0),
-                              .entries = {},
                               .dither = DitherOf(choice),
                               .strength = choice.strength.value_or(1)};
     if (IsFile(choice)) colors.entries = ReadEntries(ZString::FromUtf8(*choice.palette), format);
