@@ -66,7 +66,7 @@ function(zbm_add_library name)
     zbm_set_warnings(${internals})
     target_compile_definitions(${internals} PUBLIC ${arg_STEM}_EXPORTS)
     target_include_directories(${internals} PUBLIC "${arg_SOURCES}" $<BUILD_INTERFACE:${arg_INCLUDE}>)
-    target_link_libraries(${internals} PUBLIC ${arg_PUBLIC} ${arg_PRIVATE} zbm_cpu)
+    target_link_libraries(${internals} PUBLIC ${arg_PUBLIC} ${arg_PRIVATE} zbm_cpu zbm_simd)
 
     add_library(${name} $<TARGET_OBJECTS:${internals}>)
     add_library(ZBMLib2::${name} ALIAS ${name})

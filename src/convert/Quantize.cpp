@@ -28,14 +28,21 @@ void FillColorTable(const PixelRows& dst, const zpixf::ZPixFormat& format) {
     shr::CopyRGBQUADToColor4b(dst.colorTable, format.GetColors(), count, false);
 }
 
-/// The filters tell of failures by their results; callers of ConvertPixels must not take what was not written for
-/// pixels.
-[[noreturn]] void RaiseErrorOf(const zpixf::ZPixFilterBase& filter) {
+}  // namespace
+
+zpixf::ZPixfType QuantizerOf(QuantMethod method, Check isMethod) {
+    switch (method) {
+        case QuantMedian5: return zpixf::ZPixfType::QuantizeMedian5;
+        case QuantMedian8: return zpixf::ZPixfType::QuantizeMedian8;
+        case QuantPopularity: return zpixf::ZPixfType::QuantizePopularity;
+    }
+    require.Fail(isMethod);
+}
+
+void RaiseErrorOf(const zpixf::ZPixFilterBase& filter) {
     throw shr::Exception(filter.GetErrorModule(), filter.GetErrorFile(), filter.GetErrorLine(),
                          filter.GetErrorDescription(), false);
 }
-
-}  // namespace
 
 void QuantizeThrough(zpixf::ZPixFilterBase& filter, const PixelRows& dst, const ConstPixelRows& src,
                      std::uint32_t width, std::uint32_t height) {

@@ -133,4 +133,10 @@ void RowSink::Free() noexcept {
     state.currentOutputRow = -1;
 }
 
+void LockedRowSink::Deliver(const ZScanRect& tile, int row, int col) {
+    const LockedTile place(bitmap, row, col);
+    *place = tile;
+    bitmap.CommitScanRect(row, col);
+}
+
 }  // namespace zbm

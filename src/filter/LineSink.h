@@ -97,4 +97,13 @@ private:
     std::optional<ZScanRect> changedTile;
 };
 
+/// Rows of tiles that go into a bitmap of any class under its locks.
+class LockedRowSink final : public RowSink {
+public:
+    using RowSink::RowSink;
+
+private:
+    void Deliver(const ZScanRect& tile, int row, int col) override;
+};
+
 }  // namespace zbm

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "core/DummyBitmap.h"
-#include "core/LockedTile.h"
 #include "core/TileReading.h"
 #include "core/checks/RunFiltersChecks.h"
 #include "filter/FilterRun.h"
@@ -31,19 +30,6 @@ public:
     }
 
     FilterState state;
-};
-
-/// Rows of tiles that go into the bitmap under its locks.
-class LockedRowSink final : public RowSink {
-public:
-    using RowSink::RowSink;
-
-private:
-    void Deliver(const ZScanRect& tile, int row, int col) override {
-        const LockedTile place(bitmap, row, col);
-        *place = tile;
-        bitmap.CommitScanRect(row, col);
-    }
 };
 
 /// Hands lines through, so that what the stage before makes of alpha is taken: that of a last stage after others is

@@ -1,6 +1,7 @@
 // The adjustments of a whole picture: each configures one filter and runs it through the virtual FilterScanLines.
 #include <memory>
 
+#include "convert/Quantize.h"
 #include "core/checks/BitmapChecks.h"
 #include "zbm/ZBitmap.h"
 #include "zpixf/MakeQuantizer.h"
@@ -16,15 +17,6 @@ constexpr const wchar_t* kFiltering = L"Filtering image...";
 
 /// False for what is no number, too.
 bool IsAmount(double amount) { return amount >= -1.0 && amount <= 1.0; }
-
-zpixf::ZPixfType QuantizerOf(QuantMethod method) {
-    switch (method) {
-        case QuantMedian5: return zpixf::ZPixfType::QuantizeMedian5;
-        case QuantMedian8: return zpixf::ZPixfType::QuantizeMedian8;
-        case QuantPopularity: return zpixf::ZPixfType::QuantizePopularity;
-    }
-    require.Fail(BitmapCheck::quantMethod);
-}
 
 }  // namespace
 
@@ -105,7 +97,8 @@ bool ZBitmap::QuantizeColors(QuantMethod method, int numColors, std::vector<RGBQ
                              shr::IProgress* progress) {
     const shr::CScopedIProgressTask task(progress, L"Converting image color format...");
     palette.clear();
-    const auto quantizer = zpixf::MakeQuantizer(QuantizerOf(method), static_cast<unsigned>(numColors));
+    const auto quantizer =
+        zpixf::MakeQuantizer(QuantizerOf(method, BitmapCheck::quantMethod), static_cast<unsigned>(numColors));
     if (!FilterScanLines(*quantizer, progress)) return false;
     const zpixf::ZPixFormat& format = quantizer->GetOutputFormat();
     for (unsigned i = 0; i < format.GetNumColors(); ++i) {

@@ -19,6 +19,7 @@
 #include "core/checks/ColorTableMatcherChecks.h"
 #include "core/checks/DummyBitmapChecks.h"
 #include "core/checks/FileBitmapChecks.h"
+#include "core/checks/IndexedColorsChecks.h"
 #include "core/checks/MemBitmapChecks.h"
 #include "core/checks/POTCFileBitmapChecks.h"
 #include "core/checks/PixFilterPipelineChecks.h"
@@ -39,6 +40,7 @@ const CheckList* const kAllLists[] = {
     &ListOf(PixelRectCheck{}),          &ListOf(ScanRectCheck{}),       &ListOf(DummyBitmapCheck{}),
     &ListOf(RunFiltersCheck{}),         &ListOf(FileBitmapCheck{}),     &ListOf(BitmapCFileStoreCheck{}),
     &ListOf(ScanRectFileBitmapCheck{}), &ListOf(POTCFileBitmapCheck{}), &ListOf(CachedBitmapCheck{}),
+    &ListOf(IndexedColorsCheck{}),
 };
 
 struct Promised {

@@ -1,16 +1,10 @@
 #include "commands/BitmapConversion.h"
 
-#include <algorithm>
 #include <cstring>
-#include <stdexcept>
 #include <vector>
 
 #include "pictures/RowConversion.h"
-#include "pictures/TileRows.h"
-#include "zbm/CPixFilterPipeline.h"
-#include "zbm/ZBasicMemBitmap.h"
 #include "zbm/ZPixelRect.h"
-#include "zpixf/MakeQuantizer.h"
 
 namespace tool {
 
@@ -71,89 +65,6 @@ void ConvertWithAlpha(const zbm::ZBitmap& source, zbm::ZBitmap& result, const RE
     to.CommitPixels(nullptr);
 }
 
-/// The lines of a bitmap as straight BGRA, for filters; some are held at a time.
-class BgraLines {
-public:
-    BgraLines(const zbm::ZBitmap& from, unsigned passes, shr::IProgress& target)
-        : source(from),
-          progress(target),
-          bandHeight(BandHeightFor(from)),
-          allLines(1.0 * passes * from.GetPixelHeight()) {}
-
-    static bool Pull(void* lines, unsigned line, void* buffer) {
-        auto& self = *static_cast<BgraLines*>(lines);
-        const unsigned char* pixels = self.Line(static_cast<int>(line));
-        std::memcpy(buffer, pixels, std::size_t{4} * static_cast<unsigned>(self.source.GetPixelWidth()));
-        self.progress.SetProgress(self.linesGiven++ / self.allLines);
-        return true;
-    }
-
-    unsigned char* Line(int y) {
-        if (!band || y < band->GetRegionRect().top || y >= band->GetRegionRect().bottom) FetchBand(y);
-        return band->GetRowPtr(y - static_cast<int>(band->GetRegionRect().top));
-    }
-
-private:
-    void FetchBand(int y) {
-        const int top = y - y % bandHeight, height = std::min(bandHeight, source.GetPixelHeight() - top);
-        if (band)
-            band->Fetch(0, top, source.GetPixelWidth(), height, nullptr);
-        else
-            band.emplace(source, 0, top, source.GetPixelWidth(), height, shr::BGRA_32, nullptr);
-    }
-
-    /// Few lines stay in the cache; but tiles in a file are to be read seldom.
-    static int BandHeightFor(const zbm::ZBitmap& bitmap) {
-        const bool isInMemory = dynamic_cast<const zbm::ZBasicMemBitmap*>(&bitmap) != nullptr;
-        constexpr int kFewLines = 64, kMostBytes = 16 << 20;
-        return isInMemory
-                   ? kFewLines
-                   : std::max(kFewLines, std::min(bitmap.GetScanRectHeight(), kMostBytes / 4 / bitmap.GetPixelWidth()));
-    }
-
-    const zbm::ZBitmap& source;
-    shr::IProgress& progress;
-    const int bandHeight;
-    const double allLines;
-    double linesGiven = 0;
-    std::optional<zbm::ZPixelRect> band;
-};
-
-/// How often a filter reads the picture: those that choose colours do before they give them.
-unsigned PassesOf(zpixf::ZPixfType quantizer) {
-    using enum zpixf::ZPixfType;
-    return quantizer == DitherOrdered || quantizer == DitherDiffuse ? 1 : 2;
-}
-
-void RequireFilter(bool succeeded, const zpixf::ZPixFilterBase& filter) {
-    if (!succeeded) throw std::runtime_error(filter.GetErrorDescription().ToUtf8());
-}
-
-void Quantize(const zbm::ZBitmap& source, zbm::ZBitmap& result, const ColorChoice& colors, shr::IProgress& progress) {
-    const shr::ColorFormat format = result.GetColorFormat();
-    const int width = source.GetPixelWidth(), height = source.GetPixelHeight();
-    const auto columns = static_cast<unsigned>(width), lines = static_cast<unsigned>(height);
-    const zpixf::ZPixfType quantizer = colors.quantizer.value_or(zpixf::ZPixfType::QuantizeMedian8);
-    const auto filter =
-        zpixf::MakeQuantizer(quantizer, colors.most.value_or(static_cast<unsigned>(shr::ColorFmtToTblSize[format])));
-    BgraLines bgra(source, PassesOf(quantizer), progress);
-    filter->SetInputFormat(zpixf::ZPixFormat(columns, lines));
-    filter->SetOutputFormat(zpixf::ZPixFormat(columns, lines, 1, static_cast<unsigned>(shr::ColorFmtToBPP[format])));
-    filter->SetScanLineFunction(&BgraLines::Pull, &bgra);
-    RequireFilter(filter->Start(), *filter);
-
-    std::vector<unsigned char> row(shr::RowBytes(columns, format)), mask(shr::RowBytes(columns, shr::GRAYSCALE_1));
-    TileRows rows(result);
-    for (int y = 0; y < height; ++y) {
-        RequireFilter(filter->FilterScanline(static_cast<unsigned>(y), row.data()), *filter);
-        MaskOfAlpha(mask.data(), bgra.Line(y), width);
-        rows.Store(0, y, width, row.data(), mask.data());
-    }
-    rows.Finish();
-    zbm::TakePalette(result, filter->GetOutputFormat());
-    filter->Stop();
-}
-
 /// Whether indices come from the source's values without a choice of colours: grey levels index a ramp, and indices a
 /// table that is no smaller.
 bool GivesIndices(shr::ColorFormat source, shr::ColorFormat indexed) {
@@ -162,13 +73,13 @@ bool GivesIndices(shr::ColorFormat source, shr::ColorFormat indexed) {
 
 }  // namespace
 
-BitmapPtr ConvertBitmap(const zbm::ZBitmap& source, shr::ColorFormat format, const ColorChoice& colors,
-                        Workplace& place, shr::IProgress& progress) {
+BitmapPtr ConvertBitmap(const zbm::ZBitmap& source, shr::ColorFormat format,
+                        const std::optional<zbm::IndexedColors>& colors, Workplace& place, shr::IProgress& progress) {
     const shr::ColorFormat from = source.GetColorFormat();
     BitmapPtr result = place.Make(BlankLike(source, format));
     const shr::CScopedIProgressTask task(&progress, L"Converting pixels...");
-    if (IsIndexed(format) && (colors.IsGiven() || !GivesIndices(from, format))) {
-        Quantize(source, *result, colors, progress);
+    if (IsIndexed(format) && (colors || !GivesIndices(from, format))) {
+        zbm::ConvertToIndexed(source, *result, colors.value_or(zbm::IndexedColors()), &progress);
     } else if (from == format || (HasMask(from) && HasMask(format))) {
         ForEachTile(source, progress, DirectConversion(source, *result));
     } else {

@@ -10,6 +10,7 @@
 #include "commands/EditCommands.h"
 #include "commands/FileArguments.h"
 #include "commands/FormatNames.h"
+#include "commands/PaletteFile.h"
 #include "pictures/RowConversion.h"
 
 namespace tool {
@@ -32,6 +33,13 @@ const std::map<std::string, zpixf::ZPixfType>& Quantizers() {
                                                                     {"ordered", DitherOrdered},
                                                                     {"diffuse", DitherDiffuse}};
     return quantizers;
+}
+
+const std::map<std::string, zbm::Dither>& Dithers() {
+    using enum zbm::Dither;
+    static const std::map<std::string, zbm::Dither> dithers{
+        {"none", none}, {"ordered", ordered}, {"diffusion", diffusion}, {"blue", blueNoise}};
+    return dithers;
 }
 
 const std::map<std::string, zbm::ResizeMethod>& ResizeMethods() {
@@ -107,27 +115,67 @@ Command AddUnpack(CLI::App& app) {
     return {unpack, [options](const Streams& streams) { Unpack(*options, streams); }};
 }
 
-/// Refuses a choice of colours where there is none.
+/// Refuses a choice of colours where there is none, and what does not go together.
 void CheckColorChoice(const ConvertOptions& options) {
-    const auto& [quantizer, most] = options.colors;
-    const char* const name = most ? "--colors" : "--quantizer";
-    if (!options.colors.IsGiven()) return;
-    if (!options.format || !IsIndexed(*options.format))
-        throw CLI::ValidationError(name, "only an INDEXED format has colours to find");
-    if (!most) return;
-    if (quantizer == zpixf::ZPixfType::DitherOrdered || quantizer == zpixf::ZPixfType::DitherDiffuse)
-        throw CLI::ValidationError(name, "the colours of ordered and diffuse are fixed");
-    if (const int capacity = shr::TraitsOf(*options.format).TableSize(); *most > static_cast<unsigned>(capacity))
-        throw CLI::ValidationError(name, "the format has at most " + std::to_string(capacity));
+    if (const auto wrong = FindWrongChoice(options.colors, options.format))
+        throw CLI::ValidationError(wrong->option, wrong->reason);
+    if (options.paletteOutput && options.format && !IsIndexed(*options.format))
+        throw CLI::ValidationError("--write-palette", "only an INDEXED format has a palette");
+}
+
+std::string CheckPaletteFile(const std::string& name) {
+    if (PaletteFormatOf(ZString::FromUtf8(name))) return "";
+    return "\"" + name + "\" is no name of a palette file, .act or .gpl";
+}
+
+std::string CheckPalette(const std::string& text) {
+    if (text == kPicturePalette || text == kFixedPalette || CheckPaletteFile(text).empty()) return "";
+    return "\"" + text + "\" is neither picture nor fixed nor the name of a palette file, .act or .gpl";
+}
+
+/// Between two numbers. Written so that what is no number at all (nan) is refused.
+CLI::Validator InRange(double least, double most) {
+    const auto check = [least, most](const std::string& text) -> std::string {
+        double amount = 0;
+        const bool isNumber = CLI::detail::lexical_cast(text, amount);
+        if (isNumber && amount >= least && amount <= most) return "";
+        return "\"" + text + "\" is no number from " + std::to_string(static_cast<int>(least)) + " to " +
+               std::to_string(static_cast<int>(most));
+    };
+    return {check, ""};
+}
+
+void AddDither(CLI::App* convert, ColorChoice& colors) {
+    AddChoice(convert, "--dither", colors.dither, Dithers(), "DITHER",
+              "How other colours than the palette's are shown: none (the default), ordered, diffusion or blue (noise)");
+    convert->add_option("--strength", colors.strength, "How strong the dither is, 0 to 1 (the default)")
+        ->type_name("AMOUNT")
+        ->check(InRange(0, 1));
+}
+
+void AddPalettes(CLI::App* convert, ConvertOptions& options) {
+    convert
+        ->add_option("--palette", options.colors.palette,
+                     "The colours of an indexed format: picture (its own, the default), fixed, or those of a palette "
+                     "file, .act or .gpl")
+        ->type_name("PALETTE")
+        ->check(CheckPalette);
+    const auto takeOutput = [&options](const std::string& name) { options.paletteOutput = ZString::FromUtf8(name); };
+    convert
+        ->add_option_function<std::string>("--write-palette", takeOutput,
+                                           "Also write the colours of the result, a palette file (.act or .gpl)")
+        ->type_name("FILE")
+        ->check(CheckPaletteFile);
 }
 
 /// The options must outlive the parsing.
 void AddColorChoice(CLI::App* convert, ConvertOptions& options) {
+    AddPalettes(convert, options);
+    AddDither(convert, options.colors);
     AddChoice(convert, "--quantizer", options.colors.quantizer, Quantizers(), "QUANTIZER",
-              "How an indexed format's colours are found: median5, median8 (the default) or popularity; ordered and "
-              "diffuse dither in a fixed palette");
-    convert
-        ->add_option("--colors", options.colors.most, "How many colours of an indexed format, not of a fixed palette")
+              "How the picture's own colours are chosen: median5, median8 (the default) or popularity; or, in place of "
+              "--palette fixed --dither, ordered or diffuse");
+    convert->add_option("--colors", options.colors.most, "How many colours of an indexed format at most, not of a file")
         ->type_name("N")
         ->check(CLI::Range(1, 256));
     convert->callback([&options] { CheckColorChoice(options); });
@@ -148,18 +196,6 @@ Command AddConvert(CLI::App& app) {
     convert->footer(
         "Only BGRA_32, RGBA_32 and PBGRA_32 hold soft transparency; in all others a pixel has all or none.");
     return {convert, [options](const Streams& streams) { Convert(*options, streams); }};
-}
-
-/// Between two numbers. Written so that what is no number at all (nan) is refused.
-CLI::Validator InRange(double least, double most) {
-    const auto check = [least, most](const std::string& text) -> std::string {
-        double amount = 0;
-        const bool isNumber = CLI::detail::lexical_cast(text, amount);
-        if (isNumber && amount >= least && amount <= most) return "";
-        return "\"" + text + "\" is no number from " + std::to_string(static_cast<int>(least)) + " to " +
-               std::to_string(static_cast<int>(most));
-    };
-    return {check, ""};
 }
 
 /// An adjustment that needs nothing to be read.

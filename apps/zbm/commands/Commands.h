@@ -3,8 +3,8 @@
 #include <ostream>
 
 #include "Console.h"
-#include "commands/BitmapConversion.h"
 #include "commands/BitmapFile.h"
+#include "commands/ColorChoice.h"
 
 namespace tool {
 
@@ -30,6 +30,7 @@ struct ConvertOptions {
     Output output;
     std::optional<shr::ColorFormat> format;  ///< stays what it is if not given
     ColorChoice colors;                      ///< of an indexed format
+    std::optional<ZString> paletteOutput;    ///< a file for the result's colours
 };
 
 struct InfoOptions {

@@ -128,9 +128,9 @@ BitmapPtr Paging::Resize(zbm::ZBitmap& source, PixelSize size, zbm::ResizeMethod
     }
     TrueColors colors(source);
     result->MakeResized(colors, size, method, progress);
-    // As it is chosen in memory.
-    return ConvertBitmap(*result, format, {.quantizer = zpixf::ZPixfType::QuantizeMedian5, .most = {}}, *this,
-                         progress);
+    zbm::IndexedColors asInMemory;
+    asInMemory.method = zbm::QuantMedian5;
+    return ConvertBitmap(*result, format, asInMemory, *this, progress);
 }
 
 bool Paging::IsMine(const zbm::ZBitmap& bitmap) const {

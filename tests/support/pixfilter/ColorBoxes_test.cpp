@@ -67,5 +67,21 @@ TEST(CutIntoBoxes, PutsTheUpperPartOfABoxAtTheEnd) {
     EXPECT_EQ(Cut(BluePoints({0, 10, 100, 110}), 4, CutRule::variance), (Levels{0, 100, 10, 110}));
 }
 
+TEST(CutInTwo, GivesWhatTheCutOfLeastVarianceLeavesOnItsSides) {
+    std::vector<ColorPoint> points = {PointOf({250, 0, 0}), PointOf({0, 0, 0}, 3), PointOf({2, 0, 0})};
+    const TwoParts parts = CutInTwo(points.data(), points.data() + points.size());
+    EXPECT_EQ(parts.lower.weight, 4u);
+    EXPECT_EQ(parts.lower.sum[0], 2u);
+    EXPECT_EQ(parts.upper.weight, 1u);
+    EXPECT_EQ(parts.upper.sum[0], 250u);
+    EXPECT_DOUBLE_EQ(parts.gain, 249.5 * 249.5 * 4 / 5);
+}
+
+TEST(CutInTwo, HasNothingToGainOfLessThanTwoPoints) {
+    std::vector<ColorPoint> points = {PointOf({250, 0, 0}, 9)};
+    EXPECT_EQ(CutInTwo(points.data(), points.data() + 1).gain, 0);
+    EXPECT_EQ(CutInTwo(points.data(), points.data()).gain, 0);
+}
+
 }  // namespace
 }  // namespace zpixf

@@ -95,23 +95,30 @@ TEST(ColorHistogram, SumsTheFullColorsOfCellsWhenThereAreMany) {
 }
 
 TEST(ColorHistogram, KeepsCountingInACellThatIsFull) {
-    // Fifteen times as many as a packed cell holds, in one row, all with the largest low bits.
-    Picture picture = NoisePicture(20000);
-    picture.insert(picture.end(), 250000, Pixel{255, 3, 127, 255});
-    ColorHistogram histogram;
-    AddInRows(histogram, picture, picture.size());
-    EXPECT_FALSE(histogram.HasAllColors());
-    ExpectPoints(histogram.Points(), CellsOf(picture, 6), 6);
+    // As many as a count of 16 bits holds, one more, and some times as many, in one row.
+    for (const std::size_t count : {65534u, 65535u, 65536u, 131070u, 131071u, 250000u}) {
+        Picture picture = NoisePicture(20000);
+        picture.insert(picture.end(), count, Pixel{255, 3, 127, 255});
+        ColorHistogram histogram;
+        AddInRows(histogram, picture, picture.size());
+        EXPECT_FALSE(histogram.HasAllColors());
+        ExpectPoints(histogram.Points(), CellsOf(picture, 6), 6);
+        ExpectPoints(histogram.FinestPoints(), CellsOf(picture, 8), 8);
+    }
 }
 
 TEST(ColorHistogram, TurnsFromColorsToCellsWithoutLosingAPixel) {
     // The change happens within a row, after colours of many pixels.
-    Picture picture(100000, Pixel{200, 201, 203, 255});
-    const Picture noise = NoisePicture(30000);
-    picture.insert(picture.end(), noise.begin(), noise.end());
-    ColorHistogram histogram;
-    AddInRows(histogram, picture, picture.size());
-    ExpectPoints(histogram.Points(), CellsOf(picture, 6), 6);
+    for (const std::size_t count : {65535u, 65536u, 131070u, 131071u, 200000u}) {
+        Picture picture(count, Pixel{200, 201, 203, 255});
+        const Picture noise = NoisePicture(30000);
+        picture.insert(picture.end(), noise.begin(), noise.end());
+        picture.insert(picture.end(), 3, Pixel{200, 201, 203, 255});
+        ColorHistogram histogram;
+        AddInRows(histogram, picture, picture.size());
+        ExpectPoints(histogram.Points(), CellsOf(picture, 6), 6);
+        ExpectPoints(histogram.FinestPoints(), CellsOf(picture, 8), 8);
+    }
 }
 
 TEST(ColorHistogram, LeavesOutTransparentPixelsInBothForms) {
@@ -171,6 +178,51 @@ TEST(ColorHistogram, HoldsMoreThan256PointsWhenItDoesNotHoldAllColors) {
     AddInRows(histogram, picture, 26);
     EXPECT_FALSE(histogram.HasAllColors());
     EXPECT_GT(histogram.Points().size(), 256u);
+}
+
+/// The first `count` of 2^20 colours that lie in cells of 8 colours each.
+Picture PictureOfColors(unsigned count) {
+    Picture picture;
+    for (unsigned i = 0; i < count; ++i)
+        picture.push_back({static_cast<std::uint8_t>((i & 1) | (i >> 3 & 63) << 1),
+                           static_cast<std::uint8_t>((i >> 1 & 1) | (i >> 9 & 63) << 1),
+                           static_cast<std::uint8_t>((i >> 2 & 1) | (i >> 15 & 63) << 1), 255});
+    return picture;
+}
+
+TEST(ColorHistogram, HasItsFinestPointsAsFineAsThereIsRoomFor) {
+    const struct {
+        unsigned count, bits;
+    } cases[] = {{1000, 8},           {1u << 14, 8}, {20000, 8},         {1u << 18, 8},
+                 {(1u << 18) + 1, 7}, {1u << 19, 7}, {(1u << 19) + 1, 6}};
+    for (const auto& [count, bits] : cases) {
+        const Picture picture = PictureOfColors(count);
+        ColorHistogram histogram;
+        AddInRows(histogram, picture, 4096);
+        SCOPED_TRACE(count);
+        ExpectPoints(histogram.FinestPoints(), CellsOf(picture, bits), bits);
+    }
+}
+
+TEST(ColorHistogram, ForgetsTheTransparentColorsOfManyToo) {
+    Picture picture = NoisePicture(300000);
+    for (Pixel& pixel : picture) pixel[3] = 0;
+    picture.push_back({1, 2, 3, 255});
+    const Picture visible = NoisePicture(20000);
+    picture.insert(picture.end(), visible.begin(), visible.end());
+    ColorHistogram histogram;
+    AddInRows(histogram, picture, 1000);
+    ExpectPoints(histogram.FinestPoints(), CellsOf(picture, 8), 8);
+}
+
+TEST(ColorHistogram, TellsWhetherThereAreAtMostSoManyColors) {
+    ColorHistogram histogram;
+    EXPECT_TRUE(histogram.HasAtMost(0));
+    AddInRows(histogram, PictureOfColors(20), 5);
+    EXPECT_FALSE(histogram.HasAtMost(19));
+    EXPECT_TRUE(histogram.HasAtMost(20));
+    AddInRows(histogram, PictureOfColors(20000), 500);
+    EXPECT_FALSE(histogram.HasAtMost(256));
 }
 
 TEST(Merge, PutsTogetherWhatLiesInACell) {

@@ -11,9 +11,10 @@
 #include "PointPicture.h"
 #include "adjust/ZPixfAdjustLevels.h"
 #include "base/Kernels.h"
+#include "emulated/EmulatedKernels.h"
 
 // The kernels as they are for a processor whose vectors are not known.
-#define ZPIXF_PLAIN_VECTORS
+#define SIMD_NO_VECTORS
 #include "adjust/AdjustKernels.inl"
 
 namespace zpixf {
@@ -21,11 +22,13 @@ namespace {
 
 constexpr cpu::Level kLevels[] = {cpu::Level::base, cpu::Level::avx2, cpu::Level::avx512};
 
-/// Calls `test` for every level of the kernels that this processor has.
+/// Calls `test` for every level of the kernels that this processor has, and for the widest in plain words.
 template <class Test>
 void OnEveryLevel(const Test& test) {
     for (const cpu::Level level : kLevels)
         if (UseKernels(level)) test();
+    UseKernels(kEmulatedAdjustKernels);
+    test();
     UseKernels(cpu::Choose());
 }
 

@@ -10,9 +10,10 @@
 #include "PointPicture.h"
 #include "base/Kernels.h"
 #include "convolve/ZPixfConvolutionForm.h"
+#include "emulated/EmulatedKernels.h"
 
 // The kernels as they are for a processor whose vectors are not known.
-#define ZPIXF_PLAIN_VECTORS
+#define SIMD_NO_VECTORS
 #include "convolve/ConvolutionKernels.inl"
 
 namespace zpixf {
@@ -31,6 +32,8 @@ template <class Test>
 void OnEveryLevel(const Test& test) {
     for (const cpu::Level level : {cpu::Level::base, cpu::Level::avx2, cpu::Level::avx512})
         if (UseKernels(level)) test();
+    UseKernels(kEmulatedConvolutionKernels);
+    test();
     UseKernels(cpu::Choose());
 }
 

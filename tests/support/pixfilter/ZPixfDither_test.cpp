@@ -412,8 +412,70 @@ TEST(ZPixfDitherDiffuse, KeepsTheMeanOfColorsWithFixedPalettes) {
     for (const unsigned count : {16u, 256u}) ExpectDiffuseMeans(RandomColors(60), count, {}, 0.5);
 }
 
-TEST(ZPixfDitherDiffuse, KeepsTheMeanOfColorsWithinAPicturesPalette) {
-    ExpectDiffuseMeans(ColorsWithin(60), 0, PictureLikePalette(), 0.5);
+TEST(ZPixfDitherDiffuse, KeepsTheMeanOfColorsAmongAPicturesPalette) {
+    std::vector<Rgb> colors = RandomColors(60);
+    for (Rgb& color : colors) {
+        const int grey = 50 + color[0] * 120 / 255;
+        for (int& channel : color) channel = grey + channel * 16 / 255 - 8;
+    }
+    ExpectDiffuseMeans(colors, 0, PictureLikePalette(), 0.5);
+}
+
+/// The entry nearest to a colour in sixteenths of a level, of several the first.
+int NearestInPlainWords(const Palette& palette, const std::array<int, 3>& color) {
+    const auto apart = [&](const RGBQUAD& entry) {
+        const int r = 16 * entry.rgbRed - color[0], g = 16 * entry.rgbGreen - color[1],
+                  b = 16 * entry.rgbBlue - color[2];
+        return r * r + g * g + b * b;
+    };
+    const auto isNearer = [&](const RGBQUAD& a, const RGBQUAD& b) { return apart(a) < apart(b); };
+    return static_cast<int>(std::min_element(palette.begin(), palette.end(), isNearer) - palette.begin());
+}
+
+TEST(ZPixfDitherDiffuse, TakesTheEntryNearestToEachPixelsOwnValue) {
+    // A picture one pixel wide: errors go straight down, all of them, and can be followed.
+    constexpr int kMost = 16 * 40;  // the palette's entries lie close together
+    std::mt19937 random(11);
+    Palette palette;
+    const auto level = [&] { return static_cast<int>(random() >> 24); };
+    while (palette.size() < 250) {
+        const int red = level(), green = level();
+        palette.push_back(Entry(red, green, level()));
+    }
+    palette.push_back(palette[17]);
+    Picture picture = Noise(1, 3000, 5);
+    const Bytes indices = Dither(Method::diffuse, picture, 0, palette).indices;
+    std::array<int, 3> errors{};
+    for (unsigned y = 0; y < picture.height; ++y) {
+        const std::uint8_t* pixel = picture.At(0, y);
+        std::array<int, 3> value{16 * pixel[2], 16 * pixel[1], 16 * pixel[0]};
+        if (pixel[3] == 0) errors = {};
+        for (unsigned c = 0; c < 3; ++c) value[c] += std::clamp(errors[c], -kMost, kMost);
+        ASSERT_EQ(indices[y], NearestInPlainWords(palette, value)) << y;
+        const RGBQUAD& entry = palette[indices[y]];
+        errors = {value[0] - 16 * entry.rgbRed, value[1] - 16 * entry.rgbGreen, value[2] - 16 * entry.rgbBlue};
+        if (pixel[3] == 0) errors = {};
+    }
+}
+
+TEST(ZPixfDitherDiffuse, OfNoStrengthMapsEachPixelToItsNearestEntry) {
+    const Palette palette = PictureLikePalette();
+    Picture picture = Noise(50, 40, 9);
+    const Bytes indices = Dither(Method::diffuse, picture, 0, palette, 0).indices;
+    for (unsigned y = 0; y < picture.height; ++y)
+        for (unsigned x = 0; x < picture.width; ++x) {
+            const std::uint8_t* pixel = picture.At(x, y);
+            ASSERT_EQ(indices[y * picture.width + x],
+                      NearestInPlainWords(palette, {16 * pixel[2], 16 * pixel[1], 16 * pixel[0]}));
+        }
+}
+
+TEST(ZPixfDitherDiffuse, OfHalfTheStrengthPassesHalfOfEachError) {
+    // 100 is black and leaves 100, of which 50 goes straight down: 150 is white.
+    Picture picture(1, 3);
+    for (unsigned y = 0; y < 3; ++y) picture.Set(0, y, {100, 100, 100});
+    EXPECT_EQ(Dither(Method::diffuse, picture, 2, {}, 0.5).indices, (Bytes{0, 1, 0}));
+    EXPECT_EQ(Dither(Method::diffuse, picture, 2, {}, 0.25).indices, (Bytes{0, 0, 1}));
 }
 
 TEST(ZPixfDitherDiffuse, DoesNotSmearWhatNoMixtureReachesOverWhatFollows) {
@@ -482,7 +544,7 @@ Bytes DiffuseInPlainWords(Picture& picture) {
             const std::uint8_t* pixel = picture.At(static_cast<unsigned>(x), y);
             const bool isOpaque = pixel[3] != 0;
             const int value = 16 * pixel[0] + (isOpaque ? errors[here] + ahead : 0);
-            line[here] = value >= 16 * 128 ? 1 : 0;
+            line[here] = value > 16 * 255 / 2 ? 1 : 0;
             const int error = isOpaque ? value - 16 * 255 * line[here] : 0;
             const auto part = [&](int sixteenths) { return static_cast<int>(std::floor(error * sixteenths / 16.0)); };
             next[inside(x - step)] += part(3);

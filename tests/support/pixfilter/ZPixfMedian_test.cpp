@@ -12,10 +12,11 @@
 #include <vector>
 
 #include "base/Kernels.h"
+#include "emulated/EmulatedKernels.h"
 
 // The kernels as they are for a processor whose vectors are not known.
-#define ZPIXF_PLAIN_VECTORS
-#include "median/MedianKernels.inl"
+#define SIMD_NO_VECTORS
+#include "median/MedianHistogramKernels.inl"
 
 namespace median_tests {
 namespace {
@@ -122,7 +123,10 @@ enum class Kernels { base, avx2, avx512, plain };
 class MedianLevel : public testing::TestWithParam<Kernels> {
 protected:
     void SetUp() override {
-        if (GetParam() == Kernels::plain) return UseKernels(zpixf::kKernels);
+        if (GetParam() == Kernels::plain) {
+            UseKernels(zpixf::kEmulatedMedianKernels);
+            return UseKernels(zpixf::kKernels);
+        }
         const auto level = static_cast<cpu::Level>(GetParam());
         // A processor without the level has nothing of it to be tested.
         UseKernels(cpu::Runs(level) ? level : cpu::Level::base);

@@ -81,11 +81,12 @@ protected:
 /// Error diffusion (R. W. Floyd, L. Steinberg, An Adaptive Algorithm for Spatial Greyscale, 1976), odd lines running
 /// right to left.
 ///
-/// The mean of large areas of a colour within the palette's convex hull is kept, but for what falls below the last
-/// line. Errors move no pixel by more than about three times the gaps of the palette (32 to 256 levels), so that
-/// colours that no mixture reaches are not smeared over what follows; with few and unevenly spread entries this can
-/// cost some of the mean. Transparent pixels (alpha 0) take and pass on no error. A line that does not follow the one
-/// given before, as line 0, begins without errors.
+/// Each pixel takes the entry nearest to its own value, the colour and the errors that reached it. The mean of large
+/// areas is kept, but for what falls below the last line, where entries near the colour can mix it. Errors move no
+/// pixel by more than twice the usual gap of the palette (40 to 256 levels), so that colours that only distant
+/// entries would mix, or none, show no stray dots of other hues and are not smeared over what follows. Transparent
+/// pixels (alpha 0) take and pass on no error. A line that does not follow the one given before, as line 0, begins
+/// without errors.
 class ZPIXF_API ZPixfDitherDiffuse : public ZPixfDither {
 public:
     ZPixfDitherDiffuse();

@@ -7,6 +7,7 @@
 namespace zpixf {
 
 struct ColorPoint;
+class ColorHistogram;
 
 /// Chooses a palette for a picture and maps its pixels to it.
 ///
@@ -35,8 +36,8 @@ public:
 protected:
     ZPixfQuantize();
     bool OnStart() override;
-    /// Puts at most `desiredColors` colours in the place of the picture's, which are more.
-    virtual void ChooseColors(std::vector<ColorPoint>& colors) const = 0;
+    /// Chooses at most `desiredColors` for a picture of more.
+    virtual std::vector<ColorPoint> ChooseColors(const ColorHistogram& histogram) const = 0;
 
     struct ZPIXF_LOCAL State;
     std::unique_ptr<State> state;  ///< what a started filter holds
@@ -55,7 +56,7 @@ public:
     ZPixfType FilterType() const override;
 
 protected:
-    void ChooseColors(std::vector<ColorPoint>& colors) const override;
+    std::vector<ColorPoint> ChooseColors(const ColorHistogram& histogram) const override;
 };
 
 /// Splits by variance on full 8-bit colours, and refines: the good one.
@@ -66,7 +67,7 @@ public:
     ZPixfType FilterType() const override;
 
 protected:
-    void ChooseColors(std::vector<ColorPoint>& colors) const override;
+    std::vector<ColorPoint> ChooseColors(const ColorHistogram& histogram) const override;
 };
 
 /// The colours that occur most. What counts as one colour is a cell of as many bits a channel as suits the picture.
@@ -77,7 +78,7 @@ public:
     ZPixfType FilterType() const override;
 
 protected:
-    void ChooseColors(std::vector<ColorPoint>& colors) const override;
+    std::vector<ColorPoint> ChooseColors(const ColorHistogram& histogram) const override;
 };
 
 }  // namespace zpixf

@@ -42,6 +42,7 @@ struct AdjustKernels {
 
 extern const AdjustKernels kBaseAdjustKernels;
 extern const AdjustKernels kAvx2AdjustKernels;
+extern const AdjustKernels kAvx512AdjustKernels;
 
 /// The kernels in use, chosen once per process.
 const AdjustKernels& ActiveAdjustKernels() noexcept;

@@ -3,10 +3,12 @@
 #include <cstring>
 
 #include "adjust/AdjustKernels.h"
-#include "base/PixelVector.inl"
+#include "simd/Vectors.inl"
 
 namespace zpixf {
 namespace {
+
+using namespace simd;
 
 constexpr std::uint32_t kLumaBlue = 114, kLumaGreen = 587, kLumaRed = 299, kLumaOne = 1000;
 
@@ -28,7 +30,7 @@ struct ShareFactor {
     }
 };
 
-#if defined(ZPIXF_HAS_VECTORS)
+#if defined(SIMD_HAS_VECTORS)
 
 /// Makes all pixels what `change.Of` makes of a vector of them.
 template <class Change>
@@ -148,7 +150,7 @@ void MapLevels(const LevelForm& form, std::uint8_t* pixels, std::size_t count) {
         MapLevelsBy<AnyLevels>(form, pixels, count);
 }
 
-#if defined(__AVX2__)
+#if defined(SIMD_HAS_SHUFFLES)
 
 /// Colours whose alpha is 0 with that of other pixels.
 Vec WithAlphaOf(Vec pixels, Vec colors) { return Blend(colors, pixels, AlphaBytes()); }

@@ -11,10 +11,10 @@ constexpr unsigned kMaxTaps = kMaxConvolutionSide * kMaxConvolutionSide;
 /// Kernels take two taps at a time; a single last one has a partner of factor 0.
 constexpr unsigned kMaxPairedTaps = kMaxTaps + 1;
 /// Pixels beyond both ends of a line that can be read: those that a tap reaches and, behind, what fills a vector.
-constexpr unsigned kConvolutionMargin = 12;
+constexpr unsigned kConvolutionMargin = 20;
 
 /// Levels in a plane beyond those of the pixels, and of these so many before the first.
-constexpr std::size_t kPlaneMargin = 24, kPlaneMarginBefore = 8;
+constexpr std::size_t kPlaneMargin = 40, kPlaneMarginBefore = 16;
 
 constexpr unsigned kColors = 3;
 
@@ -102,6 +102,7 @@ struct ConvolutionKernels {
 
 extern const ConvolutionKernels kBaseConvolutionKernels;
 extern const ConvolutionKernels kAvx2ConvolutionKernels;
+extern const ConvolutionKernels kAvx512ConvolutionKernels;
 
 /// The kernels in use, chosen once per process.
 const ConvolutionKernels& ActiveConvolutionKernels() noexcept;

@@ -1,10 +1,12 @@
 // Kernels of the convolutions; the including file defines the table of its level. Nothing here calls the standard
 // library or is inline with external linkage, so no copy compiled for a wide level can stand in for another.
 #include "convolve/ConvolutionKernels.h"
-#include "convolve/ConvolutionVectors.inl"
+#include "simd/Vectors.inl"
 
 namespace zpixf {
 namespace {
+
+using namespace simd;
 
 std::uint8_t ToLevel(double value) {
     const double raised = value + kConvolutionHalf;
@@ -48,7 +50,7 @@ void Plain(const ConvolutionForm& form, const ConvolutionLines& lines) {
     }
 }
 
-#if defined(ZPIXF_HAS_VECTORS)
+#if defined(SIMD_HAS_VECTORS)
 
 /// Where results go: colours beside the alpha of the line in the middle.
 struct Results {
@@ -60,7 +62,7 @@ struct Results {
 
     void Store(std::size_t x, Vec colors) const {
         const Vec alpha = And(Load(alphas + 4 * x), AlphaBytes());
-        zpixf::Store(result + 4 * x, Or(AndNot(AlphaBytes(), colors), alpha));
+        simd::Store(result + 4 * x, Or(AndNot(AlphaBytes(), colors), alpha));
     }
 };
 
@@ -230,7 +232,7 @@ void Separable(const ConvolutionForm& form, const ConvolutionLines& lines) {
 namespace zpixf {
 namespace {
 
-#if defined(ZPIXF_HAS_VECTORS)
+#if defined(SIMD_HAS_VECTORS)
 
 constexpr ConvolutionKernels kKernels = {&LayOut, &ByDefinition, &Narrow, &Separable, &Wide, &Fraction};
 

@@ -5,7 +5,7 @@
 namespace zpixf {
 namespace {
 
-#if defined(ZPIXF_HAS_VECTORS)
+#if defined(SIMD_HAS_VECTORS)
 
 constexpr std::size_t kReach = kMaxConvolutionSide / 2;
 
@@ -103,7 +103,7 @@ struct MergedResults {
 
     void Store(std::size_t x, const Vec (&levels)[kColors]) const {
         const Vec alpha = ShiftRight32(Load(alphas + 4 * x), 24);
-        zpixf::Store(result + 4 * x, MergeChannels(levels[0], levels[1], levels[2], alpha));
+        simd::Store(result + 4 * x, MergeChannels(levels[0], levels[1], levels[2], alpha));
     }
 };
 
@@ -112,12 +112,12 @@ struct MergedResults {
 template <class Step>
 void ForEachSum(const ConvolutionForm& form, const ConvolutionLines& lines, const Step& step) {
     const FloatSums sums(form, lines);
-    const auto find = [&](std::size_t x, auto& found) {
+    const auto find = [&]<unsigned kVectors>(std::size_t x, Floats(&found)[kVectors][kColors]) {
         sums.Sum(x, found);
-        for (const auto& colors : found) {
-            step.Finish(x, colors);
-            x += kVecPixels;
-        }
+        // (As a loop this would pass the sums through memory.)
+        step.Finish(x, found[0]);
+        if constexpr (kVectors > 1) step.Finish(x + kVecPixels, found[1]);
+        if constexpr (kVectors > 2) step.Finish(x + 2 * kVecPixels, found[2]);
     };
     constexpr unsigned kAtOnce = 3;  // as many as there are registers for sums, and for the addresses of levels
     Floats many[kAtOnce][kColors], one[1][kColors];
@@ -159,7 +159,7 @@ struct FractionStep {
             least = MinSigned16(least, And(value, fraction));
             levels[color] = ShiftRightSigned32(value, bits);
         }
-        if (TopBitsOfBytes(IsGreater32(margin, least)) != 0) definition.Find(x, levels);
+        if (IsAnyGreater32(margin, least)) definition.Find(x, levels);
         results.Store(x, levels);
     }
 };

@@ -62,7 +62,7 @@ using LayOut = decltype(ConvolutionKernels::layOut);
 class LineLayout {
 public:
     LineLayout(unsigned newWidth, LayOut newLayOut) : width(newWidth), layOut(newLayOut) {
-        constexpr std::uint64_t kAlignment = 8;
+        constexpr std::uint64_t kAlignment = 16;
         const auto aligned = [](std::uint64_t count) { return (count + kAlignment - 1) / kAlignment * kAlignment; };
         firstBlue = aligned(std::uint64_t{width} + kConvolutionMargin) + kPlaneMarginBefore;
         stride = aligned(std::uint64_t{width} + kPlaneMargin);

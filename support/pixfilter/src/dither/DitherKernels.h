@@ -51,14 +51,6 @@ struct MixtureTables {
     unsigned exactShift;
 };
 
-/// A palette as the searches want it. Entries beyond the count repeat the first.
-struct SearchPalette {
-    static constexpr unsigned kStep = 16;  ///< the count is rounded up to a multiple of it
-    unsigned count;
-    std::int32_t blue[256], green[256], red[256];
-    std::int32_t squares[256];  ///< blue^2 + green^2 + red^2
-};
-
 struct DitherKernels {
     /// Sets B, G and R of each pixel to their luma, (7471 B + 38470 G + 19595 R + 32768) / 65536.
     void (*toGrey)(std::uint8_t* pixels, std::size_t count);
@@ -67,9 +59,6 @@ struct DitherKernels {
     /// whose pixel lacks one, `count` if none does.
     std::size_t (*ordered)(const MixtureTables& tables, const PatternLine& pattern, const std::uint8_t* pixels,
                            std::size_t x, std::size_t count, std::uint8_t* indices);
-
-    /// The entry nearest to a colour, which may lie outside the cube (up to 2^17 levels); of several the first.
-    unsigned (*nearest)(const SearchPalette& palette, std::int32_t blue, std::int32_t green, std::int32_t red);
 };
 
 extern const DitherKernels kBaseDitherKernels;

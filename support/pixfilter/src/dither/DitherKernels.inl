@@ -7,7 +7,6 @@
 namespace zpixf {
 namespace {
 
-using std::int32_t;
 using std::size_t;
 using std::uint16_t;
 using std::uint32_t;
@@ -71,22 +70,7 @@ size_t Ordered(const MixtureTables& tables, const PatternLine& pattern, const ui
     return count;
 }
 
-// |p - c|^2 less |c|^2, which is the same for all entries. It stays within 32 bits for colours up to 2^17 away.
-unsigned Nearest(const SearchPalette& palette, int32_t blue, int32_t green, int32_t red) {
-    int32_t distances[256];
-    int32_t least = 0x7FFFFFFF;
-    for (unsigned i = 0; i < palette.count; i += SearchPalette::kStep)
-        for (unsigned j = i; j < i + SearchPalette::kStep; ++j) {
-            distances[j] =
-                palette.squares[j] - 2 * (palette.blue[j] * blue + palette.green[j] * green + palette.red[j] * red);
-            least = distances[j] < least ? distances[j] : least;
-        }
-    unsigned first = 0;
-    while (distances[first] != least) ++first;
-    return first;
-}
-
-constexpr DitherKernels kKernels = {&ToGrey, &Ordered, &Nearest};
+constexpr DitherKernels kKernels = {&ToGrey, &Ordered};
 
 }  // namespace
 }  // namespace zpixf

@@ -35,7 +35,9 @@ struct MedianKernels {
     /// for as long as SplitPairs says.
     void (*median5)(const std::uint8_t* const* evenLines, const std::uint8_t* const* oddLines, std::size_t width,
                     std::uint8_t* medians);
+};
 
+struct MedianHistogramKernels {
     /// Counts the values of a line (4 bytes apart) `times` more in the columns; 255 times is once less.
     void (*count)(const ColumnHistograms& columns, const std::uint8_t* values, std::size_t width, unsigned times);
     /// Medians over 2 `radius` + 1 columns each, 4 bytes apart, after the columns have exchanged a line for another.
@@ -44,16 +46,21 @@ struct MedianKernels {
 };
 
 /// How many pixels beyond either end of a line median3 may read; only those next to the line matter.
-constexpr unsigned kReach3 = 16;
+constexpr unsigned kReach3 = 32;
 
 /// How many pairs of pixels median5 may read of a line whose pixels begin with the second pair. (static: a copy
 /// compiled for a wide level must not be taken for all.)
-static constexpr std::size_t SplitPairs(std::size_t width) { return (width + 1) / 2 + 2 + 8; }
+static constexpr std::size_t SplitPairs(std::size_t width) { return (width + 1) / 2 + 2 + 16; }
 
 extern const MedianKernels kBaseMedianKernels;
 extern const MedianKernels kAvx2MedianKernels;
+extern const MedianKernels kAvx512MedianKernels;
+
+extern const MedianHistogramKernels kBaseMedianHistogramKernels;
+extern const MedianHistogramKernels kAvx2MedianHistogramKernels;
 
 /// The kernels in use, chosen once per process.
 const MedianKernels& ActiveMedianKernels() noexcept;
+const MedianHistogramKernels& ActiveMedianHistogramKernels() noexcept;
 
 }  // namespace zpixf

@@ -95,7 +95,8 @@ private:
 
     void Count(unsigned line, unsigned times) {
         for (unsigned channel = 0; channel < kChannels; ++channel)
-            ActiveMedianKernels().count(histograms.Of(channel), window.Line(line) + channel, task.width, times);
+            ActiveMedianHistogramKernels().count(histograms.Of(channel), window.Line(line) + channel, task.width,
+                                                 times);
     }
 
     /// Goes on to the next line without its medians.
@@ -113,7 +114,8 @@ private:
         for (unsigned channel = 0; channel < kChannels; ++channel) {
             LineExchange exchange = {};
             if (steps) exchange = {window.Line(Entering(line)) + channel, window.Line(Leaving(line)) + channel};
-            ActiveMedianKernels().medians(histograms.Of(channel), exchange, task.width, task.radius, medians + channel);
+            ActiveMedianHistogramKernels().medians(histograms.Of(channel), exchange, task.width, task.radius,
+                                                   medians + channel);
         }
     }
 

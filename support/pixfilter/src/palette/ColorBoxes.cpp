@@ -112,33 +112,52 @@ Box MakeBox(ColorPoint* first, ColorPoint* last, const ColorPoint& total, CutRul
     return box;
 }
 
+ColorPoint TotalOf(const ColorPoint* first, const ColorPoint* last) {
+    ColorPoint total;
+    for (const ColorPoint* point = first; point != last; ++point) Add(total, *point);
+    return total;
+}
+
+/// Puts the lower part's points first. Returns where the upper part's begin.
+ColorPoint* PartAt(const Cut& cut, ColorPoint* first, ColorPoint* last) {
+    return std::partition(first, last, [&](const ColorPoint& point) { return point.mean[cut.channel] < cut.from; });
+}
+
 }  // namespace
 
 std::vector<ColorPoint> CutIntoBoxes(std::vector<ColorPoint>& points, std::size_t count, CutRule rule) {
-    ColorPoint total;
-    for (const ColorPoint& point : points) Add(total, point);
+    ColorPoint *const first = points.data(), *const last = first + points.size();
     std::vector<Box> boxes;
     boxes.reserve(count);
-    boxes.push_back(MakeBox(points.data(), points.data() + points.size(), total, rule));
+    boxes.push_back(MakeBox(first, last, TotalOf(first, last), rule));
     const auto isOfLessUse = [](const Box& a, const Box& b) { return a.cut.use < b.cut.use; };
     while (boxes.size() < count) {
         Box& box = *std::max_element(boxes.begin(), boxes.end(), isOfLessUse);
         if (!(box.cut.use > 0)) break;
-        const Cut cut = box.cut;
-        ColorPoint* middle = std::partition(
-            box.first, box.last, [&](const ColorPoint& point) { return point.mean[cut.channel] < cut.from; });
-        ColorPoint below;
-        for (const ColorPoint* point = box.first; point != middle; ++point) Add(below, *point);
+        ColorPoint* const middle = PartAt(box.cut, box.first, box.last);
+        const ColorPoint below = TotalOf(box.first, middle);
         const Box upper = MakeBox(middle, box.last, Difference(box.total, below), rule);
         box = MakeBox(box.first, middle, below, rule);
         boxes.push_back(upper);
     }
     std::vector<ColorPoint> sums;
+    sums.reserve(boxes.size());
     for (const Box& box : boxes) {
         sums.push_back(box.total);
         SetMean(sums.back());
     }
     return sums;
+}
+
+TwoParts CutInTwo(ColorPoint* first, ColorPoint* last) {
+    const Box box = MakeBox(first, last, TotalOf(first, last), CutRule::variance);
+    TwoParts parts;
+    parts.gain = box.cut.use;
+    if (!(parts.gain > 0)) return parts;
+    ColorPoint* const middle = PartAt(box.cut, first, last);
+    parts.lower = TotalOf(first, middle);
+    parts.upper = TotalOf(middle, last);
+    return parts;
 }
 
 }  // namespace zpixf

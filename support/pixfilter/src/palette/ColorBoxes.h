@@ -17,4 +17,12 @@ enum class CutRule {
 /// points. Gives what each box holds, put together; no two of these have the same mean either. Reorders `points`.
 std::vector<ColorPoint> CutIntoBoxes(std::vector<ColorPoint>& points, std::size_t count, CutRule rule);
 
+/// Points that a cut by variance leaves on its sides, put together; without their means.
+struct TwoParts {
+    double gain = 0;  ///< by which the squared distances fall; 0 if there is nothing to cut
+    ColorPoint lower, upper;
+};
+/// Cuts the points from `first` on, up to `last` without it, and reorders them.
+TwoParts CutInTwo(ColorPoint* first, ColorPoint* last);
+
 }  // namespace zpixf

@@ -5,18 +5,20 @@
 namespace zpixf {
 namespace {
 
-// A cell is a word of four fields of 16 bits: the count of its pixels in the highest, and the sums of what the cell's
-// number does not tell of R, G and B. Before a field overflows, at 2^14 pixels, the word is added to wider ones.
-constexpr unsigned kBits = 6;
-constexpr unsigned kLowBits = 8 - kBits;
-constexpr std::size_t kCells = std::size_t{1} << (3 * kBits);
-constexpr unsigned kCountShift = 48;
-constexpr std::uint64_t kFullCell = std::uint64_t{1} << (kCountShift + 14);
+// Colours are counted in blocks of 8 x 8 x 8, each made when its first colour comes.
+constexpr unsigned kBlockBits = 5, kBlockSide = 1u << (8 - kBlockBits);
+constexpr std::size_t kBlocks = std::size_t{1} << (3 * kBlockBits);
 
-// So many that, with more of them, there are more than 256 cells; and half as many as slots, so that a search in the
-// hash table is short.
+// So many that, with more of them, there are more than 256 cells of 6 bits; and half as many as slots, so that a search
+// in the hash table is short.
 constexpr std::size_t kMaxColors = std::size_t{1} << 14;
 constexpr unsigned kSlotBits = 15;
+
+// As many colours as there are cells of 6 bits.
+constexpr std::size_t kMaxFinest = std::size_t{1} << 18;
+
+// What is put aside when a count has become too large for its block, which keeps the one that is left.
+constexpr std::uint64_t kOverflow = 0xFFFF;
 
 std::uint32_t LoadPixel(const std::uint8_t* pixel) {
     return static_cast<std::uint32_t>(pixel[0]) | static_cast<std::uint32_t>(pixel[1]) << 8 |
@@ -26,17 +28,15 @@ std::uint32_t LoadPixel(const std::uint8_t* pixel) {
 constexpr std::uint32_t kColorMask = 0xFFFFFF;
 bool IsVisible(std::uint32_t pixel) { return pixel > kColorMask; }
 
-std::size_t CellOf(std::uint32_t pixel) {
-    return (pixel & 0xFC) << 10 | (pixel & 0xFC00) >> 4 | (pixel & 0xFC0000) >> 18;
+std::uint32_t ColorOf(unsigned blue, unsigned green, unsigned red) { return blue | green << 8 | red << 16; }
+
+std::size_t BlockOf(std::uint32_t color) {
+    return (color & 0xF8) << 7 | (color & 0xF800) >> 6 | (color & 0xF80000) >> 19;
 }
 
-/// One pixel, as it is added to its cell.
-std::uint64_t PackedPixel(std::uint32_t pixel) {
-    const std::uint64_t wide = pixel;
-    return std::uint64_t{1} << kCountShift | (wide & 3) | (wide & 0x300) << 8 | (wide & 0x30000) << 16;
+std::size_t PlaceInBlock(std::uint32_t color) {
+    return (color & 7) << 6 | (color & 0x700) >> 5 | (color & 0x70000) >> 16;
 }
-
-std::uint64_t Field(std::uint64_t packed, unsigned i) { return packed >> (16 * i) & 0xFFFF; }
 
 std::uint32_t SlotOf(std::uint32_t color) { return (color * 0x9E3779B1u) >> (32 - kSlotBits); }
 
@@ -53,8 +53,8 @@ void ColorHistogram::Clear() {
     slots.assign(std::size_t{1} << kSlotBits, 0);
     colors.clear();
     counts.clear();
-    cells.clear();
-    spilled.clear();
+    blocks.clear();
+    overflows.clear();
 }
 
 void ColorHistogram::AddRow(const std::uint8_t* pixels, std::size_t count) {
@@ -72,8 +72,8 @@ template <ColorHistogram::Counted counted>
 void ColorHistogram::Add(const std::uint8_t* pixels, std::size_t count) {
     const std::size_t done = HasAllColors() ? AddToColors<counted>(pixels, count) : 0;
     if (done == count) return;
-    if (HasAllColors()) TurnColorsToCells();
-    AddToCells<counted>(pixels + 4 * done, count - done);
+    if (HasAllColors()) TurnColorsToBlocks();
+    AddToBlocks<counted>(pixels + 4 * done, count - done);
 }
 
 /// Returns how many pixels were added before there were too many colours.
@@ -107,37 +107,48 @@ bool ColorHistogram::AddColor(std::uint32_t color, std::uint64_t count) {
 }
 
 template <ColorHistogram::Counted counted>
-void ColorHistogram::AddToCells(const std::uint8_t* pixels, std::size_t count) {
-    std::uint64_t* const words = cells.data();
+void ColorHistogram::AddToBlocks(const std::uint8_t* pixels, std::size_t count) {
     for (std::size_t x = 0; x < count; ++x) {
         const std::uint32_t pixel = LoadPixel(pixels + 4 * x);
         if (counted == Counted::visible && !IsVisible(pixel)) continue;
-        const std::size_t cell = CellOf(pixel);
-        const std::uint64_t packed = words[cell] + PackedPixel(pixel);
-        words[cell] = packed;
-        if ((packed & kFullCell) != 0) Spill(cell, packed);
+        Block* block = blocks[BlockOf(pixel)].get();
+        if (block == nullptr) block = &MakeBlock(pixel);
+        std::uint16_t& inBlock = (*block)[PlaceInBlock(pixel)];
+        if (++inBlock <= 1) CountFirstOrOverflow(pixel & kColorMask, inBlock);
     }
 }
 
-void ColorHistogram::Spill(std::size_t cell, std::uint64_t packed) {
-    if (spilled.empty()) spilled.resize(kCells);
-    Spilled& wide = spilled[cell];
-    wide.count += packed >> kCountShift;
-    for (unsigned c = 0; c < 3; ++c) wide.low[c] += Field(packed, c);
-    cells[cell] = 0;
+void ColorHistogram::CountFirstOrOverflow(std::uint32_t color, std::uint16_t& inBlock) {
+    if (inBlock == 1) {
+        ++numColors;
+    } else {
+        inBlock = 1;
+        overflows[color] += kOverflow;
+    }
 }
 
-void ColorHistogram::TurnColorsToCells() {
-    cells.resize(kCells);
-    spilled.resize(kCells);
+ColorHistogram::Block& ColorHistogram::MakeBlock(std::uint32_t color) {
+    std::unique_ptr<Block>& block = blocks[BlockOf(color)];
+    if (!block) block = std::make_unique<Block>();
+    return *block;
+}
+
+void ColorHistogram::TurnColorsToBlocks() {
+    blocks.resize(kBlocks);
     for (std::size_t i = 0; i < colors.size(); ++i) {
-        Spilled& wide = spilled[CellOf(colors[i])];
-        wide.count += counts[i];
-        for (unsigned c = 0; c < 3; ++c) wide.low[c] += Field(PackedPixel(colors[i]), c) * counts[i];
+        const std::uint64_t overflow = (counts[i] - 1) / kOverflow * kOverflow;
+        if (overflow != 0) overflows[colors[i]] = overflow;
+        MakeBlock(colors[i])[PlaceInBlock(colors[i])] = static_cast<std::uint16_t>(counts[i] - overflow);
     }
+    numColors = colors.size();
 }
 
-std::vector<ColorPoint> ColorHistogram::Points() const { return HasAllColors() ? ColorPoints() : CellPoints(); }
+std::vector<ColorPoint> ColorHistogram::Points() const { return HasAllColors() ? ColorPoints() : Cells(6); }
+
+std::vector<ColorPoint> ColorHistogram::FinestPoints() const {
+    if (HasAllColors()) return ColorPoints();
+    return Cells(numColors <= kMaxFinest ? 8 : numColors <= 2 * kMaxFinest ? 7 : 6);
+}
 
 std::vector<ColorPoint> ColorHistogram::ColorPoints() const {
     std::vector<ColorPoint> points(colors.size());
@@ -151,21 +162,45 @@ std::vector<ColorPoint> ColorHistogram::ColorPoints() const {
     return points;
 }
 
-std::vector<ColorPoint> ColorHistogram::CellPoints() const {
+/// In the order of their numbers, B slowest and R fastest.
+std::vector<ColorPoint> ColorHistogram::Cells(unsigned bits) const {
+    const unsigned side = 1u << (8 - bits);
     std::vector<ColorPoint> points;
-    for (std::size_t cell = 0; cell < kCells; ++cell) {
-        const Spilled wide = spilled.empty() ? Spilled{} : spilled[cell];
-        ColorPoint point;
-        point.weight = wide.count + (cells[cell] >> kCountShift);
-        if (point.weight == 0) continue;
-        for (unsigned c = 0; c < 3; ++c) {
-            const std::uint64_t low = (cell >> ((2 - c) * kBits) & ((1u << kBits) - 1)) << kLowBits;
-            point.sum[c] = low * point.weight + wide.low[c] + Field(cells[cell], c);
-        }
-        SetMean(point);
-        points.push_back(point);
-    }
+    for (unsigned blue = 0; blue < 256; blue += side)
+        for (unsigned green = 0; green < 256; green += side)
+            for (unsigned blockRed = 0; blockRed < 256; blockRed += kBlockSide) {
+                if (blocks[BlockOf(ColorOf(blue, green, blockRed))] == nullptr) continue;
+                for (unsigned red = blockRed; red < blockRed + kBlockSide; red += side) {
+                    ColorPoint cell = Cell(blue, green, red, side);
+                    if (cell.weight == 0) continue;
+                    SetMean(cell);
+                    points.push_back(cell);
+                }
+            }
     return points;
+}
+
+/// The colours of a block that has been made, from those on, `side` in each channel; without their mean.
+ColorPoint ColorHistogram::Cell(unsigned blue, unsigned green, unsigned red, unsigned side) const {
+    const Block& block = *blocks[BlockOf(ColorOf(blue, green, red))];
+    ColorPoint cell;
+    for (unsigned b = blue; b < blue + side; ++b)
+        for (unsigned g = green; g < green + side; ++g)
+            for (unsigned r = red; r < red + side; ++r) {
+                const std::uint64_t count = CountOf(ColorOf(b, g, r), block);
+                cell.weight += count;
+                cell.sum[0] += count * b;
+                cell.sum[1] += count * g;
+                cell.sum[2] += count * r;
+            }
+    return cell;
+}
+
+std::uint64_t ColorHistogram::CountOf(std::uint32_t color, const Block& block) const {
+    const std::uint64_t count = block[PlaceInBlock(color)];
+    if (overflows.empty() || count == 0) return count;
+    const auto found = overflows.find(color);
+    return found == overflows.end() ? count : count + found->second;
 }
 
 std::vector<ColorPoint> Merge(const std::vector<ColorPoint>& points, unsigned bits) {

@@ -54,8 +54,8 @@ bool ZPixfQuantize::OnStart() {
         if (!PullLine(y, fresh->line.get())) return false;
         histogram.AddRow(fresh->line.get(), width);
     }
-    std::vector<ColorPoint> colors = histogram.Points();
-    if (colors.size() > desiredColors) ChooseColors(colors);
+    const bool isExact = histogram.HasAtMost(desiredColors);
+    std::vector<ColorPoint> colors = isExact ? histogram.Points() : ChooseColors(histogram);
     if (colors.empty()) colors.emplace_back();
     std::vector<RGBQUAD> palette;
     for (const auto& [weight, sum, mean] : colors) palette.push_back({mean[0], mean[1], mean[2], 0});

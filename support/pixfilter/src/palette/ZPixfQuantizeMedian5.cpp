@@ -8,9 +8,9 @@ ZPixfQuantizeMedian5::~ZPixfQuantizeMedian5() = default;
 
 ZPixfType ZPixfQuantizeMedian5::FilterType() const { return ZPixfType::QuantizeMedian5; }
 
-void ZPixfQuantizeMedian5::ChooseColors(std::vector<ColorPoint>& colors) const {
-    std::vector<ColorPoint> merged = Merge(colors, 5);
-    colors = CutIntoBoxes(merged.size() < desiredColors ? colors : merged, desiredColors, CutRule::median);
+std::vector<ColorPoint> ZPixfQuantizeMedian5::ChooseColors(const ColorHistogram& histogram) const {
+    std::vector<ColorPoint> colors = histogram.Points(), merged = Merge(colors, 5);
+    return CutIntoBoxes(merged.size() < desiredColors ? colors : merged, desiredColors, CutRule::median);
 }
 
 }  // namespace zpixf

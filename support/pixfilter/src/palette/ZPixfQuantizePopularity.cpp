@@ -27,7 +27,8 @@ ZPixfQuantizePopularity::~ZPixfQuantizePopularity() = default;
 
 ZPixfType ZPixfQuantizePopularity::FilterType() const { return ZPixfType::QuantizePopularity; }
 
-void ZPixfQuantizePopularity::ChooseColors(std::vector<ColorPoint>& colors) const {
+std::vector<ColorPoint> ZPixfQuantizePopularity::ChooseColors(const ColorHistogram& histogram) const {
+    const std::vector<ColorPoint> colors = histogram.Points();
     PointMap map(colors);
     std::vector<ColorPoint> best = MostFrequent(colors, desiredColors);
     map.Map(best);
@@ -43,7 +44,7 @@ void ZPixfQuantizePopularity::ChooseColors(std::vector<ColorPoint>& colors) cons
         leastError = error;
         best.swap(palette);
     }
-    colors.swap(best);
+    return best;
 }
 
 }  // namespace zpixf

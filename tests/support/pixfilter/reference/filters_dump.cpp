@@ -354,6 +354,12 @@ Picture LineOf(const CountedColors& counted) {
     return picture;
 }
 
+Picture Grey(Picture picture) {
+    for (std::size_t i = 0; i < picture.pixels.size(); i += 4)
+        picture.pixels[i] = picture.pixels[i + 1] = picture.pixels[i + 2];
+    return picture;
+}
+
 template <class Filter>
 void DumpQuantizer(const char* name) {
     const auto dump = [&](const Picture& picture, unsigned colors, unsigned bits) {
@@ -371,6 +377,7 @@ void DumpQuantizer(const char* name) {
     dump(Make(9, 7, Colors::few, Alpha::opaque), 256, 8);  // has fewer
     dump(Make(37, 29, Colors::noise, Alpha::opaque), 2, 1);
     dump(Make(20, 21, Colors::shades, Alpha::opaque), 256, 8);
+    for (const unsigned colors : {1u, 7u, 40u}) dump(Grey(Make(40, 20, Colors::noise, Alpha::holes)), colors, 8);
     dump(Make(130, 130, Colors::noise, Alpha::opaque), 5, 8);  // more than are counted each for itself
     for (const CountedColors& colors : kLeavingEntriesWithoutPixels) dump(LineOf(colors), colors.desired, 8);
 }
@@ -408,12 +415,7 @@ void DumpDitherer(const char* name) {
             dumpOwn(Make(23, 9, colors, alpha), 4, Make(14, 1, Colors::few, Alpha::none));  // some repeated
             dumpOwn(Make(23, 9, colors, alpha), 32, Make(1, 1, Colors::noise, Alpha::none));
         }
-    const auto grey = [](Picture picture) {
-        for (std::size_t i = 0; i < picture.pixels.size(); i += 4)
-            picture.pixels[i] = picture.pixels[i + 1] = picture.pixels[i + 2];
-        return picture;
-    };
-    dumpOwn(Make(33, 9, Colors::noise, Alpha::noise), 8, grey(Make(6, 1, Colors::noise, Alpha::none)));
+    dumpOwn(Make(33, 9, Colors::noise, Alpha::noise), 8, Grey(Make(6, 1, Colors::noise, Alpha::none)));
     const Picture own = Make(16, 9, Colors::few, Alpha::opaque);
     dumpOwn(own, 8, own);  // all colours are the palette's
 }

@@ -268,14 +268,25 @@ def upper_bits(bits):
     return lambda point: tuple(level >> (8 - bits) for level in point.mean)
 
 
-def points_of(picture):
+def colors_of(picture):
     pixels = [pixel for line in picture for pixel in line]
     counted = [pixel[:3] for pixel in pixels if pixel[3]] or [pixel[:3] for pixel in pixels]
-    singles = gather([Point(1, color) for color in counted], lambda point: point.mean)
-    if len(singles) <= 2 ** 14:
-        return list(singles.values())
-    cells = gather(singles.values(), upper_bits(6))
+    return list(gather([Point(1, color) for color in counted], lambda point: point.mean).values())
+
+
+def in_cells(colors, bits):
+    if len(colors) <= 2 ** 14:
+        return colors
+    cells = gather(colors, upper_bits(bits))
     return [cells[key] for key in sorted(cells)]
+
+
+def points_of(colors):
+    return in_cells(colors, 6)
+
+
+def finest_points(colors):
+    return in_cells(colors, 8 if len(colors) <= 2 ** 18 else 7 if len(colors) <= 2 ** 19 else 6)
 
 
 def squared_distance(a, b):
@@ -351,16 +362,15 @@ def variance_cut(box):
     return best
 
 
-def refine(entries, points):
-    palette = [entry.mean for entry in entries]
-    for round_number in range(13):
+def refine(palette, points):
+    for round_number in range(7):
         nearest_entries = [nearest(palette, point.mean) for point in points]
         errors = [float(p.weight) * squared_distance(p.mean, palette[i]) for p, i in zip(points, nearest_entries)]
         followers = [[] for _ in palette]
         for p, i in zip(points, nearest_entries):
             followers[i].append(p)
         before = list(palette)
-        if round_number < 12:
+        if round_number < 6:
             palette = [total_of(group).mean if group else old for group, old in zip(followers, palette)]
         has_moved = palette != before
         without = [at for at, group in enumerate(followers) if not group]
@@ -372,17 +382,181 @@ def refine(entries, points):
     return palette
 
 
-def median5(points, count):
+def merge_in_pairs(points, count):
+    def loss(a, b):
+        square = 0.0
+        for c in range(3):
+            difference = means[a][c] - means[b][c]
+            square += difference * difference
+        return square * (weights[a] * weights[b] / (weights[a] + weights[b]))
+
+    def find_partner(i):
+        best = (math.inf, None)
+        for j in groups:
+            if j != i and loss(i, j) < best[0]:
+                best = (loss(i, j), j)
+        partners[i] = best
+
+    def measure(i):
+        weights[i] = float(groups[i].weight)
+        means[i] = [s / groups[i].weight for s in groups[i].sums]
+
+    groups, weights, means, partners = dict(enumerate(points)), {}, {}, {}
+    for i in groups:
+        measure(i)
+    for i in groups:
+        find_partner(i)
+    while len(groups) > count:
+        kept = min(groups, key=lambda i: (partners[i][0], i))
+        gone = partners[kept][1]
+        groups[kept] += groups.pop(gone)
+        measure(kept)
+        for i in groups:
+            if i == kept or partners[i][1] in (kept, gone):
+                find_partner(i)
+    return [groups[i] for i in sorted(groups)]
+
+
+def fine_mean(point):
+    return tuple((2 * 16 * s + point.weight) // (2 * point.weight) for s in point.sums)
+
+
+class Clusters:
+    """Centres in sixteenths of levels, and the points that are nearest to each."""
+
+    def __init__(self, points, centers):
+        self.points, self.places = points, [fine_mean(point) for point in points]
+        self.start(centers)
+
+    def start(self, centers):
+        self.centers = list(centers)
+        self.belongs = [nearest(self.centers, place) for place in self.places]
+
+    def errors(self):
+        return [float(point.weight) * squared_distance(place, self.centers[i])
+                for point, place, i in zip(self.points, self.places, self.belongs)]
+
+    def error(self):
+        total = 0.0
+        for error in self.errors():
+            total += error
+        return total
+
+    def settle(self, rounds):
+        for _ in range(rounds):
+            weights, sums = [0] * len(self.centers), [[0, 0, 0] for _ in self.centers]
+            for point, place, i in zip(self.points, self.places, self.belongs):
+                weights[i] += point.weight
+                for c in range(3):
+                    sums[i][c] += point.weight * place[c]
+            moved = [tuple((2 * s + w) // (2 * w) for s in sum3) if w else center
+                     for w, sum3, center in zip(weights, sums, self.centers)]
+            if moved == self.centers:
+                return
+            self.start(moved)
+
+    def best_swaps(self):
+        """From the most promising on: the centre taken away, the one cut, and what takes their places."""
+        costs = [0.0] * len(self.centers)
+        for point, place, i in zip(self.points, self.places, self.belongs):
+            distances = [squared_distance(place, center) for center in self.centers]
+            second = min(distances[:i] + distances[i + 1:])
+            costs[i] += float(point.weight) * (second - distances[i])
+        swaps = []
+        for cut in range(len(self.centers)):
+            members = [point for point, i in zip(self.points, self.belongs) if i == cut]
+            if len(members) < 2:
+                continue
+            parts = cut_into_boxes(members, 2, variance_cut)
+            for removed in range(len(self.centers)):
+                if removed != cut:
+                    swaps.append((gain(*parts) * 256 - costs[removed], removed, cut, parts))
+        return sorted(swaps, key=lambda swap: -swap[0])
+
+    def exchange(self, tries):
+        has_gained = len(self.centers) > 1
+        while has_gained and tries:
+            has_gained = False
+            for _, removed, cut, parts in self.best_swaps():
+                if has_gained or not tries:
+                    break
+                tries -= 1
+                old, before = self.centers, self.error()
+                centers = list(old)
+                centers[removed], centers[cut] = map(fine_mean, parts)
+                self.start(centers)
+                self.settle(4)
+                has_gained = self.error() < 0.9999 * before
+                if not has_gained:
+                    self.start(old)
+
+
+def coarse_points(points, count):
+    bits = 8
+    while len(points) > max(2 ** 13, 128 * count):
+        bits -= 1
+        points = list(gather(points, upper_bits(bits)).values())
+    return points
+
+
+def best_of_coarse(points, count):
+    boxes = cut_into_boxes(points, 512 + 2 * count, variance_cut)
+    starts = [cut_into_boxes(points, count, variance_cut), merge_in_pairs(boxes, count)]
+    by_cutting, by_merging = [Clusters(points, map(fine_mean, start)) for start in starts]
+    by_cutting.settle(6)
+    by_merging.settle(6)
+    best = by_cutting if by_cutting.error() < by_merging.error() else by_merging
+    if count <= 64:
+        best.exchange(48)
+    best.settle(40)
+    return best.centers
+
+
+def with_emphasis(point):
+    factor = math.floor(16 * math.sqrt(math.sqrt(math.sqrt(point.weight))))
+    return Point(point.weight * factor, [s * factor for s in point.sums])
+
+
+def best_greys(points, count):
+    levels = sorted(points, key=lambda point: point.mean)
+
+    def error(start, end):
+        mean = total_of(levels[start:end]).mean[0]
+        total = 0.0
+        for point in levels[start:end]:
+            total += float(point.weight) * (point.mean[0] - mean) ** 2
+        return total
+
+    errors = {(start, end): error(start, end) for end in range(len(levels) + 1) for start in range(end)}
+    best = {end: (errors[0, end], [0]) for end in range(1, len(levels) + 1)}
+    for k in range(2, count + 1):
+        best = {end: min(((best[start][0] + errors[start, end], best[start][1] + [start])
+                          for start in range(k - 1, end)), key=lambda choice: choice[0])
+                for end in range(k, len(levels) + 1)}
+    starts = best[len(levels)][1]
+    return [total_of(levels[start:end]).mean for start, end in zip(starts, starts[1:] + [len(levels)])]
+
+
+def median5(colors, count):
+    points = points_of(colors)
     merged = list(gather(points, upper_bits(5)).values())
     boxes = cut_into_boxes(points if len(merged) < count else merged, count, median_cut)
     return [box.mean for box in boxes]
 
 
-def median8(points, count):
-    return refine(cut_into_boxes(points, count, variance_cut), points)
+def median8(colors, count):
+    points = finest_points(colors)
+    if all(b == g == r for b, g, r in (point.mean for point in points)):
+        return best_greys(points, count)
+    weighed = [with_emphasis(point) for point in points] if count >= 32 else points
+    clusters = Clusters(weighed, best_of_coarse(coarse_points(weighed, count), count))
+    clusters.settle(10)
+    return refine([tuple((c + 8) // 16 for c in center) for center in clusters.centers], points)
 
 
-def popularity(points, count):
+def popularity(colors, count):
+    points = points_of(colors)
+
     def most_frequent(colors):
         return [p.mean for p in sorted(colors, key=lambda p: -p.weight)[:count]]
 
@@ -410,8 +584,8 @@ QUANTIZERS = {"median5": median5, "median8": median8, "popularity": popularity}
 
 
 def quantizer(picture, by, colors):
-    points = points_of(picture)
-    palette = [p.mean for p in points] if len(points) <= colors else QUANTIZERS[by](points, colors)
+    found = colors_of(picture)
+    palette = [p.mean for p in found] if len(found) <= colors else QUANTIZERS[by](found, colors)
     known = {}
     for line in picture:
         for pixel in line:
@@ -679,22 +853,22 @@ class Mixer:
 
 
 def most_error(palette):
-    farthest = 0
+    gaps = []
     for a in palette:
         distances = [max(abs(p - q) for p, q in zip(a, b)) for b in palette if a != b]
-        farthest = max([farthest, min(distances + [256])])
-    return clamp(3 * farthest, 32, 256)
+        gaps.append(min(distances + [256]))
+    return clamp(2 * sorted(gaps)[len(gaps) // 2], 40, 256)
 
 
 def diffuse(picture, palette):
     L = most_error(palette)
+    sixteenths = [[16 * level for level in entry] for entry in palette]
     known = {}
 
     def near(value):
-        cell = tuple((v + 16 * L) // 128 for v in value)
-        if cell not in known:
-            known[cell] = nearest(palette, [8 * c + 4 - L for c in cell])
-        return known[cell]
+        if value not in known:
+            known[value] = nearest(sixteenths, value)
+        return known[value]
 
     width = len(picture[0])
     errors = [[0, 0, 0] for _ in range(width)]
@@ -709,11 +883,7 @@ def diffuse(picture, palette):
             value = [16 * level for level in color]
             if is_seen:
                 value = [v + clamp(a + e, -16 * L, 16 * L) for v, a, e in zip(value, ahead, errors[x])]
-            entry = None
-            if color in palette and all(abs(v - 16 * level) <= 8 for v, level in zip(value, color)):
-                entry = palette.index(color)
-            if entry is None:
-                entry = near(value)
+            entry = near(tuple(value))
             indices[x] = entry
             error = [v - 16 * p for v, p in zip(value, palette[entry])] if is_seen else [0, 0, 0]
             for c, e in enumerate(error):

@@ -1,9 +1,17 @@
+// Kernels of the medians by histograms; the including file defines the table of its level. Nothing here calls the
+// standard library or is inline with external linkage, so no copy compiled for a wide level can stand in for another.
+//
 // Medians of large windows in constant time per pixel: a histogram for each column moves down with the window, and the
 // window's own, their sum, moves along by one column more and one less (S. Perreault, P. Hebert, Median Filtering in
 // Constant Time, 2007). The coarse tier is kept up at each step; of the fine tiers, only the one that holds the median
 // is, and others are brought up to date when they are needed again.
+#include "median/MedianHistogramCounters.inl"
+#include "median/MedianKernels.h"
+
 namespace zpixf {
 namespace {
+
+size_t AtMost(size_t a, size_t b) { return a < b ? a : b; }
 
 inline uint8_t* FineBins(ColumnHistograms columns, size_t value, size_t column) {
     return columns.fine + (value >> 4) * columns.binStride + column * kBins;
@@ -131,6 +139,8 @@ void Medians(const ColumnHistograms& columns, const LineExchange& exchange, size
     else
         MediansOfLine<false>(columns, exchange, width, radius, medians);
 }
+
+constexpr MedianHistogramKernels kKernels = {&Count, &Medians};
 
 }  // namespace
 }  // namespace zpixf

@@ -1,7 +1,10 @@
-// The vectors that the median's kernels are written in: pixels compared byte by byte, and rows of 16 counters. By AVX2,
-// by the SSE2 that every 64-bit x86 has, or by plain loops.
+// Rows of 16 counters, which the median's histograms are made of: by AVX2, by the SSE2 that every 64-bit x86 has, or by
+// plain loops. A wider vector would have to hold counters of several histograms.
 #include <cstring>
-#if defined(ZPIXF_PLAIN_VECTORS)
+
+#include "median/MedianKernels.h"
+
+#if defined(SIMD_NO_VECTORS) || defined(SIMD_PLAIN_BYTES)
 #elif defined(__AVX2__)
 #include <immintrin.h>
 #define ZPIXF_AVX2_VECTORS
@@ -39,13 +42,6 @@ const uint8_t* SetFrom(size_t bin) { return kSetFromTable + 15 - bin; }
 #endif
 }
 
-// Pixels: bytes side by side.
-//   Bytes Load / void Store          from and to memory at any address
-//   Min, Max                         byte by byte
-//   WithAlphaOf(color, alpha)        B, G and R of the one, A of the other
-//   Shifted<n>(a, b)                 the last pixels of a, without the first n (1 or 2), and then the first n of b
-//   StoreByTurns(to, even, odd)      pixels of the one and the other by turns, two vectors of them
-//
 // Counters: 16 of a byte (Narrow) or of 16 bits (Wide), all sums being modulo their size.
 //   LoadNarrow, Store, Add, Subtract, And
 //   Widen(const uint8_t*)            16 bytes as a Wide
@@ -53,27 +49,6 @@ const uint8_t* SetFrom(size_t bin) { return kSetFromTable + 15 - bin; }
 //   PlusEach(Wide, number)           the number added to each counter
 
 #if defined(ZPIXF_AVX2_VECTORS)
-
-struct Bytes {
-    __m256i v;
-};
-
-Bytes Load(const uint8_t* from) { return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from))}; }
-void Store(uint8_t* to, Bytes a) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), a.v); }
-Bytes Min(Bytes a, Bytes b) { return {_mm256_min_epu8(a.v, b.v)}; }
-Bytes Max(Bytes a, Bytes b) { return {_mm256_max_epu8(a.v, b.v)}; }
-Bytes WithAlphaOf(Bytes color, Bytes alpha) {
-    return {_mm256_blendv_epi8(color.v, alpha.v, _mm256_set1_epi32(static_cast<int>(0xFF000000u)))};
-}
-template <int kPixels>
-Bytes Shifted(Bytes a, Bytes b) {
-    return {_mm256_alignr_epi8(_mm256_permute2x128_si256(a.v, b.v, 0x21), a.v, 4 * kPixels)};
-}
-void StoreByTurns(uint8_t* to, Bytes even, Bytes odd) {
-    const __m256i low = _mm256_unpacklo_epi32(even.v, odd.v), high = _mm256_unpackhi_epi32(even.v, odd.v);
-    Store(to, {_mm256_permute2x128_si256(low, high, 0x20)});
-    Store(to + 32, {_mm256_permute2x128_si256(low, high, 0x31)});
-}
 
 struct Wide {
     __m256i v;
@@ -91,33 +66,12 @@ unsigned Negatives(Wide a) { return TrailingOnes(static_cast<unsigned>(_mm256_mo
 
 #elif defined(ZPIXF_SSE2_VECTORS)
 
-struct Bytes {
-    __m128i v;
-};
-
-Bytes Load(const uint8_t* from) { return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(from))}; }
-void Store(uint8_t* to, Bytes a) { _mm_storeu_si128(reinterpret_cast<__m128i*>(to), a.v); }
-Bytes Min(Bytes a, Bytes b) { return {_mm_min_epu8(a.v, b.v)}; }
-Bytes Max(Bytes a, Bytes b) { return {_mm_max_epu8(a.v, b.v)}; }
-Bytes WithAlphaOf(Bytes color, Bytes alpha) {
-    const __m128i isAlpha = _mm_set1_epi32(static_cast<int>(0xFF000000u));
-    return {_mm_or_si128(_mm_andnot_si128(isAlpha, color.v), _mm_and_si128(isAlpha, alpha.v))};
-}
-template <int kPixels>
-Bytes Shifted(Bytes a, Bytes b) {
-    return {_mm_or_si128(_mm_srli_si128(a.v, 4 * kPixels), _mm_slli_si128(b.v, 16 - 4 * kPixels))};
-}
-void StoreByTurns(uint8_t* to, Bytes even, Bytes odd) {
-    Store(to, {_mm_unpacklo_epi32(even.v, odd.v)});
-    Store(to + 16, {_mm_unpackhi_epi32(even.v, odd.v)});
-}
-
 struct Wide {
     __m128i low, high;
 };
 
 Wide Widen(const uint8_t* from) {
-    const __m128i bytes = Load(from).v, zero = _mm_setzero_si128();
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)), zero = _mm_setzero_si128();
     return {_mm_unpacklo_epi8(bytes, zero), _mm_unpackhi_epi8(bytes, zero)};
 }
 Wide Add(Wide a, Wide b) { return {_mm_add_epi16(a.low, b.low), _mm_add_epi16(a.high, b.high)}; }
@@ -139,41 +93,6 @@ unsigned Negatives(Wide a) {
 }
 
 #else
-
-struct Bytes {
-    uint8_t v[16];
-};
-
-Bytes Load(const uint8_t* from) {
-    Bytes bytes;
-    std::memcpy(bytes.v, from, sizeof bytes.v);
-    return bytes;
-}
-void Store(uint8_t* to, Bytes a) { std::memcpy(to, a.v, sizeof a.v); }
-Bytes Min(Bytes a, Bytes b) {
-    for (size_t i = 0; i < sizeof a.v; ++i) a.v[i] = b.v[i] < a.v[i] ? b.v[i] : a.v[i];
-    return a;
-}
-Bytes Max(Bytes a, Bytes b) {
-    for (size_t i = 0; i < sizeof a.v; ++i) a.v[i] = a.v[i] < b.v[i] ? b.v[i] : a.v[i];
-    return a;
-}
-Bytes WithAlphaOf(Bytes color, Bytes alpha) {
-    for (size_t i = 3; i < sizeof color.v; i += 4) color.v[i] = alpha.v[i];
-    return color;
-}
-template <int kPixels>
-Bytes Shifted(Bytes a, Bytes b) {
-    std::memmove(a.v, a.v + 4 * kPixels, sizeof a.v - 4 * kPixels);
-    std::memcpy(a.v + sizeof a.v - 4 * kPixels, b.v, 4 * kPixels);
-    return a;
-}
-void StoreByTurns(uint8_t* to, Bytes even, Bytes odd) {
-    for (size_t i = 0; i < sizeof even.v; i += 4) {
-        std::memcpy(to + 2 * i, even.v + i, 4);
-        std::memcpy(to + 2 * i + 4, odd.v + i, 4);
-    }
-}
 
 struct Wide {
     std::uint16_t v[kBins];

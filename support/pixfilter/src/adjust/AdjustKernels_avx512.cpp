@@ -1,0 +1,3 @@
+#include "adjust/AdjustKernels.inl"
+
+const zpixf::AdjustKernels zpixf::kAvx512AdjustKernels = zpixf::kKernels;

@@ -1,0 +1,3 @@
+#include "convolve/ConvolutionKernels.inl"
+
+const zpixf::ConvolutionKernels zpixf::kAvx512ConvolutionKernels = zpixf::kKernels;

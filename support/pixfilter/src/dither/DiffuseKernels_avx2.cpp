@@ -1,0 +1,3 @@
+#include "dither/DiffuseKernels.inl"
+
+const zpixf::DiffuseKernels zpixf::kAvx2DiffuseKernels = zpixf::kKernels;

@@ -1,0 +1,3 @@
+#include "dither/DiffuseKernels.inl"
+
+const zpixf::DiffuseKernels zpixf::kBaseDiffuseKernels = zpixf::kKernels;

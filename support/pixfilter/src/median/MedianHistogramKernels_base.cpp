@@ -1,0 +1,3 @@
+#include "median/MedianHistogramKernels.inl"
+
+const zpixf::MedianHistogramKernels zpixf::kBaseMedianHistogramKernels = zpixf::kKernels;

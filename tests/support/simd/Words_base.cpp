@@ -1,0 +1,3 @@
+#include "Words.inl"
+
+const simd_tests::Words simd_tests::kBaseWords = simd_tests::kWords;
