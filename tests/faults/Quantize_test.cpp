@@ -9,7 +9,7 @@ namespace {
 using zpixf::ZPixFilterBase;
 using zpixf::ZPixFormat;
 
-constexpr unsigned kSide = 26, kWidth = kSide * kSide, kHeight = kSide, kColors = 40;
+constexpr unsigned kSide = 26, kWidth = kSide * kSide, kHeight = kSide, kColors = 6;
 
 /// More colours than are counted one by one, so that all the work is done, but close together, so that it is little.
 std::uint32_t CloseColor(unsigned x, unsigned line) { return x % kSide | x / kSide << 8 | line << 16 | 0xFF000000u; }

@@ -59,7 +59,7 @@ protected:
     std::vector<ColorPoint> ChooseColors(const ColorHistogram& histogram) const override;
 };
 
-/// Splits by variance on full 8-bit colours, and refines: the good one.
+/// Looks for the least squared error on full 8-bit colours: the good one. For greys it finds the least of all.
 class ZPIXF_API ZPixfQuantizeMedian8 : public ZPixfQuantize {
 public:
     ZPixfQuantizeMedian8();

@@ -43,6 +43,7 @@ ColorClusters::ColorClusters(const std::vector<ColorPoint>& newColors) : colors(
 void ColorClusters::SetCenters(std::vector<FineColor> newCenters) {
     centers = std::move(newCenters);
     neighbors.clear();
+    neighbors.reserve(centers.size() * centers.size());
     for (std::uint32_t i = 0; i < centers.size(); ++i)
         for (std::uint32_t j = 0; j < centers.size(); ++j)
             if (j != i) neighbors.push_back({0, j});
@@ -188,15 +189,15 @@ std::vector<ColorClusters::Swap> ColorClusters::BestSwaps() const {
 /// Leaves all as it was, and returns false, if the error does not fall.
 bool ColorClusters::Try(const Swap& swap) {
     const double before = Error();
-    const std::vector<FineColor> oldCenters = centers;
-    const std::vector<std::uint8_t> oldClusters = clusters;
+    oldCenters = centers;
+    oldClusters = clusters;
     centers[swap.removed] = swap.lower;
     centers[swap.cut] = swap.upper;
     Assign();
     Settle(kRoundsOfATry);
     if (Error() < kWorthwhile * before) return true;
-    centers = oldCenters;
-    clusters = oldClusters;
+    centers.swap(oldCenters);
+    clusters.swap(oldClusters);
     return false;
 }
 

@@ -73,7 +73,9 @@ private:
     std::vector<Point> points;
     std::vector<std::uint8_t> clusters;  ///< to which the points belong
     std::vector<FineColor> centers;
-    std::vector<Neighbor> neighbors;  ///< of each centre the others, by distance
+    std::vector<Neighbor> neighbors;        ///< of each centre the others, by distance
+    std::vector<std::uint8_t> oldClusters;  ///< these two: what a try that fails goes back to
+    std::vector<FineColor> oldCenters;
 };
 
 }  // namespace zpixf

@@ -27,8 +27,8 @@ void SetMean(ColorPoint& point) noexcept;
 /// Puts together the points whose means agree in the upper `bits` of each channel.
 std::vector<ColorPoint> Merge(const std::vector<ColorPoint>& points, unsigned bits);
 
-/// Counts the colours of a picture, every colour for itself, in bounded memory: 32 MB, and 1 KB for each 8 x 8 x 8
-/// colours of which there is one as a rule.
+/// Counts the colours of a picture, every colour for itself. Takes 1 KB for each block of 8 x 8 x 8 colours that it has
+/// some of, so 33 MB at most.
 ///
 /// Pixels of alpha 0 count only as long as there are no others.
 class ColorHistogram {

@@ -70,6 +70,7 @@ std::vector<ColorPoint> MergeInPairs(const std::vector<ColorPoint>& points, std:
         Unite(groups, static_cast<std::size_t>(best - groups.begin()), best->partner);
     }
     std::vector<ColorPoint> merged;
+    merged.reserve(count);
     for (const Group& group : groups)
         if (!group.IsGone()) merged.push_back(group.point);
     for (ColorPoint& point : merged) SetMean(point);
