@@ -182,14 +182,6 @@ Palette PictureLikePalette() {
     return palette;
 }
 
-/// Well within the box of PictureLikePalette.
-std::vector<Rgb> ColorsWithin(unsigned count) {
-    std::vector<Rgb> colors = RandomColors(count);
-    for (Rgb& color : colors)
-        for (int& channel : color) channel = 32 + channel * 160 / 255;
-    return colors;
-}
-
 int SquaredDistance(const RGBQUAD& entry, const std::uint8_t* pixel) {
     const int blue = entry.rgbBlue - pixel[0], green = entry.rgbGreen - pixel[1], red = entry.rgbRed - pixel[2];
     return blue * blue + green * green + red * red;
