@@ -30,10 +30,17 @@ struct Surroundings {
     double fourth;
 };
 
+/// The entries that are looked at, by rising number.
+struct AmongEntries {
+    const std::uint8_t* numbers;
+    unsigned count;
+};
+
 struct DitherMixKernels {
-    Surroundings (*lookAround)(const MixPalette& palette, double blue, double green, double red);
+    Surroundings (*lookAround)(const MixPalette& palette, AmongEntries among, double blue, double green, double red);
     /// Gives the mixture that best weighs how far its mean misses the colour against how far its entries lie from it.
-    void (*mix)(const MixPalette& palette, double blue, double green, double red, Shares& shares);
+    /// Those looked at must have all that are within the palette's reach.
+    void (*mix)(const MixPalette& palette, AmongEntries among, double blue, double green, double red, Shares& shares);
 };
 
 extern const DitherMixKernels kBaseDitherMixKernels;

@@ -35,21 +35,21 @@ Vector Offset(const MixPalette& palette, unsigned entry, const Vector& color) {
 }
 
 // Gives the squared distance of each entry.
-Surroundings LookAround(const MixPalette& palette, const Vector& color, double* distances) {
-    for (unsigned i = 0; i < palette.count; ++i) {
-        const Vector q = Offset(palette, i, color);
+Surroundings LookAround(const MixPalette& palette, AmongEntries among, const Vector& color, double* distances) {
+    for (unsigned i = 0; i < among.count; ++i) {
+        const Vector q = Offset(palette, among.numbers[i], color);
         distances[i] = Dot(q, q);
     }
     constexpr unsigned kNearest = 4;
     double nearest[kNearest];
     unsigned held = 0, first = 0;
-    for (unsigned i = 0; i < palette.count; ++i) {
+    for (unsigned i = 0; i < among.count; ++i) {
         const double distance = distances[i];
         if (held == kNearest && distance >= nearest[kNearest - 1]) continue;
         unsigned place = held < kNearest ? held++ : kNearest - 1;
         for (; place > 0 && distance < nearest[place - 1]; --place) nearest[place] = nearest[place - 1];
         nearest[place] = distance;
-        if (place == 0) first = i;
+        if (place == 0) first = among.numbers[i];
     }
     return {first, nearest[held - 1]};
 }
@@ -74,19 +74,19 @@ double Cost(const MixPalette& palette, const Vector& q, double distance, double 
     return palette.spread * ((distance - palette.alongGreys * (along * along)) * closeness);
 }
 
-void Choose(const MixPalette& palette, const Vector& color, Candidates& chosen) {
+void Choose(const MixPalette& palette, AmongEntries among, const Vector& color, Candidates& chosen) {
     double distances[MixPalette::kMost];
-    const double limit = palette.reach * palette.reach * LookAround(palette, color, distances).fourth;
+    const double limit = palette.reach * palette.reach * LookAround(palette, among, color, distances).fourth;
     chosen.count = 0;
-    for (unsigned i = 0; i < palette.count; ++i) {
+    for (unsigned i = 0; i < among.count; ++i) {
         if (distances[i] >= limit && palette.reach > 0) continue;
         const double way = palette.reach > 0 ? distances[i] / limit : 0;
-        const Vector q = Offset(palette, i, color);
+        const Vector q = Offset(palette, among.numbers[i], color);
         chosen.blue[chosen.count] = q.blue;
         chosen.green[chosen.count] = q.green;
         chosen.red[chosen.count] = q.red;
         chosen.costs[chosen.count] = Cost(palette, q, distances[i], 1 / (1 - way * way));
-        chosen.entries[chosen.count] = i;
+        chosen.entries[chosen.count] = among.numbers[i];
         ++chosen.count;
     }
 }
@@ -212,17 +212,17 @@ void KeepFour(Shares& held) {
     }
 }
 
-void Mix(const MixPalette& palette, double blue, double green, double red, Shares& shares) {
+void Mix(const MixPalette& palette, AmongEntries among, double blue, double green, double red, Shares& shares) {
     Candidates candidates;
-    Choose(palette, {blue, green, red}, candidates);
+    Choose(palette, among, {blue, green, red}, candidates);
     Search(candidates, shares);
     KeepFour(shares);
     for (unsigned i = 0; i < shares.count; ++i) shares.entries[i] = candidates.entries[shares.entries[i]];
 }
 
-Surroundings LookAround(const MixPalette& palette, double blue, double green, double red) {
+Surroundings LookAround(const MixPalette& palette, AmongEntries among, double blue, double green, double red) {
     double distances[MixPalette::kMost];
-    return LookAround(palette, {blue, green, red}, distances);
+    return LookAround(palette, among, {blue, green, red}, distances);
 }
 
 constexpr DitherMixKernels kKernels = {&LookAround, &Mix};

@@ -1,6 +1,8 @@
 #include "dither/ZPixfDitherMixer.h"
 
 #include <algorithm>
+#include <cmath>
+#include <numeric>
 #include <utility>
 
 #include "palette/PackedColor.h"
@@ -11,6 +13,8 @@ namespace {
 double Blue(std::uint32_t color) { return color & 255; }
 double Green(std::uint32_t color) { return color >> 8 & 255; }
 double Red(std::uint32_t color) { return color >> 16 & 255; }
+
+constexpr std::size_t kMostNumbers = 1 << 20;
 
 bool IsGrey(const RGBQUAD& color) { return color.rgbBlue == color.rgbGreen && color.rgbGreen == color.rgbRed; }
 
@@ -41,6 +45,40 @@ Mixer::Mixer(const RGBQUAD* entries, unsigned numEntries, double newStrength) : 
     palette.spread = spansAll ? 0.005 : 0.02;
     palette.reach = spansAll || palette.count < 4 ? 0 : 1.9;
     palette.alongGreys = spansAll ? 1.0 / 6 : 1.0 / 64;
+    std::iota(all.begin(), all.end(), std::uint8_t{0});
+    if (palette.reach == 0) return;
+    around.resize(kStepCells);
+    numbers.reserve(kMostNumbers);
+    numbers.resize(1);
+}
+
+AmongEntries Mixer::AroundCell(std::uint32_t color) {
+    if (palette.reach == 0) return All();
+    std::uint32_t& cell = around[CellOf(color)];
+    if (cell == 0) FindAround(color);
+    return {numbers.data() + cell / MixPalette::kMost, cell % MixPalette::kMost + 1};
+}
+
+/// A colour of the cell lies within `radius` of its middle; so no entry is of use whose distance, less that, is more
+/// than the palette's reach of the fourth-nearest one's, and that. (A level more makes up for any rounding.)
+void Mixer::FindAround(std::uint32_t color) {
+    if (numbers.size() + palette.count > kMostNumbers) {
+        std::fill(around.begin(), around.end(), 0);
+        numbers.resize(1);
+    }
+    constexpr double kRadius = 8;  // more than half of the diagonal of 8 levels
+    const std::uint32_t middle = (color & 0xF8F8F8) | 0x040404;
+    const double fourth =
+        std::sqrt(kernels.lookAround(palette, All(), Blue(middle), Green(middle), Red(middle)).fourth);
+    const double farthest = palette.reach * (fourth + kRadius) + kRadius;
+    const std::size_t first = numbers.size();
+    for (unsigned i = 0; i < palette.count; ++i) {
+        const double blue = palette.blue[i] - Blue(middle), green = palette.green[i] - Green(middle),
+                     red = palette.red[i] - Red(middle);
+        if (blue * blue + green * green + red * red <= farthest * farthest)
+            numbers.push_back(static_cast<std::uint8_t>(i));
+    }
+    around[CellOf(color)] = static_cast<std::uint32_t>(first * MixPalette::kMost + (numbers.size() - first - 1));
 }
 
 // Shares change from colour to colour in proportion to the distances of the entries. Steps of a small part of these are
@@ -49,7 +87,7 @@ Mixer::Mixer(const RGBQUAD* entries, unsigned numEntries, double newStrength) : 
 unsigned Mixer::StepAround(std::uint32_t color) const {
     constexpr double kForTwo = 16 * 16, kForFour = 32 * 32;
     if (strength == 0) return 1;
-    const double fourth = kernels.lookAround(palette, Blue(color), Green(color), Red(color)).fourth;
+    const double fourth = kernels.lookAround(palette, All(), Blue(color), Green(color), Red(color)).fourth;
     return fourth >= kForFour ? 4 : fourth >= kForTwo ? 2 : 1;
 }
 
@@ -80,10 +118,12 @@ void Mixer::Sort(Shares& shares) const {
         }
 }
 
-Mixture Mixer::Mix(std::uint32_t color) const {
+Mixture Mixer::Mix(std::uint32_t color) {
     Shares shares{};
-    kernels.mix(palette, Blue(color), Green(color), Red(color), shares);
-    if (strength < 1) DrawToNearest(shares, kernels.lookAround(palette, Blue(color), Green(color), Red(color)).nearest);
+    const AmongEntries among = AroundCell(color);
+    kernels.mix(palette, among, Blue(color), Green(color), Red(color), shares);
+    if (strength < 1)
+        DrawToNearest(shares, kernels.lookAround(palette, among, Blue(color), Green(color), Red(color)).nearest);
     Sort(shares);
     Mixture mixture{};
     double share = 0;

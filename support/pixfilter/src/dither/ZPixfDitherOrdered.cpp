@@ -74,7 +74,7 @@ private:
     const DitherKernels& kernels = ActiveDitherKernels();
     const Pattern& pattern;
     const ExactColors exactColors;
-    const Mixer mixer;
+    Mixer mixer;
     const std::unique_ptr<Mixture[]> mixtures = std::make_unique<Mixture[]>(std::size_t{1} << kPlaceBits);
     const std::unique_ptr<std::uint8_t[]> steps = std::make_unique<std::uint8_t[]>(kStepCells);
 };
