@@ -45,6 +45,8 @@ Mixer::Mixer(const RGBQUAD* entries, unsigned numEntries, double newStrength) : 
     palette.spread = spansAll ? 0.005 : 0.02;
     palette.reach = spansAll || palette.count < 4 ? 0 : 1.9;
     palette.alongGreys = spansAll ? 1.0 / 6 : 1.0 / 64;
+    forTwo = spansAll ? 4 * 4 : 16 * 16;
+    forFour = spansAll ? 12 * 12 : 32 * 32;
     std::iota(all.begin(), all.end(), std::uint8_t{0});
     if (palette.reach == 0) return;
     around.resize(kStepCells);
@@ -85,10 +87,9 @@ void Mixer::FindAround(std::uint32_t color) {
 // not seen in the pattern, the less the closer the entries are. Without strength each colour is on its own, as the
 // nearest entry must be its very own.
 unsigned Mixer::StepAround(std::uint32_t color) const {
-    constexpr double kForTwo = 16 * 16, kForFour = 32 * 32;
     if (strength == 0) return 1;
     const double fourth = kernels.lookAround(palette, All(), Blue(color), Green(color), Red(color)).fourth;
-    return fourth >= kForFour ? 4 : fourth >= kForTwo ? 2 : 1;
+    return fourth >= forFour ? 4 : fourth >= forTwo ? 2 : 1;
 }
 
 void Mixer::DrawToNearest(Shares& shares, unsigned nearest) const {

@@ -31,6 +31,7 @@ private:
     const DitherMixKernels& kernels = ActiveDitherMixKernels();
     const double strength;
     MixPalette palette{};
+    double forTwo, forFour;  ///< how far, squared, the fourth-nearest entry is where steps are of 2 and 4 levels
     std::array<std::uint8_t, MixPalette::kMost> indices{};  ///< of the palette's colours among the entries given
     std::array<std::uint8_t, MixPalette::kMost> all{};      ///< 0, 1, 2 ...
     /// Those that can have a share in some mixture of a cell: where they begin, times kMost, and how many but one there

@@ -728,6 +728,7 @@ class Mixer:
         self.palette = list(dict.fromkeys(palette))
         corners = sum(all(v in (0, 255) for v in entry) for entry in self.palette)
         spans_all = corners == 8 or all(b == g == r for b, g, r in palette)
+        self.spans_all = spans_all
         self.spread = 0.005 if spans_all else 0.02
         self.reach = 0.0 if spans_all or len(self.palette) < 4 else 1.9
         self.along_greys = 1.0 / 6 if spans_all else 1.0 / 64
@@ -739,7 +740,8 @@ class Mixer:
     def step_around(self, color):
         if color not in self.steps:
             fourth = self.fourth(color)
-            self.steps[color] = 1 if self.strength == 0 or fourth < 256 else 2 if fourth < 1024 else 4
+            for_two, for_four = (16, 144) if self.spans_all else (256, 1024)
+            self.steps[color] = 1 if self.strength == 0 or fourth < for_two else 2 if fourth < for_four else 4
         return self.steps[color]
 
     def mixture_of(self, color):
