@@ -295,9 +295,13 @@ Vec ToLanes(const Numbers& numbers, Operation operation) {
     for (std::size_t i = 0; i < Numbers::kCount; ++i) lanes.at[i] = operation(numbers.at[i]);
     return lanes.ToVec();
 }
-/// Halves to even numbers.
+/// Halves to even numbers, as a sum with 1.5 * 2^52 has them.
 inline Vec Nearest32(Floats a) {
-    return ToLanes(a, [](float value) { return static_cast<S32>(__builtin_rintf(value)); });
+    return ToLanes(a, [](float value) {
+        constexpr double kOnlyWhole = 6755399441055744.0;
+        const double sum = double{value} + kOnlyWhole;
+        return static_cast<S32>(sum - kOnlyWhole);
+    });
 }
 inline Vec Truncated32(Floats a) {
     return ToLanes(a, [](float value) { return static_cast<S32>(value); });
