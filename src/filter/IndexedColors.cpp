@@ -149,7 +149,7 @@ zpixf::ZPixFormat PaletteOf(const std::vector<shr::Color4b>& entries) {
 /// A count alone stands for the fixed palette.
 zpixf::ZPixFormat FixedPaletteOf(unsigned most) { return zpixf::ZPixFormat(0, 0, 1, 8, most); }
 
-/// Without dither the nearest entries are what the weakest one gives.
+/// Without dither the nearest entries are what a diffusion gives that hands nothing on.
 FilterPtr MakeDitherer(const IndexedColors& colors) {
     const auto withStrength = [](auto ditherer, double strength) -> FilterPtr {
         ditherer->SetStrength(strength);
@@ -161,7 +161,7 @@ FilterPtr MakeDitherer(const IndexedColors& colors) {
         case Dither::blueNoise: return withStrength(std::make_unique<zpixf::ZPixfDitherBlueNoise>(), colors.strength);
         case Dither::none: break;
     }
-    return withStrength(std::make_unique<zpixf::ZPixfDitherOrdered>(), 0.0);
+    return withStrength(std::make_unique<zpixf::ZPixfDitherDiffuse>(), 0.0);
 }
 
 FilterPtr StartDithering(const IndexedColors& colors, const zpixf::ZPixFormat& palette, const ZBitmap& result,
