@@ -16,6 +16,9 @@ double Red(std::uint32_t color) { return color >> 16 & 255; }
 
 constexpr std::size_t kMostNumbers = 1 << 20;
 
+/// With so few, mixtures are coarse, and what is seen of them weighs more.
+constexpr unsigned kFewEntries = 32;
+
 bool IsGrey(const RGBQUAD& color) { return color.rgbBlue == color.rgbGreen && color.rgbGreen == color.rgbRed; }
 
 bool IsCorner(const RGBQUAD& color) {
@@ -42,7 +45,7 @@ Mixer::Mixer(const RGBQUAD* entries, unsigned numEntries, double newStrength) : 
     // Where every colour lies amid entries, its mean can be kept at little cost. Other palettes leave colours outside,
     // or between entries that are far apart, where a near mean is not worth what it takes.
     const bool spansAll = corners == 8 || std::all_of(entries, entries + numEntries, IsGrey);
-    palette.spread = spansAll ? 0.005 : 0.02;
+    palette.spread = spansAll ? 0.005 : palette.count < kFewEntries ? 0.035 : 0.02;
     palette.reach = spansAll || palette.count < 4 ? 0 : 1.9;
     palette.alongGreys = spansAll ? 1.0 / 6 : 1.0 / 64;
     forTwo = spansAll ? 4 * 4 : 16 * 16;

@@ -729,7 +729,7 @@ class Mixer:
         corners = sum(all(v in (0, 255) for v in entry) for entry in self.palette)
         spans_all = corners == 8 or all(b == g == r for b, g, r in palette)
         self.spans_all = spans_all
-        self.spread = 0.005 if spans_all else 0.02
+        self.spread = 0.005 if spans_all else 0.035 if len(self.palette) < 32 else 0.02
         self.reach = 0.0 if spans_all or len(self.palette) < 4 else 1.9
         self.along_greys = 1.0 / 6 if spans_all else 1.0 / 64
         self.mixtures, self.steps = {}, {}
