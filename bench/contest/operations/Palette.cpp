@@ -27,9 +27,9 @@ Entrant Quantizing(const char* name, unsigned colors) {
             .role = Role::ours};
 }
 
-zpixf::ZPixFormat FormatWith(int side, const RGBQUAD* colors) {
+zpixf::ZPixFormat FormatWith(int side, const RGBQUAD* colors, unsigned count) {
     zpixf::ZPixFormat format = bench::IndexFormat(side);
-    format.FillColorTable(256, colors);
+    format.FillColorTable(count, colors);
     return format;
 }
 
@@ -42,7 +42,8 @@ Entrant QuantizingAndDithering(const char* name) {
                 Ditherer ditherer;
                 bench::LineSource source{bgra.pixels.data(), bgra.side, static_cast<unsigned>(bgra.side)};
                 Start(quantizer, source, bench::BgraFormat(bgra.side, bgra.side), bench::IndexFormat(bgra.side));
-                MakeIndices(ditherer, bgra, FormatWith(bgra.side, quantizer.GetOutputFormat().GetColors()), indices);
+                const zpixf::ZPixFormat& chosen = quantizer.GetOutputFormat();
+                MakeIndices(ditherer, bgra, FormatWith(bgra.side, chosen.GetColors(), chosen.GetNumColors()), indices);
             }),
             .role = Role::ours};
 }
@@ -54,10 +55,10 @@ Entrant Dithering(const char* name) {
             .enter = Painting([](const Square& bgra, Square& indices) {
                 Ditherer ditherer;
                 RGBQUAD colors[256] = {};
-                if (!bgra.table.empty()) shr::CopyColor4bToRGBQUAD(colors, bgra.table.data(), 256, false);
+                const auto count = static_cast<unsigned>(bgra.table.size());
+                if (count != 0) shr::CopyColor4bToRGBQUAD(colors, bgra.table.data(), count, false);
                 MakeIndices(ditherer, bgra,
-                            bgra.table.empty() ? bench::IndexFormat(bgra.side) : FormatWith(bgra.side, colors),
-                            indices);
+                            count == 0 ? bench::IndexFormat(bgra.side) : FormatWith(bgra.side, colors, count), indices);
             }),
             .role = Role::ours};
 }
@@ -72,17 +73,27 @@ Entry Map(const Scene& scene) {
     })(scene);
 }
 
-/// The picture with the colour table that Median8 chooses for it.
+/// The picture with the colour table of so many entries that Median8 chooses for it.
+template <unsigned kColors>
 Square WithPalette(const Square& bgra) {
     Square indices(shr::INDEXED_8, bgra.side), source = bgra;
-    Quantize<zpixf::ZPixfQuantizeMedian8>(bgra, indices, 256);
-    source.table = indices.table;
+    Quantize<zpixf::ZPixfQuantizeMedian8>(bgra, indices, kColors);
+    source.table.assign(indices.table.begin(), indices.table.begin() + kColors);
     return source;
 }
 
 Verdict Nearness(const Entrant&, const Scene& scene) {
     const Pixels &result = scene.result.pixels, &source = scene.source.pixels;
-    return {{{"dB", PeakSignalToNoise(result, source), Beside::difference}, {"colours", bench::CountColors(result)}}};
+    return {{{"dB", PeakSignalToNoise(result, source), Beside::difference},
+             {"colours", bench::CountColors(result)},
+             {"dE", bench::ColorDifference(result, source)}}};
+}
+
+Verdict NoiseAndTone(const Entrant&, const Scene& scene) {
+    const Pixels &result = scene.result.pixels, &source = scene.source.pixels;
+    return {{{"noise", bench::Noise(result, source)},
+             {"tone", bench::ToneError(result, source, scene.source.side)},
+             {"colours", bench::CountColors(result)}}};
 }
 
 /// What ours writes must be what the matcher answers pixel by pixel.
@@ -99,8 +110,8 @@ Verdict NearnessAndMatch(const Entrant& who, const Scene& scene) {
     return verdict;
 }
 
-using zpixf::ZPixfDitherDiffuse, zpixf::ZPixfDitherOrdered, zpixf::ZPixfQuantizeMedian5, zpixf::ZPixfQuantizeMedian8,
-    zpixf::ZPixfQuantizePopularity;
+using zpixf::ZPixfDitherBlueNoise, zpixf::ZPixfDitherDiffuse, zpixf::ZPixfDitherOrdered, zpixf::ZPixfQuantizeMedian5,
+    zpixf::ZPixfQuantizeMedian8, zpixf::ZPixfQuantizePopularity;
 
 std::vector<Entrant> Quantizers(unsigned colors) {
     return {Quantizing<ZPixfQuantizeMedian8>("Median8", colors), Quantizing<ZPixfQuantizeMedian5>("Median5", colors),
@@ -115,17 +126,19 @@ std::vector<Operation> Quantizations(int side) {
         return Operation{"palette", name, side, side, std::move(ours), [=](const Scene&) { return judge; }, makeSource};
     };
     const std::vector<Entrant> ditherers = {Dithering<ZPixfDitherOrdered>("ordered"),
-                                            Dithering<ZPixfDitherDiffuse>("diffuse")};
+                                            Dithering<ZPixfDitherDiffuse>("diffuse"),
+                                            Dithering<ZPixfDitherBlueNoise>("blue noise")};
     return {operation("quantise 256", Quantizers(256)),
             operation("quantise 16", Quantizers(16)),
             operation("quantise and dither 256",
                       {QuantizingAndDithering<ZPixfQuantizeMedian8, ZPixfDitherDiffuse>("Median8, diffuse"),
                        QuantizingAndDithering<ZPixfQuantizeMedian5, ZPixfDitherDiffuse>("Median5, diffuse"),
                        QuantizingAndDithering<ZPixfQuantizeMedian5, ZPixfDitherOrdered>("Median5, ordered")}),
-            operation("dither to a palette", ditherers, Nearness, WithPalette),
-            operation("dither to fixed colours", ditherers),
+            operation("dither to a palette", ditherers, NoiseAndTone, WithPalette<256>),
+            operation("dither to 16 colours", ditherers, NoiseAndTone, WithPalette<16>),
+            operation("dither to fixed colours", ditherers, NoiseAndTone),
             operation("map to a table", {{.name = "ConvertPixelsToColorTable", .enter = Map, .role = Role::ours}},
-                      NearnessAndMatch, WithPalette)};
+                      NearnessAndMatch, WithPalette<256>)};
 }
 
 }  // namespace contest
