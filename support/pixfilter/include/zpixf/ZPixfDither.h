@@ -20,8 +20,8 @@ class LineDitherer;
 /// with 40 greys between its own. Of a palette of greys only, the luma of the pixels is shown.
 ///
 /// A pixel of a colour that the palette has comes out as it is (in a diffusion, if no errors reach it). FilterScanline
-/// pulls exactly the line that it gives; bits of a packed line's last byte beyond its pixels stay. The result is the
-/// same on every system and processor.
+/// pulls the line that it gives, and a diffusion the next one with each of even number, for both go faster together;
+/// bits of a packed line's last byte beyond its pixels stay. The result is the same on every system and processor.
 class ZPIXF_API ZPixfDither : public ZPixFilterBase {
 public:
     ~ZPixfDither() override;
@@ -42,6 +42,8 @@ protected:
     std::unique_ptr<State> state;  ///< what a started filter holds
 
 private:
+    bool PullPixels(unsigned line, std::uint8_t* pixels);
+
     double strength = 1;
 };
 
@@ -78,8 +80,8 @@ protected:
     bool OnStart() override;
 };
 
-/// Error diffusion (R. W. Floyd, L. Steinberg, An Adaptive Algorithm for Spatial Greyscale, 1976), odd lines running
-/// right to left.
+/// Error diffusion (R. W. Floyd, L. Steinberg, An Adaptive Algorithm for Spatial Greyscale, 1976), by turns two lines
+/// from the left and two from the right.
 ///
 /// Each pixel takes the entry nearest to its own value, the colour and the errors that reached it. The mean of large
 /// areas is kept, but for what falls below the last line, where entries near the colour can mix it. Errors move no

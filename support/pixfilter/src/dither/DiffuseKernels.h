@@ -33,7 +33,7 @@ struct DiffuseColor {
 };
 
 /// A line in the making. What falls below the line is kept where what came from above has been read: `sums` serves
-/// both.
+/// both. When the line is done they are complete.
 struct DiffuseLine {
     const std::uint8_t* pixels;
     std::uint8_t* indices;
@@ -44,7 +44,6 @@ struct DiffuseLine {
     std::size_t done;           ///< pixels
     DiffuseColor ahead;         ///< for the next pixel of this line
     DiffuseColor behind, here;  ///< for the pixels of the line below: that behind and that under the pixel, so far
-    unsigned missing;           ///< the cell that was not known
 };
 
 /// How errors are passed on.
@@ -54,8 +53,12 @@ struct DiffuseRule {
 };
 
 struct DiffuseKernels {
-    /// Goes on with a line, as far as candidates are known: false if those of a cell are missing.
-    bool (*diffuse)(const DiffuseCells& cells, const DiffuseRule& rule, DiffuseLine& line);
+    static constexpr unsigned kAllKnown = ~0u;
+    /// Goes on with a line, as far as candidates are known: gives the cell whose are missing.
+    unsigned (*diffuse)(const DiffuseCells& cells, const DiffuseRule& rule, DiffuseLine& line);
+    /// The same of a line and the next, which run the same way and have the same sums.
+    unsigned (*diffusePair)(const DiffuseCells& cells, const DiffuseRule& rule, DiffuseLine& first,
+                            DiffuseLine& second);
 };
 
 extern const DiffuseKernels kBaseDiffuseKernels;

@@ -166,54 +166,122 @@ Nearest NearestOf(const DiffuseCandidates* candidates, Channels color) {
     return {nearest, least % DiffuseCandidates::kCount};
 }
 
-/// The shares of an error are whole and add up to it.
-bool Diffuse(const DiffuseCells& table, const DiffuseRule& rule, DiffuseLine& line) {
-    const uint16_t* const cells = table.cells;
-    const auto bits = static_cast<int>(table.bits);
-    const DiffuseCandidates* const candidates = table.candidates;
-    const Channels origin = Each(table.origin);
-    const uint8_t* pixel = line.pixels + 4 * (line.first + line.step * static_cast<std::ptrdiff_t>(line.done));
-    uint8_t* index = line.indices + (pixel - line.pixels) / 4;
-    DiffuseColor* sum = line.sums + (pixel - line.pixels) / 4;
-    const std::ptrdiff_t step = line.step;
-    const size_t count = line.count;
-    const int32_t strength = rule.strength;
-    const Channels most = Each(rule.most), least = Each(-rule.most), none = Each(0);
-    Channels ahead = Load(line.ahead), behind = Load(line.behind), here = Load(line.here);
-    size_t n = line.done;
-    for (; n < count; ++n, pixel += 4 * step, index += step, sum += step) {
-        const bool isSeen = pixel[3] != 0;
-        const Channels error = isSeen ? Clamp(ahead + Load(*sum), least, most) : none;
-        const Channels wanted = OfPixel(pixel) + error;
-        const unsigned cell = CellOf(wanted + origin, bits);
-        const unsigned found = cells[cell];
-        if (found == 0) {
-            line.missing = cell;
-            break;
-        }
-        const Nearest nearest = NearestOf(candidates + found, wanted);
-        *index = nearest.candidates->entries[nearest.place];
-        Channels rest = wanted - ColorOf(*nearest.candidates, nearest.place);
-        if (!isSeen) rest = none;
-        if (strength != 256) rest = Weakened(rest, strength);
-        const Channels threes = Sixteenth(Shifted<2>(rest) - rest), fives = Sixteenth(Shifted<2>(rest) + rest);
-        ahead = Sixteenth(Shifted<3>(rest) - rest);
-        // What would fall beside the picture goes under the pixel instead.
-        if (n == 0)
-            here = threes;
-        else
-            Store(*(sum - step), behind + threes);
-        behind = here + fives;
-        here = rest - ahead - threes - fives;
+/// A line in the making, in registers as far as they reach.
+struct Walk {
+    const uint8_t* pixel;
+    uint8_t* index;
+    DiffuseColor* sum;
+    const std::ptrdiff_t step;
+    const size_t count;
+    size_t done;
+    Channels ahead, behind, here;
+
+    explicit Walk(const DiffuseLine& line)
+        : pixel(line.pixels + 4 * Place(line)),
+          index(line.indices + Place(line)),
+          sum(line.sums + Place(line)),
+          step(line.step),
+          count(line.count),
+          done(line.done),
+          ahead(Load(line.ahead)),
+          behind(Load(line.behind)),
+          here(Load(line.here)) {}
+
+    void Leave(DiffuseLine& line) const {
+        line.done = done;
+        Store(line.ahead, ahead);
+        Store(line.behind, behind);
+        Store(line.here, here);
     }
-    line.done = n;
-    Store(line.ahead, ahead);
-    Store(line.behind, behind);
-    Store(line.here, here);
-    return n == count;
+
+    static std::ptrdiff_t Place(const DiffuseLine& line) {
+        return line.first + line.step * static_cast<std::ptrdiff_t>(line.done);
+    }
+};
+
+struct Tables {
+    const uint16_t* cells;
+    const DiffuseCandidates* candidates;
+    int bits;
+    int32_t strength;
+    Channels origin, most, least;
+
+    Tables(const DiffuseCells& table, const DiffuseRule& rule)
+        : cells(table.cells),
+          candidates(table.candidates),
+          bits(static_cast<int>(table.bits)),
+          strength(rule.strength),
+          origin(Each(table.origin)),
+          most(Each(rule.most)),
+          least(Each(-rule.most)) {}
+};
+
+constexpr unsigned kNoneMissing = DiffuseKernels::kAllKnown;
+
+/// A pixel. The shares of an error are whole and add up to it; what would fall beside the picture goes under the pixel
+/// instead. Gives the cell that is missing, if one is.
+inline unsigned Step(const Tables& tables, Walk& walk) {
+    const Channels none = Each(0);
+    const bool isSeen = walk.pixel[3] != 0;
+    const Channels error = isSeen ? Clamp(walk.ahead + Load(*walk.sum), tables.least, tables.most) : none;
+    const Channels wanted = OfPixel(walk.pixel) + error;
+    const unsigned cell = CellOf(wanted + tables.origin, tables.bits);
+    const unsigned found = tables.cells[cell];
+    if (found == 0) return cell;
+    const Nearest nearest = NearestOf(tables.candidates + found, wanted);
+    *walk.index = nearest.candidates->entries[nearest.place];
+    Channels rest = wanted - ColorOf(*nearest.candidates, nearest.place);
+    if (!isSeen) rest = none;
+    if (tables.strength != 256) rest = Weakened(rest, tables.strength);
+    const Channels threes = Sixteenth(Shifted<2>(rest) - rest), fives = Sixteenth(Shifted<2>(rest) + rest);
+    walk.ahead = Sixteenth(Shifted<3>(rest) - rest);
+    if (walk.done == 0)
+        walk.here = threes;
+    else
+        Store(*(walk.sum - walk.step), walk.behind + threes);
+    walk.behind = walk.here + fives;
+    walk.here = rest - walk.ahead - threes - fives;
+    if (++walk.done == walk.count) Store(*walk.sum, walk.behind + walk.here + walk.ahead);
+    walk.pixel += 4 * walk.step;
+    walk.index += walk.step;
+    walk.sum += walk.step;
+    return kNoneMissing;
 }
 
-constexpr DiffuseKernels kKernels = {&Diffuse};
+unsigned Diffuse(const DiffuseCells& table, const DiffuseRule& rule, DiffuseLine& line) {
+    const Tables tables(table, rule);
+    Walk walk(line);
+    unsigned missing = kNoneMissing;
+    while (walk.done < walk.count && missing == kNoneMissing) missing = Step(tables, walk);
+    walk.Leave(line);
+    return missing;
+}
+
+/// What a pixel of the second line takes from above is complete when the first line is two pixels further. The steps of
+/// both do not wait for each other, so that the processor does them at once.
+unsigned DiffusePair(const DiffuseCells& table, const DiffuseRule& rule, DiffuseLine& first, DiffuseLine& second) {
+    constexpr size_t kLead = 2;
+    const Tables tables(table, rule);
+    Walk above(first), below(second);
+    unsigned missing = kNoneMissing;
+    while (below.done < below.count && missing == kNoneMissing) {
+        if (above.done < above.count && above.done < below.done + kLead) {
+            missing = Step(tables, above);
+            continue;
+        }
+        for (; above.done < above.count && missing == kNoneMissing;) {
+            missing = Step(tables, above);
+            if (missing == kNoneMissing) missing = Step(tables, below);
+        }
+        while (above.done == above.count && below.done < below.count && missing == kNoneMissing)
+            missing = Step(tables, below);
+    }
+    above.Leave(first);
+    below.Leave(second);
+    return missing;
+}
+
+constexpr DiffuseKernels kKernels = {&Diffuse, &DiffusePair};
 
 }  // namespace
 }  // namespace zpixf

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "dither/DitherKernels.h"
 #include "dither/ZPixfDitherLines.h"
@@ -45,6 +46,10 @@ struct ZPixfDither::State {
     std::unique_ptr<LineDitherer> ditherer;
     std::unique_ptr<std::uint8_t[]> pixels;   ///< a line of the input, unless the output's own buffer holds it
     std::unique_ptr<std::uint8_t[]> indices;  ///< of a line, unless they are the output
+
+    /// The line after the one given, where they are made in pairs.
+    std::unique_ptr<std::uint8_t[]> nextPixels, nextIndices;
+    std::optional<unsigned> nextLine;  ///< which one is there
 };
 
 ZPixfDither::State::State(const FixedPalette& palette, std::size_t newWidth, const IndexedLines& newOutput)
@@ -77,19 +82,43 @@ bool ZPixfDither::StartWith(MakeDitherer makeDitherer) {
                     L"apart, or one color that is not given.");
     auto newState = std::make_unique<State>(palette, outputFormat.GetWidth(), *lines);
     newState->ditherer = makeDitherer(palette.entries.data(), palette.count, newState->width, strength);
+    if (newState->ditherer->LikesPairs()) {
+        newState->nextPixels = Bytes(newState->width, 4);
+        newState->nextIndices = Bytes(newState->width, 1);
+    }
     state = std::move(newState);
     outputFormat.FillColorTable(palette.count, palette.entries.data());
+    return true;
+}
+
+bool ZPixfDither::PullPixels(unsigned line, std::uint8_t* pixels) {
+    if (!PullLine(line, pixels)) return false;
+    if (state->isGrey) ActiveDitherKernels().toGrey(pixels, state->width);
     return true;
 }
 
 bool ZPixfDither::FilterScanline(unsigned line, void* buffer) {
     if (!IsReadyFor(line)) return false;
     auto* const result = static_cast<std::uint8_t*>(buffer);
+    if (std::exchange(state->nextLine, std::nullopt) == line && line != 0) {
+        if (!state->output.AreIndexBytes())
+            state->output.Store(state->nextIndices.get(), state->nextPixels.get(), state->width, result);
+        else
+            std::copy_n(state->nextIndices.get(), state->width, result);
+        return true;
+    }
     std::uint8_t* const pixels = state->pixels ? state->pixels.get() : result;
     std::uint8_t* const indices = state->indices ? state->indices.get() : result;
-    if (!PullLine(line, pixels)) return false;
-    if (state->isGrey) ActiveDitherKernels().toGrey(pixels, state->width);
-    state->ditherer->Dither(line, pixels, indices);
+    if (!PullPixels(line, pixels)) return false;
+    // A next line that cannot be had now is asked for again when its turn comes.
+    const bool isPair = state->nextPixels && line % 2 == 0 && line + 1 < outputFormat.GetHeight() &&
+                        PullPixels(line + 1, state->nextPixels.get());
+    if (isPair) {
+        state->ditherer->DitherPair(line, {pixels, indices}, {state->nextPixels.get(), state->nextIndices.get()});
+        state->nextLine = line + 1;
+    } else {
+        state->ditherer->Dither(line, pixels, indices);
+    }
     state->output.Store(indices, pixels, state->width, result);
     return true;
 }

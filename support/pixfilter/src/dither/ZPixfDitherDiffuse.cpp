@@ -1,4 +1,4 @@
-// Floyd and Steinberg's error diffusion to any palette, in alternate directions.
+// Floyd and Steinberg's error diffusion to any palette, by turns two lines to the right and two to the left.
 //
 // All sums are in sixteenths of a level. What a pixel passes on are four whole parts that add up to its error, and what
 // would fall beside the picture goes to the pixel below instead: no error is lost but in transparent pixels, below
@@ -44,8 +44,15 @@ public:
           width(newWidth),
           sums(std::make_unique<DiffuseColor[]>(newWidth)) {}
     void Dither(unsigned line, const std::uint8_t* pixels, std::uint8_t* indices) override;
+    bool LikesPairs() const override { return true; }
+    void DitherPair(unsigned line, const DitheredLine& first, const DitheredLine& second) override;
 
 private:
+    void Begin(unsigned line, unsigned numLines);
+    DiffuseLine LineOf(unsigned line, const DitheredLine& dithered) const;
+    template <class Go>
+    void UntilDone(const Go& go);
+
     const DiffuseRule rule;
     CandidateCells candidates;
     const std::size_t width;
@@ -53,22 +60,39 @@ private:
     unsigned nextLine = 0;
 };
 
-void DiffuseDitherer::Dither(unsigned line, const std::uint8_t* pixels, std::uint8_t* indices) {
+void DiffuseDitherer::Begin(unsigned line, unsigned numLines) {
     if (line == 0 || line != nextLine) std::fill_n(sums.get(), width, DiffuseColor{});
-    nextLine = line + 1;
-    if (width == 0) return;
-    const auto last = static_cast<std::ptrdiff_t>(width) - 1;
+    nextLine = line + numLines;
+}
+
+/// Two lines run to the right, the next two to the left.
+DiffuseLine DiffuseDitherer::LineOf(unsigned line, const DitheredLine& dithered) const {
     DiffuseLine making{};
-    making.pixels = pixels;
-    making.indices = indices;
+    making.pixels = dithered.pixels;
+    making.indices = dithered.indices;
     making.count = width;
-    making.first = line % 2 == 0 ? 0 : last;
-    making.step = line % 2 == 0 ? 1 : -1;
+    const bool runsRight = line / 2 % 2 == 0;
+    making.first = runsRight ? 0 : static_cast<std::ptrdiff_t>(width) - 1;
+    making.step = runsRight ? 1 : -1;
     making.sums = sums.get();
-    while (!ActiveDiffuseKernels().diffuse(candidates.Cells(), rule, making)) candidates.Find(making.missing);
-    DiffuseColor& below = sums[static_cast<std::size_t>(last - making.first)];
-    for (int c = 0; c < 3; ++c)
-        below.channels[c] = making.behind.channels[c] + making.here.channels[c] + making.ahead.channels[c];
+    return making;
+}
+
+template <class Go>
+void DiffuseDitherer::UntilDone(const Go& go) {
+    for (unsigned missing = go(); missing != DiffuseKernels::kAllKnown; missing = go()) candidates.Find(missing);
+}
+
+void DiffuseDitherer::Dither(unsigned line, const std::uint8_t* pixels, std::uint8_t* indices) {
+    Begin(line, 1);
+    DiffuseLine making = LineOf(line, {pixels, indices});
+    UntilDone([&] { return ActiveDiffuseKernels().diffuse(candidates.Cells(), rule, making); });
+}
+
+void DiffuseDitherer::DitherPair(unsigned line, const DitheredLine& first, const DitheredLine& second) {
+    Begin(line, 2);
+    DiffuseLine above = LineOf(line, first), below = LineOf(line + 1, second);
+    UntilDone([&] { return ActiveDiffuseKernels().diffusePair(candidates.Cells(), rule, above, below); });
 }
 
 }  // namespace

@@ -8,9 +8,21 @@
 
 namespace zpixf {
 
+struct DitheredLine {
+    const std::uint8_t* pixels;
+    std::uint8_t* indices;
+};
+
 class LineDitherer {
 public:
     virtual ~LineDitherer() = default;
+    /// Whether a line of even number and the next go faster together, with the same results.
+    virtual bool LikesPairs() const { return false; }
+    /// Lines `line` and `line` + 1.
+    virtual void DitherPair(unsigned line, const DitheredLine& first, const DitheredLine& second) {
+        Dither(line, first.pixels, first.indices);
+        Dither(line + 1, second.pixels, second.indices);
+    }
     /// Gives the palette index of each pixel (B, G, R, A) of the line.
     virtual void Dither(unsigned line, const std::uint8_t* pixels, std::uint8_t* indices) = 0;
 };
