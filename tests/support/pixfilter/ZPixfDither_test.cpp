@@ -743,7 +743,7 @@ TEST_P(EachDitherer, ALineThatTheSourceFailsToGiveCanBeAskedForAgain) {
                 } catch (const std::runtime_error&) { EXPECT_TRUE(throws); }
                 // A line that was only pulled ahead need not be missed yet.
                 EXPECT_TRUE(isGiven || y == failing || y + 1 == failing) << y;
-                if (!isGiven) ASSERT_TRUE(filter->FilterScanline(y, row));
+                if (!isGiven) { ASSERT_TRUE(filter->FilterScanline(y, row)); }
             }
             ASSERT_TRUE(source.hasFailed);
             ASSERT_EQ(indices, wanted) << failing;
