@@ -16,6 +16,7 @@ std::uint32_t OpaquePixel(unsigned x, unsigned line) { return ScatteredPixel(x, 
 class DitherFaults : public testing::TestWithParam<FilterMaker> {
 protected:
     static FilterJob MakeJob(unsigned bits) {
+        zpixf::ZPixfDither::FreeKeptTables();
         auto filter = GetParam().make();
         filter->SetInputFormat(TrueColor(kWidth, kHeight));
         filter->SetOutputFormat(ZPixFormat(kWidth, kHeight, 1, bits));
@@ -64,6 +65,14 @@ TEST_P(DitherFaults, ASourceThatFailsOrThrowsAtAnyLineLeavesNothingBehind) {
             }
             EXPECT_EQ(LiveBlocks(), before) << "line " << line;
         }
+}
+
+TEST_P(DitherFaults, TablesThatAreKeptCanBeFreed) {
+    zpixf::ZPixfDither::FreeKeptTables();
+    const std::int64_t before = LiveBlocks();
+    for (const unsigned bits : {1u, 4u, 8u}) LinesOf([bits] { return MakeJob(bits); });
+    zpixf::ZPixfDither::FreeKeptTables();
+    EXPECT_EQ(LiveBlocks(), before);
 }
 
 TEST_P(DitherFaults, DestructionInTheMiddleOfAPassLeavesNothing) {

@@ -28,6 +28,9 @@ public:
     /// How much of the dither is seen, 0 to 1: at 0 each pixel gets the entry nearest to it, and what lies between
     /// leads there evenly. 1 if never set; Start fails for any other number.
     void SetStrength(double newStrength);
+    /// Frees what is kept of the palettes last used with the ordered dithers, up to some 20 MB each of two, for the
+    /// next pictures that have these. To be called at any time from any thread.
+    static void FreeKeptTables() noexcept;
     bool FilterScanline(unsigned line, void* buffer) override;
     bool PullsForward() const override { return true; }
     void Stop() override;

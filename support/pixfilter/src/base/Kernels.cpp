@@ -18,15 +18,17 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "the kernels take a pixel's blue from its low byte");
 
-// Those without kernels for AVX-512 gain nothing from it: ditherers are bound by look-ups, a column's 16 counters of 16
+// Those without kernels for AVX-512 gain nothing from it: diffusion is bound by look-ups, a column's 16 counters of 16
 // bits are one vector of AVX2, and eight candidates for a palette entry fill no wider one.
 constinit cpu::KernelSet<AdjustKernels> adjust(kBaseAdjustKernels, CPU_WIDE(kAvx2AdjustKernels),
                                                CPU_WIDE(kAvx512AdjustKernels));
 constinit cpu::KernelSet<ConvolutionKernels> convolution(kBaseConvolutionKernels, CPU_WIDE(kAvx2ConvolutionKernels),
                                                          CPU_WIDE(kAvx512ConvolutionKernels));
 constinit cpu::KernelSet<DiffuseKernels> diffuse(kBaseDiffuseKernels, CPU_WIDE(kAvx2DiffuseKernels));
-constinit cpu::KernelSet<DitherKernels> dither(kBaseDitherKernels, CPU_WIDE(kAvx2DitherKernels));
-constinit cpu::KernelSet<DitherMixKernels> ditherMix(kBaseDitherMixKernels, CPU_WIDE(kAvx2DitherMixKernels));
+constinit cpu::KernelSet<DitherKernels> dither(kBaseDitherKernels, CPU_WIDE(kAvx2DitherKernels),
+                                               CPU_WIDE(kAvx512DitherKernels));
+constinit cpu::KernelSet<DitherMixKernels> ditherMix(kBaseDitherMixKernels, CPU_WIDE(kAvx2DitherMixKernels),
+                                                     CPU_WIDE(kAvx512DitherMixKernels));
 constinit cpu::KernelSet<MedianKernels> median(kBaseMedianKernels, CPU_WIDE(kAvx2MedianKernels),
                                                CPU_WIDE(kAvx512MedianKernels));
 constinit cpu::KernelSet<MedianHistogramKernels> medianHistogram(kBaseMedianHistogramKernels,

@@ -14,36 +14,36 @@ constexpr unsigned kRun = 64;
 
 /// One line of the pattern, repeated so that a run can begin at any column of it.
 struct PatternLine {
-    std::uint32_t lattice[kPatternSide + kRun];
-    std::uint64_t mixture[kPatternSide + kRun];  ///< the threshold with bit 15 set, three times, 16 bits apart
+    std::uint32_t raise[kPatternSide + kRun];      ///< by how many quarters of a lattice step colours are raised, 0..3
+    std::uint32_t threshold[kPatternSide + kRun];  ///< among the entries of a mixture
 };
-static constexpr std::uint64_t kInThreeLanes = 0x0000000100010001;
 
-/// Up to four palette entries, from dark to light. The entry for a threshold is that numbered by how many of `ends`
-/// are at most the threshold; entries not in use repeat the last, or have no thresholds.
+/// Up to four palette entries, from dark to light. The entry for a threshold is that numbered by how many of the three
+/// limits are below it.
 struct Mixture {
     static constexpr unsigned kEntries = 4;
-    static constexpr std::uint32_t kKnown = 1u << 24;
-    std::uint16_t ends[kEntries - 1];  ///< ascending, at most kMixtureThresholds
-    std::uint16_t unused;              // 16 bytes, so that finding one takes a shift
-    std::uint8_t entries[kEntries];
-    std::uint32_t color;  ///< whose mixture it is, with kKnown
+    static constexpr unsigned kLimitBits = 10;
+    static constexpr std::uint32_t kMostLimit = (1u << kLimitBits) - 1;
+    static constexpr std::uint32_t kKnown = 1u << 31;
+    std::uint32_t entries;  ///< a byte each, the darkest in the lowest
+    std::uint32_t limits;   ///< kLimitBits each, the least in the lowest; with kKnown
 };
 
-/// Mixtures stand at the place that a product tells: color * kPlaceFactor >> kPlaceShift.
-constexpr unsigned kPlaceBits = 16, kPlaceShift = 32 - kPlaceBits;
-constexpr std::uint32_t kPlaceFactor = 0x9E3779B1;  // odd, near 2^32 over the golden ratio: spreads neighbours well
-
-/// The colour cube in cells of 8 levels a side.
-static constexpr unsigned kStepCells = 32 * 32 * 32;
+/// The colour cube in cells of 8 levels a side. In each, colours have mixtures that lie 1, 2 or 4 levels apart, with
+/// the upper faces, where steps are larger than 1; the first ones stand for a cell of which nothing is known.
+static constexpr unsigned kCellLevels = 8;
+static constexpr unsigned kMixtureCells = 32 * 32 * 32;
+static constexpr unsigned kUnknownMixtures = kCellLevels * kCellLevels * kCellLevels;
 static constexpr std::uint32_t CellOf(std::uint32_t color) {
     return (color >> 19 & 31) << 10 | (color >> 11 & 31) << 5 | (color >> 3 & 31);
 }
 
 /// What the ordered kernel looks up.
 struct MixtureTables {
-    const Mixture* mixtures;    ///< of colours in use, at their places
-    const std::uint8_t* steps;  ///< of each cell the levels between colours that have mixtures: 1, 2 or 4; 0: not known
+    /// Of each cell the binary logarithm of its step in the two lowest bits, above them the number of its first
+    /// mixture; 0 if nothing is known.
+    const std::uint32_t* cells;
+    const Mixture* mixtures;
     /// A table of the palette's own colours, found at (B + 256 G + 65536 R) * factor >> shift: the colour in the low 24
     /// bits and its index above.
     const std::uint32_t* exact;
@@ -55,30 +55,42 @@ struct DitherKernels {
     /// Sets B, G and R of each pixel to their luma, (7471 B + 38470 G + 19595 R + 32768) / 65536.
     void (*toGrey)(std::uint8_t* pixels, std::size_t count);
 
-    /// Gives the indices of pixels from column `x` on, as far as steps and mixtures are known: returns the first column
-    /// whose pixel lacks one, `count` if none does.
+    /// Gives the indices of pixels from column `x` on, run by run of kRun pixels, as far as their mixtures are known:
+    /// returns where a run begins that lacks one, `count` if none does.
     std::size_t (*ordered)(const MixtureTables& tables, const PatternLine& pattern, const std::uint8_t* pixels,
                            std::size_t x, std::size_t count, std::uint8_t* indices);
 };
 
 extern const DitherKernels kBaseDitherKernels;
 extern const DitherKernels kAvx2DitherKernels;
+extern const DitherKernels kAvx512DitherKernels;
 
 /// The kernels in use, chosen once per process.
 const DitherKernels& ActiveDitherKernels() noexcept;
 
 // (static: a copy compiled for a wide level must not be taken for all.)
 
-/// The lattice level of a channel: that below it, or the next above if it is more than `threshold` quarters of the way
-/// there. (The last step ends at 255, a level early.)
-static constexpr std::uint32_t LatticeLevel(std::uint32_t channel, std::uint32_t step, std::uint32_t threshold) {
-    const std::uint32_t above = channel & (step - 1);
-    const std::uint32_t length = step - ((channel + step) >> 8);
-    return channel - above + (kLatticeThresholds * above > threshold * length ? length : 0u);
+/// The mixtures along an edge of a cell.
+static constexpr std::uint32_t LatticeSide(std::uint32_t cell) {
+    const std::uint32_t shift = cell & 3;
+    return (kCellLevels >> shift) + (shift + 3) / 4;
 }
-static constexpr std::uint32_t LatticeColor(std::uint32_t pixel, std::uint32_t step, std::uint32_t threshold) {
-    return LatticeLevel(pixel & 255, step, threshold) | LatticeLevel(pixel >> 8 & 255, step, threshold) << 8 |
-           LatticeLevel(pixel >> 16 & 255, step, threshold) << 16;
+
+/// How many steps into its cell a channel is taken: to the lattice's level below it or, as the raise has it, above.
+/// Where there are steps, 255 counts as 256, so that it is a level of the lattice.
+static constexpr std::uint32_t LatticeLevel(std::uint32_t channel, std::uint32_t cell, std::uint32_t raise) {
+    const std::uint32_t shift = cell & 3;
+    const std::uint32_t level = channel % kCellLevels + ((channel + 1) >> 8 & (shift + 3) >> 2);
+    return (level + (raise << shift >> 2)) >> shift;
+}
+
+/// The number of the mixture for a pixel.
+static constexpr std::uint32_t MixtureOf(std::uint32_t pixel, std::uint32_t cell, std::uint32_t raise) {
+    const std::uint32_t side = LatticeSide(cell);
+    const std::uint32_t red = LatticeLevel(pixel >> 16 & 255, cell, raise),
+                        green = LatticeLevel(pixel >> 8 & 255, cell, raise),
+                        blue = LatticeLevel(pixel & 255, cell, raise);
+    return (cell >> 2) + (red * side + green) * side + blue;
 }
 
 }  // namespace zpixf

@@ -31,41 +31,38 @@ void ToGrey(uint8_t* pixels, size_t count) {
     }
 }
 
-// All three comparisons in one word: bit 15 of each lane stays set where the threshold is not below the end.
-uint8_t Pick(const Mixture& mixture, uint64_t threshold) {
-    uint64_t ends;
-    uint32_t entries;
-    std::memcpy(&ends, mixture.ends, sizeof ends);
-    std::memcpy(&entries, mixture.entries, sizeof entries);
-    const uint64_t isPast = ((threshold - (ends & 0xFFFF * kInThreeLanes)) >> 15) & kInThreeLanes;
-    const unsigned past = static_cast<unsigned>(isPast + (isPast >> 16) + (isPast >> 32)) & 3;
-    return static_cast<uint8_t>(entries >> (8 * past));
-}
-
-// First the look-ups of the steps, then what vectors can do for a whole run, then the other look-ups, pixel by pixel.
+// What vectors can do for a whole run stands apart from the look-ups, pixel by pixel.
 size_t Ordered(const MixtureTables& tables, const PatternLine& pattern, const uint8_t* pixels, size_t x, size_t count,
                uint8_t* indices) {
-    uint32_t steps[kRun], color[kRun], place[kRun], slot[kRun];
-    while (x < count) {
+    uint32_t cells[kRun], numbers[kRun], slots[kRun], entries[kRun], limits[kRun], exact[kRun];
+    for (; x < count; x += kRun) {
         const size_t run = count - x < kRun ? count - x : kRun;
-        const uint32_t* latticeThresholds = pattern.lattice + x % kPatternSide;
-        const uint64_t* mixtureThresholds = pattern.mixture + x % kPatternSide;
-        for (size_t i = 0; i < run; ++i) steps[i] = tables.steps[CellOf(LoadPixel(pixels + 4 * (x + i)))];
+        const uint32_t* raise = pattern.raise + x % kPatternSide;
+        const uint32_t* threshold = pattern.threshold + x % kPatternSide;
+        for (size_t i = 0; i < run; ++i) cells[i] = tables.cells[CellOf(LoadPixel(pixels + 4 * (x + i)))];
         for (size_t i = 0; i < run; ++i) {
             const uint32_t pixel = LoadPixel(pixels + 4 * (x + i));
-            color[i] = LatticeColor(pixel, steps[i], latticeThresholds[i]);
-            place[i] = color[i] * kPlaceFactor >> kPlaceShift;
-            slot[i] = (pixel & 0xFFFFFF) * tables.exactFactor >> tables.exactShift;
+            numbers[i] = MixtureOf(pixel, cells[i], raise[i]);
+            slots[i] = (pixel & 0xFFFFFF) * tables.exactFactor >> tables.exactShift;
         }
         for (size_t i = 0; i < run; ++i) {
-            const Mixture& mixture = tables.mixtures[place[i]];
-            if (mixture.color != (color[i] | Mixture::kKnown) || steps[i] == 0) return x + i;
-            const uint32_t exact = tables.exact[slot[i]];
-            const uint8_t mixed = Pick(mixture, mixtureThresholds[i]);
-            const bool isExact = ((exact ^ LoadPixel(pixels + 4 * (x + i))) & 0xFFFFFF) == 0;
-            indices[x + i] = isExact ? static_cast<uint8_t>(exact >> 24) : mixed;
+            const Mixture mixture = tables.mixtures[numbers[i]];
+            entries[i] = mixture.entries;
+            limits[i] = mixture.limits;
+            exact[i] = tables.exact[slots[i]];
         }
-        x += run;
+        uint32_t known = Mixture::kKnown;
+        for (size_t i = 0; i < run; ++i) known &= limits[i];
+        if (known == 0) return x;
+        for (size_t i = 0; i < run; ++i) {
+            const uint32_t pixel = LoadPixel(pixels + 4 * (x + i));
+            const uint32_t past = (threshold[i] > (limits[i] & Mixture::kMostLimit) ? 8u : 0u) +
+                                  (threshold[i] > (limits[i] >> 10 & Mixture::kMostLimit) ? 8u : 0u) +
+                                  (threshold[i] > (limits[i] >> 20 & Mixture::kMostLimit) ? 8u : 0u);
+            const uint32_t mixed = entries[i] >> past & 255;
+            const bool isExact = ((exact[i] ^ pixel) & 0xFFFFFF) == 0;
+            indices[x + i] = static_cast<uint8_t>(isExact ? exact[i] >> 24 : mixed);
+        }
     }
     return count;
 }

@@ -7,6 +7,7 @@
 
 #include "dither/DitherKernels.h"
 #include "dither/ZPixfDitherLines.h"
+#include "dither/ZPixfDitherTables.h"
 #include "palette/FixedPalettes.h"
 #include "palette/IndexedLines.h"
 
@@ -63,6 +64,8 @@ ZPixfDither::ZPixfDither() = default;
 ZPixfDither::~ZPixfDither() = default;
 
 void ZPixfDither::SetStrength(double newStrength) { strength = newStrength; }
+
+void ZPixfDither::FreeKeptTables() noexcept { zpixf::FreeKeptTables(); }
 
 bool ZPixfDither::StartWith(MakeDitherer makeDitherer) {
     if (inputFormat.GetChannels() != 4 || inputFormat.GetBitsPerChannel() != 8)

@@ -1,23 +1,13 @@
 #include "dither/ZPixfDitherMixer.h"
 
 #include <algorithm>
-#include <cmath>
-#include <numeric>
+#include <limits>
 #include <utility>
 
 #include "palette/PackedColor.h"
 
 namespace zpixf {
 namespace {
-
-double Blue(std::uint32_t color) { return color & 255; }
-double Green(std::uint32_t color) { return color >> 8 & 255; }
-double Red(std::uint32_t color) { return color >> 16 & 255; }
-
-constexpr std::size_t kMostNumbers = 1 << 20;
-
-/// With so few, mixtures are coarse, and what is seen of them weighs more.
-constexpr unsigned kFewEntries = 32;
 
 bool IsGrey(const RGBQUAD& color) { return color.rgbBlue == color.rgbGreen && color.rgbGreen == color.rgbRed; }
 
@@ -26,76 +16,7 @@ bool IsCorner(const RGBQUAD& color) {
     return isEnd(color.rgbBlue) && isEnd(color.rgbGreen) && isEnd(color.rgbRed);
 }
 
-}  // namespace
-
-Mixer::Mixer(const RGBQUAD* entries, unsigned numEntries, double newStrength) : strength(newStrength) {
-    unsigned corners = 0;
-    for (unsigned i = 0; i < numEntries; ++i) {
-        const std::uint32_t color = PackedColor(entries[i]);
-        const bool isRepeated = std::any_of(entries, entries + i,
-                                            [color](const RGBQUAD& earlier) { return PackedColor(earlier) == color; });
-        if (isRepeated) continue;
-        palette.blue[palette.count] = Blue(color);
-        palette.green[palette.count] = Green(color);
-        palette.red[palette.count] = Red(color);
-        indices[palette.count] = static_cast<std::uint8_t>(i);
-        ++palette.count;
-        corners += IsCorner(entries[i]) ? 1 : 0;
-    }
-    // Where every colour lies amid entries, its mean can be kept at little cost. Other palettes leave colours outside,
-    // or between entries that are far apart, where a near mean is not worth what it takes.
-    const bool spansAll = corners == 8 || std::all_of(entries, entries + numEntries, IsGrey);
-    palette.spread = spansAll ? 0.005 : palette.count < kFewEntries ? 0.035 : 0.02;
-    palette.reach = spansAll || palette.count < 4 ? 0 : 1.9;
-    palette.alongGreys = spansAll ? 1.0 / 6 : 1.0 / 64;
-    forTwo = spansAll ? 4 * 4 : 16 * 16;
-    forFour = spansAll ? 12 * 12 : 32 * 32;
-    std::iota(all.begin(), all.end(), std::uint8_t{0});
-    if (palette.reach == 0) return;
-    around.resize(kStepCells);
-    numbers.reserve(kMostNumbers);
-    numbers.resize(1);
-}
-
-AmongEntries Mixer::AroundCell(std::uint32_t color) {
-    if (palette.reach == 0) return All();
-    std::uint32_t& cell = around[CellOf(color)];
-    if (cell == 0) FindAround(color);
-    return {numbers.data() + cell / MixPalette::kMost, cell % MixPalette::kMost + 1};
-}
-
-/// A colour of the cell lies within `radius` of its middle; so no entry is of use whose distance, less that, is more
-/// than the palette's reach of the fourth-nearest one's, and that. (A level more makes up for any rounding.)
-void Mixer::FindAround(std::uint32_t color) {
-    if (numbers.size() + palette.count > kMostNumbers) {
-        std::fill(around.begin(), around.end(), 0);
-        numbers.resize(1);
-    }
-    constexpr double kRadius = 8;  // more than half of the diagonal of 8 levels
-    const std::uint32_t middle = (color & 0xF8F8F8) | 0x040404;
-    const double fourth =
-        std::sqrt(kernels.lookAround(palette, All(), Blue(middle), Green(middle), Red(middle)).fourth);
-    const double farthest = palette.reach * (fourth + kRadius) + kRadius;
-    const std::size_t first = numbers.size();
-    for (unsigned i = 0; i < palette.count; ++i) {
-        const double blue = palette.blue[i] - Blue(middle), green = palette.green[i] - Green(middle),
-                     red = palette.red[i] - Red(middle);
-        if (blue * blue + green * green + red * red <= farthest * farthest)
-            numbers.push_back(static_cast<std::uint8_t>(i));
-    }
-    around[CellOf(color)] = static_cast<std::uint32_t>(first * MixPalette::kMost + (numbers.size() - first - 1));
-}
-
-// Shares change from colour to colour in proportion to the distances of the entries. Steps of a small part of these are
-// not seen in the pattern, the less the closer the entries are. Without strength each colour is on its own, as the
-// nearest entry must be its very own.
-unsigned Mixer::StepAround(std::uint32_t color) const {
-    if (strength == 0) return 1;
-    const double fourth = kernels.lookAround(palette, All(), Blue(color), Green(color), Red(color)).fourth;
-    return fourth >= forFour ? 4 : fourth >= forTwo ? 2 : 1;
-}
-
-void Mixer::DrawToNearest(Shares& shares, unsigned nearest) const {
+void DrawToNearest(Shares& shares, unsigned nearest, double strength) {
     for (unsigned i = 0; i < shares.count; ++i) shares.shares[i] *= strength;
     unsigned* place = std::find(shares.entries, shares.entries + shares.count, nearest);
     if (place == shares.entries + Mixture::kEntries) {  // there is no room: the entry of the least share makes way
@@ -108,39 +29,91 @@ void Mixer::DrawToNearest(Shares& shares, unsigned nearest) const {
     shares.shares[place - shares.entries] += 1 - strength;
 }
 
-bool Mixer::IsDarker(unsigned a, unsigned b) const {
-    const auto luma = [&](unsigned i) { return 114 * palette.blue[i] + 587 * palette.green[i] + 299 * palette.red[i]; };
-    return luma(a) != luma(b) ? luma(a) < luma(b) : a < b;
-}
-
-/// Puts the darkest first. (Of so few, std::sort is no quicker.)
-void Mixer::Sort(Shares& shares) const {
+/// Puts the darkest first, of equal ones that of the lowest number. (Of so few, std::sort is no quicker.)
+void Sort(Shares& shares, const MixEntries& entries) {
+    const auto luma = [&](unsigned i) { return 114 * entries.blue[i] + 587 * entries.green[i] + 299 * entries.red[i]; };
+    const auto isDarker = [&](unsigned a, unsigned b) { return luma(a) != luma(b) ? luma(a) < luma(b) : a < b; };
     for (unsigned sorted = 1; sorted < shares.count; ++sorted)
-        for (unsigned i = sorted; i > 0 && IsDarker(shares.entries[i], shares.entries[i - 1]); --i) {
+        for (unsigned i = sorted; i > 0 && isDarker(shares.entries[i], shares.entries[i - 1]); --i) {
             std::swap(shares.entries[i], shares.entries[i - 1]);
             std::swap(shares.shares[i], shares.shares[i - 1]);
         }
 }
 
-Mixture Mixer::Mix(std::uint32_t color) {
-    Shares shares{};
-    const AmongEntries among = AroundCell(color);
-    kernels.mix(palette, among, Blue(color), Green(color), Red(color), shares);
-    if (strength < 1)
-        DrawToNearest(shares, kernels.lookAround(palette, among, Blue(color), Green(color), Red(color)).nearest);
-    Sort(shares);
-    Mixture mixture{};
+/// The mixture of shares in order. An entry whose share holds no threshold is left out.
+Mixture Packed(const Shares& shares, const std::uint8_t* indices) {
+    std::array<std::uint32_t, Mixture::kEntries> entries{}, ends{};
+    unsigned used = 0, end = 0;
     double share = 0;
-    for (unsigned i = 0; i < Mixture::kEntries; ++i) {
-        const bool isLast = i + 1 >= shares.count;
-        if (!isLast) share += shares.shares[i];
-        if (i + 1 < Mixture::kEntries)
-            mixture.ends[i] =
-                static_cast<std::uint16_t>(isLast ? kMixtureThresholds : share * kMixtureThresholds + 0.5);
-        mixture.entries[i] = indices[shares.entries[isLast ? shares.count - 1 : i]];
+    for (unsigned i = 0; i < shares.count; ++i) {
+        share += shares.shares[i];
+        const bool isLast = i + 1 == shares.count;
+        const unsigned newEnd = isLast ? kMixtureThresholds : static_cast<unsigned>(share * kMixtureThresholds + 0.5);
+        if (newEnd <= end) continue;
+        end = newEnd;
+        entries[used] = indices[shares.entries[i]];
+        ends[used++] = end;
     }
-    mixture.color = color | Mixture::kKnown;
+    Mixture mixture{entries[0], Mixture::kKnown};
+    for (unsigned i = 1; i < Mixture::kEntries; ++i) {
+        mixture.entries |= entries[std::min(i, used - 1)] << (8 * i);
+        mixture.limits |= (ends[std::min(i, used) - 1] - 1) << (Mixture::kLimitBits * (i - 1));
+    }
     return mixture;
+}
+
+}  // namespace
+
+Mixer::Mixer(const RGBQUAD* entries, unsigned numEntries, double newStrength) : strength(newStrength) {
+    unsigned corners = 0;
+    for (unsigned i = 0; i < numEntries; ++i) {
+        const std::uint32_t color = PackedColor(entries[i]);
+        const bool isRepeated = std::any_of(entries, entries + i,
+                                            [color](const RGBQUAD& earlier) { return PackedColor(earlier) == color; });
+        if (isRepeated) continue;
+        blue[count] = entries[i].rgbBlue;
+        green[count] = entries[i].rgbGreen;
+        red[count] = entries[i].rgbRed;
+        indices[count] = static_cast<std::uint8_t>(i);
+        ++count;
+        corners += IsCorner(entries[i]) ? 1 : 0;
+    }
+    // Where every colour lies amid entries, its mean can be kept at little cost. Other palettes leave colours outside,
+    // or between entries that are far apart, where a near mean is not worth what it takes.
+    const bool spansAll = corners == 8 || std::all_of(entries, entries + numEntries, IsGrey);
+    const bool hasFew = count < kFewEntries;
+    if (spansAll) {
+        weights = {0.005F, 1.0F / 6, 0};
+        forTwo = 4 * 4;
+        forFour = std::numeric_limits<std::uint32_t>::max();
+    } else {
+        constexpr float kReach = 1.9F;
+        weights = {hasFew ? 0.041F : 0.0285F, 1.0F / 64, count < 4 ? 0 : kReach * kReach};
+        forTwo = hasFew ? 32 * 32 : 20 * 20;
+        forFour = 4 * forTwo;
+    }
+}
+
+/// Shares change from colour to colour in proportion to the distances of the entries. Steps of a small part of these
+/// are not seen in the pattern, the less the closer the entries are. Without strength each colour is on its own, as the
+/// nearest entry must be its very own.
+unsigned Mixer::StepShift(std::uint32_t lowest) const {
+    if (strength == 0) return 0;
+    constexpr std::uint32_t kHalfCell = 0x040404;
+    const std::uint32_t fourth = kernels.lookAround(All().entries, lowest + kHalfCell).fourth;
+    return fourth >= forFour ? 2 : fourth >= forTwo ? 1 : 0;
+}
+
+unsigned Mixer::FindNear(std::uint32_t lowest, std::uint8_t* numbers) const {
+    return kernels.findNear(All().entries, weights, lowest, kCellLevels - 1, numbers);
+}
+
+Mixture Mixer::Mix(const MixList& list, std::uint32_t color) const {
+    Shares shares{};
+    kernels.mix(list.entries, weights, color, shares);
+    if (strength < 1) DrawToNearest(shares, kernels.lookAround(list.entries, color).nearest, strength);
+    Sort(shares, list.entries);
+    return Packed(shares, list.indices);
 }
 
 }  // namespace zpixf

@@ -1,7 +1,6 @@
 #pragma once
 #include <array>
 #include <cstdint>
-#include <vector>
 
 #include "dither/DitherKernels.h"
 #include "dither/DitherMixKernels.h"
@@ -9,35 +8,41 @@
 
 namespace zpixf {
 
-/// Finds the mixtures of palette entries that look like given colours from afar.
+/// With fewer entries mixtures are coarse, and what is seen of them weighs more.
+constexpr unsigned kFewEntries = 32;
+
+/// Entries of a palette in its order, with their indices.
+struct MixList {
+    MixEntries entries;
+    const std::uint8_t* indices;
+};
+
+/// Finds the mixtures of palette entries that look like given colours (0x00RRGGBB) from afar.
 class Mixer {
 public:
     /// Takes 1 to 256 entries. With a strength below 1 the mixtures are drawn towards the nearest entry, which is all
-    /// that is left of them at 0. May raise std::bad_alloc; nothing else asks for memory.
+    /// that is left of them at 0.
     Mixer(const RGBQUAD* entries, unsigned numEntries, double newStrength);
-    /// The mixture of a colour (0x00RRGGBB).
-    Mixture Mix(std::uint32_t color);
-    /// By how many levels, 1, 2 or 4, the colours about this one may lie apart of which mixtures are made.
-    unsigned StepAround(std::uint32_t color) const;
+
+    /// All entries, a repeated one once.
+    MixList All() const { return {{blue.data(), green.data(), red.data(), count}, indices.data()}; }
+    /// The mixture of a colour. The list must have all entries that are within reach.
+    Mixture Mix(const MixList& list, std::uint32_t color) const;
+
+    /// The binary logarithm of the levels between the colours of a cell of which mixtures are made: 0, 1 or 2.
+    unsigned StepShift(std::uint32_t lowest) const;
+    /// Gives the numbers among All() of the entries that may have a share in mixtures of a cell's colours, room for
+    /// MixEntries::kMost, and how many they are.
+    unsigned FindNear(std::uint32_t lowest, std::uint8_t* numbers) const;
 
 private:
-    AmongEntries AroundCell(std::uint32_t color);
-    void FindAround(std::uint32_t cellColor);
-    AmongEntries All() const { return {all.data(), palette.count}; }
-    void DrawToNearest(Shares& shares, unsigned nearest) const;
-    bool IsDarker(unsigned a, unsigned b) const;
-    void Sort(Shares& shares) const;
-
     const DitherMixKernels& kernels = ActiveDitherMixKernels();
     const double strength;
-    MixPalette palette{};
-    double forTwo, forFour;  ///< how far, squared, the fourth-nearest entry is where steps are of 2 and 4 levels
-    std::array<std::uint8_t, MixPalette::kMost> indices{};  ///< of the palette's colours among the entries given
-    std::array<std::uint8_t, MixPalette::kMost> all{};      ///< 0, 1, 2 ...
-    /// Those that can have a share in some mixture of a cell: where they begin, times kMost, and how many but one there
-    /// are; 0 while that is not known. The first one is of no cell.
-    std::vector<std::uint32_t> around;
-    std::vector<std::uint8_t> numbers;
+    unsigned count = 0;
+    std::array<float, MixEntries::kMost> blue{}, green{}, red{};
+    std::array<std::uint8_t, MixEntries::kMost> indices{};
+    MixWeights weights{};
+    std::uint32_t forTwo = 0, forFour = 0;  ///< how far, squared, the fourth-nearest entry is where steps are larger
 };
 
 }  // namespace zpixf

@@ -5,13 +5,15 @@
 // Mixtures are made for the colours of a lattice, when the first pixel needs them. A second threshold takes the pixel's
 // colour to a colour of the lattice. Its steps are so small beside the distances of the entries that two neighbours on
 // it differ in few thresholds; where entries are close, the lattice has all colours.
+#include <algorithm>
 #include <array>
+#include <memory>
+#include <utility>
 
 #include "dither/BlueNoise.h"
 #include "dither/DitherKernels.h"
-#include "dither/ZPixfDitherExact.h"
 #include "dither/ZPixfDitherLines.h"
-#include "dither/ZPixfDitherMixer.h"
+#include "dither/ZPixfDitherTables.h"
 #include "zpixf/ZPixfDither.h"
 
 namespace zpixf {
@@ -40,6 +42,16 @@ Thresholds BayerThresholds(unsigned x, unsigned y) {
     return {rank / kLatticeThresholds, (reversed + rank) % kLatticeThresholds};
 }
 
+/// Those of Bayer's matrix of 8 x 8, each in the middle of its run of mixture thresholds, or rather by turns a bit
+/// before and behind it. So flat areas keep one small pattern, and the mean of each square is off by no more than the
+/// half of such a run, which between entries that are not far apart is nothing.
+Thresholds ShortBayerThresholds(unsigned x, unsigned y) {
+    constexpr unsigned kRun = kMixtureThresholds / 64;
+    const unsigned rank = BayerRank(x, y);
+    const unsigned run = rank >> 6;
+    return {run * kRun + ((rank >> 5 & 1) != 0 ? kRun * 5 / 8 : kRun * 3 / 8), (run & 1) << 1 | (run >> 1 & 1)};
+}
+
 Thresholds BlueNoiseThresholds(unsigned x, unsigned y) {
     const unsigned rank = kBlueNoise[y][x];
     return {rank / kLatticeThresholds, rank % kLatticeThresholds};
@@ -50,67 +62,55 @@ Pattern MakePattern(Thresholds (*thresholdsAt)(unsigned x, unsigned y)) {
     for (unsigned y = 0; y < kPatternSide; ++y)
         for (unsigned x = 0; x < kPatternSide + kRun; ++x) {
             const Thresholds thresholds = thresholdsAt(x % kPatternSide, y);
-            pattern[y].lattice[x] = thresholds.lattice;
             // The lowest threshold is the first to be passed, and so goes to the lightest entry.
-            pattern[y].mixture[x] = ((kMixtureThresholds - 1 - thresholds.mixture) | 0x8000) * kInThreeLanes;
+            pattern[y].raise[x] = kLatticeThresholds - 1 - thresholds.lattice;
+            pattern[y].threshold[x] = kMixtureThresholds - 1 - thresholds.mixture;
         }
     return pattern;
 }
 
 class OrderedDitherer : public LineDitherer {
 public:
-    OrderedDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t newWidth, double strength,
-                    const Pattern& newPattern)
-        : width(newWidth),
-          pattern(newPattern),
-          exactColors(entries, numEntries),
-          mixer(entries, numEntries, strength) {}
+    OrderedDitherer(std::unique_ptr<OrderedTables> newTables, std::size_t newWidth, const Pattern& newPattern)
+        : width(newWidth), pattern(newPattern), tables(std::move(newTables)) {}
+    ~OrderedDitherer() override { KeepTables(std::move(tables)); }
+    OrderedDitherer(const OrderedDitherer&) = delete;
+    OrderedDitherer& operator=(const OrderedDitherer&) = delete;
     void Dither(unsigned line, const std::uint8_t* pixels, std::uint8_t* indices) override;
 
 private:
-    void Prepare(std::uint32_t color, std::uint32_t latticeThreshold);
-
     const std::size_t width;
     const DitherKernels& kernels = ActiveDitherKernels();
     const Pattern& pattern;
-    const ExactColors exactColors;
-    Mixer mixer;
-    const std::unique_ptr<Mixture[]> mixtures = std::make_unique<Mixture[]>(std::size_t{1} << kPlaceBits);
-    const std::unique_ptr<std::uint8_t[]> steps = std::make_unique<std::uint8_t[]>(kStepCells);
+    std::unique_ptr<OrderedTables> tables;
 };
 
 void OrderedDitherer::Dither(unsigned line, const std::uint8_t* pixels, std::uint8_t* indices) {
     const PatternLine& patternLine = pattern[line % kPatternSide];
-    const MixtureTables tables{mixtures.get(), steps.get(), exactColors.slots.data(), exactColors.factor,
-                               exactColors.shift};
+    const ExactColors& exact = tables->exactColors;
+    Mixtures& mixtures = tables->mixtures;
+    const MixtureTables lookedUp{mixtures.Cells(), mixtures.All(), exact.slots.data(), exact.factor, exact.shift};
     for (std::size_t x = 0;;) {
-        x = kernels.ordered(tables, patternLine, pixels, x, width, indices);
+        x = kernels.ordered(lookedUp, patternLine, pixels, x, width, indices);
         if (x == width) return;
-        Prepare(PixelColor(pixels + 4 * x), patternLine.lattice[x % kPatternSide]);
+        for (std::size_t i = x; i < std::min<std::size_t>(x + kRun, width); ++i)
+            mixtures.Prepare(PixelColor(pixels + 4 * i), patternLine.raise[i % kPatternSide]);
     }
-}
-
-/// Makes what the kernel lacks for a pixel. A mixture depends on its colour alone, and not on what had its place
-/// before.
-void OrderedDitherer::Prepare(std::uint32_t color, std::uint32_t latticeThreshold) {
-    std::uint8_t& step = steps[CellOf(color)];
-    if (step == 0) step = static_cast<std::uint8_t>(mixer.StepAround((color & 0xF8F8F8) | 0x040404));
-    const std::uint32_t latticeColor = LatticeColor(color, step, latticeThreshold);
-    mixtures[latticeColor * kPlaceFactor >> kPlaceShift] = mixer.Mix(latticeColor);
 }
 
 }  // namespace
 
 std::unique_ptr<LineDitherer> MakeOrderedDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width,
                                                   double strength) {
-    static const Pattern bayer = MakePattern(&BayerThresholds);
-    return std::make_unique<OrderedDitherer>(entries, numEntries, width, strength, bayer);
+    static const Pattern bayer = MakePattern(&BayerThresholds), shortBayer = MakePattern(&ShortBayerThresholds);
+    return std::make_unique<OrderedDitherer>(TakeTables(entries, numEntries, strength), width,
+                                             numEntries < kFewEntries ? bayer : shortBayer);
 }
 
 std::unique_ptr<LineDitherer> MakeBlueNoiseDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width,
                                                     double strength) {
     static const Pattern blueNoise = MakePattern(&BlueNoiseThresholds);
-    return std::make_unique<OrderedDitherer>(entries, numEntries, width, strength, blueNoise);
+    return std::make_unique<OrderedDitherer>(TakeTables(entries, numEntries, strength), width, blueNoise);
 }
 
 ZPixfDitherOrdered::ZPixfDitherOrdered() = default;

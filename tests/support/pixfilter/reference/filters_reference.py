@@ -7,7 +7,9 @@ The functions follow the document, section by section, and nothing else: plain w
 of lines of pixels (B, G, R, A). Whole numbers are Python's, of any size; floats are IEEE doubles, one rounding a step.
 """
 import functools
+import itertools
 import math
+import struct
 import subprocess
 import sys
 
@@ -621,15 +623,26 @@ def ditherer(picture, by, palette, strength):
     shown = to_luma(picture) if all(b == g == r for b, g, r in palette) else picture
     if by == "diffuse":
         return palette, diffuse(shown, palette)
-    return palette, ordered(shown, palette, {"ordered": bayer_thresholds, "blue-noise": blue_noise_thresholds}[by], strength)
+    bayer = bayer_thresholds if len(palette) < 32 else short_bayer_thresholds
+    return palette, ordered(shown, palette, {"ordered": bayer, "blue-noise": blue_noise_thresholds}[by], strength)
+
+
+def bayer_rank(x, y):
+    rank = 0
+    for i in range(6):
+        rank = 4 * rank + 2 * ((x >> i ^ y >> i) & 1) + (y >> i & 1)
+    return rank
 
 
 def bayer_thresholds(x, y):
     """Of the mixture (0 .. 1023) and of the lattice (0 .. 3)."""
-    rank = 0
-    for i in range(6):
-        rank = 4 * rank + 2 * ((x >> i ^ y >> i) & 1) + (y >> i & 1)
+    rank = bayer_rank(x, y)
     return rank // 4, (2 * (rank >> 6 & 1) + (rank >> 7 & 1) + rank) % 4
+
+
+def short_bayer_thresholds(x, y):
+    rank = bayer_rank(x, y)
+    return 16 * (rank // 64) + (10 if rank & 32 else 6), 2 * (rank >> 6 & 1) + (rank >> 7 & 1)
 
 
 def bell(sigma, side):
@@ -690,9 +703,9 @@ def blue_noise_thresholds(x, y):
 
 
 def lattice_level(level, step, threshold):
-    base = level // step * step
-    length = min(step, 255 - base)
-    return base + (length if 4 * (level - base) > threshold * length else 0)
+    base = level // 8 * 8
+    above = 8 if level == 255 and step > 1 else level - base
+    return min(255, base + step * ((above + (3 - threshold) * step // 4) // step))
 
 
 def ordered(picture, palette, thresholds_at, strength):
@@ -720,6 +733,17 @@ def squared_distance(a, b):
     return sum((p - q) ** 2 for p, q in zip(a, b))
 
 
+def single(value):
+    """Rounded to a 32-bit float. (Of sums, products and quotients of such doubles lose nothing that would tell.)"""
+    return struct.unpack("f", struct.pack("f", value))[0]
+
+
+def rising_bits(value):
+    """Without the lowest byte."""
+    bits = struct.unpack("i", struct.pack("f", value))[0]
+    return (bits ^ (bits >> 31 & 0x7FFFFFFF)) >> 8
+
+
 class Mixer:
     """The search for mixtures, operation by operation as the document lists it."""
 
@@ -727,12 +751,17 @@ class Mixer:
         self.strength = strength
         self.palette = list(dict.fromkeys(palette))
         corners = sum(all(v in (0, 255) for v in entry) for entry in self.palette)
-        spans_all = corners == 8 or all(b == g == r for b, g, r in palette)
-        self.spans_all = spans_all
-        self.spread = 0.005 if spans_all else 0.035 if len(self.palette) < 32 else 0.02
-        self.reach = 0.0 if spans_all or len(self.palette) < 4 else 1.9
-        self.along_greys = 1.0 / 6 if spans_all else 1.0 / 64
-        self.mixtures, self.steps = {}, {}
+        few = len(self.palette) < 32
+        if corners == 8 or all(b == g == r for b, g, r in palette):
+            spread, self.reach, along_greys, self.for_two, self.for_four = 0.005, 0.0, 1.0 / 6, 4, 1000
+        elif few:
+            spread, self.reach, along_greys, self.for_two, self.for_four = 0.041, 1.9, 1.0 / 64, 32, 64
+        else:
+            spread, self.reach, along_greys, self.for_two, self.for_four = 0.0285, 1.9, 1.0 / 64, 20, 40
+        if len(self.palette) < 4:
+            self.reach = 0.0
+        self.spread, self.along_greys, self.reach = single(spread), single(along_greys), single(single(self.reach) ** 2)
+        self.mixtures, self.steps, self.nears = {}, {}, {}
 
     def fourth(self, color):
         return sorted(squared_distance(entry, color) for entry in self.palette)[:4][-1]
@@ -740,9 +769,24 @@ class Mixer:
     def step_around(self, color):
         if color not in self.steps:
             fourth = self.fourth(color)
-            for_two, for_four = (16, 144) if self.spans_all else (256, 1024)
-            self.steps[color] = 1 if self.strength == 0 or fourth < for_two else 2 if fourth < for_four else 4
+            self.steps[color] = (1 if self.strength == 0 or fourth < self.for_two ** 2 else
+                                 2 if fourth < self.for_four ** 2 else 4)
         return self.steps[color]
+
+    def near(self, color):
+        """The numbers of the entries that are looked at."""
+        cell = tuple(v // 8 * 8 for v in color)
+        if self.reach > 0:
+            return range(len(self.palette))
+        if cell not in self.nears:
+            outside = [[max(low - v, v - (low + 7)) for v, low in zip(entry, cell)] for entry in self.palette]
+            limit = 0
+            for corner in itertools.product((0, 1), repeat=3):
+                beyond = [sum((out + 7) ** 2 for out in outs) for entry, outs in zip(self.palette, outside)
+                          if all(v >= low + 7 if high else v <= low for v, low, high in zip(entry, cell, corner))]
+                limit = max(limit, min(beyond, default=math.inf))
+            self.nears[cell] = [i for i, outs in enumerate(outside) if sum(max(0, out) ** 2 for out in outs) <= limit]
+        return self.nears[cell]
 
     def mixture_of(self, color):
         """Entries from dark to light, and at which of 1024 parts the share of each ends."""
@@ -773,35 +817,42 @@ class Mixer:
     def choose(self, color):
         """The candidates: entry, offset from the colour, cost."""
         self.candidates = []
-        limit = self.reach * self.reach * self.fourth(color)
-        for i, entry in enumerate(self.palette):
+        limit = single(self.reach * self.fourth(color))
+        for i in self.near(color):
+            entry = self.palette[i]
             distance = squared_distance(entry, color)
             if self.reach > 0 and distance >= limit:
                 continue
-            way = distance / limit if self.reach > 0 else 0.0
+            way = single(distance * single(1 / limit)) if self.reach > 0 else 0.0
             q = [p - c for p, c in zip(entry, color)]
             along = float(sum(q))
-            cost = self.spread * ((distance - self.along_greys * (along * along)) * (1 / (1 - way * way)))
+            weighed = single(distance - single(self.along_greys * (along * along)))
+            cost = single(self.spread * single(weighed / single(1 - single(way * way))))
             self.candidates.append((i, q, cost))
 
     def steepest(self, mean):
-        factors = [2 * m for m in mean]
-        slopes = [q[0] * factors[0] + q[1] * factors[1] + q[2] * factors[2] + cost for _, q, cost in self.candidates]
-        return slopes.index(min(slopes)), slopes
+        f = [single(2 * m) for m in mean]
+        slopes = []
+        for _, q, cost in self.candidates:
+            slope = single(single(q[0] * f[0]) + single(q[1] * f[1]))
+            slopes.append(rising_bits(single(single(slope + single(q[2] * f[2])) + cost)))
+        return slopes.index(min(slopes))
+
+    def slope(self, place, mean):
+        _, q, cost = self.candidates[place]
+        return 2 * (q[0] * mean[0] + q[1] * mean[1] + q[2] * mean[2]) + cost
 
     def search(self):
-        held = [[self.steepest([0.0, 0.0, 0.0])[0], 1.0]]
+        distances = [squared_distance(q, (0, 0, 0)) for _, q, _ in self.candidates]
+        held = [[distances.index(min(distances)), 1.0]]
         for _ in range(64):
             mean = [0.0, 0.0, 0.0]
             for place, share in held:
                 mean = [m + share * v for m, v in zip(mean, self.candidates[place][1])]
-            new, slopes = self.steepest(mean)
+            new = self.steepest(mean)
             if any(other == new for other, _ in held):
                 break
-            slope = 0.0
-            for other, share in held:
-                slope += share * slopes[other]
-            if slopes[new] >= slope - TOLERANCE or len(held) == 6:
+            if self.slope(new, mean) >= self.slope(held[0][0], mean) - TOLERANCE or len(held) == 6:
                 break
             held.append([new, 0.0])
             self.settle(held)
@@ -823,7 +874,7 @@ class Mixer:
                 if reach < way or dropped is None:
                     way, dropped = min(way, reach), i
             for share, aim in zip(held, best):
-                share[1] += way * (aim - share[1])
+                share[1] = aim if dropped is None else share[1] + way * (aim - share[1])
             if dropped is None:
                 return
             held.pop(dropped)
@@ -839,17 +890,19 @@ class Mixer:
                 for a, (_, _, cost) in zip(edges, others)]
         for i in range(n):
             rows[i][i] += 2 * REGULAR
+        per_pivot = []
         for column in range(n):
+            per_pivot.append(1 / rows[column][column])
             for i in range(column + 1, n):
-                factor = rows[i][column] / rows[column][column]
-                for j in range(column, n + 1):
+                factor = rows[column][i] * per_pivot[column]
+                for j in range(i, n + 1):
                     rows[i][j] -= factor * rows[column][j]
         best = [1.0] + [0.0] * n
         for i in range(n - 1, -1, -1):
             value = rows[i][n]
             for j in range(i + 1, n):
                 value -= rows[i][j] * best[j + 1]
-            best[i + 1] = value / rows[i][i]
+            best[i + 1] = value * per_pivot[i]
             best[0] -= best[i + 1]
         return best
 

@@ -1,0 +1,3 @@
+#include "dither/DitherMixKernels.inl"
+
+const zpixf::DitherMixKernels zpixf::kAvx512DitherMixKernels = zpixf::kKernels;
