@@ -68,12 +68,13 @@ private:
             band.emplace(source, 0, top, source.GetPixelWidth(), height, shr::BGRA_32, nullptr);
     }
 
-    /// Few lines stay in the cache; but tiles that are not in memory are to be read seldom.
+    /// Few lines stay in the cache; but tiles that are not in memory are to be read seldom. Lines that a filter pulls
+    /// at once lie in one band.
     static int BandHeightFor(const ZBitmap& bitmap) {
-        constexpr int kFewLines = 64, kMostBytes = 16 << 20;
-        return StayInMemory(bitmap)
-                   ? kFewLines
-                   : std::max(kFewLines, std::min(bitmap.GetScanRectHeight(), kMostBytes / 4 / bitmap.GetPixelWidth()));
+        constexpr int kFewLines = 64, kMostBytes = 16 << 20, kAtOnce = 4;
+        if (StayInMemory(bitmap)) return kFewLines;
+        const int lines = std::min(bitmap.GetScanRectHeight(), kMostBytes / 4 / bitmap.GetPixelWidth());
+        return std::max(kFewLines, (lines + kAtOnce - 1) / kAtOnce * kAtOnce);
     }
 
     const ZBitmap& source;
@@ -153,6 +154,7 @@ zpixf::ZPixFormat FixedPaletteOf(unsigned most) { return zpixf::ZPixFormat(0, 0,
 FilterPtr MakeDitherer(const IndexedColors& colors) {
     const auto withStrength = [](auto ditherer, double strength) -> FilterPtr {
         ditherer->SetStrength(strength);
+        ditherer->SetPullsAhead(true);
         return ditherer;
     };
     switch (colors.dither) {

@@ -227,9 +227,9 @@ TEST(ConvertToIndexed, WhicheverReportCancelsLeavesLinesOfBothAndTheFormerColors
             break;
         } catch (const shr::AbortException&) {}
         EXPECT_EQ(TableOf(result), TableOf(before));
-        // Each line is reported when it is read, and a diffusion reads two before it gives the first.
+        // Each line is reported when it is read, and a diffusion reads four before it gives the first.
         const int read = std::clamp(report - 1 - kHeight, 0, kHeight),
-                  written = read == kHeight ? kHeight : read / 2 * 2;
+                  written = read == kHeight ? kHeight : read / 4 * 4;
         for (int y = 0; y < kHeight; ++y)
             ASSERT_EQ(GetPixel(result, 7, y), GetPixel(y < written ? after : before, 7, y)) << report << ' ' << y;
     }

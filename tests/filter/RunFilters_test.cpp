@@ -11,6 +11,7 @@
 #include "support_code/ExpectError.h"
 #include "support_code/FormulaPicture.h"
 #include "support_code/TestProgress.h"
+#include "zpixf/MakeQuantizer.h"
 #include "zpixf/ZPixfAdjust.h"
 #include "zpixf/ZPixfConvolution.h"
 
@@ -165,6 +166,18 @@ TYPED_TEST(Masks, BecomeTheAlphaThatTheLastOfAChainMakes) {
     ASSERT_TRUE(RunFilters(this->bitmap, {&first, &making}, nullptr));
     for (int y = 0; y < 20; ++y)
         for (int x = 0; x < 33; ++x) ASSERT_EQ(testkit::GetMask(this->bitmap, x, y), x + y >= 20) << x << ", " << y;
+}
+
+TYPED_TEST(Masks, StayWithTheirLinesWhicheverDithererOrQuantizerFollows) {
+    for (const ZPixfType type : {ZPixfType::DitherOrdered, ZPixfType::DitherDiffuse, ZPixfType::DitherBlueNoise,
+                                 ZPixfType::QuantizePopularity, ZPixfType::QuantizeMedian8}) {
+        LineFilter making(ZPixfType::MakesAlpha, &HalveAlpha);
+        const auto last = zpixf::MakeQuantizer(type, 256);
+        ASSERT_TRUE(RunFilters(this->bitmap, {&making, last.get()}, nullptr));
+        for (int y = 0; y < 20; ++y)
+            for (int x = 0; x < 33; ++x)
+                ASSERT_EQ(testkit::GetMask(this->bitmap, x, y), x + y >= 20) << static_cast<int>(type) << ' ' << y;
+    }
 }
 
 TYPED_TEST(Masks, ReachAFilterBehindOneThatLeavesAlphaAlone) {

@@ -40,6 +40,7 @@ Entrant QuantizingAndDithering(const char* name) {
             .enter = Painting([](const Square& bgra, Square& indices) {
                 Quantizer quantizer;
                 Ditherer ditherer;
+                ditherer.SetPullsAhead(true);
                 bench::LineSource source{bgra.pixels.data(), bgra.side, static_cast<unsigned>(bgra.side)};
                 Start(quantizer, source, bench::BgraFormat(bgra.side, bgra.side), bench::IndexFormat(bgra.side));
                 const zpixf::ZPixFormat& chosen = quantizer.GetOutputFormat();
@@ -54,6 +55,7 @@ Entrant Dithering(const char* name) {
     return {.name = name,
             .enter = Painting([](const Square& bgra, Square& indices) {
                 Ditherer ditherer;
+                ditherer.SetPullsAhead(true);
                 RGBQUAD colors[256] = {};
                 const auto count = static_cast<unsigned>(bgra.table.size());
                 if (count != 0) shr::CopyColor4bToRGBQUAD(colors, bgra.table.data(), count, false);

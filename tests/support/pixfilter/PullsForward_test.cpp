@@ -63,6 +63,7 @@ const Kind kKinds[] = {
     KindOf<ZPixfDitherOrdered>("DitherOrdered"),
     KindOf<ZPixfDitherBlueNoise>("DitherBlueNoise"),
     KindOf<ZPixfDitherDiffuse>("DitherDiffuse"),
+    KindOf<ZPixfDitherDiffuse>("DitherDiffuseAhead", [](ZPixfDitherDiffuse& filter) { filter.SetPullsAhead(true); }),
     KindOf<ZPixfQuantizeMedian5>("QuantizeMedian5"),
     KindOf<ZPixfQuantizeMedian8>("QuantizeMedian8"),
     KindOf<ZPixfQuantizePopularity>("QuantizePopularity"),

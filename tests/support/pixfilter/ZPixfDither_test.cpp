@@ -551,42 +551,78 @@ TEST(ZPixfDitherOrdered, BlackAndWhiteFollowBayersMatrix) {
         EXPECT_GT(whites[static_cast<unsigned>(places[i - 1])], whites[static_cast<unsigned>(places[i])]) << i;
 }
 
-TEST(ZPixfDitherDiffuse, RunsTwoLinesToTheRightAndTwoToTheLeft) {
+TEST(ZPixfDitherDiffuse, RunsFourLinesToTheRightAndFourToTheLeft) {
     // In sixteenths white begins at 2041. A line of 120 and 120 without errors: the pixel where it begins, 1920, is
     // black and passes 7/16, 840, ahead, which makes the other 2760: white. Lines before are transparent and pass none.
-    for (unsigned line = 0; line < 8; ++line) {
-        Picture picture(2, 8);
-        for (unsigned y = 0; y < 8; ++y)
+    for (unsigned line = 0; line < 16; ++line) {
+        Picture picture(2, 16);
+        for (unsigned y = 0; y < 16; ++y)
             for (unsigned x = 0; x < 2; ++x) picture.Set(x, y, {120, 120, 120}, y == line ? 255 : 0);
         const Bytes indices = Dither(Method::diffuse, picture, 2).indices;
-        const bool runsRight = line % 4 < 2;
+        const bool runsRight = line % 8 < 4;
         EXPECT_EQ(indices[2 * line], runsRight ? 0 : 1) << line;
         EXPECT_EQ(indices[2 * line + 1], runsRight ? 1 : 0) << line;
     }
 }
 
-TEST(ZPixfDitherDiffuse, GivesTheSameLineByLineAndInPairs) {
-    // Asked for from an odd line on, each comes alone.
-    Picture picture = Noise(61, 30, 12);
+/// The indices of some lines of a picture, asked for in that order.
+Bytes LinesOf(Picture& picture, const Palette& palette, bool pullsAhead, const std::vector<unsigned>& lines) {
+    ZPixfDitherDiffuse filter;
+    Connect(filter, picture, Indexed(picture, 8, 0, palette));
+    filter.SetPullsAhead(pullsAhead);
+    EXPECT_TRUE(filter.Start());
+    Bytes indices(lines.size() * picture.width);
+    for (std::size_t i = 0; i < lines.size(); ++i)
+        EXPECT_TRUE(filter.FilterScanline(lines[i], &indices[i * picture.width]));
+    return indices;
+}
+
+TEST(ZPixfDitherDiffuse, GivesTheSameWhetherItPullsAheadOrNot) {
     const Palette palette = PictureLikePalette();
-    for (const unsigned first : {0u, 1u, 7u, 12u}) {
-        Picture rest(picture.width, picture.height);
-        for (unsigned y = 0; y < picture.height; ++y)
-            for (unsigned x = 0; x < picture.width; ++x)
-                if (y < first)
-                    rest.Set(x, y, {0, 0, 0}, 0);
-                else
-                    std::copy_n(picture.At(x, y), 4, rest.At(x, y));
-        // Transparent lines pass nothing on: so the rest begins without errors, too.
-        const Bytes wanted = Dither(Method::diffuse, rest, 0, palette).indices;
-        const auto filter = Make(Method::diffuse);
-        Connect(*filter, picture, Indexed(picture, 8, 0, palette));
-        ASSERT_TRUE(filter->Start());
-        Bytes line(picture.width);
-        for (unsigned y = first; y < picture.height; ++y) {
-            ASSERT_TRUE(filter->FilterScanline(y, line.data()));
-            ASSERT_TRUE(std::equal(line.begin(), line.end(), &wanted[std::size_t{y} * picture.width]))
-                << first << ' ' << y;
+    for (const unsigned width : {1u, 2u, 7u, 8u, 9u, 10u, 61u})
+        for (const unsigned height : {1u, 3u, 4u, 5u, 30u}) {
+            Picture picture = Noise(width, height, 12 + width);
+            std::vector<unsigned> lines(height);
+            std::iota(lines.begin(), lines.end(), 0u);
+            const Bytes wanted = LinesOf(picture, palette, false, lines);
+            EXPECT_EQ(LinesOf(picture, palette, true, lines), wanted) << width << " x " << height;
+        }
+    // From the middle, some again, some left out, back, and from the beginning.
+    Picture picture = Noise(61, 30, 12);
+    for (const std::vector<unsigned>& lines : std::initializer_list<std::vector<unsigned>>{{1, 2, 3, 4, 5},
+                                                                                           {7, 8, 9},
+                                                                                           {8, 9, 9, 10},
+                                                                                           {4, 8, 9},
+                                                                                           {4, 5, 8},
+                                                                                           {12, 13, 12, 13},
+                                                                                           {8, 9, 0, 1, 2},
+                                                                                           {29, 0}})
+        EXPECT_EQ(LinesOf(picture, palette, true, lines), LinesOf(picture, palette, false, lines)) << lines[1];
+}
+
+TEST(ZPixfDitherDiffuse, PullsTheLineThatItGivesAndThreeMoreIfItMay) {
+    struct Source {
+        Picture picture = Noise(5, 11, 1);
+        std::vector<unsigned> pulled;
+        static bool Read(void* userData, unsigned line, void* buffer) {
+            auto& source = *static_cast<Source*>(userData);
+            source.pulled.push_back(line);
+            return Picture::Read(&source.picture, line, buffer);
+        }
+    };
+    for (const bool pullsAhead : {false, true}) {
+        Source source;
+        ZPixfDitherDiffuse filter;
+        Connect(filter, source.picture, Indexed(source.picture, 8, 256));
+        filter.SetScanLineFunction(&Source::Read, &source);
+        filter.SetPullsAhead(pullsAhead);
+        ASSERT_TRUE(filter.Start());
+        Bytes line(5);
+        for (unsigned y = 0; y < 11; ++y) {
+            ASSERT_TRUE(filter.FilterScanline(y, line.data()));
+            const unsigned most = pullsAhead ? std::min(y / 4 * 4 + 4, 11u) : y + 1;
+            ASSERT_EQ(source.pulled.size(), most) << y;
+            EXPECT_TRUE(std::is_sorted(source.pulled.begin(), source.pulled.end()));
         }
     }
 }
@@ -600,7 +636,7 @@ Bytes DiffuseInPlainWords(Picture& picture) {
         Bytes line(picture.width);
         next.assign(picture.width, 0);
         int ahead = 0;
-        const int step = y / 2 % 2 == 0 ? 1 : -1;
+        const int step = y / 4 % 2 == 0 ? 1 : -1;
         for (int x = step > 0 ? 0 : width - 1; x >= 0 && x < width; x += step) {
             const auto inside = [&](int at) { return static_cast<std::size_t>(at < 0 || at >= width ? x : at); };
             const auto here = static_cast<std::size_t>(x);

@@ -20,14 +20,18 @@ class LineDitherer;
 /// with 40 greys between its own. Of a palette of greys only, the luma of the pixels is shown.
 ///
 /// A pixel of a colour that the palette has comes out as it is (in a diffusion, if no errors reach it). FilterScanline
-/// pulls the line that it gives, and a diffusion the next one with each of even number, for both go faster together;
-/// bits of a packed line's last byte beyond its pixels stay. The result is the same on every system and processor.
+/// pulls the line that it gives; bits of a packed line's last byte beyond its pixels stay. The result is the same on
+/// every system and processor.
 class ZPIXF_API ZPixfDither : public ZPixFilterBase {
 public:
     ~ZPixfDither() override;
     /// How much of the dither is seen, 0 to 1: at 0 each pixel gets the entry nearest to it, and what lies between
     /// leads there evenly. 1 if never set; Start fails for any other number.
     void SetStrength(double newStrength);
+    /// Whether FilterScanline may pull up to three lines after that which it gives, as the picture has them; not so if
+    /// never set. A diffusion is then faster, with the same results. It is not for a filter that follows another of
+    /// which the alpha is taken line by line.
+    void SetPullsAhead(bool ahead);
     /// Frees what is kept of the palettes last used with the ordered dithers, up to some 20 MB each of two, for the
     /// next pictures that have these. To be called at any time from any thread.
     static void FreeKeptTables() noexcept;
@@ -46,8 +50,10 @@ protected:
 
 private:
     bool PullPixels(unsigned line, std::uint8_t* pixels);
+    bool DitherFrom(unsigned line, bool follows, std::uint8_t* result);
 
     double strength = 1;
+    bool pullsAhead = false;
 };
 
 /// Ordered dither (B. E. Bayer, An Optimum Method for Two-Level Rendition of Continuous-Tone Pictures, 1973) with
@@ -83,8 +89,8 @@ protected:
     bool OnStart() override;
 };
 
-/// Error diffusion (R. W. Floyd, L. Steinberg, An Adaptive Algorithm for Spatial Greyscale, 1976), by turns two lines
-/// from the left and two from the right.
+/// Error diffusion (R. W. Floyd, L. Steinberg, An Adaptive Algorithm for Spatial Greyscale, 1976), by turns four
+/// lines from the left and four from the right.
 ///
 /// Each pixel takes the entry nearest to its own value, the colour and the errors that reached it. The mean of large
 /// areas is kept, but for what falls below the last line, where entries near the colour can mix it. Errors move no

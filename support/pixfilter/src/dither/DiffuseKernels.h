@@ -13,9 +13,8 @@ struct DiffuseCandidates {
     static constexpr unsigned kCount = 8;
     std::int16_t colors[kCount][4];  ///< blue, green, red and 0
     std::uint8_t entries[kCount];
-    std::uint8_t more;      ///< so many groups of the same cell follow
-    std::uint8_t isSingle;  ///< 1 if there is but one candidate
-    std::uint8_t unused[6];
+    std::uint8_t more;  ///< so many groups of the same cell follow
+    std::uint8_t unused[7];
 };
 
 /// Colours in cells of 8 levels a side: of the cube, and of what lies around it as far as errors reach. A cell has the
@@ -54,11 +53,10 @@ struct DiffuseRule {
 
 struct DiffuseKernels {
     static constexpr unsigned kAllKnown = ~0u;
-    /// Goes on with a line, as far as candidates are known: gives the cell whose are missing.
-    unsigned (*diffuse)(const DiffuseCells& cells, const DiffuseRule& rule, DiffuseLine& line);
-    /// The same of a line and the next, which run the same way and have the same sums.
-    unsigned (*diffusePair)(const DiffuseCells& cells, const DiffuseRule& rule, DiffuseLine& first,
-                            DiffuseLine& second);
+    static constexpr unsigned kMostLines = 4;
+    /// Goes on with 1 to kMostLines lines, each the next of the one before, which run the same way and have the same
+    /// sums, as far as candidates are known: gives the cell whose are missing.
+    unsigned (*diffuse)(const DiffuseCells& cells, const DiffuseRule& rule, DiffuseLine* lines, unsigned count);
 };
 
 extern const DiffuseKernels kBaseDiffuseKernels;

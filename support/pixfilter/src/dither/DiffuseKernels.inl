@@ -154,7 +154,6 @@ struct Nearest {
 
 /// Of equal candidates the first.
 Nearest NearestOf(const DiffuseCandidates* candidates, Channels color) {
-    if (candidates->isSingle != 0) return {candidates, 0};
     uint32_t least = LeastDistance(*candidates, color);
     const DiffuseCandidates* nearest = candidates;
     for (unsigned i = 1; i <= candidates->more; ++i) {
@@ -248,40 +247,56 @@ inline unsigned Step(const Tables& tables, Walk& walk) {
     return kNoneMissing;
 }
 
-unsigned Diffuse(const DiffuseCells& table, const DiffuseRule& rule, DiffuseLine& line) {
-    const Tables tables(table, rule);
+/// Goes on with a line alone until so many of its pixels are done.
+unsigned Advance(const Tables& tables, DiffuseLine& line, size_t until) {
     Walk walk(line);
     unsigned missing = kNoneMissing;
-    while (walk.done < walk.count && missing == kNoneMissing) missing = Step(tables, walk);
+    while (walk.done < until && missing == kNoneMissing) missing = Step(tables, walk);
     walk.Leave(line);
     return missing;
 }
 
-/// What a pixel of the second line takes from above is complete when the first line is two pixels further. The steps of
-/// both do not wait for each other, so that the processor does them at once.
-unsigned DiffusePair(const DiffuseCells& table, const DiffuseRule& rule, DiffuseLine& first, DiffuseLine& second) {
-    constexpr size_t kLead = 2;
-    const Tables tables(table, rule);
-    Walk above(first), below(second);
+/// What a pixel takes from above is complete when the line above is so many pixels further.
+constexpr size_t kLead = 2;
+
+size_t MayGoTo(const DiffuseLine& line, const DiffuseLine& above) {
+    return above.done == line.count ? line.count : above.done - kLead;
+}
+
+/// Goes on with four lines until the first is done, each being far enough behind the one above. The steps of a pixel in
+/// each do not wait for each other, so that the processor does them at once.
+unsigned GoInStep(const Tables& tables, DiffuseLine* lines) {
+    Walk first(lines[0]), second(lines[1]), third(lines[2]), fourth(lines[3]);
     unsigned missing = kNoneMissing;
-    while (below.done < below.count && missing == kNoneMissing) {
-        if (above.done < above.count && above.done < below.done + kLead) {
-            missing = Step(tables, above);
-            continue;
-        }
-        for (; above.done < above.count && missing == kNoneMissing;) {
-            missing = Step(tables, above);
-            if (missing == kNoneMissing) missing = Step(tables, below);
-        }
-        while (above.done == above.count && below.done < below.count && missing == kNoneMissing)
-            missing = Step(tables, below);
+    while (first.done < first.count) {
+        if ((missing = Step(tables, first)) != kNoneMissing) break;
+        if ((missing = Step(tables, second)) != kNoneMissing) break;
+        if ((missing = Step(tables, third)) != kNoneMissing) break;
+        if ((missing = Step(tables, fourth)) != kNoneMissing) break;
     }
-    above.Leave(first);
-    below.Leave(second);
+    first.Leave(lines[0]);
+    second.Leave(lines[1]);
+    third.Leave(lines[2]);
+    fourth.Leave(lines[3]);
     return missing;
 }
 
-constexpr DiffuseKernels kKernels = {&Diffuse, &DiffusePair};
+unsigned Diffuse(const DiffuseCells& table, const DiffuseRule& rule, DiffuseLine* lines, unsigned count) {
+    const Tables tables(table, rule);
+    const bool areFour = count == DiffuseKernels::kMostLines && lines[0].count > kLead * count;
+    for (bool isDone = false; !isDone; isDone = lines[count - 1].done == lines[count - 1].count) {
+        unsigned missing = kNoneMissing;
+        const size_t begin = areFour && lines[0].done < kLead * count ? kLead * count : lines[0].done;
+        missing = Advance(tables, lines[0], areFour ? begin : lines[0].count);
+        for (unsigned i = 1; i < count && missing == kNoneMissing; ++i)
+            missing = Advance(tables, lines[i], MayGoTo(lines[i], lines[i - 1]));
+        if (missing == kNoneMissing && areFour && lines[0].done < lines[0].count) missing = GoInStep(tables, lines);
+        if (missing != kNoneMissing) return missing;
+    }
+    return kNoneMissing;
+}
+
+constexpr DiffuseKernels kKernels = {&Diffuse};
 
 }  // namespace
 }  // namespace zpixf

@@ -4,6 +4,7 @@
 #include <limits>
 #include <new>
 #include <utility>
+#include <vector>
 
 #include "dither/DitherKernels.h"
 #include "dither/ZPixfDitherLines.h"
@@ -40,6 +41,7 @@ std::unique_ptr<std::uint8_t[]> Bytes(std::size_t count, std::size_t each) {
 
 struct ZPixfDither::State {
     State(const FixedPalette& palette, std::size_t newWidth, const IndexedLines& newOutput);
+    void Store(const std::uint8_t* lineIndices, const std::uint8_t* linePixels, std::uint8_t* line) const;
 
     std::size_t width;
     IndexedLines output;
@@ -47,10 +49,15 @@ struct ZPixfDither::State {
     std::unique_ptr<LineDitherer> ditherer;
     std::unique_ptr<std::uint8_t[]> pixels;   ///< a line of the input, unless the output's own buffer holds it
     std::unique_ptr<std::uint8_t[]> indices;  ///< of a line, unless they are the output
+    unsigned nextLine = 0;                    ///< after the one given last
 
-    /// The line after the one given, where they are made in pairs.
-    std::unique_ptr<std::uint8_t[]> nextPixels, nextIndices;
-    std::optional<unsigned> nextLine;  ///< which one is there
+    /// Lines after the one given that were made with it.
+    struct LineAhead {
+        std::unique_ptr<std::uint8_t[]> pixels, indices;
+    };
+    std::vector<LineAhead> ahead;
+    std::vector<DitheredLine> lines;           ///< room for those that are made at once
+    std::size_t firstAhead = 0, numAhead = 0;  ///< of those that are to be given yet
 };
 
 ZPixfDither::State::State(const FixedPalette& palette, std::size_t newWidth, const IndexedLines& newOutput)
@@ -60,10 +67,20 @@ ZPixfDither::State::State(const FixedPalette& palette, std::size_t newWidth, con
     if (!output.AreIndexBytes()) indices = Bytes(width, 1);
 }
 
+void ZPixfDither::State::Store(const std::uint8_t* lineIndices, const std::uint8_t* linePixels,
+                               std::uint8_t* line) const {
+    if (!output.AreIndexBytes())
+        output.Store(lineIndices, linePixels, width, line);
+    else if (lineIndices != line)
+        std::copy_n(lineIndices, width, line);
+}
+
 ZPixfDither::ZPixfDither() = default;
 ZPixfDither::~ZPixfDither() = default;
 
 void ZPixfDither::SetStrength(double newStrength) { strength = newStrength; }
+
+void ZPixfDither::SetPullsAhead(bool ahead) { pullsAhead = ahead; }
 
 void ZPixfDither::FreeKeptTables() noexcept { zpixf::FreeKeptTables(); }
 
@@ -85,10 +102,9 @@ bool ZPixfDither::StartWith(MakeDitherer makeDitherer) {
                     L"apart, or one color that is not given.");
     auto newState = std::make_unique<State>(palette, outputFormat.GetWidth(), *lines);
     newState->ditherer = makeDitherer(palette.entries.data(), palette.count, newState->width, strength);
-    if (newState->ditherer->LikesPairs()) {
-        newState->nextPixels = Bytes(newState->width, 4);
-        newState->nextIndices = Bytes(newState->width, 1);
-    }
+    if (pullsAhead) newState->ahead.resize(newState->ditherer->LinesAtOnce() - 1);
+    newState->lines.resize(1 + newState->ahead.size());
+    for (auto& line : newState->ahead) line = {Bytes(newState->width, 4), Bytes(newState->width, 1)};
     state = std::move(newState);
     outputFormat.FillColorTable(palette.count, palette.entries.data());
     return true;
@@ -103,26 +119,35 @@ bool ZPixfDither::PullPixels(unsigned line, std::uint8_t* pixels) {
 bool ZPixfDither::FilterScanline(unsigned line, void* buffer) {
     if (!IsReadyFor(line)) return false;
     auto* const result = static_cast<std::uint8_t*>(buffer);
-    if (std::exchange(state->nextLine, std::nullopt) == line && line != 0) {
-        if (!state->output.AreIndexBytes())
-            state->output.Store(state->nextIndices.get(), state->nextPixels.get(), state->width, result);
-        else
-            std::copy_n(state->nextIndices.get(), state->width, result);
-        return true;
+    const bool follows = line != 0 && line == state->nextLine;
+    if (!follows) state->numAhead = 0;
+    if (state->numAhead > 0) {
+        const State::LineAhead& next = state->ahead[state->firstAhead++];
+        --state->numAhead;
+        state->Store(next.indices.get(), next.pixels.get(), result);
+    } else if (!DitherFrom(line, follows, result)) {
+        return false;
     }
+    state->nextLine = line + 1;
+    return true;
+}
+
+bool ZPixfDither::DitherFrom(unsigned line, bool follows, std::uint8_t* result) {
     std::uint8_t* const pixels = state->pixels ? state->pixels.get() : result;
     std::uint8_t* const indices = state->indices ? state->indices.get() : result;
     if (!PullPixels(line, pixels)) return false;
-    // A next line that cannot be had now is asked for again when its turn comes.
-    const bool isPair = state->nextPixels && line % 2 == 0 && line + 1 < outputFormat.GetHeight() &&
-                        PullPixels(line + 1, state->nextPixels.get());
-    if (isPair) {
-        state->ditherer->DitherPair(line, {pixels, indices}, {state->nextPixels.get(), state->nextIndices.get()});
-        state->nextLine = line + 1;
-    } else {
-        state->ditherer->Dither(line, pixels, indices);
+    state->lines[0] = {pixels, indices};
+    unsigned count = 1;
+    for (; count < state->lines.size() && line + count < outputFormat.GetHeight(); ++count) {
+        const State::LineAhead& next = state->ahead[count - 1];
+        // One that cannot be had now is asked for again when its turn comes.
+        if ((line + count) % state->lines.size() == 0 || !PullPixels(line + count, next.pixels.get())) break;
+        state->lines[count] = {next.pixels.get(), next.indices.get()};
     }
-    state->output.Store(indices, pixels, state->width, result);
+    state->ditherer->Dither(line, state->lines.data(), count, follows);
+    state->Store(indices, pixels, result);
+    state->firstAhead = 0;
+    state->numAhead = count - 1;
     return true;
 }
 

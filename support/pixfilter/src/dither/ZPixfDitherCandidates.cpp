@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstdlib>
 
 namespace zpixf {
 namespace {
 
 constexpr std::size_t kMostCandidates = 1 << 16;
+constexpr unsigned kCoarseBits = 4;                          ///< of a coarse cell's number along a channel
 constexpr int kCellWidth = (1 << DiffuseCells::kShift) - 1;  ///< from a cell's least colour to its greatest
 
 }  // namespace
@@ -16,21 +16,17 @@ CandidateCells::CandidateCells(const RGBQUAD* entries, unsigned numEntries, int 
     : origin(margin * kSixteenths),
       bits(static_cast<unsigned>(
           std::bit_width(static_cast<unsigned>((255 + 2 * margin) * kSixteenths) >> DiffuseCells::kShift))),
+      coarseCells(std::size_t{1} << (3 * kCoarseBits)),
       cells(std::size_t{1} << (3 * bits)) {
+    palette.Build(entries, numEntries, kSixteenths);
     candidates.reserve(kMostCandidates);
     candidates.resize(1);
-    for (unsigned i = 0; i < numEntries; ++i) {
-        colors[i] = {entries[i].rgbBlue * kSixteenths, entries[i].rgbGreen * kSixteenths,
-                     entries[i].rgbRed * kSixteenths};
-        const auto isSame = [&](std::uint8_t earlier) { return colors[earlier] == colors[i]; };
-        if (std::none_of(distinct.begin(), distinct.begin() + numDistinct, isSame))
-            distinct[numDistinct++] = static_cast<std::uint8_t>(i);
-    }
 }
 
 void CandidateCells::Find(unsigned cell) {
-    std::array<std::uint8_t, 256> kept;
-    const unsigned count = Prune(cell, kept.data());
+    EntriesInCubes::List kept;
+    palette.Prune(CubeOf(cell), CoarseCellAround(cell), kept);
+    const unsigned count = kept.count;
     const unsigned groups = (count + DiffuseCandidates::kCount - 1) / DiffuseCandidates::kCount;
     if (candidates.size() + groups > kMostCandidates) {
         std::fill(cells.begin(), cells.end(), 0);
@@ -39,43 +35,37 @@ void CandidateCells::Find(unsigned cell) {
     const std::size_t first = candidates.size();
     candidates.resize(first + groups);
     for (unsigned i = 0; i < groups * DiffuseCandidates::kCount; ++i) {
-        const std::uint8_t entry = kept[std::min(i, count - 1)];
+        const std::uint8_t entry = kept.entries[std::min(i, count - 1)];
         DiffuseCandidates& group = candidates[first + i / DiffuseCandidates::kCount];
         const unsigned place = i % DiffuseCandidates::kCount;
-        for (unsigned c = 0; c < 3; ++c) group.colors[place][c] = static_cast<std::int16_t>(colors[entry][c]);
+        for (unsigned c = 0; c < 3; ++c) group.colors[place][c] = static_cast<std::int16_t>(palette.Color(entry)[c]);
         group.entries[place] = entry;
     }
     for (unsigned i = 0; i < groups; ++i) candidates[first + i].more = static_cast<std::uint8_t>(groups - 1 - i);
-    candidates[first].isSingle = count == 1 ? 1 : 0;
     cells[cell] = static_cast<std::uint16_t>(first);
 }
 
-/// Keeps the entries that can be nearest to some colour of the cell, as PaletteMap::Prune does: the squared distance to
-/// entry i less that to entry j is linear in the colour, and least at a corner.
-unsigned CandidateCells::Prune(unsigned cell, std::uint8_t* kept) const {
-    int low[3];
-    for (int& least : low) {
-        least = static_cast<int>((cell & ((1u << bits) - 1)) << DiffuseCells::kShift) - origin;
-        cell >>= bits;
+ColorCube CandidateCells::CubeOf(unsigned cell) const {
+    const auto lowest = [&](unsigned channel) {
+        return static_cast<int>((cell >> (channel * bits) & ((1u << bits) - 1)) << DiffuseCells::kShift) - origin;
+    };
+    return {{lowest(0), lowest(1), lowest(2)}, kCellWidth};
+}
+
+/// What can be nearest somewhere in a cube of many cells spares these most of the palette.
+const EntriesInCubes::List& CandidateCells::CoarseCellAround(unsigned cell) {
+    const unsigned shift = bits - kCoarseBits;
+    const unsigned mask = (1u << bits) - 1;
+    unsigned number = 0, first = 0;
+    for (unsigned channel = 0; channel < 3; ++channel) {
+        const unsigned place = (cell >> (channel * bits) & mask) >> shift;
+        number |= place << (channel * kCoarseBits);
+        first |= place << shift << (channel * bits);
     }
-    std::array<int, 256> distances;  // four times the squared ones to the middle
-    unsigned nearest = 0;
-    for (unsigned i = 0; i < numDistinct; ++i) {
-        distances[i] = 0;
-        for (unsigned c = 0; c < 3; ++c) {
-            const int difference = 2 * (colors[distinct[i]][c] - low[c]) - kCellWidth;
-            distances[i] += difference * difference;
-        }
-        if (distances[i] < distances[nearest]) nearest = i;
-    }
-    const std::array<int, 3>& best = colors[distinct[nearest]];
-    unsigned count = 0;
-    for (unsigned i = 0; i < numDistinct; ++i) {
-        const std::array<int, 3>& color = colors[distinct[i]];
-        const int apart = std::abs(color[0] - best[0]) + std::abs(color[1] - best[1]) + std::abs(color[2] - best[2]);
-        if (distances[i] - distances[nearest] <= 4 * kCellWidth * apart) kept[count++] = distinct[i];
-    }
-    return count;
+    EntriesInCubes::List& coarse = coarseCells[number];
+    if (coarse.count == 0)
+        palette.Prune({CubeOf(first).low, (1 << (DiffuseCells::kShift + shift)) - 1}, palette.All(), coarse);
+    return coarse;
 }
 
 }  // namespace zpixf

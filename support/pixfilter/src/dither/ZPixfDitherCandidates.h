@@ -1,10 +1,10 @@
 #pragma once
-#include <array>
 #include <cstdint>
 #include <vector>
 
 #include "dither/DiffuseKernels.h"
 #include "gdi/gdi.h"
+#include "palette/EntriesInCubes.h"
 
 namespace zpixf {
 
@@ -21,13 +21,13 @@ public:
     DiffuseCells Cells() const { return {cells.data(), candidates.data(), origin, bits}; }
 
 private:
-    unsigned Prune(unsigned cell, std::uint8_t* kept) const;
+    ColorCube CubeOf(unsigned cell) const;
+    const EntriesInCubes::List& CoarseCellAround(unsigned cell);
 
-    std::array<std::array<int, 3>, 256> colors{};  ///< in sixteenths of a level
-    std::array<std::uint8_t, 256> distinct{};      ///< the first entry of each colour
-    unsigned numDistinct = 0;
+    EntriesInCubes palette;
     int origin;
     unsigned bits;
+    std::vector<EntriesInCubes::List> coarseCells;  ///< with a count of 0 while they are not known
     std::vector<std::uint16_t> cells;
     std::vector<DiffuseCandidates> candidates;  ///< the first are of no cell
 };

@@ -1,9 +1,10 @@
-// Floyd and Steinberg's error diffusion to any palette, by turns two lines to the right and two to the left.
+// Floyd and Steinberg's error diffusion to any palette, by turns four lines to the right and four to the left.
 //
 // All sums are in sixteenths of a level. What a pixel passes on are four whole parts that add up to its error, and what
 // would fall beside the picture goes to the pixel below instead: no error is lost but in transparent pixels, below
 // the last line, and by the limit.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <memory>
@@ -43,56 +44,40 @@ public:
           candidates(entries, numEntries, rule.most / kSixteenths),
           width(newWidth),
           sums(std::make_unique<DiffuseColor[]>(newWidth)) {}
-    void Dither(unsigned line, const std::uint8_t* pixels, std::uint8_t* indices) override;
-    bool LikesPairs() const override { return true; }
-    void DitherPair(unsigned line, const DitheredLine& first, const DitheredLine& second) override;
+    unsigned LinesAtOnce() const override { return kLines; }
+    void Dither(unsigned line, const DitheredLine* lines, unsigned count, bool follow) override;
 
 private:
-    void Begin(unsigned line, unsigned numLines);
+    static constexpr unsigned kLines = DiffuseKernels::kMostLines;
+
     DiffuseLine LineOf(unsigned line, const DitheredLine& dithered) const;
-    template <class Go>
-    void UntilDone(const Go& go);
 
     const DiffuseRule rule;
     CandidateCells candidates;
     const std::size_t width;
     const std::unique_ptr<DiffuseColor[]> sums;  ///< what the line before left to each pixel
-    unsigned nextLine = 0;
 };
 
-void DiffuseDitherer::Begin(unsigned line, unsigned numLines) {
-    if (line == 0 || line != nextLine) std::fill_n(sums.get(), width, DiffuseColor{});
-    nextLine = line + numLines;
-}
-
-/// Two lines run to the right, the next two to the left.
+/// Four lines run to the right, the next four to the left.
 DiffuseLine DiffuseDitherer::LineOf(unsigned line, const DitheredLine& dithered) const {
     DiffuseLine making{};
     making.pixels = dithered.pixels;
     making.indices = dithered.indices;
     making.count = width;
-    const bool runsRight = line / 2 % 2 == 0;
+    const bool runsRight = line / kLines % 2 == 0;
     making.first = runsRight ? 0 : static_cast<std::ptrdiff_t>(width) - 1;
     making.step = runsRight ? 1 : -1;
     making.sums = sums.get();
     return making;
 }
 
-template <class Go>
-void DiffuseDitherer::UntilDone(const Go& go) {
+void DiffuseDitherer::Dither(unsigned line, const DitheredLine* lines, unsigned count, bool follow) {
+    if (!follow) std::fill_n(sums.get(), width, DiffuseColor{});
+    std::array<DiffuseLine, kLines> making;
+    for (unsigned i = 0; i < count; ++i) making[i] = LineOf(line + i, lines[i]);
+    const DiffuseKernels& kernels = ActiveDiffuseKernels();
+    const auto go = [&] { return kernels.diffuse(candidates.Cells(), rule, making.data(), count); };
     for (unsigned missing = go(); missing != DiffuseKernels::kAllKnown; missing = go()) candidates.Find(missing);
-}
-
-void DiffuseDitherer::Dither(unsigned line, const std::uint8_t* pixels, std::uint8_t* indices) {
-    Begin(line, 1);
-    DiffuseLine making = LineOf(line, {pixels, indices});
-    UntilDone([&] { return ActiveDiffuseKernels().diffuse(candidates.Cells(), rule, making); });
-}
-
-void DiffuseDitherer::DitherPair(unsigned line, const DitheredLine& first, const DitheredLine& second) {
-    Begin(line, 2);
-    DiffuseLine above = LineOf(line, first), below = LineOf(line + 1, second);
-    UntilDone([&] { return ActiveDiffuseKernels().diffusePair(candidates.Cells(), rule, above, below); });
 }
 
 }  // namespace

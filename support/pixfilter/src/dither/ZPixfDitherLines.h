@@ -16,15 +16,11 @@ struct DitheredLine {
 class LineDitherer {
 public:
     virtual ~LineDitherer() = default;
-    /// Whether a line of even number and the next go faster together, with the same results.
-    virtual bool LikesPairs() const { return false; }
-    /// Lines `line` and `line` + 1.
-    virtual void DitherPair(unsigned line, const DitheredLine& first, const DitheredLine& second) {
-        Dither(line, first.pixels, first.indices);
-        Dither(line + 1, second.pixels, second.indices);
-    }
-    /// Gives the palette index of each pixel (B, G, R, A) of the line.
-    virtual void Dither(unsigned line, const std::uint8_t* pixels, std::uint8_t* indices) = 0;
+    /// How many lines, from a multiple of it on, go faster together, with the same results.
+    virtual unsigned LinesAtOnce() const { return 1; }
+    /// Gives the palette index of each pixel (B, G, R, A) of lines from number `line` on, LinesAtOnce() at most and
+    /// none beyond the next multiple of it. They follow those given before, or begin anew.
+    virtual void Dither(unsigned line, const DitheredLine* lines, unsigned count, bool follow) = 0;
 };
 
 /// `numEntries` is 1 to 256, `strength` 0 to 1. Lines of `width` pixels are given in any order. These may raise

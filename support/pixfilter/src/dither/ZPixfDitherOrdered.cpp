@@ -76,7 +76,7 @@ public:
     ~OrderedDitherer() override { KeepTables(std::move(tables)); }
     OrderedDitherer(const OrderedDitherer&) = delete;
     OrderedDitherer& operator=(const OrderedDitherer&) = delete;
-    void Dither(unsigned line, const std::uint8_t* pixels, std::uint8_t* indices) override;
+    void Dither(unsigned line, const DitheredLine* lines, unsigned count, bool follow) override;
 
 private:
     const std::size_t width;
@@ -85,7 +85,8 @@ private:
     std::unique_ptr<OrderedTables> tables;
 };
 
-void OrderedDitherer::Dither(unsigned line, const std::uint8_t* pixels, std::uint8_t* indices) {
+void OrderedDitherer::Dither(unsigned line, const DitheredLine* lines, unsigned, bool) {
+    const auto& [pixels, indices] = lines[0];
     const PatternLine& patternLine = pattern[line % kPatternSide];
     const ExactColors& exact = tables->exactColors;
     Mixtures& mixtures = tables->mixtures;

@@ -1,7 +1,6 @@
 #include "palette/PaletteMap.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
 
 namespace zpixf {
@@ -35,28 +34,16 @@ void SetCandidate(CandidateGroup& group, unsigned at, const std::array<int, 3>& 
 
 }  // namespace
 
-/// A cube of colours, from `low` to `low` + `width` in each channel, both included.
-struct PaletteMap::Box {
-    int low[3];
-    int width;
-};
-
 PaletteMap::PaletteMap() = default;
 PaletteMap::~PaletteMap() = default;
 
 void PaletteMap::Build(const RGBQUAD* entries, unsigned count) {
-    coarseCells.assign(1u << (3 * kCoarseBits), CoarseCell{});
+    palette.Build(entries, count, 1);
+    coarseCells.assign(1u << (3 * kCoarseBits), EntriesInCubes::List{});
     cells.assign(kCells, 0);
     CandidateGroup notBuilt = {};
     std::fill(std::begin(notBuilt.base), std::end(notBuilt.base), kNotBuilt);
     groups.assign(1, notBuilt);
-    numDistinct = 0;
-    for (unsigned i = 0; i < count; ++i) {
-        colors[i] = {entries[i].rgbBlue, entries[i].rgbGreen, entries[i].rgbRed};
-        const auto isSame = [&](std::uint8_t earlier) { return colors[earlier] == colors[i]; };
-        if (std::none_of(distinct.begin(), distinct.begin() + numDistinct, isSame))
-            distinct[numDistinct++] = static_cast<std::uint8_t>(i);
-    }
 }
 
 unsigned PaletteMap::Nearest(unsigned blue, unsigned green, unsigned red) {
@@ -79,14 +66,14 @@ void PaletteMap::MapRow(const std::uint8_t* pixels, std::size_t count, std::uint
 
 void PaletteMap::BuildCell(unsigned cell) {
     constexpr unsigned kMask = (1u << kCellBits) - 1;
-    const unsigned blue = (cell >> (2 * kCellBits)) << kCellShift;
-    const unsigned green = (cell >> kCellBits & kMask) << kCellShift;
-    const unsigned red = (cell & kMask) << kCellShift;
-    const CoarseCell& coarse = CoarseCellAround(blue, green, red);
-    const Box box = {{static_cast<int>(blue), static_cast<int>(green), static_cast<int>(red)}, kCellSide - 1};
-    Entries candidates;
-    const unsigned count = Prune(box, coarse.candidates.data(), coarse.count, candidates.data());
+    const auto lowest = [cell](unsigned channel) {
+        return static_cast<int>((cell >> (channel * kCellBits) & kMask) << kCellShift);
+    };
+    const ColorCube cube = {{lowest(2), lowest(1), lowest(0)}, kCellSide - 1};
+    EntriesInCubes::List candidates;
+    palette.Prune(cube, CoarseCellAround(cube), candidates);
 
+    const unsigned count = candidates.count;
     const unsigned numGroups = (count + CandidateGroup::kSize - 1) / CandidateGroup::kSize;
     if (groups.size() + numGroups > kMaxGroups) {
         std::fill(cells.begin(), cells.end(), 0);
@@ -95,49 +82,22 @@ void PaletteMap::BuildCell(unsigned cell) {
     const std::size_t first = groups.size();
     groups.resize(first + numGroups);
     for (unsigned i = 0; i < numGroups * CandidateGroup::kSize; ++i) {
-        const unsigned index = candidates[i < count ? i : 0];
-        SetCandidate(groups[first + i / CandidateGroup::kSize], i % CandidateGroup::kSize, colors[index], index);
+        const unsigned index = candidates.entries[i < count ? i : 0];
+        SetCandidate(groups[first + i / CandidateGroup::kSize], i % CandidateGroup::kSize, palette.Color(index), index);
     }
     cells[cell] = static_cast<std::uint32_t>(first << kMoreGroupsBits | (numGroups - 1));
 }
 
-const PaletteMap::CoarseCell& PaletteMap::CoarseCellAround(unsigned blue, unsigned green, unsigned red) {
-    const unsigned b = blue >> kCoarseShift, g = green >> kCoarseShift, r = red >> kCoarseShift;
-    CoarseCell& coarse = coarseCells[b << (2 * kCoarseBits) | g << kCoarseBits | r];
-    if (coarse.count == 0) {
-        const auto low = [](unsigned at) { return static_cast<int>(at << kCoarseShift); };
-        const Box box = {{low(b), low(g), low(r)}, kCoarseSide - 1};
-        coarse.count = Prune(box, distinct.data(), numDistinct, coarse.candidates.data());
+const EntriesInCubes::List& PaletteMap::CoarseCellAround(const ColorCube& cell) {
+    unsigned number = 0;
+    ColorCube cube{{}, kCoarseSide - 1};
+    for (unsigned c = 0; c < 3; ++c) {
+        number = number << kCoarseBits | static_cast<unsigned>(cell.low[c]) >> kCoarseShift;
+        cube.low[c] = cell.low[c] & ~(kCoarseSide - 1);
     }
+    EntriesInCubes::List& coarse = coarseCells[number];
+    if (coarse.count == 0) palette.Prune(cube, palette.All(), coarse);
     return coarse;
-}
-
-/// Keeps the entries that can be nearest to some colour of the box.
-///
-/// Let D be four times the squared distance to the box's middle, and w its width. Over the box, the squared distance
-/// to entry i less that to entry j is linear in the colour; its least value, at a corner, is
-/// (D(i) - D(j)) / 4 - w |i - j|, where |i - j| sums the differences of the channels. If that is above 0, j beats i
-/// everywhere. Nearly all entries fall to the one nearest to the middle.
-unsigned PaletteMap::Prune(const Box& box, const std::uint8_t* from, unsigned count, std::uint8_t* to) const {
-    std::array<int, 256> distance;
-    unsigned nearest = 0;
-    for (unsigned i = 0; i < count; ++i) {
-        const std::array<int, 3>& color = colors[from[i]];
-        distance[i] = 0;
-        for (unsigned c = 0; c < 3; ++c) {
-            const int difference = 2 * (color[c] - box.low[c]) - box.width;
-            distance[i] += difference * difference;
-        }
-        if (distance[i] < distance[nearest]) nearest = i;
-    }
-    const std::array<int, 3>& best = colors[from[nearest]];
-    unsigned kept = 0;
-    for (unsigned i = 0; i < count; ++i) {
-        const std::array<int, 3>& color = colors[from[i]];
-        const int apart = std::abs(color[0] - best[0]) + std::abs(color[1] - best[1]) + std::abs(color[2] - best[2]);
-        if (distance[i] - distance[nearest] <= 4 * box.width * apart) to[kept++] = from[i];
-    }
-    return kept;
 }
 
 }  // namespace zpixf

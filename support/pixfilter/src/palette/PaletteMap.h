@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "gdi/gdi.h"
+#include "palette/EntriesInCubes.h"
 #include "palette/PaletteMapKernels.h"
 
 namespace zpixf {
@@ -31,22 +32,12 @@ public:
     void MapRow(const std::uint8_t* pixels, std::size_t count, std::uint8_t* indices);
 
 private:
-    using Entries = std::array<std::uint8_t, 256>;  ///< indices of entries, as many as an accompanying count
-    struct Box;
-    struct CoarseCell {
-        unsigned count;  ///< 0 while it has not been built
-        Entries candidates;
-    };
-
     void BuildCell(unsigned cell);
-    const CoarseCell& CoarseCellAround(unsigned blue, unsigned green, unsigned red);
-    unsigned Prune(const Box& box, const std::uint8_t* from, unsigned count, std::uint8_t* to) const;
+    const EntriesInCubes::List& CoarseCellAround(const ColorCube& cell);
 
-    std::array<std::array<int, 3>, 256> colors{};  ///< of the entries
-    Entries distinct{};                            ///< the entries without those that repeat an earlier one
-    unsigned numDistinct = 0;
-    std::vector<CoarseCell> coarseCells;
-    std::vector<std::uint32_t> cells;  ///< see kMoreGroupsBits
+    EntriesInCubes palette;
+    std::vector<EntriesInCubes::List> coarseCells;  ///< with a count of 0 while they have not been built
+    std::vector<std::uint32_t> cells;               ///< see kMoreGroupsBits
     std::vector<CandidateGroup> groups;
 };
 

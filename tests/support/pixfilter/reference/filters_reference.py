@@ -932,7 +932,7 @@ def diffuse(picture, palette):
         below = [[0, 0, 0] for _ in range(width)]
         ahead = [0, 0, 0]
         indices = [0] * width
-        step = 1 if y // 2 % 2 == 0 else -1
+        step = 1 if y // 4 % 2 == 0 else -1
         for x in range(width)[::step]:
             color, is_seen = line[x][:3], line[x][3] != 0
             value = [16 * level for level in color]
