@@ -471,25 +471,43 @@ int NearestInPlainWords(const Palette& palette, const std::array<int, 3>& color)
     return static_cast<int>(std::min_element(palette.begin(), palette.end(), isNearer) - palette.begin());
 }
 
+/// The middle one of the gaps between each entry and its neighbour.
+int UsualGap(const Palette& palette) {
+    std::vector<int> gaps;
+    for (const RGBQUAD& a : palette) {
+        int least = 256;
+        for (const RGBQUAD& b : palette) {
+            const int apart = std::max(
+                {std::abs(a.rgbRed - b.rgbRed), std::abs(a.rgbGreen - b.rgbGreen), std::abs(a.rgbBlue - b.rgbBlue)});
+            if (apart > 0) least = std::min(least, apart);
+        }
+        gaps.push_back(least);
+    }
+    std::sort(gaps.begin(), gaps.end());
+    return gaps[gaps.size() / 2];
+}
+
 TEST(ZPixfDitherDiffuse, TakesTheEntryNearestToEachPixelsOwnValue) {
     // A picture one pixel wide: errors go straight down, all of them, and can be followed.
-    constexpr int kMost = 16 * 40;  // the palette's entries lie close together
     std::mt19937 random(11);
     Palette palette;
-    const auto level = [&] { return static_cast<int>(random() >> 24); };
+    const auto level = [&] { return 20 + static_cast<int>(random() % 200); };
     while (palette.size() < 250) {
         const int red = level(), green = level();
         palette.push_back(Entry(red, green, level()));
     }
     palette.push_back(palette[17]);
+    const int most = 16 * std::clamp(5 * UsualGap(palette), 16, 256);
     Picture picture = Noise(1, 3000, 5);
+    for (unsigned y = 100; y < 200; ++y) picture.Set(0, y, {255, 0, 255});  // as far out as can be
     const Bytes indices = Dither(Method::diffuse, picture, 0, palette).indices;
     std::array<int, 3> errors{};
     for (unsigned y = 0; y < picture.height; ++y) {
         const std::uint8_t* pixel = picture.At(0, y);
         std::array<int, 3> value{16 * pixel[2], 16 * pixel[1], 16 * pixel[0]};
         if (pixel[3] == 0) errors = {};
-        for (unsigned c = 0; c < 3; ++c) value[c] += std::clamp(errors[c], -kMost, kMost);
+        for (unsigned c = 0; c < 3; ++c)
+            value[c] = std::clamp(value[c] + std::clamp(errors[c], -most, most), 0, 16 * 255);
         ASSERT_EQ(indices[y], NearestInPlainWords(palette, value)) << y;
         const RGBQUAD& entry = palette[indices[y]];
         errors = {value[0] - 16 * entry.rgbRed, value[1] - 16 * entry.rgbGreen, value[2] - 16 * entry.rgbBlue};

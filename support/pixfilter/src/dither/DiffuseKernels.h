@@ -17,13 +17,13 @@ struct DiffuseCandidates {
     std::uint8_t unused[7];
 };
 
-/// Colours in cells of 8 levels a side: of the cube, and of what lies around it as far as errors reach. A cell has the
+/// Values in cells of 8 levels a side: of the cube, and of what lies around it as far as values reach. A cell has the
 /// number of its first candidates, 0 while nobody has asked for them.
 struct DiffuseCells {
     static constexpr unsigned kShift = 7;
     const std::uint16_t* cells;
     const DiffuseCandidates* candidates;
-    std::int32_t origin;  ///< what makes the least colour 0
+    std::int32_t origin;  ///< what makes the least value 0: values lie so far beyond the cube
     unsigned bits;        ///< of a cell's number along a channel; that of blue is in the lowest, then green
 };
 
@@ -47,7 +47,7 @@ struct DiffuseLine {
 
 /// How errors are passed on.
 struct DiffuseRule {
-    std::int32_t most;      ///< by which errors may move a colour
+    std::int32_t most;      ///< by which errors may move a colour, as far as values reach
     std::int32_t strength;  ///< of 256
 };
 

@@ -203,7 +203,7 @@ struct Tables {
     const DiffuseCandidates* candidates;
     int bits;
     int32_t strength;
-    Channels origin, most, least;
+    Channels origin, most, least, lowest, highest;
 
     Tables(const DiffuseCells& table, const DiffuseRule& rule)
         : cells(table.cells),
@@ -212,7 +212,9 @@ struct Tables {
           strength(rule.strength),
           origin(Each(table.origin)),
           most(Each(rule.most)),
-          least(Each(-rule.most)) {}
+          least(Each(-rule.most)),
+          lowest(Each(-table.origin)),
+          highest(Each(255 * kSixteenths + table.origin)) {}
 };
 
 constexpr unsigned kNoneMissing = DiffuseKernels::kAllKnown;
@@ -223,7 +225,7 @@ inline unsigned Step(const Tables& tables, Walk& walk) {
     const Channels none = Each(0);
     const bool isSeen = walk.pixel[3] != 0;
     const Channels error = isSeen ? Clamp(walk.ahead + Load(*walk.sum), tables.least, tables.most) : none;
-    const Channels wanted = OfPixel(walk.pixel) + error;
+    const Channels wanted = Clamp(OfPixel(walk.pixel) + error, tables.lowest, tables.highest);
     const unsigned cell = CellOf(wanted + tables.origin, tables.bits);
     const unsigned found = tables.cells[cell];
     if (found == 0) return cell;

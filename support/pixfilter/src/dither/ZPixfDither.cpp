@@ -11,6 +11,7 @@
 #include "dither/ZPixfDitherTables.h"
 #include "palette/FixedPalettes.h"
 #include "palette/IndexedLines.h"
+#include "palette/PaletteShape.h"
 
 namespace zpixf {
 namespace {
@@ -24,12 +25,6 @@ FixedPalette PaletteFor(const ZPixFormat& format, unsigned room) {
     palette.count = count;
     std::copy_n(format.GetColors(), count, palette.entries.begin());
     return palette;
-}
-
-bool IsGrey(const FixedPalette& palette) {
-    return std::all_of(palette.entries.begin(), palette.entries.begin() + palette.count, [](const RGBQUAD& color) {
-        return color.rgbBlue == color.rgbGreen && color.rgbGreen == color.rgbRed;
-    });
 }
 
 std::unique_ptr<std::uint8_t[]> Bytes(std::size_t count, std::size_t each) {
@@ -61,7 +56,7 @@ struct ZPixfDither::State {
 };
 
 ZPixfDither::State::State(const FixedPalette& palette, std::size_t newWidth, const IndexedLines& newOutput)
-    : width(newWidth), output(newOutput), isGrey(IsGrey(palette)) {
+    : width(newWidth), output(newOutput), isGrey(AreGreys(palette.entries.data(), palette.count)) {
     output.SetPalette(palette.entries.data(), palette.count);
     if (!output.AreColors()) pixels = Bytes(width, 4);
     if (!output.AreIndexBytes()) indices = Bytes(width, 1);

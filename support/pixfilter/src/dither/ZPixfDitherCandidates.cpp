@@ -7,7 +7,7 @@ namespace zpixf {
 namespace {
 
 constexpr std::size_t kMostCandidates = 1 << 16;
-constexpr unsigned kCoarseBits = 4;                          ///< of a coarse cell's number along a channel
+constexpr unsigned kMostCoarseBits = 4;                      ///< of a coarse cell's number along a channel
 constexpr int kCellWidth = (1 << DiffuseCells::kShift) - 1;  ///< from a cell's least colour to its greatest
 
 }  // namespace
@@ -16,7 +16,8 @@ CandidateCells::CandidateCells(const RGBQUAD* entries, unsigned numEntries, int 
     : origin(margin * kSixteenths),
       bits(static_cast<unsigned>(
           std::bit_width(static_cast<unsigned>((255 + 2 * margin) * kSixteenths) >> DiffuseCells::kShift))),
-      coarseCells(std::size_t{1} << (3 * kCoarseBits)),
+      coarseBits(std::min(bits - 2, kMostCoarseBits)),
+      coarseCells(std::size_t{1} << (3 * coarseBits)),
       cells(std::size_t{1} << (3 * bits)) {
     palette.Build(entries, numEntries, kSixteenths);
     candidates.reserve(kMostCandidates);
@@ -54,12 +55,12 @@ ColorCube CandidateCells::CubeOf(unsigned cell) const {
 
 /// What can be nearest somewhere in a cube of many cells spares these most of the palette.
 const EntriesInCubes::List& CandidateCells::CoarseCellAround(unsigned cell) {
-    const unsigned shift = bits - kCoarseBits;
+    const unsigned shift = bits - coarseBits;
     const unsigned mask = (1u << bits) - 1;
     unsigned number = 0, first = 0;
     for (unsigned channel = 0; channel < 3; ++channel) {
         const unsigned place = (cell >> (channel * bits) & mask) >> shift;
-        number |= place << (channel * kCoarseBits);
+        number |= place << (channel * coarseBits);
         first |= place << shift << (channel * bits);
     }
     EntriesInCubes::List& coarse = coarseCells[number];

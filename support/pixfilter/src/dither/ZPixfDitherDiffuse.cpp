@@ -12,19 +12,19 @@
 
 #include "dither/ZPixfDitherCandidates.h"
 #include "dither/ZPixfDitherLines.h"
+#include "palette/PaletteShape.h"
 #include "zpixf/ZPixfDither.h"
 
 namespace zpixf {
 namespace {
 
-/// By how many levels errors may move a colour: twice the way from an entry to its neighbour, of half of the
-/// entries. Errors of colours that no mixture reaches, which would build up and then be seen as stray dots of other
-/// hues, end there.
-int MostError(const RGBQUAD* entries, unsigned numEntries) {
-    constexpr int kLeast = 40, kMost = 256;
+constexpr int kMostLevels = 256;
+
+/// The way from an entry to its neighbour, in levels, of half of the entries at most.
+int UsualGap(const RGBQUAD* entries, unsigned numEntries) {
     std::vector<int> gaps;
     for (unsigned i = 0; i < numEntries; ++i) {
-        int nearest = kMost;
+        int nearest = kMostLevels;
         for (unsigned j = 0; j < numEntries; ++j) {
             const int apart = std::max({std::abs(entries[i].rgbBlue - entries[j].rgbBlue),
                                         std::abs(entries[i].rgbGreen - entries[j].rgbGreen),
@@ -34,14 +34,30 @@ int MostError(const RGBQUAD* entries, unsigned numEntries) {
         gaps.push_back(nearest);
     }
     std::sort(gaps.begin(), gaps.end());
-    return std::clamp(2 * gaps[gaps.size() / 2], kLeast, kMost);
+    return gaps[gaps.size() / 2];
+}
+
+/// How far, in levels, errors may move a colour, and how far beyond the cube.
+struct Limits {
+    int move, beyond;
+};
+
+/// Where every colour lies amid entries, errors are made good somewhere near. Otherwise those of colours that no
+/// mixture reaches would build up, and then be seen as stray dots of other hues, or be smeared over what follows.
+Limits LimitsFor(const RGBQUAD* entries, unsigned numEntries) {
+    const bool spansAll =
+        AreGreys(entries, numEntries) ? HaveBlackAndWhite(entries, numEntries) : HaveAllCorners(entries, numEntries);
+    if (spansAll) return {kMostLevels, kMostLevels};
+    constexpr int kGaps = 5, kLeast = 16;
+    return {std::clamp(kGaps * UsualGap(entries, numEntries), kLeast, kMostLevels), 0};
 }
 
 class DiffuseDitherer : public LineDitherer {
 public:
     DiffuseDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t newWidth, double strength)
-        : rule{MostError(entries, numEntries) * kSixteenths, static_cast<std::int32_t>(std::lround(strength * 256))},
-          candidates(entries, numEntries, rule.most / kSixteenths),
+        : limits(LimitsFor(entries, numEntries)),
+          rule{limits.move * kSixteenths, static_cast<std::int32_t>(std::lround(strength * 256))},
+          candidates(entries, numEntries, limits.beyond),
           width(newWidth),
           sums(std::make_unique<DiffuseColor[]>(newWidth)) {}
     unsigned LinesAtOnce() const override { return kLines; }
@@ -52,6 +68,7 @@ private:
 
     DiffuseLine LineOf(unsigned line, const DitheredLine& dithered) const;
 
+    const Limits limits;
     const DiffuseRule rule;
     CandidateCells candidates;
     const std::size_t width;

@@ -5,16 +5,10 @@
 #include <utility>
 
 #include "palette/PackedColor.h"
+#include "palette/PaletteShape.h"
 
 namespace zpixf {
 namespace {
-
-bool IsGrey(const RGBQUAD& color) { return color.rgbBlue == color.rgbGreen && color.rgbGreen == color.rgbRed; }
-
-bool IsCorner(const RGBQUAD& color) {
-    const auto isEnd = [](unsigned channel) { return channel == 0 || channel == 255; };
-    return isEnd(color.rgbBlue) && isEnd(color.rgbGreen) && isEnd(color.rgbRed);
-}
 
 void DrawToNearest(Shares& shares, unsigned nearest, double strength) {
     for (unsigned i = 0; i < shares.count; ++i) shares.shares[i] *= strength;
@@ -65,7 +59,6 @@ Mixture Packed(const Shares& shares, const std::uint8_t* indices) {
 }  // namespace
 
 Mixer::Mixer(const RGBQUAD* entries, unsigned numEntries, double newStrength) : strength(newStrength) {
-    unsigned corners = 0;
     for (unsigned i = 0; i < numEntries; ++i) {
         const std::uint32_t color = PackedColor(entries[i]);
         const bool isRepeated = std::any_of(entries, entries + i,
@@ -76,11 +69,10 @@ Mixer::Mixer(const RGBQUAD* entries, unsigned numEntries, double newStrength) : 
         red[count] = entries[i].rgbRed;
         indices[count] = static_cast<std::uint8_t>(i);
         ++count;
-        corners += IsCorner(entries[i]) ? 1 : 0;
     }
     // Where every colour lies amid entries, its mean can be kept at little cost. Other palettes leave colours outside,
     // or between entries that are far apart, where a near mean is not worth what it takes.
-    const bool spansAll = corners == 8 || std::all_of(entries, entries + numEntries, IsGrey);
+    const bool spansAll = AreGreys(entries, numEntries) || HaveAllCorners(entries, numEntries);
     const bool hasFew = count < kFewEntries;
     if (spansAll) {
         weights = {0.005F, 1.0F / 6, 0};

@@ -907,16 +907,22 @@ class Mixer:
         return best
 
 
-def most_error(palette):
+def limits(palette):
+    """L and M."""
+    corners = set(itertools.product((0, 255), repeat=3))
+    if all(b == g == r for b, g, r in palette):
+        corners = {(0, 0, 0), (255, 255, 255)}
+    if corners <= set(palette):
+        return 256, 256
     gaps = []
     for a in palette:
         distances = [max(abs(p - q) for p, q in zip(a, b)) for b in palette if a != b]
         gaps.append(min(distances + [256]))
-    return clamp(2 * sorted(gaps)[len(gaps) // 2], 40, 256)
+    return clamp(5 * sorted(gaps)[len(gaps) // 2], 16, 256), 0
 
 
 def diffuse(picture, palette):
-    L = most_error(palette)
+    L, M = limits(palette)
     sixteenths = [[16 * level for level in entry] for entry in palette]
     known = {}
 
@@ -938,6 +944,7 @@ def diffuse(picture, palette):
             value = [16 * level for level in color]
             if is_seen:
                 value = [v + clamp(a + e, -16 * L, 16 * L) for v, a, e in zip(value, ahead, errors[x])]
+                value = [clamp(v, -16 * M, 16 * (255 + M)) for v in value]
             entry = near(tuple(value))
             indices[x] = entry
             error = [v - 16 * p for v, p in zip(value, palette[entry])] if is_seen else [0, 0, 0]
