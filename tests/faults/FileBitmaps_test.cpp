@@ -33,7 +33,7 @@ TEST_P(FileBitmapsShortOfMemory, LeaveWhatTheyFoundAndWorkAgain) {
     const FileWork& work = GetParam();
     const auto prepare = [&] {
         std::filesystem::remove(shr::test::SystemPath(scratch.File("other")));
-        auto place = std::make_unique<FileWorkplace>(scratch.File("picture"), scratch.File("other"));
+        auto place = std::make_unique<FileWorkplace>(scratch.File("picture"), scratch.File("other"), work.way);
         place->canDelete = false;
         work.prepare(*place);
         return place;

@@ -1,7 +1,9 @@
-// Whatever filters run over bitmaps: memory that fails at every request, tiles that fail at every lock and commit, and
-// cancelling at every report. Nothing leaks, no tile stays locked, and the bitmap can be used at once.
+// Whatever filters run over bitmaps, line by line or from tile to tile: memory that fails at every request, tiles that
+// fail at every lock and commit, and cancelling at every report. Nothing leaks, no tile stays locked, and the bitmap
+// can be used at once.
 #include <functional>
 
+#include "core/TileReading.h"
 #include "faults/FaultInjection.h"
 #include "faults/FaultyBitmaps.h"
 #include "support_code/TestProgress.h"
@@ -22,7 +24,7 @@ constexpr int kSourceWidth = 40, kSourceHeight = 38;
 
 struct TileFails {};
 
-/// A picture that counts its locks, and throws at the n-th lock or commit.
+/// A picture that counts its locks, and throws at the n-th lock or commit. It is filtered line by line.
 class FailingPicture : public ZMemBitmap {
 public:
     explicit FailingPicture(ColorFormat format) : ZMemBitmap(kSourceWidth, kSourceHeight, format, 16, 8) {
@@ -50,6 +52,13 @@ private:
         if (stepsLeft >= 0 && stepsLeft-- == 0) throw TileFails();
     }
 };
+
+/// The same, filtered from tile to tile, as the library's own classes are.
+class FailingPictureByTiles final : public FailingPicture {
+public:
+    using FailingPicture::FailingPicture;
+};
+const zbm::ToldTileReading kTold(typeid(FailingPictureByTiles), {.resident = &zbm::TileInMemory});
 
 struct Operation {
     const char* name;
@@ -117,48 +126,82 @@ const Operation kOperations[] = {
              EXPECT_TRUE(target.Create(17, 50, p, {1, 2, 39, 38}, zbm::ResizeBicubic0, progress));
          });
      }},
+    {"CreateHalf",
+     [](ZMemBitmap& p, IProgress* progress) {
+         CreateFrom([&](auto& target) {
+             EXPECT_TRUE(target.Create(20, 19, p, {0, 0, 40, 38}, zbm::ResizeBilinear, progress));
+         });
+     }},
+    {"CreateOfNearest",
+     [](ZMemBitmap& p, IProgress* progress) {
+         CreateFrom([&](auto& target) {
+             EXPECT_TRUE(target.Create(17, 50, p, {1, 2, 39, 38}, zbm::ResizePlain, progress));
+         });
+     }},
 };
-
-/// The library's own classes may be filtered by shorter ways than others.
-std::unique_ptr<ZMemBitmap> MakePlainPicture(ColorFormat format) {
-    auto picture = std::make_unique<ZMemBitmap>(kSourceWidth, kSourceHeight, format, 16, 8);
-    testkit::FillByFormula(*picture);
-    return picture;
-}
 
 class Filtering : public testing::TestWithParam<Operation> {
 protected:
-    static void ExpectUsable(ZMemBitmap& picture) {
+    static void ExpectUsable(FailingPicture& picture) {
+        EXPECT_EQ(picture.locks, 0);
         EXPECT_EQ(picture.GetPixelWidth(), kSourceWidth);
         EXPECT_TRUE(HasAllTiles(picture));
         testkit::FillByFormula(picture);
         GetParam().run(picture, nullptr);
-    }
-    static void ExpectUsable(FailingPicture& picture) {
-        EXPECT_EQ(picture.locks, 0);
-        ExpectUsable(static_cast<ZMemBitmap&>(picture));
         EXPECT_EQ(picture.locks, 0);
     }
-    template <class MakePicture>
-    static void ExpectFailingRequestsAreSurvived(MakePicture make) {
-        FailEveryRequest(
-            make, [](auto& picture) { OrBadAlloc([&] { GetParam().run(*picture, nullptr); }); },
-            [](auto& picture, Outcome) { ExpectUsable(*picture); });
+    template <class Picture>
+    static void ExpectFailingRequestsAreSurvived() {
+        for (const ColorFormat format : kTried) {
+            SCOPED_TRACE(testkit::FormatName(format));
+            FailEveryRequest([&] { return std::make_unique<Picture>(format); },
+                             [](auto& picture) { OrBadAlloc([&] { GetParam().run(*picture, nullptr); }); },
+                             [](auto& picture, Outcome) { ExpectUsable(*picture); });
+        }
+    }
+    /// At the first lock or commit, the second and so on, until there are fewer.
+    template <class Picture>
+    static void ExpectFailingTilesAreSurvived() {
+        for (const ColorFormat format : kTried) {
+            SCOPED_TRACE(testkit::FormatName(format));
+            Picture picture(format);
+            for (int step = 0; FailsAt(picture, step) && !HasFailure(); ++step)
+                EXPECT_EQ(picture.locks, 0) << "step " << step;
+            ExpectUsable(picture);
+        }
     }
     /// Cancels at the first report, the second and so on, until there are fewer.
     template <class Picture>
-    static void ExpectCancellingIsSurvived(Picture& picture) {
-        for (int report = 1;; ++report) {
-            testkit::TestProgress progress(report);
-            bool cancelled = false;
-            try {
-                GetParam().run(picture, &progress);
-            } catch (const shr::AbortException&) { cancelled = true; }
-            EXPECT_EQ(cancelled, static_cast<int>(progress.fractions.size()) >= report);
-            EXPECT_EQ(progress.openTasks, 0);
-            ExpectUsable(picture);
-            if (!cancelled || HasFailure()) break;
+    static void ExpectCancellingIsSurvived() {
+        for (const ColorFormat format : kTried) {
+            SCOPED_TRACE(testkit::FormatName(format));
+            Picture picture(format);
+            for (int report = 1; IsCancelledAt(picture, report) && !HasFailure(); ++report) ExpectUsable(picture);
         }
+    }
+
+private:
+    /// Whether there was such a step.
+    static bool FailsAt(FailingPicture& picture, int step) {
+        bool failed = false;
+        picture.stepsLeft = step;
+        try {
+            GetParam().run(picture, nullptr);
+        } catch (const TileFails&) { failed = true; }
+        const bool met = picture.stepsLeft < 0;
+        picture.stepsLeft = -1;
+        EXPECT_EQ(failed, met);
+        return met;
+    }
+    static bool IsCancelledAt(FailingPicture& picture, int report) {
+        testkit::TestProgress progress(report);
+        bool cancelled = false;
+        try {
+            GetParam().run(picture, &progress);
+        } catch (const shr::AbortException&) { cancelled = true; }
+        EXPECT_EQ(cancelled, static_cast<int>(progress.fractions.size()) >= report);
+        EXPECT_EQ(progress.openTasks, 0);
+        return cancelled;
     }
 };
 INSTANTIATE_TEST_SUITE_P(All, Filtering, testing::ValuesIn(kOperations),
@@ -173,43 +216,18 @@ void RaiseOnce() {
 
 TEST_P(Filtering, SurvivesEveryFailingRequest) {
     RaiseOnce();
-    for (const ColorFormat format : kTried) {
-        SCOPED_TRACE(testkit::FormatName(format));
-        ExpectFailingRequestsAreSurvived([&] { return std::make_unique<FailingPicture>(format); });
-    }
-    for (const ColorFormat format : {shr::INDEXED_8, shr::BGR_24, shr::BGRA_32}) {
-        SCOPED_TRACE(testkit::FormatName(format) + " of the library's class");
-        ExpectFailingRequestsAreSurvived([&] { return MakePlainPicture(format); });
-    }
+    ExpectFailingRequestsAreSurvived<FailingPicture>();
+    ExpectFailingRequestsAreSurvived<FailingPictureByTiles>();
 }
 
 TEST_P(Filtering, PassesOnWhatEveryTileThrows) {
-    for (const ColorFormat format : kTried) {
-        SCOPED_TRACE(testkit::FormatName(format));
-        FailingPicture picture(format);
-        for (int step = 0;; ++step) {
-            bool failed = false;
-            picture.stepsLeft = step;
-            try {
-                GetParam().run(picture, nullptr);
-            } catch (const TileFails&) { failed = true; }
-            const bool met = picture.stepsLeft < 0;
-            picture.stepsLeft = -1;
-            EXPECT_EQ(failed, met);
-            EXPECT_EQ(picture.locks, 0) << "step " << step;
-            if (!met || HasFailure()) break;
-        }
-        ExpectUsable(picture);
-    }
+    ExpectFailingTilesAreSurvived<FailingPicture>();
+    ExpectFailingTilesAreSurvived<FailingPictureByTiles>();
 }
 
 TEST_P(Filtering, IsCancelledAtEveryReport) {
-    for (const ColorFormat format : kTried) {
-        SCOPED_TRACE(testkit::FormatName(format));
-        FailingPicture picture(format);
-        ExpectCancellingIsSurvived(picture);
-        ExpectCancellingIsSurvived(*MakePlainPicture(format));
-    }
+    ExpectCancellingIsSurvived<FailingPicture>();
+    ExpectCancellingIsSurvived<FailingPictureByTiles>();
 }
 
 }  // namespace

@@ -31,7 +31,7 @@ protected:
     template <class MakeFaults>
     bool TryWith(const MakeFaults& makeFaults, bool canDelete = true) {
         const FileWork& work = GetParam();
-        FileWorkplace place(name, scratch.File("other"));
+        FileWorkplace place(name, scratch.File("other"), work.way);
         place.canDelete = canDelete;
         work.prepare(place);
         bool met = false;

@@ -16,12 +16,16 @@
 namespace testkit {
 
 enum class Came { toItsEnd, toAnError };
+/// How filters run over `bitmap`.
+enum class Way { lineByLine, tileByTile };
 
 /// Pictures, files and an object to work on.
 class FileWorkplace {
 public:
-    FileWorkplace(const shr::ZString& pictureFile, const shr::ZString& otherFile)
-        : name(pictureFile), other(otherFile) {}
+    FileWorkplace(const shr::ZString& pictureFile, const shr::ZString& otherFile, Way way)
+        : name(pictureFile), other(otherFile) {
+        if (way == Way::tileByTile) bitmap = std::make_unique<OpenFileBitmapByTiles>();
+    }
 
     const shr::ZString name, other;
     zbm::ZBasicMemBitmap picture = FormulaBitmap(70, 60, shr::BGR_24, 30, 25);
@@ -45,6 +49,12 @@ public:
     FileWorkplace(const FileWorkplace&) = delete;
     FileWorkplace& operator=(const FileWorkplace&) = delete;
 
+    /// The picture in a new file, without levels.
+    void MakeFile() const {
+        bitmap->CreateSkeleton(name, picture.GetPixelHeight(), picture.GetPixelWidth(), picture.GetColorFormat(),
+                               picture.GetScanRectHeight(), picture.GetScanRectWidth());
+        StoreAll(picture, *bitmap);
+    }
     /// The picture in its file, with levels.
     void WriteFile() {
         auto onFile = OnFile(name, picture);
@@ -80,6 +90,7 @@ struct FileWork {
     void (*prepare)(FileWorkplace& place);
     void (*act)(FileWorkplace& place);
     void (*check)(FileWorkplace& place, Came came);
+    Way way = Way::lineByLine;
 };
 inline void PrintTo(const FileWork& work, std::ostream* out) { *out << work.name; }
 
@@ -128,6 +139,16 @@ inline void CreateInFormat(FileWorkplace& place) {
 }
 inline void CreateAtSize(FileWorkplace& place) {
     EXPECT_TRUE(place.bitmap->Create(place.other, 35, 60, place.picture, {0, 0, 70, 60}, zbm::ResizeBilinear, nullptr));
+}
+inline void CreateInTrueColors(FileWorkplace& place) {
+    EXPECT_TRUE(place.bitmap->Create(place.other, shr::BGRA_32, place.changedInFile, nullptr));
+}
+inline void CreateHalf(FileWorkplace& place) {
+    const RECT whole{0, 0, 70, 60};
+    EXPECT_TRUE(place.bitmap->Create(place.other, 35, 30, place.changedInFile, whole, zbm::ResizeBilinear, nullptr));
+}
+inline void CreateOfNearest(FileWorkplace& place) {
+    EXPECT_TRUE(place.bitmap->Create(place.other, 99, 40, place.picture, {0, 0, 70, 60}, zbm::ResizePlain, nullptr));
 }
 
 /// Notes what `create` makes when nothing fails.
@@ -428,18 +449,16 @@ inline const FileWork kFileWorks[] = {
     {"StoreRegion", [](auto& place) { place.OpenFile(); }, works::StoreRegion, works::CheckRegion},
     {"SetColors", works::OpenFileOfIndices, works::SetColors, works::CheckHeader<works::SetColors>},
     {"SetResolutions", works::OpenFileOfIndices, works::SetResolutions, works::CheckHeader<works::SetResolutions>},
-    {"BuildLevels", [](auto& place) { place.bitmap = OnFile(place.name, place.picture); }, works::BuildLevels,
-     works::CheckLevels},
+    {"BuildLevels", [](auto& place) { place.MakeFile(); }, works::BuildLevels, works::CheckLevels},
     {"RefreshLevels", [](auto& place) { place.OpenFile(); }, works::BuildLevels, works::CheckLevels},
     {"BuildLevelsOfIndices",
      [](auto& place) {
          place.picture = FormulaBitmap(70, 60, shr::INDEXED_8, 30, 25);
-         place.bitmap = OnFile(place.name, place.picture);
+         place.MakeFile();
      },
      works::BuildLevels, works::CheckLevels},
     {"RebuildOtherLevels", works::OpenFileWithOtherLevels, works::BuildLevels, works::CheckRebuiltLevels},
-    {"Save", [](auto& place) { place.bitmap = OnFile(place.name, place.picture); },
-     [](auto& place) { place.bitmap->Save(); },
+    {"Save", [](auto& place) { place.MakeFile(); }, [](auto& place) { place.bitmap->Save(); },
      [](auto& place, Came) {
          place.bitmap->Save();
          place.bitmap->Close();
@@ -504,6 +523,26 @@ inline const FileWork kFileWorks[] = {
      works::CheckChangeFrom},
     {"CachedEnd", works::PrepareCached, [](auto& place) { place.cached.reset(); },
      [](auto&, Came) { EXPECT_LE(works::TemporaryFiles(), 1u); }},
+    {"CreateInTrueColorsByTiles", works::ExpectFileOf<works::CreateInTrueColors>, works::CreateInTrueColors,
+     works::CheckCreated, Way::tileByTile},
+    {"CreateHalfByTiles", works::ExpectFileOf<works::CreateHalf>, works::CreateHalf, works::CheckCreated,
+     Way::tileByTile},
+    {"CreateOfNearestByTiles", works::ExpectFileOf<works::CreateOfNearest>, works::CreateOfNearest, works::CheckCreated,
+     Way::tileByTile},
+    {"FilterInPlaceByTiles", [](auto& place) { place.OpenFile(); }, works::Brighten,
+     [](auto& place, Came came) { works::CheckChanged(place, came, place.changed, works::Brighten); }, Way::tileByTile},
+    {"BuildLevelsByTiles",
+     [](auto& place) {
+         place.picture = works::InFileTiles(place.picture);
+         place.MakeFile();
+     },
+     works::BuildLevels, works::CheckLevels, Way::tileByTile},
+    {"RefreshLevelsByTiles",
+     [](auto& place) {
+         place.picture = works::InFileTiles(place.picture);
+         place.OpenFile();
+     },
+     works::BuildLevels, works::CheckLevels, Way::tileByTile},
 };
 
 }  // namespace testkit

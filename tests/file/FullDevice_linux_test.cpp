@@ -72,7 +72,7 @@ protected:
     Came TryWith(std::size_t bytesLeft) {
         const SmallDevice device(shr::test::SystemPath(scratch.File("device")));
         zbm::SetGlobalFileBitmapTempDir(OnDevice(device, ""));
-        FileWorkplace place(OnDevice(device, "picture"), OnDevice(device, "other"));
+        FileWorkplace place(OnDevice(device, "picture"), OnDevice(device, "other"), GetParam().way);
         GetParam().prepare(place);
         const Came came = ActWith(bytesLeft, device, [&] { GetParam().act(place); });
         const auto whileFull = Shown(place);

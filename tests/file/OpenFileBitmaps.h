@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "core/LockedTile.h"
+#include "core/TileReading.h"
 #include "support_code/FormulaPicture.h"
 #include "zbm/ZPOTCFileBitmap.h"
 #include "zbm/ZScanRectFileBitmap.h"
@@ -32,6 +33,16 @@ public:
     using ZScanRectFileBitmap::tempDir;
     using ZScanRectFileBitmap::version;
     using ZScanRectFileBitmap::WriteScanRect;
+};
+
+/// The class above is filtered line by line, since nobody knows how its tiles are reached; this one, which tells what
+/// the library's own class tells, from tile to tile.
+class OpenFileBitmapByTiles final : public OpenFileBitmap {
+public:
+    OpenFileBitmapByTiles() {
+        static const zbm::ToldTileReading told(typeid(OpenFileBitmapByTiles),
+                                               *zbm::FindTileReading(zbm::ZScanRectFileBitmap(L"", L"", false)));
+    }
 };
 
 /// Commits the tiles of a bitmap of the same layout, and takes its colours and resolution.
