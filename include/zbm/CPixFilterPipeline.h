@@ -64,7 +64,7 @@ public:
     /// words, and that memory is short where it gives none. What lines and progress throw passes on.
     [[nodiscard]] bool AddPixFilter(const CPixFilterContext& stage);
     /// Gives output line `line` of the last stage. When a filter fails, the pipeline is emptied, and a shr::Exception
-    /// says where and why.
+    /// says where and why, in the words of the first stage that failed.
     void FilterScanline(unsigned char* buffer, int line);
     /// Where all stages are filters of single pixels: sends `count` pixels through all of them, in place, without
     /// lines. Fails as FilterScanline does, in the words of the filter that failed.

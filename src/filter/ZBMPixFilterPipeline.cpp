@@ -61,6 +61,13 @@ AlphaUse AlphaUseOf(zpixf::ZPixfType type) {
     require.Fail(check);
 }
 
+/// Where a line fails, so do the stages behind; the first that knows a reason is the one to quote.
+const zpixf::ZPixFilterBase& FirstToFail(std::span<const CPixFilterContext> stages) {
+    for (const CPixFilterContext& stage : stages)
+        if (!stage.filter->GetErrorDescription().IsEmpty()) return *stage.filter;
+    return *stages.back().filter;
+}
+
 }  // namespace
 
 CPixFilterContext::CPixFilterContext() = default;
@@ -154,7 +161,7 @@ void CPixFilterPipeline::ReportStart(unsigned stage, unsigned line) {
 void CPixFilterPipeline::FilterScanline(unsigned char* buffer, int line) {
     require(numStages > 0, PixFilterPipelineCheck::anyStage);
     zpixf::ZPixFilterBase& last = *stages[numStages - 1].filter;
-    if (!last.FilterScanline(static_cast<unsigned>(line), buffer)) RaiseFailure(last);
+    if (!last.FilterScanline(static_cast<unsigned>(line), buffer)) RaiseFailure(FirstToFail({stages, numStages}));
     // With more stages alpha is taken where one pulls it from the next; so what a last stage after others makes of it
     // is deliberately not taken.
     if (numStages == 1 && alphaStage == 0 && collectAlphaChanges) StoreChangedAlphaValues(&stages[0], buffer);

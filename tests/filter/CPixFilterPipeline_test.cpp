@@ -382,6 +382,17 @@ TEST_F(Pipeline, AFailingFilterIsToldInItsOwnWordsAfterThePipelineIsEmptied) {
     EXPECT_EQ(pipeline.numStages, 0u);
 }
 
+TEST_F(Pipeline, OfALineThatFailsInAnEarlierStageThatStageIsQuoted) {
+    StubFilter first(ZPixfType::Brightness), second(ZPixfType::Contrast);
+    Add(first);
+    Add(second);
+    first.failingLine = 0;
+    try {
+        Line(0);
+        FAIL() << "nothing is raised";
+    } catch (const shr::Exception& error) { EXPECT_EQ(error.GetMessageText(), L"The stub fails."); }
+}
+
 TEST_F(Pipeline, WhatASourceThrowsPassesOnAndTheFiltersAreStoppedWithThePipeline) {
     StubFilter filter(ZPixfType::Brightness);
     {
