@@ -49,8 +49,9 @@ void PointwiseRun::Change(ZScanRect& tile, int row, int col, int first, int end)
     }
 }
 
+/// Where one stage of several fails, pixels that are between two of them must not be left in a tile.
 void PointwiseRun::ChangeBlock(const TileBlock<const ZScanRect>& from, const TileBlock<ZScanRect>& to) {
-    const bool isThere = isInPlace && to.tile.GetColorFormat() == shr::BGRA_32;
+    const bool isThere = isInPlace && pipeline.numStages == 1 && to.tile.GetColorFormat() == shr::BGRA_32;
     if (isThere) return pipeline.ChangePixels(to.First(), to.Pixels());
     colors.resize(4 * to.Pixels());
     ReadBlock(from, input.GetConstColorTablePtr(), pipeline.stages[0].usesInputAlpha, colors.data());

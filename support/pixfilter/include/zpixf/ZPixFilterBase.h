@@ -138,7 +138,7 @@ public:
     ZPixfPointwise* AsPointwise() noexcept final { return this; }
 
     /// For a started filter: changes `count` pixels of the formats set, in place. They may be of any place, in parts of
-    /// any size, in any order. False, described, if that fails.
+    /// any size, in any order. False, described and with none of them changed, if that fails.
     virtual bool ChangePixels(std::uint8_t* pixels, std::size_t count) = 0;
 };
 
