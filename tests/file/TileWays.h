@@ -7,10 +7,12 @@
 namespace testkit {
 
 /// Nobody knows how its tiles are reached: it is filtered line by line.
-class LineByLine final : public zbm::ZBasicMemBitmap {
+template <class Bitmap>
+class ByLines final : public Bitmap {
 public:
-    using ZBasicMemBitmap::ZBasicMemBitmap;
+    using Bitmap::Bitmap;
 };
+using LineByLine = ByLines<zbm::ZBasicMemBitmap>;
 
 /// All that the tiles hold.
 inline Bytes ContentOf(const zbm::ZBitmap& bitmap) {
