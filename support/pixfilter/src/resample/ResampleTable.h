@@ -13,6 +13,7 @@ public:
     struct Block {
         std::uint32_t column, columns;  ///< of the output
         std::uint32_t pixel, pixels;    ///< of the input; multiples of ResampleKernels::kGroup, so maybe beyond its end
+        std::uint32_t taps;             ///< weights of each column
         bool roundsUp;                  ///< in the first column, of lines of even distance to the nearer border
     };
     static constexpr std::uint32_t kMostColumns = 256;
@@ -25,7 +26,7 @@ public:
     /// The most that a block has.
     std::uint32_t MostPixels() const { return mostPixels; }
     ResampleColumns ColumnsOf(const Block& block, bool isLineEven) const {
-        return {columns.data() + block.column, block.columns, weights.data(), taps, block.roundsUp == isLineEven};
+        return {columns.data() + block.column, block.columns, weights.data(), block.taps, block.roundsUp == isLineEven};
     }
 
     /// Halves are rounded up and down like the fields of a chequered board, so that neither prevails. The board is
@@ -38,6 +39,7 @@ private:
     void AddWeights(const ResampleWeights& across, const ResampleWeights::Span& span, std::uint32_t first,
                     double scale);
     void CutIntoBlocks();
+    std::uint32_t DropZeros(std::uint32_t begin, std::uint32_t end);
 
     std::vector<ResampleColumn> columns;
     std::vector<double> weights;
