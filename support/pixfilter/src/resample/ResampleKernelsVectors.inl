@@ -273,6 +273,20 @@ void StoreOne(uint8_t* out, __m256d pixel) {
     StorePixel(out, static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(words, words))));
 }
 
+/// Adds what four taps of a pixel give to `mixed`. Their weights are loaded at once and then moved: to load each of
+/// them takes longer.
+__m256d MixTaps(const double* sums, const double* weights, __m256d mixed) {
+    const __m256d four = _mm256_loadu_pd(weights);
+    const auto add = [&](size_t tap, __m256d weight) {
+        mixed = _mm256_fmadd_pd(_mm256_loadu_pd(sums + 4 * tap), weight, mixed);
+    };
+    add(0, _mm256_permute4x64_pd(four, 0x00));
+    add(1, _mm256_permute4x64_pd(four, 0x55));
+    add(2, _mm256_permute4x64_pd(four, 0xAA));
+    add(3, _mm256_permute4x64_pd(four, 0xFF));
+    return mixed;
+}
+
 struct FourPixels {
     __m256d pixel0, pixel1, pixel2, pixel3;
 };
@@ -290,7 +304,14 @@ inline void MixFour(const ResampleColumns& columns, size_t x, const double* sums
     };
     const double *pixel0 = pixel(0), *pixel1 = pixel(1), *pixel2 = pixel(2), *pixel3 = pixel(3);
     const double *weight0 = weight(0), *weight1 = weight(1), *weight2 = weight(2), *weight3 = weight(3);
-    for (size_t tap = 0; tap < taps; ++tap) {
+    size_t tap = 0;
+    for (; tap + 4 <= taps; tap += 4) {
+        mixed.pixel0 = MixTaps(pixel0 + 4 * tap, weight0 + tap, mixed.pixel0);
+        mixed.pixel1 = MixTaps(pixel1 + 4 * tap, weight1 + tap, mixed.pixel1);
+        mixed.pixel2 = MixTaps(pixel2 + 4 * tap, weight2 + tap, mixed.pixel2);
+        mixed.pixel3 = MixTaps(pixel3 + 4 * tap, weight3 + tap, mixed.pixel3);
+    }
+    for (; tap < taps; ++tap) {
         add(mixed.pixel0, pixel0 + 4 * tap, weight0 + tap);
         add(mixed.pixel1, pixel1 + 4 * tap, weight1 + tap);
         add(mixed.pixel2, pixel2 + 4 * tap, weight2 + tap);
