@@ -107,10 +107,10 @@ void PickingRun::PickPart(const Part& part, LONG inputLine, LONG nextLine, std::
     const int width = static_cast<int>(ColumnUnder(part.end - 1) - box.left) + 1 - from;
     const TileBlock<const ZScanRect> block{tile, from, y, width, 1};
     const std::uint8_t* pixels = block.First();
-    if (isReadInPlace) {
-        if (nextLine >= box.top && nextLine != inputLine)
-            shr::FetchForReading(pixels + (inputLine - nextLine) * block.Stride(), 4 * block.Pixels());
-    } else {
+    if (nextLine >= box.top && nextLine != inputLine)
+        shr::FetchForReading(pixels + (inputLine - nextLine) * block.Stride(),
+                             static_cast<std::size_t>(shr::RowBytes(static_cast<std::uint32_t>(width), input.GetColorFormat())));
+    if (!isReadInPlace) {
         colors.resize(std::max(colors.size(), 4 * block.Pixels()));
         ReadBlock(block, input.GetConstColorTablePtr(), true, colors.data());
         pixels = colors.data();
