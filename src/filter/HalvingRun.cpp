@@ -46,14 +46,9 @@ bool HalvingRun::Suits(const FilterTask& task) {
 }
 
 HalvingRun::HalvingRun(const FilterTask& task, CPixFilterPipeline& pipeline)
-    : input(task.input),
-      output(task.output),
+    : BlockRun(task),
       filter(*pipeline.stages[0].filter->AsHalving()),
       tiles(input),
-      writer(task.sink.Writes()),
-      isReadInPlace(input.GetColorFormat() == shr::BGRA_32),
-      isWrittenInPlace(output.GetColorFormat() == shr::BGRA_32 && task.sink.Writes() == shr::CopyWrites::cached),
-      makesMask(HasMask(output)),
       fetchesAhead(isReadInPlace && !LiesInCaches(input)) {}
 
 void HalvingRun::Change(ZScanRect& tile, int row, int col, int first, int end) {
@@ -89,24 +84,16 @@ void HalvingRun::HalvePart(const ZScanRect& from, const RECT& fromBox, ZScanRect
 
 /// `place` is that of the block in the result.
 void HalvingRun::HalveBlock(const TileBlock<const ZScanRect>& from, const TileBlock<ZScanRect>& to, POINT place) {
-    const std::uint8_t* pixels = from.First();
-    std::ptrdiff_t stride = from.Stride();
-    if (!isReadInPlace) {
-        colors.resize(4 * from.Pixels());
-        ReadBlock(from, input.GetConstColorTablePtr(), true, colors.data());
-        pixels = colors.data();
-        stride = std::ptrdiff_t{4} * from.width;
-    }
-    if (isWrittenInPlace) return HalveRows(to, place, pixels, stride, to.First(), to.Stride());
-    halved.resize(4 * to.Pixels());
-    HalveRows(to, place, pixels, stride, halved.data(), std::ptrdiff_t{4} * to.width);
-    writer.Write(to, halved.data(), makesMask);
+    const Rows rows = Read(from);
+    Write(to, [&](std::uint8_t* out, std::ptrdiff_t outStride) { HalveRows(to, place, rows, out, outStride); });
 }
 
 /// The next rows of tiles are fetched meanwhile, unless they are at hand.
-void HalvingRun::HalveRows(const TileBlock<ZScanRect>& to, POINT place, const std::uint8_t* pixels,
-                           std::ptrdiff_t stride, std::uint8_t* out, std::ptrdiff_t outStride) const {
+void HalvingRun::HalveRows(const TileBlock<ZScanRect>& to, POINT place, const Rows& from, std::uint8_t* out,
+                           std::ptrdiff_t outStride) const {
+    const auto [first, stride] = from;
     const auto width = 4 * static_cast<std::size_t>(to.width);
+    const std::uint8_t* pixels = first;
     for (int y = to.height - 1; y >= 0; --y, pixels += 2 * stride, out += outStride) {
         if (fetchesAhead) {
             shr::FetchForReading(pixels + 2 * stride, 2 * width);

@@ -14,6 +14,10 @@ bool LiesIn(const RECT& rect, const ZBitmap& bitmap) {
            rect.bottom <= bitmap.GetPixelHeight();
 }
 
+std::size_t BytesOf(const TileBlock<const ZScanRect>& line) {
+    return static_cast<std::size_t>(shr::RowBytes(static_cast<std::uint32_t>(line.width), line.tile.GetColorFormat()));
+}
+
 bool IsOfSize(const zpixf::ZPixFormat& format, LONG width, LONG height) {
     return format.GetWidth() == static_cast<unsigned>(width) && format.GetHeight() == static_cast<unsigned>(height);
 }
@@ -31,16 +35,11 @@ bool PickingRun::Suits(const FilterTask& task) {
 }
 
 PickingRun::PickingRun(const FilterTask& task, CPixFilterPipeline& pipeline)
-    : input(task.input),
-      output(task.output),
+    : BlockRun(task),
       left(task.inputRect.left),
       top(task.inputRect.top),
       filter(*pipeline.stages[0].filter->AsPicking()),
-      tiles(input),
-      writer(task.sink.Writes()),
-      isReadInPlace(input.GetColorFormat() == shr::BGRA_32),
-      isWrittenInPlace(output.GetColorFormat() == shr::BGRA_32 && task.sink.Writes() == shr::CopyWrites::cached),
-      makesMask(HasMask(output)) {}
+      tiles(input) {}
 
 /// From the last rows to the first, as memory goes on.
 void PickingRun::Change(ZScanRect& tile, int row, int col, int first, int end) {
@@ -53,7 +52,10 @@ void PickingRun::Change(ZScanRect& tile, int row, int col, int first, int end) {
         for (int rest = end; rest > first;) {
             const int rows = std::min(mostRows, rest - first);
             rest -= rows;
-            PickBlock({tile, x, rest, columns, rows}, {place.x, place.y + rest});
+            const TileBlock<ZScanRect> to{tile, x, rest, columns, rows};
+            Write(to, [&](std::uint8_t* out, std::ptrdiff_t stride) {
+                PickLines(to, {place.x, place.y + rest}, out, stride);
+            });
         }
     }
 }
@@ -71,11 +73,8 @@ void PickingRun::FindParts(int first, int end) {
 }
 
 /// `place` is that of the block in the result. A line that is the same as that below it is copied.
-void PickingRun::PickBlock(const TileBlock<ZScanRect>& to, POINT place) {
+void PickingRun::PickLines(const TileBlock<ZScanRect>& to, POINT place, std::uint8_t* out, std::ptrdiff_t stride) {
     const std::size_t width = std::size_t{4} * static_cast<unsigned>(to.width);
-    if (!isWrittenInPlace) picked.resize(4 * to.Pixels());
-    std::uint8_t* out = isWrittenInPlace ? to.First() : picked.data();
-    const std::ptrdiff_t stride = isWrittenInPlace ? to.Stride() : static_cast<std::ptrdiff_t>(width);
     LONG line = LineUnder(place.y + to.height - 1);
     const std::uint8_t* below = nullptr;
     for (LONG y = to.height - 1; y >= 0; --y, out += stride) {
@@ -87,7 +86,6 @@ void PickingRun::PickBlock(const TileBlock<ZScanRect>& to, POINT place) {
         below = next == line ? out : nullptr;
         line = next;
     }
-    if (!isWrittenInPlace) writer.Write(to, picked.data(), makesMask);
 }
 
 void PickingRun::PickLine(LONG inputLine, LONG nextLine, std::uint8_t* out) {
@@ -106,16 +104,9 @@ void PickingRun::PickPart(const Part& part, LONG inputLine, LONG nextLine, std::
     const int from = static_cast<int>(ColumnUnder(part.first) - box.left) / 8 * 8;
     const int width = static_cast<int>(ColumnUnder(part.end - 1) - box.left) + 1 - from;
     const TileBlock<const ZScanRect> block{tile, from, y, width, 1};
-    const std::uint8_t* pixels = block.First();
     if (nextLine >= box.top && nextLine != inputLine)
-        shr::FetchForReading(pixels + (inputLine - nextLine) * block.Stride(),
-                             static_cast<std::size_t>(shr::RowBytes(static_cast<std::uint32_t>(width), input.GetColorFormat())));
-    if (!isReadInPlace) {
-        colors.resize(std::max(colors.size(), 4 * block.Pixels()));
-        ReadBlock(block, input.GetConstColorTablePtr(), true, colors.data());
-        pixels = colors.data();
-    }
-    filter.Pick(static_cast<unsigned>(part.first), static_cast<std::size_t>(part.end - part.first), pixels,
+        shr::FetchForReading(block.First() + (inputLine - nextLine) * block.Stride(), BytesOf(block));
+    filter.Pick(static_cast<unsigned>(part.first), static_cast<std::size_t>(part.end - part.first), Read(block).first,
                 static_cast<int>(box.left) + from - static_cast<int>(left), out);
 }
 

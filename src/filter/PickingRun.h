@@ -3,21 +3,19 @@
 #include <cstdint>
 #include <vector>
 
-#include "filter/FilterTask.h"
+#include "filter/BlockRun.h"
 #include "filter/InputTiles.h"
-#include "filter/TileBlock.h"
 #include "zpixf/ZPixfResize.h"
 
 namespace zbm {
 
 /// The tile by tile way of a run of one filter that picks pixels, from a bitmap in memory whose class tells how its
 /// tiles are reached.
-class PickingRun final : public TileChange {
+class PickingRun final : public BlockRun {
 public:
     static bool Suits(const FilterTask& task);
     PickingRun(const FilterTask& task, CPixFilterPipeline& pipeline);
 
-    bool NeedsContent() const override { return false; }
     void Change(ZScanRect& tile, int row, int col, int first, int end) override;
 
 private:
@@ -27,21 +25,16 @@ private:
     };
 
     void FindParts(int first, int end);
-    void PickBlock(const TileBlock<ZScanRect>& to, POINT place);
+    void PickLines(const TileBlock<ZScanRect>& to, POINT place, std::uint8_t* out, std::ptrdiff_t stride);
     void PickLine(LONG inputLine, LONG nextLine, std::uint8_t* out);
     void PickPart(const Part& part, LONG inputLine, LONG nextLine, std::uint8_t* out);
     LONG LineUnder(LONG line) const { return top + static_cast<LONG>(filter.LineUnder(static_cast<unsigned>(line))); }
     LONG ColumnUnder(int column) const { return left + static_cast<LONG>(filter.Columns()[column]); }
 
-    const ZBitmap& input;
-    const ZBitmap& output;
     const LONG left, top;  ///< of what is filtered of the input
     const zpixf::ZPixfPicking& filter;
     InputTiles tiles;
-    BlockWriter writer;
-    const bool isReadInPlace, isWrittenInPlace, makesMask;
     std::vector<Part> parts;  ///< of the block in hand
-    std::vector<std::uint8_t> colors, picked;
 };
 
 }  // namespace zbm
