@@ -16,8 +16,6 @@
 namespace testkit {
 
 enum class Came { toItsEnd, toAnError };
-/// How filters run over `bitmap`.
-enum class Way { lineByLine, tileByTile };
 
 /// Pictures, files and an object to work on.
 class FileWorkplace {
@@ -90,7 +88,7 @@ struct FileWork {
     void (*prepare)(FileWorkplace& place);
     void (*act)(FileWorkplace& place);
     void (*check)(FileWorkplace& place, Came came);
-    Way way = Way::lineByLine;
+    Way way = Way::lineByLine;  ///< that filters run over the object
 };
 inline void PrintTo(const FileWork& work, std::ostream* out) { *out << work.name; }
 

@@ -12,6 +12,9 @@
 
 namespace testkit {
 
+/// How filters run over a bitmap.
+enum class Way { lineByLine, tileByTile };
+
 class OpenFileBitmap : public zbm::ZScanRectFileBitmap {
 public:
     OpenFileBitmap() : ZScanRectFileBitmap(L"", L"", false) {}
