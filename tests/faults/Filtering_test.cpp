@@ -7,9 +7,11 @@
 #include "faults/FaultInjection.h"
 #include "faults/FaultyBitmaps.h"
 #include "support_code/TestProgress.h"
+#include "zbm/IndexedColors.h"
 #include "zbm/RunFilters.h"
 #include "zpixf/ZPixfAdjust.h"
 #include "zpixf/ZPixfConvolution.h"
+#include "zpixf/ZPixfDither.h"
 #include "zpixf/ZPixfNull.h"
 
 namespace faults {
@@ -77,6 +79,29 @@ void CreateFrom(const Create& create) {
     }
 }
 
+/// Converts one into the other; if that fails, the result must have its former colours.
+void MakeIndexed(const zbm::ZBitmap& source, zbm::ZBitmap& result, zbm::Dither dither, IProgress* progress) {
+    const auto tableOf = [&] {
+        const shr::Color4b* colors = result.GetConstColorTablePtr();
+        return std::vector<shr::Color4b>(colors, colors + result.GetNumColorTableItems());
+    };
+    const auto before = tableOf();
+    zpixf::ZPixfDither::FreeKeptTables();  // so that they are asked for
+    try {
+        zbm::ConvertToIndexed(source, result, {.most = 9, .dither = dither}, progress);
+    } catch (...) {
+        EXPECT_EQ(tableOf(), before);
+        throw;
+    }
+}
+
+template <zbm::Dither kDither>
+void ConvertToIndexed(ZMemBitmap& picture, IProgress* progress) {
+    if (picture.GetColorFormat() != shr::BGR_24) return;  // the source is read in one way whatever its format
+    ZBasicMemBitmap result = testkit::FormulaBitmap(kSourceWidth, kSourceHeight, shr::INDEXED_4, 9, 13);
+    MakeIndexed(picture, result, kDither, progress);
+}
+
 const Operation kOperations[] = {
     {"ChangeBrightness", [](ZMemBitmap& p, IProgress* progress) { EXPECT_TRUE(p.ChangeBrightness(0.3, progress)); }},
     {"ChangeContrast", [](ZMemBitmap& p, IProgress* progress) { EXPECT_TRUE(p.ChangeContrast(0.3, progress)); }},
@@ -96,6 +121,15 @@ const Operation kOperations[] = {
      [](ZMemBitmap& p, IProgress* progress) {
          std::vector<RGBQUAD> palette;
          EXPECT_TRUE(p.QuantizeColors(zbm::QuantMedian8, 7, palette, progress));
+     }},
+    {"ConvertToIndexed", &ConvertToIndexed<zbm::Dither::none>},
+    {"ConvertToIndexedOrdered", &ConvertToIndexed<zbm::Dither::ordered>},
+    {"ConvertToIndexedDiffused", &ConvertToIndexed<zbm::Dither::diffusion>},
+    {"BecomeIndexed",
+     [](ZMemBitmap& p, IProgress* progress) {
+         if (p.GetColorFormat() != shr::INDEXED_8) return;
+         const auto source = testkit::FormulaBitmap(kSourceWidth, kSourceHeight, shr::BGRA_32, 16, 20);
+         MakeIndexed(source, p, zbm::Dither::diffusion, progress);
      }},
     {"RunFilters",
      [](ZMemBitmap& p, IProgress* progress) {
