@@ -12,6 +12,7 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -403,6 +404,23 @@ TEST(ZPixfDitherOrdered, TwoAtOnceWithOnePaletteKeepApart) {
         EXPECT_TRUE(std::equal(firstLine.begin(), firstLine.end(), &wanted[0][y * noise.width]));
         EXPECT_TRUE(std::equal(secondLine.begin(), secondLine.end(), &wanted[1][y * sky.width]));
     }
+}
+
+TEST(ZPixfDitherOrdered, ManyThreadsMayUseOnePaletteWhileKeptTablesAreFreed) {
+    Picture noise = Noise(64, 16, 4);
+    const Palette palette = PictureLikePalette();
+    const Bytes wanted = Dither(Method::ordered, noise, 0, palette).indices;
+    std::array<int, 4> wrong{};
+    std::vector<std::thread> threads;
+    for (int& count : wrong)
+        threads.emplace_back([&, picture = noise]() mutable {
+            for (int i = 0; i < 20; ++i) {
+                count += Dither(Method::ordered, picture, 0, palette).indices != wanted ? 1 : 0;
+                if (i % 3 == 0) ZPixfDither::FreeKeptTables();
+            }
+        });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(wrong, (std::array<int, 4>{}));
 }
 
 TEST(BlueNoise, RanksEveryPlaceOnce) {
