@@ -749,6 +749,13 @@ TEST_P(EachDitherer, RepeatedEntriesChangeNothing) {
     EXPECT_EQ(Dither(GetParam(), picture, 0, plain).indices, Dither(GetParam(), picture, 0, repeated).indices);
 }
 
+TEST_P(EachDitherer, ATableFilledUpToManyIsOneOfItsFewColors) {
+    const Palette few = {Entry(0, 0, 0), Entry(255, 255, 255), Entry(200, 40, 30), Entry(30, 90, 180)};
+    Palette filledUp = few;
+    filledUp.resize(256, few[0]);
+    EXPECT_EQ(Dither(GetParam(), picture, 0, few).indices, Dither(GetParam(), picture, 0, filledUp).indices);
+}
+
 TEST_P(EachDitherer, OneColorIsAllThereIs) {
     const Bytes indices = Dither(GetParam(), picture, 0, {Entry(9, 200, 30)}).indices;
     EXPECT_EQ(indices, Bytes(indices.size(), 0));

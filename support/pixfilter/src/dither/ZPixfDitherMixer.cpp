@@ -73,7 +73,7 @@ Mixer::Mixer(const RGBQUAD* entries, unsigned numEntries, double newStrength) : 
     // Where every colour lies amid entries, its mean can be kept at little cost. Other palettes leave colours outside,
     // or between entries that are far apart, where a near mean is not worth what it takes.
     const bool spansAll = AreGreys(entries, numEntries) || HaveAllCorners(entries, numEntries);
-    const bool hasFew = count < kFewEntries;
+    const bool hasFew = HasFew();
     if (spansAll) {
         weights = {0.005F, 1.0F / 6, 0};
         forTwo = 4 * 4;

@@ -8,9 +8,6 @@
 
 namespace zpixf {
 
-/// With fewer entries mixtures are coarse, and what is seen of them weighs more.
-constexpr unsigned kFewEntries = 32;
-
 /// Entries of a palette in its order, with their indices.
 struct MixList {
     MixEntries entries;
@@ -26,6 +23,9 @@ public:
 
     /// All entries, a repeated one once.
     MixList All() const { return {{blue.data(), green.data(), red.data(), count}, indices.data()}; }
+    /// Whether entries are so few that mixtures are coarse, and what is seen of them weighs more. Repeated ones, as
+    /// those that fill a table up, do not count.
+    bool HasFew() const { return count < 32; }
     /// The mixture of a colour. The list must have all entries that are within reach.
     Mixture Mix(const MixList& list, std::uint32_t color) const;
 

@@ -17,6 +17,7 @@ public:
     /// As Mixer does. May raise std::bad_alloc; nothing else asks for memory.
     Mixtures(const RGBQUAD* entries, unsigned numEntries, double strength);
 
+    bool AreOfFew() const { return mixer.HasFew(); }
     const std::uint32_t* Cells() const { return cells.data(); }
     const Mixture* All() const { return mixtures.get(); }
     /// Makes what is not known yet of a pixel's mixture.

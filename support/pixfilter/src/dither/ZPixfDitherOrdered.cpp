@@ -104,8 +104,9 @@ void OrderedDitherer::Dither(unsigned line, const DitheredLine* lines, unsigned,
 std::unique_ptr<LineDitherer> MakeOrderedDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width,
                                                   double strength) {
     static const Pattern bayer = MakePattern(&BayerThresholds), shortBayer = MakePattern(&ShortBayerThresholds);
-    return std::make_unique<OrderedDitherer>(TakeTables(entries, numEntries, strength), width,
-                                             numEntries < kFewEntries ? bayer : shortBayer);
+    std::unique_ptr<OrderedTables> tables = TakeTables(entries, numEntries, strength);
+    const Pattern& pattern = tables->mixtures.AreOfFew() ? bayer : shortBayer;
+    return std::make_unique<OrderedDitherer>(std::move(tables), width, pattern);
 }
 
 std::unique_ptr<LineDitherer> MakeBlueNoiseDitherer(const RGBQUAD* entries, unsigned numEntries, std::size_t width,

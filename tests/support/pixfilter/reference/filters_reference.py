@@ -623,7 +623,7 @@ def ditherer(picture, by, palette, strength):
     shown = to_luma(picture) if all(b == g == r for b, g, r in palette) else picture
     if by == "diffuse":
         return palette, diffuse(shown, palette)
-    bayer = bayer_thresholds if len(palette) < 32 else short_bayer_thresholds
+    bayer = bayer_thresholds if len(set(palette)) < 32 else short_bayer_thresholds
     return palette, ordered(shown, palette, {"ordered": bayer, "blue-noise": blue_noise_thresholds}[by], strength)
 
 
