@@ -489,10 +489,11 @@ int NearestInPlainWords(const Palette& palette, const std::array<int, 3>& color)
     return static_cast<int>(std::min_element(palette.begin(), palette.end(), isNearer) - palette.begin());
 }
 
-/// The middle one of the gaps between each entry and its neighbour.
+/// The middle one of the gaps between each entry and its neighbour; the last entry of these repeats another.
 int UsualGap(const Palette& palette) {
     std::vector<int> gaps;
-    for (const RGBQUAD& a : palette) {
+    for (std::size_t i = 0; i + 1 < palette.size(); ++i) {
+        const RGBQUAD& a = palette[i];
         int least = 256;
         for (const RGBQUAD& b : palette) {
             const int apart = std::max(
@@ -515,7 +516,7 @@ TEST(ZPixfDitherDiffuse, TakesTheEntryNearestToEachPixelsOwnValue) {
         palette.push_back(Entry(red, green, level()));
     }
     palette.push_back(palette[17]);
-    const int most = 16 * std::clamp(5 * UsualGap(palette), 16, 256);
+    const int most = 16 * std::clamp(2 * UsualGap(palette), 16, 256);
     Picture picture = Noise(1, 3000, 5);
     for (unsigned y = 100; y < 200; ++y) picture.Set(0, y, {255, 0, 255});  // as far out as can be
     const Bytes indices = Dither(Method::diffuse, picture, 0, palette).indices;

@@ -95,7 +95,7 @@ protected:
 /// Each pixel takes the entry nearest to its own value, the colour and the errors that reached it. The mean of large
 /// areas is kept, but for what falls below the last line, where entries near the colour can mix it. Unless the palette
 /// has all corners of the colour cube, or is of greys with black and white, values are clamped to the cube, and errors
-/// move no pixel by more than five times the palette's usual gap (16 to 256 levels), so that colours that only distant
+/// move no pixel by more than twice the palette's usual gap (16 to 256 levels), so that colours that only distant
 /// entries would mix, or none, show no stray dots of other hues and are not smeared over what follows. Transparent
 /// pixels (alpha 0) take and pass on no error. A line that does not follow the one given before, as line 0, begins
 /// without errors.

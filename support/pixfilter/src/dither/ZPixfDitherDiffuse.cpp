@@ -20,15 +20,21 @@ namespace {
 
 constexpr int kMostLevels = 256;
 
-/// The way from an entry to its neighbour, in levels, of half of the entries at most.
+int Apart(const RGBQUAD& a, const RGBQUAD& b) {
+    return std::max(
+        {std::abs(a.rgbRed - b.rgbRed), std::abs(a.rgbGreen - b.rgbGreen), std::abs(a.rgbBlue - b.rgbBlue)});
+}
+
+/// The way from an entry to its neighbour, in levels, of half of the entries at most. Repeated ones, as those that fill
+/// a table up, do not count.
 int UsualGap(const RGBQUAD* entries, unsigned numEntries) {
     std::vector<int> gaps;
     for (unsigned i = 0; i < numEntries; ++i) {
+        const auto isSame = [&](const RGBQUAD& earlier) { return Apart(earlier, entries[i]) == 0; };
+        if (std::any_of(entries, entries + i, isSame)) continue;
         int nearest = kMostLevels;
         for (unsigned j = 0; j < numEntries; ++j) {
-            const int apart = std::max({std::abs(entries[i].rgbBlue - entries[j].rgbBlue),
-                                        std::abs(entries[i].rgbGreen - entries[j].rgbGreen),
-                                        std::abs(entries[i].rgbRed - entries[j].rgbRed)});
+            const int apart = Apart(entries[i], entries[j]);
             if (apart != 0) nearest = std::min(nearest, apart);
         }
         gaps.push_back(nearest);
@@ -48,7 +54,7 @@ Limits LimitsFor(const RGBQUAD* entries, unsigned numEntries) {
     const bool spansAll =
         AreGreys(entries, numEntries) ? HaveBlackAndWhite(entries, numEntries) : HaveAllCorners(entries, numEntries);
     if (spansAll) return {kMostLevels, kMostLevels};
-    constexpr int kGaps = 5, kLeast = 16;
+    constexpr int kGaps = 2, kLeast = 16;
     return {std::clamp(kGaps * UsualGap(entries, numEntries), kLeast, kMostLevels), 0};
 }
 

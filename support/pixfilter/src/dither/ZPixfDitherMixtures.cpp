@@ -74,16 +74,16 @@ Mixture Mixtures::MixtureFor(std::uint32_t latticeColor) {
 }
 
 Mixture Mixtures::Mix(std::uint32_t color) {
-    const Near& near = nears[CellOf(color)];
-    if (gatheredCell != CellOf(color)) Gather(near);
+    const Near& found = nears[CellOf(color)];
+    if (gatheredCell != CellOf(color)) Gather(found);
     gatheredCell = CellOf(color);
-    return mixer.Mix({{blue.data(), green.data(), red.data(), near.count}, indices.data()}, color);
+    return mixer.Mix({{blue.data(), green.data(), red.data(), found.count}, indices.data()}, color);
 }
 
-void Mixtures::Gather(const Near& near) {
+void Mixtures::Gather(const Near& found) {
     const auto [entries, allIndices] = mixer.All();
-    for (unsigned i = 0; i < near.count; ++i) {
-        const unsigned number = numbers[near.first + i];
+    for (unsigned i = 0; i < found.count; ++i) {
+        const unsigned number = numbers[found.first + i];
         blue[i] = entries.blue[number];
         green[i] = entries.green[number];
         red[i] = entries.red[number];

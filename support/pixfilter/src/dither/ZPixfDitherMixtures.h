@@ -33,7 +33,7 @@ private:
     void Forget();
     Mixture MixtureFor(std::uint32_t latticeColor);
     Mixture Mix(std::uint32_t color);
-    void Gather(const Near& near);
+    void Gather(const Near& found);
 
     const Mixer mixer;
     std::vector<std::uint32_t> cells;  ///< as MixtureTables have them

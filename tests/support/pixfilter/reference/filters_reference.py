@@ -915,10 +915,10 @@ def limits(palette):
     if corners <= set(palette):
         return 256, 256
     gaps = []
-    for a in palette:
+    for a in dict.fromkeys(palette):
         distances = [max(abs(p - q) for p, q in zip(a, b)) for b in palette if a != b]
         gaps.append(min(distances + [256]))
-    return clamp(5 * sorted(gaps)[len(gaps) // 2], 16, 256), 0
+    return clamp(2 * sorted(gaps)[len(gaps) // 2], 16, 256), 0
 
 
 def diffuse(picture, palette):
