@@ -1,6 +1,7 @@
 #include "dither/ZPixfDitherMixer.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <utility>
 
@@ -42,7 +43,8 @@ Mixture Packed(const Shares& shares, const std::uint8_t* indices) {
     for (unsigned i = 0; i < shares.count; ++i) {
         share += shares.shares[i];
         const bool isLast = i + 1 == shares.count;
-        const unsigned newEnd = isLast ? kMixtureThresholds : static_cast<unsigned>(share * kMixtureThresholds + 0.5);
+        const unsigned newEnd =
+            isLast ? kMixtureThresholds : static_cast<unsigned>(std::floor(share * kMixtureThresholds + 0.5));
         if (newEnd <= end) continue;
         end = newEnd;
         entries[used] = indices[shares.entries[i]];

@@ -13,7 +13,7 @@ namespace {
 /// One for a picture's own palette and one for a fixed palette: some megabytes each.
 constexpr std::size_t kMostKept = 2;
 
-constinit std::mutex mutex;
+std::mutex mutex;
 constinit std::array<std::unique_ptr<OrderedTables>, kMostKept> kept;  // the one kept last comes first
 
 }  // namespace
