@@ -42,19 +42,7 @@ inline Lines Joined(const Lines& first, int lines, const Lines& others) {
     return joined;
 }
 
-/// Looks at the picture at every report, as a host does that repaints.
-class Host final : public TestProgress {
-public:
-    Host(const zbm::ZBitmap& watched, int cancelAtReport) : TestProgress(cancelAtReport), bitmap(watched) {}
-    void SetProgress(double fraction) override {
-        seen.push_back(LinesOf(bitmap));
-        TestProgress::SetProgress(fraction);
-    }
-    std::vector<Lines> seen;
-
-private:
-    const zbm::ZBitmap& bitmap;
-};
+using Host = WatchingHost<&LinesOf>;
 
 inline constexpr int kUnreported = 0, kToItsEnd = std::numeric_limits<int>::max();
 

@@ -1,5 +1,9 @@
 #pragma once
 // What shows that a run from tile to tile is the same as one line by line.
+#include <limits>
+#include <utility>
+#include <vector>
+
 #include "support_code/Pixels.h"
 #include "support_code/TestProgress.h"
 #include "zbm/ZBasicMemBitmap.h"
@@ -37,18 +41,21 @@ inline Bytes ContentOf(const zbm::ZBitmap& bitmap) {
 }
 
 /// Looks at the picture at every report, as a host does that repaints.
-class Watcher final : public TestProgress {
+template <auto kLook>
+class WatchingHost final : public TestProgress {
 public:
-    explicit Watcher(const zbm::ZBitmap& watched) : bitmap(watched) {}
+    explicit WatchingHost(const zbm::ZBitmap& watched, int cancelAtReport = std::numeric_limits<int>::max())
+        : TestProgress(cancelAtReport), bitmap(watched) {}
     void SetProgress(double fraction) override {
-        seen.push_back(ContentOf(bitmap));
+        seen.push_back(kLook(bitmap));
         TestProgress::SetProgress(fraction);
     }
-    std::vector<Bytes> seen;
+    std::vector<decltype(kLook(std::declval<const zbm::ZBitmap&>()))> seen;
 
 private:
     const zbm::ZBitmap& bitmap;
 };
+using Watcher = WatchingHost<&ContentOf>;
 
 inline RECT WholeOf(const zbm::ZBitmap& bitmap) { return {0, 0, bitmap.GetPixelWidth(), bitmap.GetPixelHeight()}; }
 
