@@ -7,6 +7,7 @@
 #include <limits>
 #include <new>
 #include <utility>
+#include <vector>
 
 #include "shr/ScopeExit.h"
 
@@ -38,6 +39,16 @@ TEST(ByteBuffer, ReadsAsZeroAlsoWhereMemoryWasUsedBefore) {
         EXPECT_EQ(clean.Size(), size);
         EXPECT_TRUE(IsZero(clean));
     }
+}
+
+TEST(ByteBuffer, BeginsAtALineOfTheCaches) {
+    std::vector<ByteBuffer> buffers;
+    for (const std::uint64_t size : {1u, 15u, 63u, 64u, 65u, 100u, 4096u, 300'000u})
+        for (int i = 0; i < 8; ++i) {
+            buffers.push_back(i % 2 == 0 ? ByteBuffer::Zeroed(size) : ByteBuffer::Uninitialized(size));
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(buffers.back().Data()) % 64, 0u) << size;
+            std::memset(buffers.back().Data(), 0xEE, buffers.back().Size());
+        }
 }
 
 TEST(ByteBuffer, MovesItsBlock) {

@@ -6,8 +6,9 @@
 
 namespace shr {
 
-/// Owns a block of bytes for pixels. Unlike a vector it can stay uninitialised, and large zeroed blocks come from the
-/// system already cleared, so that their pages cost nothing until they are used.
+/// Owns a block of bytes for pixels, which begin at a line of the caches (64 bytes). Unlike a vector it can stay
+/// uninitialised, and large zeroed blocks come from the system already cleared, so that their pages cost nothing until
+/// they are used.
 class SHR_API ByteBuffer {
 public:
     ByteBuffer() noexcept = default;
@@ -33,7 +34,9 @@ public:
     static void SetFaultHook(FaultHook hook) noexcept;
 
 private:
-    ByteBuffer(std::uint8_t* block, std::size_t byteCount) noexcept : data(block), size(byteCount) {}
+    ByteBuffer(void* allocated, std::size_t byteCount) noexcept;
+
+    void* block = nullptr;  ///< as it was allocated: a little more
     std::uint8_t* data = nullptr;
     std::size_t size = 0;
 };
