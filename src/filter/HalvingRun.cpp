@@ -2,14 +2,13 @@
 
 #include <algorithm>
 
-#include "shr/Fetch.h"
-
 namespace zbm {
 
 namespace {
 
-/// A block of the result is made of one of the input that is four times as large.
-constexpr int kHalvedPixels = kMostBlockPixels / 4;
+/// A block of the result is made of one of the input that is four times as large. What need not be converted need not
+/// stay in the first cache either.
+constexpr int kHalvedPixels = kMostBlockPixels / 4, kHalvedInPlace = 1 << 20;
 
 /// Whether the filter makes just this bitmap of that one.
 bool Halves(const CPixFilterContext& stage, const ZBitmap& input, const ZBitmap& output) {
@@ -21,7 +20,7 @@ bool Halves(const CPixFilterContext& stage, const ZBitmap& input, const ZBitmap&
            isOf(stage.filter->GetOutputFormat(), output);
 }
 
-/// What a cache of the second level may hold needs no fetching.
+/// In a cache of the second level.
 bool LiesInCaches(const ZBitmap& bitmap) {
     constexpr double kCacheBytes = 1 << 20;
     return 4.0 * bitmap.GetPixelWidth() * bitmap.GetPixelHeight() <= kCacheBytes;
@@ -49,7 +48,7 @@ HalvingRun::HalvingRun(const FilterTask& task, CPixFilterPipeline& pipeline)
     : BlockRun(task),
       filter(*pipeline.stages[0].filter->AsHalving()),
       tiles(input),
-      fetchesAhead(isReadInPlace && !LiesInCaches(input)) {}
+      isFarAway(isReadInPlace && !LiesInCaches(input)) {}
 
 void HalvingRun::Change(ZScanRect& tile, int row, int col, int first, int end) {
     const RECT box = output.GetScanRectBBox(row, col);
@@ -69,12 +68,13 @@ void HalvingRun::HalvePart(const ZScanRect& from, const RECT& fromBox, ZScanRect
                            const RECT& part) {
     const int left = static_cast<int>(part.left / 2), width = static_cast<int>(part.right / 2) - left;
     const int top = static_cast<int>(part.top / 2), bottom = static_cast<int>(part.bottom / 2);
-    const int mostRows = std::max(1, kHalvedPixels / width);
+    const int mostPixels = isReadInPlace && isWrittenInPlace ? kHalvedInPlace : kHalvedPixels;
+    const int mostRows = std::max(1, mostPixels / width);
     for (int y = bottom; y > top;) {
         const int rows = std::min(mostRows, y - top);
         y -= rows;
-        for (int x = left; x < left + width; x += kHalvedPixels) {
-            const int columns = std::min(left + width - x, kHalvedPixels);
+        for (int x = left; x < left + width; x += mostPixels) {
+            const int columns = std::min(left + width - x, mostPixels);
             HalveBlock({from, 2 * x - static_cast<int>(fromBox.left), 2 * y - static_cast<int>(fromBox.top),
                         2 * columns, 2 * rows},
                        {to, x - static_cast<int>(toBox.left), y - static_cast<int>(toBox.top), columns, rows}, {x, y});
@@ -88,21 +88,13 @@ void HalvingRun::HalveBlock(const TileBlock<const ZScanRect>& from, const TileBl
     Write(to, [&](std::uint8_t* out, std::ptrdiff_t outStride) { HalveRows(to, place, rows, out, outStride); });
 }
 
-/// The next rows of tiles are fetched meanwhile, unless they are at hand.
 void HalvingRun::HalveRows(const TileBlock<ZScanRect>& to, POINT place, const Rows& from, std::uint8_t* out,
                            std::ptrdiff_t outStride) const {
-    const auto [first, stride] = from;
-    const auto width = 4 * static_cast<std::size_t>(to.width);
-    const std::uint8_t* pixels = first;
-    for (int y = to.height - 1; y >= 0; --y, pixels += 2 * stride, out += outStride) {
-        if (fetchesAhead) {
-            shr::FetchForReading(pixels + 2 * stride, 2 * width);
-            shr::FetchForReading(pixels + 3 * stride, 2 * width);
-        }
-        if (fetchesAhead && isWrittenInPlace) shr::FetchForWriting(out + outStride, width);
-        filter.Halve(static_cast<unsigned>(place.y + y), static_cast<unsigned>(place.x),
-                     static_cast<std::size_t>(to.width), pixels + stride, pixels, out);
-    }
+    const auto [last, stride] = from;
+    const std::ptrdiff_t rows = to.height;
+    filter.Halve({static_cast<unsigned>(place.x), static_cast<unsigned>(place.y), static_cast<unsigned>(to.width),
+                  static_cast<unsigned>(rows), last + (2 * rows - 1) * stride, -stride, out + (rows - 1) * outStride,
+                  -outStride, isFarAway});
 }
 
 }  // namespace zbm

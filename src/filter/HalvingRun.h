@@ -25,7 +25,7 @@ private:
 
     const zpixf::ZPixfHalving& filter;
     InputTiles tiles;
-    const bool fetchesAhead;
+    const bool isFarAway;
 };
 
 }  // namespace zbm

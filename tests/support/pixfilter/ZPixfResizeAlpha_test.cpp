@@ -140,22 +140,32 @@ TEST(ResizeAlpha, OfAnExactHalfIsExactWhereMeansAreHalvesOrNearly) {
     ExpectHalf(picture, Resized(Method::bilinear, picture, 256, 256));
 }
 
-TEST(ResizeAlpha, OfAnExactHalfIsTheSameInPartsOfLines) {
-    for (const unsigned width : {9u, 40u, 101u}) {
-        const ResizePicture from = NoisePicture(2 * width, 10, Alpha::varied);
-        const ResizePicture whole = Resized(Method::bilinear, from, width, 5);
+TEST(ResizeAlpha, OfAnExactHalfIsTheSameInPartsOfIt) {
+    constexpr unsigned kHeight = 5;
+    for (const unsigned width : {9u, 40u}) {
+        const ResizePicture from = NoisePicture(2 * width, 2 * kHeight, Alpha::varied);
+        const ResizePicture whole = Resized(Method::bilinear, from, width, kHeight);
         ZPixfResizeBilinear filter;
-        filter.SetInputFormat(ZPixFormat(2 * width, 10, 4, 8, 0));
-        filter.SetOutputFormat(ZPixFormat(width, 5, 4, 8, 0));
+        filter.SetInputFormat(ZPixFormat(2 * width, 2 * kHeight, 4, 8, 0));
+        filter.SetOutputFormat(ZPixFormat(width, kHeight, 4, 8, 0));
         ASSERT_NE(filter.AsHalving(), nullptr);
-        for (unsigned first = 0; first < width; ++first)
-            for (unsigned count = 1; first + count <= width; ++count)
-                for (unsigned y = 0; y < 5; ++y) {
-                    std::vector<std::uint8_t> part(std::size_t{4} * count);
-                    filter.AsHalving()->Halve(y, first, count, from.At(2 * first, 2 * y), from.At(2 * first, 2 * y + 1),
-                                              part.data());
-                    ASSERT_EQ(std::memcmp(part.data(), whole.At(first, y), part.size()), 0) << first << " + " << count;
-                }
+        const auto expectSame = [&](unsigned x, unsigned y, unsigned columns, unsigned lines, bool bottomUp) {
+            const std::ptrdiff_t stride = 4 * static_cast<std::ptrdiff_t>(columns) + 12;
+            std::vector<std::uint8_t> made(static_cast<std::size_t>(stride) * lines);
+            std::uint8_t* const first = made.data() + (bottomUp ? (lines - 1) * stride : 0);
+            const std::ptrdiff_t step = bottomUp ? -stride : stride;
+            filter.AsHalving()->Halve(
+                {x, y, columns, lines, from.At(2 * x, 2 * y), from.At(0, 1) - from.At(0, 0), first, step, bottomUp});
+            for (unsigned line = 0; line < lines; ++line)
+                ASSERT_EQ(std::memcmp(first + line * step, whole.At(x, y + line), std::size_t{4} * columns), 0)
+                    << x << " " << y << " " << columns << " x " << lines << " line " << line;
+        };
+        for (unsigned x = 0; x < width; ++x)
+            for (unsigned columns = 1; x + columns <= width; ++columns)
+                for (unsigned y = 0; y < kHeight; ++y)
+                    for (unsigned lines = 1; y + lines <= kHeight; ++lines)
+                        for (const bool bottomUp : {false, true})
+                            ASSERT_NO_FATAL_FAILURE(expectSame(x, y, columns, lines, bottomUp));
     }
 }
 

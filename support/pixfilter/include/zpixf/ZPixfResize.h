@@ -82,10 +82,19 @@ private:
 /// alone. Bitmaps then go from tile to tile, which is faster than lines.
 class ZPIXF_API ZPixfHalving {
 public:
-    /// Output pixels `first` to before `first + count` of line `line`, in `out`, made of the 2 * count pixels that
-    /// begin at `upper` and at `lower`. Parts of lines may come in any order.
-    virtual void Halve(unsigned line, unsigned first, std::size_t count, const std::uint8_t* upper,
-                       const std::uint8_t* lower, std::uint8_t* out) const noexcept = 0;
+    /// A part of the result and where it lies, and what it is made of: 2 * height lines of 2 * width pixels. Strides
+    /// are the ways in bytes from one line to that below.
+    struct Part {
+        unsigned column, line;  ///< of its first pixel in the result
+        unsigned width, height;
+        const std::uint8_t* from;
+        std::ptrdiff_t fromStride;
+        std::uint8_t* to;
+        std::ptrdiff_t toStride;
+        bool isFarAway;  ///< whether no cache holds what it is made of: lines that follow are then fetched meanwhile
+    };
+    /// Makes a part. Parts may come in any order.
+    virtual void Halve(const Part& part) const noexcept = 0;
 
 protected:
     ~ZPixfHalving() = default;
@@ -104,8 +113,7 @@ protected:
     bool OnStart() override;
 
 private:
-    void Halve(unsigned line, unsigned first, std::size_t count, const std::uint8_t* upper, const std::uint8_t* lower,
-               std::uint8_t* out) const noexcept override;
+    void Halve(const Part& part) const noexcept override;
 };
 
 /// By a cubic of the two-parameter family (D. Mitchell, A. Netravali, Reconstruction Filters in Computer Graphics,

@@ -34,6 +34,20 @@ struct ResampleColumns {
 /// What makes halves go one way: less than any result, in whole parts of 2^-36, may lie from a half.
 constexpr double kTieBreaker = 1.0 / (std::uint64_t{1} << 37);
 
+/// Pixels that are made of four each, in lines of two parts; the lines of both by their distances in bytes.
+struct HalvedLines {
+    const std::uint8_t* from;
+    std::ptrdiff_t fromStride;
+    std::uint8_t* to;
+    std::ptrdiff_t toStride;
+    std::size_t height;
+    struct Part {
+        std::size_t width;
+        bool roundsUp;  ///< the halves of its first pixel in the first line
+    } left, right;
+    bool fetchesNext;  ///< lines of the input that follow, also those behind the last
+};
+
 struct ResampleKernels {
     /// Pixels that the sums down the picture come by, whatever the width. Lines can be read as far.
     static constexpr std::size_t kGroup = 8;
@@ -45,9 +59,8 @@ struct ResampleKernels {
                  std::uint8_t* out);
 
     /// The means of 2 x 2 pixels, colours weighed by their alpha, or evenly where nothing is seen of the four; to
-    /// nearest, halves up in every other pixel, in the first if `roundsUp`. `count` pixels come out.
-    void (*halve)(const std::uint8_t* upper, const std::uint8_t* lower, std::size_t count, bool roundsUp,
-                  std::uint8_t* out);
+    /// nearest, halves up in every other pixel as on a chequered board.
+    void (*halve)(const HalvedLines& lines);
 
     /// Sums down the picture of pixels `first` .. `first + count` of the lines, a double a channel. The number of taps
     /// is even, and `count` a multiple of kGroup.

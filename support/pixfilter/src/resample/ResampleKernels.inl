@@ -105,6 +105,22 @@ double TieBreaker(const ResampleColumns& columns, size_t x) {
 namespace zpixf {
 namespace {
 
+template <bool kFetches>
+void HalveLines(const HalvedLines& lines) {
+    const uint8_t* from = lines.from;
+    uint8_t* to = lines.to;
+    for (size_t y = 0; y < lines.height; ++y, from += 2 * lines.fromStride, to += lines.toStride) {
+        const auto halve = [&](const HalvedLines::Part& part, size_t x) {
+            const bool roundsUp = part.roundsUp == (y % 2 == 0);
+            HalveLine<kFetches>(from + 8 * x, lines.fromStride, part.width, roundsUp, to + 4 * x);
+        };
+        halve(lines.left, 0);
+        if (lines.right.width != 0) halve(lines.right, lines.left.width);
+    }
+}
+
+void Halve(const HalvedLines& lines) { lines.fetchesNext ? HalveLines<true>(lines) : HalveLines<false>(lines); }
+
 constexpr ResampleKernels kKernels = {&IsOpaque, &Pick, &Halve, &SumPlain, &SumWeighted, &MixPlain, &MixWeighted};
 
 }  // namespace

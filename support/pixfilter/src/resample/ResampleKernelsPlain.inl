@@ -9,11 +9,13 @@ void Pick(const uint8_t* pixels, int32_t origin, const uint32_t* columns, size_t
     PickFrom(0, pixels, origin, columns, count, out);
 }
 
-void Halve(const uint8_t* upper, const uint8_t* lower, size_t count, bool roundsUp, uint8_t* out) {
+/// (Fetches nothing.)
+template <bool>
+void HalveLine(const uint8_t* upper, std::ptrdiff_t stride, size_t count, bool roundsUp, uint8_t* out) {
     constexpr size_t kRun = 64;  // of even length, that halves go on as they began
     for (size_t x = 0; x < count; x += kRun) {
         const size_t run = count - x < kRun ? count - x : kRun;
-        HalveSome(upper + 8 * x, lower + 8 * x, run, roundsUp, out + 4 * x);
+        HalveSome(upper + 8 * x, upper + stride + 8 * x, run, roundsUp, out + 4 * x);
     }
 }
 

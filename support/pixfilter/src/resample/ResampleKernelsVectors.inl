@@ -115,6 +115,15 @@ __m256i WeightedMeansOfFour(const uint8_t* upper, const uint8_t* lower, __m256 e
     return _mm256_packs_epi32(WeightedMeans<0>(above, below, even), WeightedMeans<2>(above, below, odd));
 }
 
+/// Has the two lines behind a pair fetched while that is halved: bytes from `upper` on.
+template <bool kFetches>
+void FetchNextLines([[maybe_unused]] const uint8_t* upper, [[maybe_unused]] std::ptrdiff_t stride) {
+    if constexpr (kFetches) {
+        _mm_prefetch(upper + 2 * stride, _MM_HINT_T0);
+        _mm_prefetch(upper + 3 * stride, _MM_HINT_T0);
+    }
+}
+
 #if defined(__AVX512BW__)
 
 __m512i LoadWide(const uint8_t* bytes) { return _mm512_loadu_si512(bytes); }
@@ -129,13 +138,16 @@ __m512i WideMeansOfFour(const uint8_t* upper, const uint8_t* lower, __m512i fact
     return _mm512_mulhrs_epi16(_mm512_add_epi16(WidePairSums(upper), WidePairSums(lower)), factors);
 }
 
-/// What Halve does to opaque pixels, sixteen at a time; returns where it met others, or too few are left.
-size_t HalveOpaqueWide(const uint8_t* upper, const uint8_t* lower, size_t count, bool roundsUp, uint8_t* out) {
+/// What HalveLine does to opaque pixels, sixteen at a time; returns where it met others, or too few are left.
+template <bool kFetches>
+size_t HalveOpaqueWide(const uint8_t* upper, std::ptrdiff_t stride, size_t count, bool roundsUp, uint8_t* out) {
     const __m512i factors = _mm512_maskz_broadcast_i64x4(0xFF, HalvingFactors(roundsUp));
     const __m512i inOrder = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
     size_t x = 0;
     for (; x + 16 <= count; x += 16) {
-        const uint8_t *above = upper + 8 * x, *below = lower + 8 * x;
+        const uint8_t *above = upper + 8 * x, *below = above + stride;
+        FetchNextLines<kFetches>(above, stride);
+        FetchNextLines<kFetches>(above + 64, stride);
         const __m512i packed = _mm512_packus_epi16(WideMeansOfFour(above, below, factors),
                                                    WideMeansOfFour(above + 64, below + 64, factors));
         if (_mm512_cmplt_epu32_mask(packed, _mm512_set1_epi32(static_cast<int>(0xFF000000))) != 0) break;
@@ -146,16 +158,22 @@ size_t HalveOpaqueWide(const uint8_t* upper, const uint8_t* lower, size_t count,
 
 #else
 
-size_t HalveOpaqueWide(const uint8_t*, const uint8_t*, size_t, bool, uint8_t*) { return 0; }
+template <bool kFetches>
+size_t HalveOpaqueWide(const uint8_t*, std::ptrdiff_t, size_t, bool, uint8_t*) {
+    return 0;
+}
 
 #endif
 
-void Halve(const uint8_t* upper, const uint8_t* lower, size_t count, bool roundsUp, uint8_t* out) {
+template <bool kFetches>
+void HalveLine(const uint8_t* upper, std::ptrdiff_t stride, size_t count, bool roundsUp, uint8_t* out) {
+    size_t x = HalveOpaqueWide<kFetches>(upper, stride, count, roundsUp, out);
+    if (x == count) return;
     const __m256i factors = HalvingFactors(roundsUp);
     const __m256 rounding = _mm256_set1_ps(roundsUp ? kHalvingTieBreaker : -kHalvingTieBreaker);
-    size_t x = HalveOpaqueWide(upper, lower, count, roundsUp, out);
     for (; x + 8 <= count; x += 8) {
-        const uint8_t *above = upper + 8 * x, *below = lower + 8 * x;
+        const uint8_t *above = upper + 8 * x, *below = above + stride;
+        FetchNextLines<kFetches>(above, stride);
         __m256i packed =
             _mm256_packus_epi16(MeansOfFour(above, below, factors), MeansOfFour(above + 32, below + 32, factors));
         if (!IsEveryAlphaFull(packed))
@@ -163,7 +181,7 @@ void Halve(const uint8_t* upper, const uint8_t* lower, size_t count, bool rounds
                                          WeightedMeansOfFour(above + 32, below + 32, rounding));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * x), _mm256_permute4x64_epi64(packed, 0xD8));
     }
-    HalveSome(upper + 8 * x, lower + 8 * x, count - x, roundsUp, out + 4 * x);
+    HalveSome(upper + 8 * x, upper + stride + 8 * x, count - x, roundsUp, out + 4 * x);
 }
 
 /// The weights of two lines in each 32 bits, as _mm256_madd_epi16 wants them.

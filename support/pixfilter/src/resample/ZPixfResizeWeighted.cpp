@@ -20,16 +20,46 @@ bool IsHalf(const ZPixFormat& input, const ZPixFormat& output) {
     return IsHalf(input.GetWidth(), output.GetWidth()) && IsHalf(input.GetHeight(), output.GetHeight());
 }
 
-/// Part of a line of a half, which is `width` wide. The way of rounding turns round in the middle.
-void HalvePart(bool isLineEven, unsigned width, unsigned first, unsigned end, const std::uint8_t* upper,
-               const std::uint8_t* lower, std::uint8_t* out) {
-    const auto halve = ActiveResampleKernels().halve;
-    for (unsigned x = first; x < end;) {
-        const unsigned middle = width / 2, partEnd = x < middle && middle < end ? middle : end;
-        const std::size_t offset = x - first;
-        halve(upper + 8 * offset, lower + 8 * offset, partEnd - x, ResampleTable::IsEven(x, width) == isLineEven,
-              out + 4 * offset);
-        x = partEnd;
+/// Where a part ends that begins at `place` and in which roundings go on as they began: they turn round in the middle.
+unsigned EndOfPart(unsigned place, unsigned end, unsigned places) {
+    const unsigned middle = places / 2;
+    return place < middle && middle < end ? middle : end;
+}
+
+/// From the line on that lies first in memory, as memory is fastest upwards.
+HalvedLines InOrderOfMemory(const HalvedLines& lines) {
+    if (lines.toStride >= 0) return lines;
+    const auto last = static_cast<std::ptrdiff_t>(lines.height) - 1;
+    const auto fromLast = [&](const HalvedLines::Part& part) {
+        return HalvedLines::Part{part.width, part.roundsUp == (last % 2 == 0)};
+    };
+    return {lines.from + (2 * last + 1) * lines.fromStride,
+            -lines.fromStride,
+            lines.to + last * lines.toStride,
+            -lines.toStride,
+            lines.height,
+            fromLast(lines.left),
+            fromLast(lines.right),
+            lines.fetchesNext};
+}
+
+/// Of a half of `width` x `height` pixels.
+void HalvePart(const ZPixfHalving::Part& part, unsigned width, unsigned height) {
+    const unsigned right = part.column + part.width, bottom = part.line + part.height;
+    const unsigned turn = EndOfPart(part.column, right, width);
+    const bool isLeftEven = ResampleTable::IsEven(part.column, width), isRightEven = ResampleTable::IsEven(turn, width);
+    for (unsigned y = part.line, next; y < bottom; y = next) {
+        next = EndOfPart(y, bottom, height);
+        const auto down = static_cast<std::ptrdiff_t>(y - part.line);
+        const bool isEven = ResampleTable::IsEven(y, height);
+        ActiveResampleKernels().halve(InOrderOfMemory({part.from + 2 * down * part.fromStride,
+                                                       part.fromStride,
+                                                       part.to + down * part.toStride,
+                                                       part.toStride,
+                                                       next - y,
+                                                       {turn - part.column, isLeftEven == isEven},
+                                                       {right - turn, isRightEven == isEven},
+                                                       part.isFarAway}));
     }
 }
 
@@ -51,8 +81,8 @@ struct ZPixfResample::Half final : State {
     bool GiveLine(unsigned line, const ResampleRows::Pull& pull, std::uint8_t* out) override {
         if (line == 0) window.Forget();
         if (!window.MoveTo(2 * line, 2 * line + 1, pull)) return false;
-        HalvePart(ResampleTable::IsEven(line, height), width, 0, width, window.Line(2 * line),
-                  window.Line(2 * line + 1), out);
+        const std::uint8_t *upper = window.Line(2 * line), *lower = window.Line(2 * line + 1);
+        HalvePart({0, line, width, 1, upper, lower - upper, out, 0, false}, width, height);
         return true;
     }
 
@@ -149,10 +179,8 @@ const ZPixfHalving* ZPixfResizeBilinear::AsHalving() const noexcept {
     return typeid(*this) == typeid(ZPixfResizeBilinear) && IsHalf(inputFormat, outputFormat) ? this : nullptr;
 }
 
-void ZPixfResizeBilinear::Halve(unsigned line, unsigned first, std::size_t count, const std::uint8_t* upper,
-                                const std::uint8_t* lower, std::uint8_t* out) const noexcept {
-    const bool isLineEven = ResampleTable::IsEven(line, outputFormat.GetHeight());
-    HalvePart(isLineEven, outputFormat.GetWidth(), first, first + static_cast<unsigned>(count), upper, lower, out);
+void ZPixfResizeBilinear::Halve(const Part& part) const noexcept {
+    HalvePart(part, outputFormat.GetWidth(), outputFormat.GetHeight());
 }
 
 bool ZPixfResizeBilinear::OnStart() { return StartWith(ResampleKernel::triangle); }
