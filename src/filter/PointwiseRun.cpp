@@ -30,14 +30,18 @@ PointwiseRun::PointwiseRun(const FilterTask& task, CPixFilterPipeline& startedPi
     : input(task.input),
       pipeline(startedPipeline),
       tiles(input),
-      writer(task.sink.Writes()),
+      writes(task.sink.Writes()),
+      writer(writes),
       isInPlace(&input == &task.output),
       hasMask(HasMask(task.output)),
-      makesMask(hasMask && pipeline.stages[0].changesAlpha) {}
+      makesMask(hasMask && pipeline.stages[0].changesAlpha),
+      isOneCopy(!isInPlace && pipeline.numStages == 1 && input.GetColorFormat() == shr::BGRA_32 &&
+                task.output.GetColorFormat() == shr::BGRA_32) {}
 
 /// From the last rows to the first, as memory goes on.
 void PointwiseRun::Change(ZScanRect& tile, int row, int col, int first, int end) {
     const ZScanRect& from = isInPlace ? tile : tiles.At(row, col);
+    if (isOneCopy && CopyRows(from, tile, first, end)) return;
     const int width = tile.GetWidth(), mostRows = std::max(1, kMostBlockPixels / width);
     for (int rest = end; rest > first;) {
         const int rows = std::min(mostRows, rest - first);
@@ -47,6 +51,14 @@ void PointwiseRun::Change(ZScanRect& tile, int row, int col, int first, int end)
             ChangeBlock({from, x, rest, part, rows}, {tile, x, rest, part, rows});
         }
     }
+}
+
+/// False if the filter does not offer it.
+bool PointwiseRun::CopyRows(const ZScanRect& from, ZScanRect& to, int first, int end) {
+    const TileBlock<const ZScanRect> pixels{from, 0, first, from.GetWidth(), end - first};
+    const TileBlock<ZScanRect> changed{to, 0, first, to.GetWidth(), end - first};  // (rows of 4 bytes a pixel: no gaps)
+    return pipeline.stages[0].filter->AsPointwise()->CopyChanged(pixels.First(), changed.First(), pixels.Pixels(),
+                                                                 writes);
 }
 
 /// Where one stage of several fails, pixels that are between two of them must not be left in a tile.

@@ -20,13 +20,16 @@ public:
     void Change(ZScanRect& tile, int row, int col, int first, int end) override;
 
 private:
+    bool CopyRows(const ZScanRect& from, ZScanRect& to, int first, int end);
     void ChangeBlock(const TileBlock<const ZScanRect>& from, const TileBlock<ZScanRect>& to);
 
     const ZBitmap& input;
     CPixFilterPipeline& pipeline;
     InputTiles tiles;
+    const shr::CopyWrites writes;
     BlockWriter writer;
     const bool isInPlace, hasMask, makesMask;
+    const bool isOneCopy;  ///< of one stage, of pixels as filters have them
     std::vector<std::uint8_t> colors;
 };
 

@@ -53,25 +53,19 @@ Enter Passing(const MakeFilter& make, int lines) {
     };
 }
 
-/// A filter of single pixels as bitmaps use it: a block at a time, which is brought where it belongs.
+/// A filter of single pixels without lines.
 Enter ChangingPixels(const MakeFilter& make) {
     return [=](const Scene& scene) -> Entry {
         return Doing([=, &source = scene.source, &result = scene.result] {
-            constexpr std::size_t kBlock = 4096;
             const auto filter = make();
             bench::LineSource none{source.pixels.data(), source.side, 0};
             const zpixf::ZPixFormat format = bench::BgraFormat(source.side, source.side);
             Start(*filter, none, format, format);
             const bool isLarge = source.pixels.size() > std::size_t{32} << 20;
             const auto writes = isLarge ? shr::CopyWrites::streamed : shr::CopyWrites::cached;
-            std::uint8_t block[4 * kBlock];
-            for (std::size_t i = 0; i < source.PixelCount(); i += kBlock) {
-                const std::size_t count = std::min(kBlock, source.PixelCount() - i);
-                std::memcpy(block, source.pixels.data() + 4 * i, 4 * count);
-                if (!filter->AsPointwise()->ChangePixels(block, count)) throw std::runtime_error("a filter failed");
-                shr::CopyPixelRows({result.pixels.data() + 4 * i, 0, 0}, {block, 0, 0}, static_cast<int>(count), 1,
-                                   shr::BGRA_32, writes);
-            }
+            if (!filter->AsPointwise()->CopyChanged(source.pixels.data(), result.pixels.data(), source.PixelCount(),
+                                                    writes))
+                throw std::runtime_error("a filter does not copy");
             filter->Stop();
         });
     };

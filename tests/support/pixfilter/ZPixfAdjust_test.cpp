@@ -12,6 +12,7 @@
 #include "adjust/ZPixfAdjustLevels.h"
 #include "base/Kernels.h"
 #include "emulated/EmulatedKernels.h"
+#include "zpixf/ZPixfNull.h"
 
 // The kernels as they are for a processor whose vectors are not known.
 #define SIMD_NO_VECTORS
@@ -374,7 +375,8 @@ TEST(ZPixfDesaturate, GivesTheRoundedLumaOfEveryColorThereIs) {
                 colors[i] = i | red << 16 | (i * 5) << 24;
                 greys[i] = luma * 0x10101 | (i * 5) << 24;
             }
-            ActiveAdjustKernels().desaturate(reinterpret_cast<std::uint8_t*>(colors.data()), colors.size());
+            auto* const pixels = reinterpret_cast<std::uint8_t*>(colors.data());
+            ActiveAdjustKernels().desaturate({pixels, pixels, colors.size(), false});
             ASSERT_TRUE(colors == greys) << red;
         }
     });
@@ -390,19 +392,20 @@ TEST(ZPixfDesaturate, KeepsGreys) {
 /// Plain loops, as there are where no vectors are known.
 TEST(AdjustKernels, GiveTheSameWithoutVectors) {
     const PointPicture picture = RandomPicture(1001, 1);
-    const auto expectSame = [&](const std::function<void(const AdjustKernels&, std::uint8_t*)>& run) {
+    const auto expectSame = [&](const std::function<void(const AdjustKernels&, const AdjustedPixels&)>& run) {
         OnEveryLevel([&] {
             PixelBytes plain = picture.pixels, fast = picture.pixels;
-            run(kKernels, plain.data());
-            run(ActiveAdjustKernels(), fast.data());
+            run(kKernels, {plain.data(), plain.data(), 1001, false});
+            run(ActiveAdjustKernels(), {fast.data(), fast.data(), 1001, false});
             EXPECT_EQ(plain, fast);
         });
     };
     for (const double amount : {-1.0, -0.7, 0.0, 0.2, 1.0}) {
         const auto factor = static_cast<int>(amount * kSaturationOne);
-        expectSame([&](const AdjustKernels& kernels, std::uint8_t* pixels) { kernels.saturate(factor, pixels, 1001); });
+        expectSame(
+            [&](const AdjustKernels& kernels, const AdjustedPixels& pixels) { kernels.saturate(factor, pixels); });
     }
-    expectSame([&](const AdjustKernels& kernels, std::uint8_t* pixels) { kernels.desaturate(pixels, 1001); });
+    expectSame([&](const AdjustKernels& kernels, const AdjustedPixels& pixels) { kernels.desaturate(pixels); });
     for (LevelForm form : {LevelForm{250, 85, 40000, 77, 0, 1},
                            {255, 85, 32767, 0, 3000, 0},
                            {255, 0, 32767, 0, 0, 0},
@@ -410,7 +413,82 @@ TEST(AdjustKernels, GiveTheSameWithoutVectors) {
                            {200, 0, 32767, 0, 500, 0}})
         for (; form.shift <= 8; ++form.shift)
             expectSame(
-                [&](const AdjustKernels& kernels, std::uint8_t* pixels) { kernels.mapLevels(form, pixels, 1001); });
+                [&](const AdjustKernels& kernels, const AdjustedPixels& pixels) { kernels.mapLevels(form, pixels); });
+}
+
+/// From any address to any other, past the caches and not, with nothing beside written.
+TEST(AdjustKernels, GiveTheSameElsewhere) {
+    const PointPicture picture = RandomPicture(400, 1);
+    const auto expectSame = [&](const AdjustKernels& kernels, std::size_t fromBeyond, std::size_t toBeyond,
+                                std::size_t count, bool pastCaches) {
+        PixelBytes expected = picture.pixels, from(picture.pixels.size() + 64), to(from.size() + 64, 0x5A);
+        kKernels.desaturate({expected.data(), expected.data(), count, false});
+        std::copy(picture.pixels.begin(), picture.pixels.end(), from.begin() + static_cast<std::ptrdiff_t>(fromBeyond));
+        PixelBytes around = to;
+        std::copy_n(expected.begin(), 4 * count, around.begin() + static_cast<std::ptrdiff_t>(toBeyond));
+        kernels.desaturate({from.data() + fromBeyond, to.data() + toBeyond, count, pastCaches});
+        ASSERT_EQ(to, around) << fromBeyond << " " << toBeyond << " " << count << " " << pastCaches;
+    };
+    OnEveryLevel([&] {
+        for (const std::size_t fromBeyond : {0u, 4u, 21u})
+            for (std::size_t toBeyond = 0; toBeyond < 64; ++toBeyond)
+                for (const std::size_t count : {0u, 1u, 15u, 31u, 32u, 33u, 63u, 64u, 150u, 399u})
+                    for (const bool pastCaches : {false, true})
+                        ASSERT_NO_FATAL_FAILURE(
+                            expectSame(ActiveAdjustKernels(), fromBeyond, toBeyond, count, pastCaches));
+    });
+}
+
+/// Levels that no form gives.
+class Scrambled final : public ZPixfLevels {
+public:
+    ZPixfType FilterType() const override { return ZPixfType::KeepsAlpha; }
+
+protected:
+    std::array<std::uint8_t, 256> Levels() const override {
+        std::array<std::uint8_t, 256> levels{};
+        for (unsigned i = 0; i < 256; ++i) levels[i] = static_cast<std::uint8_t>(i * 89 + 7);
+        return levels;
+    }
+};
+
+TEST(FiltersOfSinglePixels, CopyWhatTheyChange) {
+    constexpr std::size_t kCount = 2102;
+    const PointPicture picture = RandomPicture(701, 3);
+    ZPixfBrightness brightness;
+    brightness.SetBrightness(0.3);
+    ZPixfSaturation saturation, same;
+    saturation.SetSaturation(-0.4);
+    Scrambled scrambled;
+    ZPixfDesaturate desaturation;
+    ZPixfNull handThrough;
+    for (ZPixfPointwise* filter : std::initializer_list<ZPixfPointwise*>{&brightness, &scrambled, &saturation, &same,
+                                                                         &desaturation, &handThrough}) {
+        const ZPixFormat format(701, 3, 4, 8, 0);
+        filter->SetInputFormat(format);
+        filter->SetOutputFormat(format);
+        filter->SetScanLineFunction([](void*, unsigned, void*) { return false; }, nullptr);
+        ASSERT_TRUE(filter->Start());
+        PixelBytes expected(picture.pixels.begin(), picture.pixels.begin() + 4 * kCount);
+        ASSERT_TRUE(filter->ChangePixels(expected.data(), kCount));
+        expected.resize(picture.pixels.size(), 0x5A);
+        for (const shr::CopyWrites writes : {shr::CopyWrites::cached, shr::CopyWrites::streamed}) {
+            PixelBytes copy(picture.pixels.size(), 0x5A);
+            ASSERT_TRUE(filter->CopyChanged(picture.pixels.data(), copy.data(), kCount, writes));
+            EXPECT_EQ(copy, expected) << static_cast<int>(filter->FilterType());
+        }
+    }
+}
+
+TEST(FiltersOfSinglePixels, HandThroughWhatIsLargerThanARowOfTheCopy) {
+    const ZPixFormat format(1 << 20, 1, 4, 8, 0);
+    ZPixfNull filter;
+    filter.SetInputFormat(format);
+    filter.SetOutputFormat(format);
+    std::vector<std::uint8_t> from(4 * 700'001), to(from.size());
+    for (std::size_t i = 0; i < from.size(); ++i) from[i] = static_cast<std::uint8_t>(i * 7 + (i >> 11));
+    ASSERT_TRUE(filter.CopyChanged(from.data(), to.data(), 700'001, shr::CopyWrites::streamed));
+    EXPECT_TRUE(from == to);
 }
 
 // What all of them have in common.

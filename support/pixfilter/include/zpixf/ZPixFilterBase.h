@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "shr/CopyPixelRows.h"
 #include "shr/ZString.h"
 #include "zpixf/Export.h"
 #include "zpixf/ZPixFormat.h"
@@ -140,6 +141,10 @@ public:
     /// For a started filter: changes `count` pixels of the formats set, in place. They may be of any place, in parts of
     /// any size, in any order. False, described and with none of them changed, if that fails.
     virtual bool ChangePixels(std::uint8_t* pixels, std::size_t count) = 0;
+    /// Puts the same into pixels of another place, in one go, which takes half the time where pictures are larger than
+    /// caches. False, with nothing done, for a filter that does not offer it, as by default; one that does never fails.
+    virtual bool CopyChanged(const std::uint8_t* from, std::uint8_t* to, std::size_t count,
+                             shr::CopyWrites writes) noexcept;
 };
 
 }  // namespace zpixf

@@ -10,11 +10,28 @@
 
 namespace zpixf {
 
+struct AdjustedPixels;
+
+/// What they have in common.
+class ZPIXF_API ZPixfAdjust : public ZPixfPointwise {
+public:
+    ~ZPixfAdjust() override;
+    bool ChangePixels(std::uint8_t* pixels, std::size_t count) final;
+    bool CopyChanged(const std::uint8_t* from, std::uint8_t* to, std::size_t count,
+                     shr::CopyWrites writes) noexcept final;
+
+protected:
+    ZPixfAdjust();
+    bool OnStart() override;
+
+private:
+    virtual void Adjust(const AdjustedPixels& pixels) const noexcept = 0;
+};
+
 /// A filter that maps each channel's level by itself.
-class ZPIXF_API ZPixfLevels : public ZPixfPointwise {
+class ZPIXF_API ZPixfLevels : public ZPixfAdjust {
 public:
     ~ZPixfLevels() override;
-    bool ChangePixels(std::uint8_t* pixels, std::size_t count) override;
     void Stop() override;
 
 protected:
@@ -24,6 +41,8 @@ protected:
     virtual std::array<std::uint8_t, 256> Levels() const = 0;
 
 private:
+    void Adjust(const AdjustedPixels& pixels) const noexcept override;
+
     struct ZPIXF_LOCAL State;
     std::unique_ptr<State> state;
 };
@@ -60,7 +79,7 @@ private:
     double contrast = 0;
 };
 
-class ZPIXF_API ZPixfSaturation : public ZPixfPointwise {
+class ZPIXF_API ZPixfSaturation : public ZPixfAdjust {
 public:
     ZPixfSaturation();
     ~ZPixfSaturation() override;
@@ -68,26 +87,26 @@ public:
     /// complementary colours. Exact, with the amount rounded to a multiple of 1/16384. Limits as for brightness.
     void SetSaturation(double amount);
     ZPixfType FilterType() const override;
-    bool ChangePixels(std::uint8_t* pixels, std::size_t count) override;
 
 protected:
     bool OnStart() override;
 
 private:
+    void Adjust(const AdjustedPixels& pixels) const noexcept override;
+
     double saturation = 1;
     int factor = 0;  // of a started filter
 };
 
 /// Each channel becomes the luma.
-class ZPIXF_API ZPixfDesaturate : public ZPixfPointwise {
+class ZPIXF_API ZPixfDesaturate : public ZPixfAdjust {
 public:
     ZPixfDesaturate();
     ~ZPixfDesaturate() override;
     ZPixfType FilterType() const override;
-    bool ChangePixels(std::uint8_t* pixels, std::size_t count) override;
 
-protected:
-    bool OnStart() override;
+private:
+    void Adjust(const AdjustedPixels& pixels) const noexcept override;
 };
 
 }  // namespace zpixf

@@ -9,7 +9,9 @@ public:
     ZPixfNull();
     ~ZPixfNull() override;
     ZPixfType FilterType() const override;
-    bool ChangePixels(std::uint8_t* pixels, std::size_t count) override;
+    bool ChangePixels(std::uint8_t* pixels, std::size_t count) final;
+    bool CopyChanged(const std::uint8_t* from, std::uint8_t* to, std::size_t count,
+                     shr::CopyWrites writes) noexcept final;
 
 protected:
     bool OnStart() override;

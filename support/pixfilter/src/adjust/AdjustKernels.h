@@ -1,6 +1,6 @@
 #pragma once
 // The work per pixel of the filters of colour alone, compiled once per instruction-set level. Every level gives the
-// same bytes. Pixels are B, G, R, A, and changed in place.
+// same bytes. Pixels are B, G, R, A.
 #include <cstddef>
 #include <cstdint>
 
@@ -33,11 +33,19 @@ static constexpr std::uint8_t ApplyLevelForm(const LevelForm& form, unsigned lev
 constexpr unsigned kSaturationBits = 14;
 constexpr int kSaturationOne = 1 << kSaturationBits;
 
+/// What is changed: pixels where they lie, or pixels on their way to others, which do not overlap them.
+struct AdjustedPixels {
+    const std::uint8_t* from;
+    std::uint8_t* to;
+    std::size_t count;
+    bool pastCaches;  ///< how to write
+};
+
 struct AdjustKernels {
-    void (*mapLevels)(const LevelForm& form, std::uint8_t* pixels, std::size_t count);
+    void (*mapLevels)(const LevelForm& form, const AdjustedPixels& pixels);
     /// `amount`: -kSaturationOne to kSaturationOne.
-    void (*saturate)(int amount, std::uint8_t* pixels, std::size_t count);
-    void (*desaturate)(std::uint8_t* pixels, std::size_t count);
+    void (*saturate)(int amount, const AdjustedPixels& pixels);
+    void (*desaturate)(const AdjustedPixels& pixels);
 };
 
 extern const AdjustKernels kBaseAdjustKernels;

@@ -32,22 +32,55 @@ struct ShareFactor {
 
 #if defined(SIMD_HAS_VECTORS)
 
+/// Makes fewer pixels than a vector has what `change.Of` makes of a vector of them.
+template <class Change>
+void ChangeFew(const Change& change, const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+    std::uint8_t few[kVecBytes] = {};
+    std::memcpy(few, from, 4 * count);
+    Store(few, change.Of(Load(few)));
+    std::memcpy(to, few, 4 * count);
+}
+
+/// The same of as many whole vectors as there are; returns how many pixels that were.
+template <bool kPastCaches, class Change>
+std::size_t ChangeVectors(const Change& change, const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+    constexpr std::size_t kFetchedAhead = 8192;
+    const auto store = [](std::uint8_t* place, Vec v) { kPastCaches ? StorePastCaches(place, v) : Store(place, v); };
+    std::size_t x = 0;
+    for (; x + 2 * kVecPixels <= count; x += 2 * kVecPixels, from += 2 * kVecBytes, to += 2 * kVecBytes) {
+        if constexpr (kPastCaches) {
+            FetchAhead(from + kFetchedAhead);
+            if constexpr (2 * kVecBytes > 64) FetchAhead(from + kFetchedAhead + 64);
+        }
+        const Vec first = change.Of(Load(from)), second = change.Of(Load(from + kVecBytes));
+        store(to, first);
+        store(to + kVecBytes, second);
+    }
+    for (; x + kVecPixels <= count; x += kVecPixels, from += kVecBytes, to += kVecBytes)
+        store(to, change.Of(Load(from)));
+    return x;
+}
+
 /// Makes all pixels what `change.Of` makes of a vector of them.
 template <class Change>
-void ChangeAll(const Change change, std::uint8_t* pixels, std::size_t count) {
+void ChangeAll(const Change change, const AdjustedPixels& pixels) {
+    const auto [from, to, count, pastCaches] = pixels;
+    // (Pixels at odd addresses never come to lie at those that vectors past the caches need.)
+    const std::size_t beyond = reinterpret_cast<std::uintptr_t>(to) % kVecBytes;
     std::size_t x = 0;
-    for (; x + 2 * kVecPixels <= count; x += 2 * kVecPixels) {
-        const Vec first = change.Of(Load(pixels + 4 * x)), second = change.Of(Load(pixels + 4 * x + kVecBytes));
-        Store(pixels + 4 * x, first);
-        Store(pixels + 4 * x + kVecBytes, second);
+    if (pastCaches && beyond % 4 == 0 && count >= 2 * kVecPixels) {
+        if (beyond != 0) ChangeFew(change, from, to, x = (kVecBytes - beyond) / 4);
+        x += ChangeVectors<true>(change, from + 4 * x, to + 4 * x, count - x);
+        FinishStores();
     }
-    for (; x + kVecPixels <= count; x += kVecPixels) Store(pixels + 4 * x, change.Of(Load(pixels + 4 * x)));
-    if (x == count) return;
-    std::uint8_t rest[kVecBytes] = {};
-    std::memcpy(rest, pixels + 4 * x, 4 * (count - x));
-    Store(rest, change.Of(Load(rest)));
-    std::memcpy(pixels + 4 * x, rest, 4 * (count - x));
+    x += ChangeVectors<false>(change, from + 4 * x, to + 4 * x, count - x);
+    if (x < count) ChangeFew(change, from + 4 * x, to + 4 * x, count - x);
 }
+
+/// Changes nothing.
+struct Unchanged {
+    Vec Of(Vec pixels) const { return pixels; }
+};
 
 /// A 16-bit number for the colours and another for alpha.
 Vec SplatPixel16(std::uint32_t color, std::uint32_t alpha) {
@@ -133,21 +166,21 @@ private:
 
 /// Always true, for those who try.
 template <class Levels>
-bool MapLevelsBy(const LevelForm& form, std::uint8_t* pixels, std::size_t count) {
-    ChangeAll(Levels(form), pixels, count);
+bool MapLevelsBy(const LevelForm& form, const AdjustedPixels& pixels) {
+    ChangeAll(Levels(form), pixels);
     return true;
 }
 
 template <int... kShifts>
-bool MapSteepLevels(const LevelForm& form, std::uint8_t* pixels, std::size_t count) {
-    return ((SteepLevels<kShifts>::Suits(form) && MapLevelsBy<SteepLevels<kShifts>>(form, pixels, count)) || ...);
+bool MapSteepLevels(const LevelForm& form, const AdjustedPixels& pixels) {
+    return ((SteepLevels<kShifts>::Suits(form) && MapLevelsBy<SteepLevels<kShifts>>(form, pixels)) || ...);
 }
 
-void MapLevels(const LevelForm& form, std::uint8_t* pixels, std::size_t count) {
+void MapLevels(const LevelForm& form, const AdjustedPixels& pixels) {
     if (FlatLevels::Suits(form))
-        MapLevelsBy<FlatLevels>(form, pixels, count);
-    else if (!MapSteepLevels<0, 1, 2, 3, 4, 5, 6, 7>(form, pixels, count))
-        MapLevelsBy<AnyLevels>(form, pixels, count);
+        MapLevelsBy<FlatLevels>(form, pixels);
+    else if (!MapSteepLevels<0, 1, 2, 3, 4, 5, 6, 7>(form, pixels))
+        MapLevelsBy<AnyLevels>(form, pixels);
 }
 
 #if defined(SIMD_HAS_SHUFFLES)
@@ -291,13 +324,13 @@ private:
 
 #endif
 
-void Saturate(int amount, std::uint8_t* pixels, std::size_t count) {
-    if (amount == kSaturationOne) return;
+void Saturate(int amount, const AdjustedPixels& pixels) {
+    if (amount == kSaturationOne) return ChangeAll(Unchanged(), pixels);
     const ShareFactor share(static_cast<unsigned>(kSaturationOne - amount));
     switch (share.times) {
-        case 0: return ChangeAll(Saturated<0>(amount, share), pixels, count);
-        case 1: return ChangeAll(Saturated<1>(amount, share), pixels, count);
-        default: return ChangeAll(Saturated<2>(amount, share), pixels, count);
+        case 0: return ChangeAll(Saturated<0>(amount, share), pixels);
+        case 1: return ChangeAll(Saturated<1>(amount, share), pixels);
+        default: return ChangeAll(Saturated<2>(amount, share), pixels);
     }
 }
 
@@ -305,7 +338,7 @@ struct Desaturated {
     Vec Of(Vec pixels) const { return WithAlphaOf(pixels, SpreadLowByte(Lumas(pixels))); }
 };
 
-void Desaturate(std::uint8_t* pixels, std::size_t count) { ChangeAll(Desaturated(), pixels, count); }
+void Desaturate(const AdjustedPixels& pixels) { ChangeAll(Desaturated(), pixels); }
 
 #else
 
@@ -313,9 +346,19 @@ std::uint32_t LumaSum(const std::uint8_t* pixel) {
     return kLumaBlue * pixel[0] + kLumaGreen * pixel[1] + kLumaRed * pixel[2];
 }
 
-void MapLevels(const LevelForm& form, std::uint8_t* pixels, std::size_t count) {
-    for (std::size_t x = 0; x < count; ++x, pixels += 4)
-        for (unsigned channel = 0; channel < 3; ++channel) pixels[channel] = ApplyLevelForm(form, pixels[channel]);
+/// Makes each pixel what `change(from, to)` makes of its colours.
+template <class Change>
+void ChangeAll(const AdjustedPixels& pixels, const Change& change) {
+    for (std::size_t i = 0; i < 4 * pixels.count; i += 4) {
+        pixels.to[i + 3] = pixels.from[i + 3];
+        change(pixels.from + i, pixels.to + i);
+    }
+}
+
+void MapLevels(const LevelForm& form, const AdjustedPixels& pixels) {
+    ChangeAll(pixels, [&](const std::uint8_t* from, std::uint8_t* to) {
+        for (unsigned channel = 0; channel < 3; ++channel) to[channel] = ApplyLevelForm(form, from[channel]);
+    });
 }
 
 /// What luma adds to each channel of a pixel, in units of 1 / kSaturationOne, with the half that rounding wants. Cut
@@ -325,22 +368,21 @@ std::int32_t LumaShare(std::uint32_t sum, std::uint32_t rest) {
     return static_cast<std::int32_t>(scaled / kLumaOne);
 }
 
-void Saturate(int amount, std::uint8_t* pixels, std::size_t count) {
+void Saturate(int amount, const AdjustedPixels& pixels) {
     const auto rest = static_cast<std::uint32_t>(kSaturationOne - amount);
-    for (std::size_t x = 0; x < count; ++x, pixels += 4) {
-        const std::int32_t share = LumaShare(LumaSum(pixels), rest);
+    ChangeAll(pixels, [&](const std::uint8_t* from, std::uint8_t* to) {
+        const std::int32_t share = LumaShare(LumaSum(from), rest);
         for (unsigned channel = 0; channel < 3; ++channel) {
-            const std::int32_t value = (amount * pixels[channel] + share) >> kSaturationBits;
-            pixels[channel] = static_cast<std::uint8_t>(value < 0 ? 0 : value < 255 ? value : 255);
+            const std::int32_t value = (amount * from[channel] + share) >> kSaturationBits;
+            to[channel] = static_cast<std::uint8_t>(value < 0 ? 0 : value < 255 ? value : 255);
         }
-    }
+    });
 }
 
-void Desaturate(std::uint8_t* pixels, std::size_t count) {
-    for (std::size_t x = 0; x < count; ++x, pixels += 4) {
-        const auto luma = static_cast<std::uint8_t>((LumaSum(pixels) + kLumaOne / 2) / kLumaOne);
-        pixels[0] = pixels[1] = pixels[2] = luma;
-    }
+void Desaturate(const AdjustedPixels& pixels) {
+    ChangeAll(pixels, [](const std::uint8_t* from, std::uint8_t* to) {
+        to[0] = to[1] = to[2] = static_cast<std::uint8_t>((LumaSum(from) + kLumaOne / 2) / kLumaOne);
+    });
 }
 
 #endif

@@ -88,6 +88,9 @@ bool ZPixFilterBase::FailForMemory(const char* file, int line) {
 
 ZPixfPointwise::ZPixfPointwise() = default;
 ZPixfPointwise::~ZPixfPointwise() = default;
+bool ZPixfPointwise::CopyChanged(const std::uint8_t*, std::uint8_t*, std::size_t, shr::CopyWrites) noexcept {
+    return false;
+}
 
 bool ZPixfPointwise::FilterScanline(unsigned line, void* buffer) {
     return IsReadyFor(line) && PullLine(line, buffer) &&

@@ -15,6 +15,8 @@
 // kernel is the same for all widths; the exceptions say so.
 //
 //   Load, Store                          from and to memory at any address
+//   StorePastCaches                      to a multiple of kVecBytes; others see it after FinishStores
+//   FetchAhead                           has a line of the caches fetched that is soon loaded; any address will do
 //   Zero, Splat8, Splat16, Splat32, Splat64, Splat128
 //   And, Or, AndNot(without, a)
 //   Min8, Max8, MinSigned16

@@ -8,6 +8,9 @@ using Vec = __m256i;
 
 inline Vec Load(const void* from) { return _mm256_loadu_si256(static_cast<const __m256i*>(from)); }
 inline void Store(void* to, Vec v) { _mm256_storeu_si256(static_cast<__m256i*>(to), v); }
+inline void StorePastCaches(void* to, Vec v) { _mm256_stream_si256(static_cast<__m256i*>(to), v); }
+inline void FinishStores() { _mm_sfence(); }
+inline void FetchAhead(const void* from) { _mm_prefetch(static_cast<const char*>(from), _MM_HINT_T0); }
 inline Vec Zero() { return _mm256_setzero_si256(); }
 inline Vec Splat8(int value) { return _mm256_set1_epi8(static_cast<char>(value)); }
 inline Vec Splat16(int value) { return _mm256_set1_epi16(static_cast<short>(value)); }

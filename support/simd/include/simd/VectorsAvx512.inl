@@ -12,6 +12,9 @@ constexpr __mmask8 kAll64 = 0xFF;
 
 inline Vec Load(const void* from) { return _mm512_loadu_si512(from); }
 inline void Store(void* to, Vec v) { _mm512_storeu_si512(to, v); }
+inline void StorePastCaches(void* to, Vec v) { _mm512_stream_si512(static_cast<__m512i*>(to), v); }
+inline void FinishStores() { _mm_sfence(); }
+inline void FetchAhead(const void* from) { _mm_prefetch(static_cast<const char*>(from), _MM_HINT_T0); }
 inline Vec Zero() { return _mm512_setzero_si512(); }
 inline Vec Splat8(int value) { return _mm512_set1_epi8(static_cast<char>(value)); }
 inline Vec Splat16(int value) { return _mm512_set1_epi16(static_cast<short>(value)); }

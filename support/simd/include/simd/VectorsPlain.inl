@@ -83,6 +83,9 @@ inline Vec Load(const void* from) {
     return v;
 }
 inline void Store(void* to, Vec v) { std::memcpy(to, v.bytes, sizeof v); }
+inline void StorePastCaches(void* to, Vec v) { Store(to, v); }
+inline void FinishStores() {}
+inline void FetchAhead(const void*) {}
 inline Vec Zero() { return {}; }
 inline Vec Splat8(int value) { return Splat(static_cast<std::uint8_t>(value)); }
 inline Vec Splat16(int value) { return Splat(static_cast<std::uint16_t>(value)); }

@@ -8,6 +8,9 @@ using Vec = __m128i;
 
 inline Vec Load(const void* from) { return _mm_loadu_si128(static_cast<const __m128i*>(from)); }
 inline void Store(void* to, Vec v) { _mm_storeu_si128(static_cast<__m128i*>(to), v); }
+inline void StorePastCaches(void* to, Vec v) { _mm_stream_si128(static_cast<__m128i*>(to), v); }
+inline void FinishStores() { _mm_sfence(); }
+inline void FetchAhead(const void* from) { _mm_prefetch(static_cast<const char*>(from), _MM_HINT_T0); }
 inline Vec Zero() { return _mm_setzero_si128(); }
 inline Vec Splat8(int value) { return _mm_set1_epi8(static_cast<char>(value)); }
 inline Vec Splat16(int value) { return _mm_set1_epi16(static_cast<short>(value)); }
