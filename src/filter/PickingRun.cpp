@@ -39,6 +39,7 @@ PickingRun::PickingRun(const FilterTask& task, CPixFilterPipeline& pipeline)
       left(task.inputRect.left),
       top(task.inputRect.top),
       filter(*pipeline.stages[0].filter->AsPicking()),
+      isStreamed(output.GetColorFormat() == shr::BGRA_32 && task.sink.Writes() == shr::CopyWrites::streamed),
       tiles(input) {}
 
 /// From the last rows to the first, as memory goes on.
@@ -53,9 +54,11 @@ void PickingRun::Change(ZScanRect& tile, int row, int col, int first, int end) {
             const int rows = std::min(mostRows, rest - first);
             rest -= rows;
             const TileBlock<ZScanRect> to{tile, x, rest, columns, rows};
-            Write(to, [&](std::uint8_t* out, std::ptrdiff_t stride) {
-                PickLines(to, {place.x, place.y + rest}, out, stride);
-            });
+            const POINT begin{place.x, place.y + rest};
+            if (isStreamed)
+                StreamLines(to, begin);
+            else
+                Write(to, [&](std::uint8_t* out, std::ptrdiff_t stride) { PickLines(to, begin, out, stride); });
         }
     }
 }
@@ -85,6 +88,18 @@ void PickingRun::PickLines(const TileBlock<ZScanRect>& to, POINT place, std::uin
             PickLine(line, next, out);
         below = next == line ? out : nullptr;
         line = next;
+    }
+}
+
+/// The same past the caches: each line is picked once, within them, and brought wherever it is the same.
+void PickingRun::StreamLines(const TileBlock<ZScanRect>& to, POINT place) {
+    picked.resize(std::max(picked.size(), std::size_t{4} * static_cast<unsigned>(to.width)));
+    std::uint8_t* out = to.First();
+    LONG current = -1;
+    for (LONG y = to.height - 1; y >= 0; --y, out += to.Stride()) {
+        const LONG line = LineUnder(place.y + y);
+        if (line != current) PickLine(current = line, LineUnder(std::max(place.y + y - 1, LONG{0})), picked.data());
+        shr::CopyPixelLine({out, 0, 0}, {picked.data(), 0, 0}, to.width, shr::BGRA_32, shr::CopyWrites::streamed);
     }
 }
 

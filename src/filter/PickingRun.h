@@ -26,6 +26,7 @@ private:
 
     void FindParts(int first, int end);
     void PickLines(const TileBlock<ZScanRect>& to, POINT place, std::uint8_t* out, std::ptrdiff_t stride);
+    void StreamLines(const TileBlock<ZScanRect>& to, POINT place);
     void PickLine(LONG inputLine, LONG nextLine, std::uint8_t* out);
     void PickPart(const Part& part, LONG inputLine, LONG nextLine, std::uint8_t* out);
     LONG LineUnder(LONG line) const { return top + static_cast<LONG>(filter.LineUnder(static_cast<unsigned>(line))); }
@@ -33,8 +34,10 @@ private:
 
     const LONG left, top;  ///< of what is filtered of the input
     const zpixf::ZPixfPicking& filter;
+    const bool isStreamed;  ///< and what is picked has the result's format
     InputTiles tiles;
-    std::vector<Part> parts;  ///< of the block in hand
+    std::vector<Part> parts;           ///< of the block in hand
+    std::vector<std::uint8_t> picked;  ///< a line of it
 };
 
 }  // namespace zbm

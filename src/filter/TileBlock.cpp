@@ -61,8 +61,9 @@ void BlockWriter::Write(const TileBlock<ZScanRect>& block, const std::uint8_t* b
         Convert(block, {converted.data(), format, stride}, pixels);
         pixels = {converted.data(), format, stride};
     }
-    shr::CopyPixelRows({destination.first, destination.stride, 0}, {pixels.first, pixels.stride, 0}, block.width,
-                       block.height, format, writes);
+    for (int y = 0; y < block.height; ++y)
+        shr::CopyPixelLine({destination.first + std::ptrdiff_t{destination.stride} * y, 0, 0},
+                           {pixels.first + std::ptrdiff_t{pixels.stride} * y, 0, 0}, block.width, format, writes);
 }
 
 }  // namespace zbm

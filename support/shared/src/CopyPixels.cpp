@@ -16,6 +16,8 @@ namespace {
 constexpr std::size_t kFirstCacheBytes = std::size_t{128} << 10;
 
 constinit cpu::KernelSet<CopyBitsFunction> copyBits(CopyBits_base, CPU_WIDE(CopyBits_avx2), CPU_WIDE(CopyBits_avx512));
+constinit cpu::KernelSet<StreamCopyFunction> streamCopy(StreamCopy_base, CPU_WIDE(StreamCopy_avx2),
+                                                        CPU_WIDE(StreamCopy_avx512));
 
 /// Where a run of pixels lies in its row, in bits.
 struct BitRun {
@@ -38,7 +40,7 @@ bool HasPixels(int destinationX, int sourceX, int count, ColorFormat format) {
 
 }  // namespace
 
-bool UseKernels(cpu::Level level) noexcept { return cpu::UseLevel(level, copyBits); }
+bool UseKernels(cpu::Level level) noexcept { return cpu::UseLevel(level, copyBits, streamCopy); }
 
 void CopyPixels(void* destinationRow, int destinationX, const void* sourceRow, int sourceX, int count,
                 ColorFormat format) noexcept {
@@ -65,7 +67,7 @@ void CopyPixelLine(const PixelRuns<std::uint8_t>& destination, const PixelRuns<c
     std::uint8_t* const target = destination.firstRow + to.firstByte;
     const std::uint8_t* const origin = source.firstRow + from.firstByte;
     if (writes == CopyWrites::streamed)
-        StreamCopy(target, origin, bitCount / 8, origin + source.stride);
+        streamCopy.Active()(target, origin, bitCount / 8, origin + source.stride);
     else if (source.stride != 0)
         FetchingCopy(target, origin, bitCount / 8, origin + source.stride);
     else
@@ -93,8 +95,9 @@ void CopyPixelRows(PixelRuns<std::uint8_t> destination, PixelRuns<const std::uin
     if ((to.phase | from.phase | (bitCount & 7)) != 0) {
         copyBits.Active()({target, targetStep, to.phase, origin, originStep, from.phase, bitCount, rows});
     } else if (writes == CopyWrites::streamed) {
+        StreamCopyFunction& copy = streamCopy.Active();
         for (int row = 0; row < rows; ++row, target += targetStep, origin += originStep)
-            StreamCopy(target, origin, bitCount / 8, row + 1 < rows ? origin + originStep : origin);
+            copy(target, origin, bitCount / 8, row + 1 < rows ? origin + originStep : origin);
         StreamFence();
     } else {
         const std::size_t rowBytes = bitCount / 8;

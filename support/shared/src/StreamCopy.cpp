@@ -1,6 +1,5 @@
 #include "StreamCopy.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "shr/Fetch.h"
@@ -38,9 +37,6 @@ struct CacheLine {
     void Store(std::uint8_t* to) const {
         for (std::size_t k = 0; k < kLineVectors; ++k) _mm_storeu_si128(reinterpret_cast<Vector*>(to) + k, vectors[k]);
     }
-    void Stream(std::uint8_t* to) const {
-        for (std::size_t k = 0; k < kLineVectors; ++k) _mm_stream_si128(reinterpret_cast<Vector*>(to) + k, vectors[k]);
-    }
 };
 
 void Fetch(const std::uint8_t* address) { _mm_prefetch(reinterpret_cast<const char*>(address), _MM_HINT_T0); }
@@ -68,19 +64,6 @@ FETCHES_FOR_WRITING void FetchingRowCopy(std::uint8_t* destination, const std::u
     std::memcpy(destination + i, source + i, byteCount - i);
 }
 
-void StreamCopy(std::uint8_t* destination, const std::uint8_t* source, std::size_t byteCount,
-                const std::uint8_t* nextSource) noexcept {
-    const std::size_t misaligned = (0 - reinterpret_cast<std::uintptr_t>(destination)) % sizeof(Vector);
-    const std::size_t head = std::min(misaligned, byteCount);
-    std::memcpy(destination, source, head);
-    std::size_t i = head;
-    for (; i + kLine <= byteCount; i += kLine) {
-        Fetch(nextSource + i);
-        CacheLine(source + i).Stream(destination + i);
-    }
-    std::memcpy(destination + i, source + i, byteCount - i);
-}
-
 void StreamFence() noexcept { _mm_sfence(); }
 
 void FetchForReading(const void* address, std::size_t byteCount) noexcept {
@@ -102,11 +85,6 @@ void FetchingCopy(std::uint8_t* destination, const std::uint8_t* source, std::si
 
 void FetchingRowCopy(std::uint8_t* destination, const std::uint8_t* source, std::size_t byteCount, const std::uint8_t*,
                      const std::uint8_t*) noexcept {
-    std::memcpy(destination, source, byteCount);
-}
-
-void StreamCopy(std::uint8_t* destination, const std::uint8_t* source, std::size_t byteCount,
-                const std::uint8_t*) noexcept {
     std::memcpy(destination, source, byteCount);
 }
 
