@@ -49,7 +49,8 @@ std::size_t Compute(const std::uint8_t* input, std::uint8_t* bytes) {
     results.AddAll(InterleaveLow8(a, b), InterleaveHigh8(a, b), InterleaveLow16(a, b), InterleaveHigh16(a, b),
                    InterleaveLow32(a, b), InterleaveHigh32(a, b), PackSigned32(a, b), PackToBytes(a, b),
                    FirstInOrder(a, b), SecondInOrder(a, b), PackToBytesInOrder(a, b), Shifted<1>(a, b),
-                   Shifted<2>(a, b), SpreadLowByte(And(a, Splat32(0xFF))), MergeChannels(a, b, b, a));
+                   Shifted<2>(a, b), Shifted<kVecPixels - 2>(a, b), Shifted<kVecPixels - 1>(a, b),
+                   SpreadLowByte(And(a, Splat32(0xFF))), MergeChannels(a, b, b, a));
     results.Add(IsAnyGreater32(a, b));
     results.Add(IsAnyGreater32(a, a));
     PairFactors factors;
@@ -58,10 +59,15 @@ std::size_t Compute(const std::uint8_t* input, std::uint8_t* bytes) {
 
     // Whole numbers below 2^24 have no roundings that could tell.
     const Floats x = ToFloats(ShiftRightSigned32<20>(a)), y = ToFloats(ShiftRightSigned32<20>(b));
-    results.AddAll(x, SplatFloats(2.5F), MultiplyFloats(x, y), AddProduct(y, x, SplatFloats(3.0F)));
+    results.AddAll(ShiftedFloats<1>(x, y), ShiftedFloats<2>(x, y), ShiftedFloats<kVecPixels - 1>(x, y));
+    results.AddAll(x, SplatFloats(2.5F), AddFloats(x, y), MultiplyFloats(x, y), AddProduct(y, x, SplatFloats(3.0F)));
     const Floats halves = MultiplyFloats(x, SplatFloats(0.5F));
     results.Add(Nearest32(halves));
     results.Add(Truncated32(halves));
+    alignas(kMostBytes) std::uint8_t past[kMostBytes];
+    StorePastCaches(past, a);
+    FinishStores();
+    results.Add(Load(past));
     float numbers[kMostBytes / 4];
     StoreFloats(numbers, x);
     const Floats loaded = LoadFloats(numbers);

@@ -8,7 +8,7 @@ namespace zpixf {
 /// picture. Lines are kept while they stay within the window, so that in one pass each is pulled once.
 ///
 /// A line is 4 bytes a pixel, with `margin` pixels before and after that the filter may fill; lines begin at multiples
-/// of 32 bytes from each other.
+/// of 64 bytes, as lines of the caches do.
 class LineWindow {
 public:
     /// `count` lines of `width` pixels. Raises std::bad_alloc.

@@ -25,38 +25,80 @@ void LayOut(const std::uint8_t* pixels, std::size_t count, const ColorPlanes& pl
 /// The blue levels that a tap takes.
 const float* LevelsAt(const Tap& tap, const ConvolutionLines& lines) { return lines.blues[tap.row] + tap.column; }
 
-/// The sums of three colours in floats.
-struct FloatSums {
-    struct Factor {
-        const float* at;
-        float factor;
-    };
-    Factor factors[kMaxTaps];
-    const Factor* end;
-    std::size_t stride;
+/// The kernel as a full square of factors, and what its sums begin with.
+template <unsigned kSide>
+struct FactorSquare {
+    Floats factors[kSide][kSide];
     Floats start;
 
-    FloatSums(const ConvolutionForm& form, const ConvolutionLines& lines)
-        : end(factors + form.numTaps), stride(lines.planeStride), start(SplatFloats(form.floats.start)) {
+    explicit FactorSquare(const ConvolutionForm& form) : start(SplatFloats(form.floats.start)) {
+        constexpr int kMiddle = kSide / 2;
+        for (auto& row : factors)
+            for (Floats& factor : row) factor = SplatFloats(0);
         for (unsigned tap = 0; tap < form.numTaps; ++tap)
-            factors[tap] = {LevelsAt(form.taps[tap], lines), form.floats.factors[tap]};
+            factors[form.taps[tap].row][form.taps[tap].column + kMiddle] = SplatFloats(form.floats.factors[tap]);
     }
-    FloatSums(const FloatSums&) = delete;
-    FloatSums& operator=(const FloatSums&) = delete;
+};
 
-    template <unsigned kVectors>
-    void Sum(std::size_t x, Floats (&sums)[kVectors][kColors]) const {
-        for (auto& colors : sums)
-            for (Floats& sum : colors) sum = start;
-        for (const Factor* tap = factors; tap < end; ++tap) {
-            const Floats factor = SplatFloats(tap->factor);
-            const float* const from = tap->at + x;
-            for (unsigned i = 0; i < kVectors; ++i)
-                for (unsigned color = 0; color < kColors; ++color)
-                    sums[i][color] =
-                        AddProduct(sums[i][color], LoadFloats(from + i * kVecPixels + color * stride), factor);
+/// The sums of one colour. The levels of a vector are loaded once for each line and not once for each tap: they are
+/// summed down the picture first, for each column of the kernel by itself, and these sums, moved by as many pixels as
+/// their column lies beside the centre, are added.
+template <unsigned kSide>
+class SumsOfColor {
+public:
+    SumsOfColor(const FactorSquare<kSide>& newSquare, const ConvolutionLines& lines, std::size_t offset)
+        : square(newSquare) {
+        for (unsigned row = 0; row < kSide; ++row) blues[row] = lines.blues[row] + offset;
+    }
+
+    /// `vectors` of them, of pixels from `x` on, which is a multiple of kVecPixels.
+    void Sum(std::size_t x, std::size_t vectors, float* sums) const {
+        const std::ptrdiff_t step = kVecPixels;
+        std::ptrdiff_t at = static_cast<std::ptrdiff_t>(x);
+        Columns columns = At(at - step), next = At(at);
+        for (std::size_t i = 0; i < vectors; ++i, sums += kVecPixels) {
+            const Floats left = WithLeft(columns, next);
+            columns = next;
+            next = At(at += step);
+            StoreFloats(sums, WithRight(left, columns, next));
         }
     }
+
+private:
+    static constexpr unsigned kMiddle = kSide / 2;
+    struct Columns {
+        Floats sums[kSide];
+    };
+
+    Columns At(std::ptrdiff_t x) const {
+        Columns columns;
+        const Floats first = LoadFloats(blues[0] + x);
+        for (unsigned column = 0; column < kSide; ++column)
+            columns.sums[column] = column == kMiddle ? AddProduct(square.start, first, square.factors[0][column])
+                                                     : MultiplyFloats(first, square.factors[0][column]);
+        for (unsigned row = 1; row < kSide; ++row) {
+            const Floats levels = LoadFloats(blues[row] + x);
+            for (unsigned column = 0; column < kSide; ++column)
+                columns.sums[column] = AddProduct(columns.sums[column], levels, square.factors[row][column]);
+        }
+        return columns;
+    }
+    /// The sums of the columns up to the one in the middle.
+    static Floats WithLeft(const Columns& former, const Columns& columns) {
+        Floats sum = columns.sums[kMiddle];
+        if constexpr (kMiddle > 1)
+            sum = AddFloats(sum, ShiftedFloats<kVecPixels - 2>(former.sums[kMiddle - 2], columns.sums[kMiddle - 2]));
+        return AddFloats(sum, ShiftedFloats<kVecPixels - 1>(former.sums[kMiddle - 1], columns.sums[kMiddle - 1]));
+    }
+    static Floats WithRight(Floats sum, const Columns& columns, const Columns& next) {
+        sum = AddFloats(sum, ShiftedFloats<1>(columns.sums[kMiddle + 1], next.sums[kMiddle + 1]));
+        if constexpr (kMiddle > 1)
+            sum = AddFloats(sum, ShiftedFloats<2>(columns.sums[kMiddle + 2], next.sums[kMiddle + 2]));
+        return sum;
+    }
+
+    const FactorSquare<kSide>& square;
+    const float* blues[kSide];  ///< or greens, or reds
 };
 
 /// What Plain gives, by the same steps in the same order.
@@ -64,21 +106,18 @@ class Definition {
 public:
     Definition(const ConvolutionForm& newForm, const ConvolutionLines& newLines) : form(newForm), lines(newLines) {}
 
-    /// A vector of pixels.
-    void Find(std::size_t x, Vec (&levels)[kColors]) const {
+    /// One colour of a vector of pixels.
+    Vec Find(std::size_t x, unsigned color) const {
         constexpr std::size_t kHalf = kVecPixels / 2;
-        Doubles sums[2 * kColors];
-        for (Doubles& sum : sums) sum = SplatDoubles(0);
+        const std::size_t first = x + color * lines.planeStride;
+        Doubles low = SplatDoubles(0), high = low;
         for (unsigned tap = 0; tap < form.numTaps; ++tap) {
             const Doubles factor = SplatDoubles(form.factors[tap]);
-            const float* const from = LevelsAt(form.taps[tap], lines) + x;
-            for (unsigned i = 0; i < 2 * kColors; ++i) {
-                const Doubles level = LoadAsDoubles(from + i / 2 * lines.planeStride + i % 2 * kHalf);
-                sums[i] = AddDoubles(sums[i], MultiplyDoubles(factor, level));
-            }
+            const float* const from = LevelsAt(form.taps[tap], lines) + first;
+            low = AddDoubles(low, MultiplyDoubles(factor, LoadAsDoubles(from)));
+            high = AddDoubles(high, MultiplyDoubles(factor, LoadAsDoubles(from + kHalf)));
         }
-        for (unsigned color = 0; color < kColors; ++color)
-            levels[color] = Truncated32(Clamped(sums[2 * color]), Clamped(sums[2 * color + 1]));
+        return Truncated32(Clamped(low), Clamped(high));
     }
 
 private:
@@ -107,24 +146,32 @@ struct MergedResults {
     }
 };
 
-/// Has `step` find the sums of the vectors of a line, many at once, and finish them: Finish (x, sums). The last vector
-/// is as far back as it must.
+/// Has `step` finish the sums of a line: Finish (x, sums of three colours), a stretch at a time, short, to stay in the
+/// nearest cache. The last vector is as far back as it must.
+template <unsigned kSide, class Step>
+void ForEachSumOf(const ConvolutionForm& form, const ConvolutionLines& lines, const Step& step) {
+    constexpr std::size_t kPixels = 256;
+    const FactorSquare<kSide> square(form);
+    float sums[kColors][kPixels];
+    for (std::size_t first = 0, end; first < lines.count; first = end) {
+        end = first + kPixels < lines.count ? first + kPixels : lines.count;
+        if (end - first < kVecPixels) first -= kVecPixels;
+        for (unsigned color = 0; color < kColors; ++color)
+            SumsOfColor<kSide>(square, lines, color * lines.planeStride)
+                .Sum(first, (end - first + kVecPixels - 1) / kVecPixels, sums[color]);
+        for (std::size_t next = first; next < end; next += kVecPixels) {
+            const std::size_t x = next + kVecPixels <= end ? next : end - kVecPixels;
+            const Floats found[kColors] = {LoadFloats(sums[0] + x - first), LoadFloats(sums[1] + x - first),
+                                           LoadFloats(sums[2] + x - first)};
+            step.Finish(x, found);
+        }
+    }
+}
+
 template <class Step>
 void ForEachSum(const ConvolutionForm& form, const ConvolutionLines& lines, const Step& step) {
-    const FloatSums sums(form, lines);
-    const auto find = [&]<unsigned kVectors>(std::size_t x, Floats(&found)[kVectors][kColors]) {
-        sums.Sum(x, found);
-        // (As a loop this would pass the sums through memory.)
-        step.Finish(x, found[0]);
-        if constexpr (kVectors > 1) step.Finish(x + kVecPixels, found[1]);
-        if constexpr (kVectors > 2) step.Finish(x + 2 * kVecPixels, found[2]);
-    };
-    constexpr unsigned kAtOnce = 3;  // as many as there are registers for sums, and for the addresses of levels
-    Floats many[kAtOnce][kColors], one[1][kColors];
-    std::size_t x = 0;
-    for (; x + kAtOnce * kVecPixels <= lines.count; x += kAtOnce * kVecPixels) find(x, many);
-    for (; x + kVecPixels <= lines.count; x += kVecPixels) find(x, one);
-    if (x < lines.count) find(lines.count - kVecPixels, one);
+    static_assert(kMaxConvolutionSide == 5);
+    form.side == 3 ? ForEachSumOf<3>(form, lines, step) : ForEachSumOf<5>(form, lines, step);
 }
 
 /// Whole numbers, exact in floats.
@@ -153,13 +200,18 @@ struct FractionStep {
     const unsigned bits;
 
     void Finish(std::size_t x, const Floats (&sums)[kColors]) const {
-        Vec levels[kColors], least = fraction;
+        Vec levels[kColors], above[kColors], least = fraction;
         for (unsigned color = 0; color < kColors; ++color) {
             const Vec value = Nearest32(sums[color]);
-            least = MinSigned16(least, And(value, fraction));
+            above[color] = And(value, fraction);
+            least = MinSigned16(least, above[color]);
             levels[color] = ShiftRightSigned32(value, bits);
         }
-        if (IsAnyGreater32(margin, least)) definition.Find(x, levels);
+        if (IsAnyGreater32(margin, least)) {  // (not a loop, which would take all levels through memory)
+            if (IsAnyGreater32(margin, above[0])) levels[0] = definition.Find(x, 0);
+            if (IsAnyGreater32(margin, above[1])) levels[1] = definition.Find(x, 1);
+            if (IsAnyGreater32(margin, above[2])) levels[2] = definition.Find(x, 2);
+        }
         results.Store(x, levels);
     }
 };
@@ -178,8 +230,7 @@ void ByDefinition(const ConvolutionForm& form, const ConvolutionLines& lines) {
     const MergedResults results(form, lines);
     for (std::size_t next = 0; next < lines.count; next += kVecPixels) {
         const std::size_t x = next + kVecPixels <= lines.count ? next : lines.count - kVecPixels;
-        Vec levels[kColors];
-        definition.Find(x, levels);
+        const Vec levels[kColors] = {definition.Find(x, 0), definition.Find(x, 1), definition.Find(x, 2)};
         results.Store(x, levels);
     }
 }

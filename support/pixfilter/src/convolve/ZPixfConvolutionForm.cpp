@@ -228,24 +228,39 @@ ConvolutionWay FindWholeForm(ConvolutionForm& form) {
     return FitsWide(form, start, divisor, form.floats) ? ConvolutionWay::wide : ConvolutionWay::plain;
 }
 
-/// By how much a sum in floats may be off: with every factor, product and sum rounded once.
+/// What a sum may come to as it grows.
+struct Extremes {
+    double least = 0, greatest = 0;
+
+    void Add(double factor) { (factor < 0 ? least : greatest) += 255 * factor; }
+    /// By magnitude.
+    double Largest() const { return std::max(-least, greatest); }
+};
+
+/// By how much a sum in floats may be off, with every factor, product and sum rounded once: the sums of the columns of
+/// a kernel, and those of these.
 class FloatError {
 public:
-    explicit FloatError(double start) : least(-start), greatest(start), roundings(start) {}
+    FloatError(unsigned newSide, double newStart) : side(newSide), start(newStart), roundings(newStart) {}
 
-    void Add(double factor) {
-        (factor < 0 ? least : greatest) += 255 * factor;
-        roundings += 2 * 255 * std::fabs(factor) + std::max(-least, greatest);
+    void Add(const Tap& tap, double factor) {
+        Extremes& column = columns[static_cast<unsigned>(tap.column + static_cast<int>(side / 2))];
+        column.Add(factor);
+        all.Add(factor);
+        roundings += 2 * 255 * std::fabs(factor) + start + column.Largest();
     }
     double Bound() const {
         constexpr double kRounding = 0x1p-24, kRoundingsOfRoundings = 1 + 0x1p-16;
-        return roundings * kRounding * kRoundingsOfRoundings;
+        return (roundings + side * Largest()) * kRounding * kRoundingsOfRoundings;
     }
     /// The greatest sum, by magnitude.
-    double Largest() const { return std::max(-least, greatest); }
+    double Largest() const { return start + all.Largest(); }
 
 private:
-    double least, greatest, roundings;
+    const unsigned side;
+    const double start;
+    Extremes columns[kMaxConvolutionSide], all;
+    double roundings;
 };
 
 /// Sums in units of 2^-bits; beyond so many bits little is left to be told. No if the errors are no small part of a
@@ -255,9 +270,9 @@ bool FindFractionForm(const ConvolutionForm& form, FloatForm& floats) {
     constexpr unsigned kBits = 15;
     const double unit = std::ldexp(1.0, kBits);
     const double start = (form.bias + kConvolutionHalf) * unit;
-    FloatError error(std::fabs(start) + unit);
+    FloatError error(form.side, std::fabs(start) + unit);
     const auto factorOf = [&](unsigned tap) { return form.factors[tap] / form.divisor * unit; };
-    for (unsigned tap = 0; tap < form.numTaps; ++tap) error.Add(factorOf(tap));
+    for (unsigned tap = 0; tap < form.numTaps; ++tap) error.Add(form.taps[tap], factorOf(tap));
     if (!(error.Largest() <= kLargestSum && error.Bound() <= kLargestError * unit)) return false;
     for (unsigned tap = 0; tap < form.numTaps; ++tap) floats.factors[tap] = static_cast<float>(factorOf(tap));
     constexpr double kOfNearest = 0.5, kOfDoubles = 0.25;

@@ -34,9 +34,8 @@
 //   PackToBytes                          from 16 bits, signed, clamped to bytes
 //   FirstInOrder, SecondInOrder          what InterleaveLow and InterleaveHigh gave, in the order of memory
 //   PackToBytesInOrder                   packs two such again
-//   Shifted<n>(a, b)                     the pixels of a, in the order of memory, without the first n (1 or 2), and
-//   then
-//                                        the first n of b
+//   Shifted<n>(a, b)                     the pixels of a, in the order of memory, without the first n, and then the
+//                                        first n of b
 //   SpreadLowByte                        each 32-bit lane's low byte in its three lower bytes; the others must be 0
 //   PairFactors                          two signed factors for the bytes of a pair; sums of both products must lie
 //                                        within 16 bits, signed
@@ -52,7 +51,8 @@
 //
 // Floats and Doubles, as wide as a Vec. Floats are multiplied and added in one step or in two, as the level has it:
 // only for sums whose rounding does not tell.
-//   LoadFloats, StoreFloats, SplatFloats, MultiplyFloats, AddProduct, ToFloats
+//   LoadFloats, StoreFloats, SplatFloats, AddFloats, MultiplyFloats, AddProduct, ToFloats
+//   ShiftedFloats<n>(a, b)               as Shifted
 //   Nearest32, Truncated32               to whole numbers
 //   LoadAsDoubles                        from half as many floats
 //   SplatDoubles, AddDoubles, MultiplyDoubles, DivideDoubles, MinDoubles, MaxDoubles

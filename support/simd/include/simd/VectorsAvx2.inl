@@ -101,7 +101,11 @@ inline Vec SpreadLowByte(Vec a) { return Shuffle8(a, 0x8004'0404'8000'0000, 0x80
 
 template <int kPixels>
 inline Vec Shifted(Vec a, Vec b) {
-    return _mm256_alignr_epi8(_mm256_permute2x128_si256(a, b, 0x21), a, 4 * kPixels);
+    const Vec between = _mm256_permute2x128_si256(a, b, 0x21);
+    if constexpr (kPixels < 4)
+        return _mm256_alignr_epi8(between, a, 4 * kPixels);
+    else
+        return _mm256_alignr_epi8(b, between, 4 * kPixels - 16);
 }
 
 using Floats = __m256;
@@ -110,8 +114,13 @@ using Doubles = __m256d;
 inline Floats LoadFloats(const float* from) { return _mm256_loadu_ps(from); }
 inline void StoreFloats(float* to, Floats v) { _mm256_storeu_ps(to, v); }
 inline Floats SplatFloats(float value) { return _mm256_set1_ps(value); }
+inline Floats AddFloats(Floats a, Floats b) { return _mm256_add_ps(a, b); }
 inline Floats MultiplyFloats(Floats a, Floats b) { return _mm256_mul_ps(a, b); }
 inline Floats AddProduct(Floats sum, Floats a, Floats b) { return _mm256_fmadd_ps(a, b, sum); }
+template <std::size_t kFloats>
+inline Floats ShiftedFloats(Floats a, Floats b) {
+    return _mm256_castsi256_ps(Shifted<int{kFloats}>(_mm256_castps_si256(a), _mm256_castps_si256(b)));
+}
 inline Floats ToFloats(Vec a) { return _mm256_cvtepi32_ps(a); }
 inline Vec MinSigned16(Vec a, Vec b) { return _mm256_min_epi16(a, b); }
 inline Vec Nearest32(Floats a) { return _mm256_cvtps_epi32(a); }

@@ -122,8 +122,13 @@ using Doubles = __m512d;
 inline Floats LoadFloats(const float* from) { return _mm512_loadu_ps(from); }
 inline void StoreFloats(float* to, Floats v) { _mm512_storeu_ps(to, v); }
 inline Floats SplatFloats(float value) { return _mm512_set1_ps(value); }
+inline Floats AddFloats(Floats a, Floats b) { return _mm512_add_ps(a, b); }
 inline Floats MultiplyFloats(Floats a, Floats b) { return _mm512_mul_ps(a, b); }
 inline Floats AddProduct(Floats sum, Floats a, Floats b) { return _mm512_fmadd_ps(a, b, sum); }
+template <std::size_t kFloats>
+inline Floats ShiftedFloats(Floats a, Floats b) {
+    return _mm512_castsi512_ps(Shifted<int{kFloats}>(_mm512_castps_si512(a), _mm512_castps_si512(b)));
+}
 inline Floats ToFloats(Vec a) { return _mm512_maskz_cvtepi32_ps(kAll32, a); }
 inline Vec MinSigned16(Vec a, Vec b) { return _mm512_min_epi16(a, b); }
 inline Vec Nearest32(Floats a) { return _mm512_maskz_cvtps_epi32(kAll32, a); }

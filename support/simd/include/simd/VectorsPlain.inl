@@ -281,12 +281,21 @@ inline void StoreFloats(float* to, Floats v) { std::memcpy(to, v.at, sizeof v.at
 inline Floats SplatFloats(float value) {
     return EachNumber<Floats>([=](std::size_t) { return value; });
 }
+inline Floats AddFloats(Floats a, Floats b) {
+    return EachNumber<Floats>([&](std::size_t i) { return a.at[i] + b.at[i]; });
+}
 inline Floats MultiplyFloats(Floats a, Floats b) {
     return EachNumber<Floats>([&](std::size_t i) { return a.at[i] * b.at[i]; });
 }
 inline Floats AddProduct(Floats sum, Floats a, Floats b) {
     const Floats product = MultiplyFloats(a, b);
     return EachNumber<Floats>([&](std::size_t i) { return sum.at[i] + product.at[i]; });
+}
+template <std::size_t kFloats>
+Floats ShiftedFloats(Floats a, Floats b) {
+    return EachNumber<Floats>([&](std::size_t i) {
+        return i + kFloats < Floats::kCount ? a.at[i + kFloats] : b.at[i + kFloats - Floats::kCount];
+    });
 }
 inline Floats ToFloats(Vec a) {
     const Lanes<S32> lanes(a);

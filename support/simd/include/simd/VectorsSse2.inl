@@ -104,8 +104,13 @@ using Doubles = __m128d;
 inline Floats LoadFloats(const float* from) { return _mm_loadu_ps(from); }
 inline void StoreFloats(float* to, Floats v) { _mm_storeu_ps(to, v); }
 inline Floats SplatFloats(float value) { return _mm_set1_ps(value); }
+inline Floats AddFloats(Floats a, Floats b) { return _mm_add_ps(a, b); }
 inline Floats MultiplyFloats(Floats a, Floats b) { return _mm_mul_ps(a, b); }
 inline Floats AddProduct(Floats sum, Floats a, Floats b) { return _mm_add_ps(sum, _mm_mul_ps(a, b)); }
+template <std::size_t kFloats>
+inline Floats ShiftedFloats(Floats a, Floats b) {
+    return _mm_castsi128_ps(Shifted<int{kFloats}>(_mm_castps_si128(a), _mm_castps_si128(b)));
+}
 inline Floats ToFloats(Vec a) { return _mm_cvtepi32_ps(a); }
 inline Vec MinSigned16(Vec a, Vec b) { return _mm_min_epi16(a, b); }
 inline Vec Nearest32(Floats a) { return _mm_cvtps_epi32(a); }
