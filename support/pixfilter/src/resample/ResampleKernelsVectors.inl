@@ -126,6 +126,8 @@ void FetchNextLines([[maybe_unused]] const uint8_t* upper, [[maybe_unused]] std:
 
 #if defined(__AVX512BW__)
 
+constexpr __mmask16 kWideAlphas = 0x8888;  // of four pixels in 32 bits a channel
+
 __m512i LoadWide(const uint8_t* bytes) { return _mm512_loadu_si512(bytes); }
 
 __m512i WidePairSums(const uint8_t* pixels) {
@@ -138,19 +140,62 @@ __m512i WideMeansOfFour(const uint8_t* upper, const uint8_t* lower, __m512i fact
     return _mm512_mulhrs_epi16(_mm512_add_epi16(WidePairSums(upper), WidePairSums(lower)), factors);
 }
 
-/// What HalveLine does to opaque pixels, sixteen at a time; returns where it met others, or too few are left.
+/// In each quarter, bytes as `order` has them.
+__m512i WideShuffled(__m512i pixels, __m128i order) {
+    return _mm512_shuffle_epi8(pixels, _mm512_maskz_broadcast_i32x4(0xFFFF, order));
+}
+
+/// As WeightedMeans, of one pair in each quarter. (Quotients by way of reciprocals are off by a few parts in 2^22, and
+/// by less than kHalvingTieBreaker.)
+template <int kFirst>
+__m512i WideWeightedMeans(__m512i upper, __m512i lower, __m512 rounding) {
+    constexpr char k = 4 * kFirst, kAlphaPlace = k + 3;
+    const __m128i spread =
+        _mm_setr_epi8(k, -1, k + 4, -1, k + 1, -1, k + 5, -1, k + 2, -1, k + 6, -1, k + 3, -1, k + 7, -1);
+    const __m128i toAlphas = _mm_setr_epi8(kAlphaPlace, -1, kAlphaPlace + 4, -1, kAlphaPlace, -1, kAlphaPlace + 4, -1,
+                                           kAlphaPlace, -1, kAlphaPlace + 4, -1, -1, -1, -1, -1);
+    const __m512i ones = _mm512_maskz_set1_epi32(kWideAlphas, 0x0001'0001);
+    const auto alphasOf = [&](__m512i pixels) { return _mm512_or_si512(WideShuffled(pixels, toAlphas), ones); };
+    const __m512i above = WideShuffled(upper, spread), below = WideShuffled(lower, spread);
+    const __m512i sums =
+        _mm512_add_epi32(_mm512_madd_epi16(above, alphasOf(upper)), _mm512_madd_epi16(below, alphasOf(lower)));
+    const __m512 weighted = _mm512_maskz_cvtepi32_ps(0xFFFF, sums);
+    const __m512 alphas = _mm512_shuffle_ps(weighted, weighted, 0xFF);
+    const __mmask16 isClear = _mm512_cmp_ps_mask(alphas, _mm512_setzero_ps(), _CMP_EQ_OQ);
+    const __m512 divisors = _mm512_mask_blend_ps(kWideAlphas, alphas, _mm512_set1_ps(4));
+    const __m512 nearly = _mm512_maskz_rcp14_ps(0xFFFF, divisors);
+    const __m512 factors = _mm512_mul_ps(nearly, _mm512_fnmadd_ps(divisors, nearly, _mm512_set1_ps(2)));
+    __m512 means = _mm512_mul_ps(weighted, factors);
+    if (isClear != 0) {
+        const __m512i plain = _mm512_madd_epi16(_mm512_add_epi16(above, below), _mm512_set1_epi16(1));
+        means = _mm512_mask_mul_ps(means, isClear, _mm512_maskz_cvtepi32_ps(0xFFFF, plain), _mm512_set1_ps(0.25F));
+    }
+    return _mm512_maskz_cvtps_epi32(0xFFFF, _mm512_add_ps(means, rounding));
+}
+
+/// As WideMeansOfFour.
+__m512i WideWeightedMeansOfFour(const uint8_t* upper, const uint8_t* lower, __m512 even) {
+    const __m512i above = LoadWide(upper), below = LoadWide(lower);
+    const __m512 odd = _mm512_sub_ps(_mm512_setzero_ps(), even);
+    return _mm512_packs_epi32(WideWeightedMeans<0>(above, below, even), WideWeightedMeans<2>(above, below, odd));
+}
+
+/// What HalveLine does, sixteen pixels at a time; returns where too few are left.
 template <bool kFetches>
-size_t HalveOpaqueWide(const uint8_t* upper, std::ptrdiff_t stride, size_t count, bool roundsUp, uint8_t* out) {
+size_t HalveWide(const uint8_t* upper, std::ptrdiff_t stride, size_t count, bool roundsUp, uint8_t* out) {
     const __m512i factors = _mm512_maskz_broadcast_i64x4(0xFF, HalvingFactors(roundsUp));
+    const __m512 rounding = _mm512_set1_ps(roundsUp ? kHalvingTieBreaker : -kHalvingTieBreaker);
     const __m512i inOrder = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
     size_t x = 0;
     for (; x + 16 <= count; x += 16) {
         const uint8_t *above = upper + 8 * x, *below = above + stride;
         FetchNextLines<kFetches>(above, stride);
         FetchNextLines<kFetches>(above + 64, stride);
-        const __m512i packed = _mm512_packus_epi16(WideMeansOfFour(above, below, factors),
-                                                   WideMeansOfFour(above + 64, below + 64, factors));
-        if (_mm512_cmplt_epu32_mask(packed, _mm512_set1_epi32(static_cast<int>(0xFF000000))) != 0) break;
+        __m512i packed = _mm512_packus_epi16(WideMeansOfFour(above, below, factors),
+                                             WideMeansOfFour(above + 64, below + 64, factors));
+        if (_mm512_cmplt_epu32_mask(packed, _mm512_set1_epi32(static_cast<int>(0xFF000000))) != 0)
+            packed = _mm512_packus_epi16(WideWeightedMeansOfFour(above, below, rounding),
+                                         WideWeightedMeansOfFour(above + 64, below + 64, rounding));
         _mm512_storeu_si512(out + 4 * x, _mm512_maskz_permutexvar_epi64(0xFF, inOrder, packed));
     }
     return x;
@@ -159,7 +204,7 @@ size_t HalveOpaqueWide(const uint8_t* upper, std::ptrdiff_t stride, size_t count
 #else
 
 template <bool kFetches>
-size_t HalveOpaqueWide(const uint8_t*, std::ptrdiff_t, size_t, bool, uint8_t*) {
+size_t HalveWide(const uint8_t*, std::ptrdiff_t, size_t, bool, uint8_t*) {
     return 0;
 }
 
@@ -167,7 +212,7 @@ size_t HalveOpaqueWide(const uint8_t*, std::ptrdiff_t, size_t, bool, uint8_t*) {
 
 template <bool kFetches>
 void HalveLine(const uint8_t* upper, std::ptrdiff_t stride, size_t count, bool roundsUp, uint8_t* out) {
-    size_t x = HalveOpaqueWide<kFetches>(upper, stride, count, roundsUp, out);
+    size_t x = HalveWide<kFetches>(upper, stride, count, roundsUp, out);
     if (x == count) return;
     const __m256i factors = HalvingFactors(roundsUp);
     const __m256 rounding = _mm256_set1_ps(roundsUp ? kHalvingTieBreaker : -kHalvingTieBreaker);
