@@ -6,6 +6,7 @@
 #include "core/WritesFor.h"
 #include "core/checks/BitmapChecks.h"
 #include "shr/CopyPixelRows.h"
+#include "shr/Fetch.h"
 #include "zbm/ZBitmap.h"
 
 namespace zbm {
@@ -84,6 +85,8 @@ void ZBitmap::GetAlphaFromMask(unsigned char* dst, int dstStride, const RECT& re
         const ZScanRect& tile = LockScanRect(part.row, part.col);
         for (int k = 0; k < part.height; ++k) {
             unsigned char* first = RowOf(dst, dstStride, part.rectY + k) + part.rectX * pixelStep + (pixelStep - 1);
+            if (k + 1 < part.height)
+                shr::FetchForWriting(first + dstStride, static_cast<std::size_t>(part.width) * pixelStep);
             ExpandMaskRow(first, pixelStep, tile.GetAlphaRowPtr(part.tileY + k), static_cast<std::size_t>(part.tileX),
                           static_cast<std::size_t>(part.width));
         }
@@ -95,9 +98,13 @@ void ZBitmap::SetMaskFromAlpha(unsigned char* src, int srcStride, const RECT& re
     require(!shr::ColorFmtHasAlphaChannel[colorFormat], BitmapCheck::alphaStoredFormat);
     ForEachPart(scanRectRows, rect, BitmapCheck::alphaStoredPart, [&](const TilePart& part) {
         ZScanRect& tile = LockScanRect(part.row, part.col);
-        for (int k = 0; k < part.height; ++k)
-            PackMaskRow(tile.GetAlphaRowPtr(part.tileY + k), static_cast<std::size_t>(part.tileX),
-                        RowOf(src, srcStride, part.rectY + k) + 4 * part.rectX, static_cast<std::size_t>(part.width));
+        for (int k = 0; k < part.height; ++k) {
+            const unsigned char* pixels = RowOf(src, srcStride, part.rectY + k) + 4 * part.rectX;
+            if (k + 1 < part.height)
+                shr::FetchForReading(pixels + srcStride, std::size_t{4} * static_cast<unsigned>(part.width));
+            PackMaskRow(tile.GetAlphaRowPtr(part.tileY + k), static_cast<std::size_t>(part.tileX), pixels,
+                        static_cast<std::size_t>(part.width));
+        }
         CommitScanRect(part.row, part.col);
         UnlockScanRect(part.row, part.col);
     });

@@ -35,13 +35,17 @@ PointwiseRun::PointwiseRun(const FilterTask& task, CPixFilterPipeline& startedPi
       isInPlace(&input == &task.output),
       hasMask(HasMask(task.output)),
       makesMask(hasMask && pipeline.stages[0].changesAlpha),
+      isConversion(!isInPlace && pipeline.numStages == 1 &&
+                   pipeline.stages[0].filter->AsPointwise()->ChangesNothing() &&
+                   (input.GetColorFormat() == shr::BGRA_32) != (task.output.GetColorFormat() == shr::BGRA_32)),
       isOneCopy(!isInPlace && pipeline.numStages == 1 && input.GetColorFormat() == shr::BGRA_32 &&
                 task.output.GetColorFormat() == shr::BGRA_32) {}
 
 /// From the last rows to the first, as memory goes on.
 void PointwiseRun::Change(ZScanRect& tile, int row, int col, int first, int end) {
     const ZScanRect& from = isInPlace ? tile : tiles.At(row, col);
-    if (isOneCopy && CopyRows(from, tile, first, end)) return;
+    if (isConversion) return ConvertLines(from, tile, first, end);
+    if (isOneCopy && CopyLines(from, tile, first, end)) return;
     const int width = tile.GetWidth(), mostRows = std::max(1, kMostBlockPixels / width);
     for (int rest = end; rest > first;) {
         const int rows = std::min(mostRows, rest - first);
@@ -53,8 +57,19 @@ void PointwiseRun::Change(ZScanRect& tile, int row, int col, int first, int end)
     }
 }
 
+/// In blocks that are still near when masks are made or taken.
+void PointwiseRun::ConvertLines(const ZScanRect& from, ZScanRect& to, int first, int end) {
+    constexpr int kConvertedPixels = 2 * kMostBlockPixels;
+    const int width = to.GetWidth(), mostRows = std::max(1, kConvertedPixels / width);
+    for (int rest = end; rest > first;) {
+        const int rows = std::min(mostRows, rest - first);
+        rest -= rows;
+        ConvertBlock({from, 0, rest, width, rows}, {to, 0, rest, width, rows}, input.GetConstColorTablePtr(), writes);
+    }
+}
+
 /// False if the filter does not offer it.
-bool PointwiseRun::CopyRows(const ZScanRect& from, ZScanRect& to, int first, int end) {
+bool PointwiseRun::CopyLines(const ZScanRect& from, ZScanRect& to, int first, int end) {
     const TileBlock<const ZScanRect> pixels{from, 0, first, from.GetWidth(), end - first};
     const TileBlock<ZScanRect> changed{to, 0, first, to.GetWidth(), end - first};  // (rows of 4 bytes a pixel: no gaps)
     return pipeline.stages[0].filter->AsPointwise()->CopyChanged(pixels.First(), changed.First(), pixels.Pixels(),

@@ -20,7 +20,8 @@ public:
     void Change(ZScanRect& tile, int row, int col, int first, int end) override;
 
 private:
-    bool CopyRows(const ZScanRect& from, ZScanRect& to, int first, int end);
+    void ConvertLines(const ZScanRect& from, ZScanRect& to, int first, int end);
+    bool CopyLines(const ZScanRect& from, ZScanRect& to, int first, int end);
     void ChangeBlock(const TileBlock<const ZScanRect>& from, const TileBlock<ZScanRect>& to);
 
     const ZBitmap& input;
@@ -29,7 +30,8 @@ private:
     const shr::CopyWrites writes;
     BlockWriter writer;
     const bool isInPlace, hasMask, makesMask;
-    const bool isOneCopy;  ///< of one stage, of pixels as filters have them
+    const bool isConversion;  ///< of or into pixels as filters have them, and nothing else
+    const bool isOneCopy;     ///< of one stage, of such pixels
     std::vector<std::uint8_t> colors;
 };
 

@@ -1,5 +1,6 @@
 #include "filter/TileBlock.h"
 
+#include "convert/ConvertRows.h"
 #include "convert/ZBMColorFormat.h"
 #include "core/MaskRows.h"
 
@@ -28,29 +29,46 @@ void ForEachMaskRow(const TileBlock<Tile>& block, Use use) {
     for (int y = block.y + block.height - 1; y >= block.y; --y) use(MaskRowOf(block.tile, y) + block.x / 8);
 }
 
+/// The block's mask becomes the alpha of `bgra`, which has the block's pixels; those of opaque formats are opaque so
+/// far.
+void TakeMasks(const TileBlock<const ZScanRect>& block, std::uint8_t* bgra, std::ptrdiff_t stride) {
+    const auto width = static_cast<std::size_t>(block.width);
+    const bool isOpaque = IsOpaque(block.tile.GetColorFormat());
+    ForEachMaskRow(block, [&](const std::uint8_t* mask) {
+        if (!isOpaque || !IsMaskRowOpaque(mask, width)) ExpandMaskRow(bgra + 3, 4, mask, 0, width);
+        bgra += stride;
+    });
+}
+
+/// The alpha of `bgra` becomes the block's mask.
+void MakeMasks(const TileBlock<ZScanRect>& block, const std::uint8_t* bgra, std::ptrdiff_t stride) {
+    ForEachMaskRow(block, [&](std::uint8_t* mask) {
+        PackMaskRow(mask, 0, bgra, static_cast<std::size_t>(block.width));
+        bgra += stride;
+    });
+}
+
 }  // namespace
 
 void ReadBlock(const TileBlock<const ZScanRect>& block, const shr::Color4b* colorTable, bool takesMasks,
                std::uint8_t* bgra) {
     const shr::ColorFormat format = block.tile.GetColorFormat();
     Convert(block, {bgra, shr::BGRA_32, 4 * block.width}, {block.First(), format, block.Stride(), colorTable});
-    if (!takesMasks || block.tile.GetAlphaStride() == 0) return;
-    const auto width = static_cast<std::size_t>(block.width);
-    ForEachMaskRow(block, [&, row = bgra](const std::uint8_t* mask) mutable {
-        const bool saysNothing = IsOpaque(format) && IsMaskRowOpaque(mask, width);  // as the pixels are
-        if (!saysNothing) ExpandMaskRow(row + 3, 4, mask, 0, width);
-        row += 4 * width;
-    });
+    if (takesMasks && block.tile.GetAlphaStride() != 0) TakeMasks(block, bgra, std::ptrdiff_t{4} * block.width);
+}
+
+void ConvertBlock(const TileBlock<const ZScanRect>& from, const TileBlock<ZScanRect>& to,
+                  const shr::Color4b* colorTable, shr::CopyWrites writes) {
+    ConvertRows({to.First(), to.tile.GetColorFormat(), to.Stride()},
+                {from.First(), from.tile.GetColorFormat(), from.Stride(), colorTable},
+                static_cast<std::uint32_t>(to.width), static_cast<std::uint32_t>(to.height), writes);
+    if (to.tile.GetAlphaStride() != 0) MakeMasks(to, from.First(), from.Stride());
+    if (from.tile.GetAlphaStride() != 0) TakeMasks(from, to.First(), to.Stride());
 }
 
 /// What is written past the caches is converted within them first.
 void BlockWriter::Write(const TileBlock<ZScanRect>& block, const std::uint8_t* bgra, bool makesMasks) {
-    const auto width = static_cast<std::size_t>(block.width);
-    if (makesMasks)
-        ForEachMaskRow(block, [&, row = bgra](std::uint8_t* mask) mutable {
-            PackMaskRow(mask, 0, row, width);
-            row += 4 * width;
-        });
+    if (makesMasks) MakeMasks(block, bgra, std::ptrdiff_t{4} * block.width);
     const shr::ColorFormat format = block.tile.GetColorFormat();
     const PixelRows destination{block.First(), format, block.Stride()};
     ConstPixelRows pixels{bgra, shr::BGRA_32, 4 * block.width};

@@ -31,6 +31,11 @@ struct TileBlock {
 void ReadBlock(const TileBlock<const ZScanRect>& block, const shr::Color4b* colorTable, bool takesMasks,
                std::uint8_t* bgra);
 
+/// Converts a block into another of its size, where one of both has the pixels that filters work on and the other does
+/// not. What is the one's alpha becomes the other's mask, or the other way round.
+void ConvertBlock(const TileBlock<const ZScanRect>& from, const TileBlock<ZScanRect>& to,
+                  const shr::Color4b* colorTable, shr::CopyWrites writes);
+
 /// Writes blocks of one bitmap.
 class BlockWriter {
 public:

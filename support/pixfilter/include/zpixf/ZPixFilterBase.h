@@ -145,6 +145,8 @@ public:
     /// caches. False, with nothing done, for a filter that does not offer it, as by default; one that does never fails.
     virtual bool CopyChanged(const std::uint8_t* from, std::uint8_t* to, std::size_t count,
                              shr::CopyWrites writes) noexcept;
+    /// A promise: pixels come out as they went in.
+    virtual bool ChangesNothing() const noexcept { return false; }
 };
 
 }  // namespace zpixf

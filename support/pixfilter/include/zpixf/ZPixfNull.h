@@ -12,6 +12,7 @@ public:
     bool ChangePixels(std::uint8_t* pixels, std::size_t count) final;
     bool CopyChanged(const std::uint8_t* from, std::uint8_t* to, std::size_t count,
                      shr::CopyWrites writes) noexcept final;
+    bool ChangesNothing() const noexcept final { return true; }
 
 protected:
     bool OnStart() override;
