@@ -18,6 +18,11 @@ bool AreOfSinglePixels(std::span<const CPixFilterContext> stages) {
     });
 }
 
+/// Colours and alpha.
+bool HandsThrough(const CPixFilterContext& stage) {
+    return stage.filter->AsPointwise()->ChangesNothing() && stage.usesInputAlpha && stage.changesAlpha;
+}
+
 }  // namespace
 
 bool PointwiseRun::Suits(const FilterTask& task) {
@@ -35,8 +40,7 @@ PointwiseRun::PointwiseRun(const FilterTask& task, CPixFilterPipeline& startedPi
       isInPlace(&input == &task.output),
       hasMask(HasMask(task.output)),
       makesMask(hasMask && pipeline.stages[0].changesAlpha),
-      isConversion(!isInPlace && pipeline.numStages == 1 &&
-                   pipeline.stages[0].filter->AsPointwise()->ChangesNothing() &&
+      isConversion(!isInPlace && pipeline.numStages == 1 && HandsThrough(pipeline.stages[0]) &&
                    (input.GetColorFormat() == shr::BGRA_32) != (task.output.GetColorFormat() == shr::BGRA_32)),
       isOneCopy(!isInPlace && pipeline.numStages == 1 && input.GetColorFormat() == shr::BGRA_32 &&
                 task.output.GetColorFormat() == shr::BGRA_32) {}
