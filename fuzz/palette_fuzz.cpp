@@ -30,7 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(*error.what() != '\0');
         return 0;
     }
-    Require(colors.size() >= 2 && colors.size() <= 256);
+    Require(!colors.empty() && colors.size() <= 256);
     for (const auto other : {PaletteFormat::gimp, PaletteFormat::adobe})
         Require(tool::DecodePalette(other, tool::EncodePalette(other, colors)) == colors);
     return 0;

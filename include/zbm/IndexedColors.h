@@ -31,7 +31,7 @@ struct IndexedColors {
     PaletteSource source = PaletteSource::picture;
     QuantMethod method = QuantMedian8;       ///< how colours are chosen for the picture
     unsigned most = 0;                       ///< how many at most, not of given ones; as many as the format holds if 0
-    std::vector<shr::Color4b> entries = {};  ///< those given, 2 or more; without alpha
+    std::vector<shr::Color4b> entries = {};  ///< those given, 1 or more; without alpha
     Dither dither = Dither::none;
     double strength = 1;  ///< of the dither: 0, nothing is seen of it, to 1
 };

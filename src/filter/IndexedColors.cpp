@@ -97,7 +97,7 @@ void CheckColors(const IndexedColors& colors, const ZBitmap& result) {
             require(colors.most <= mostEntries, IndexedColorsCheck::most);
             return;
         case PaletteSource::given:
-            require(colors.entries.size() >= 2 && colors.entries.size() <= mostEntries, IndexedColorsCheck::entries);
+            require(!colors.entries.empty() && colors.entries.size() <= mostEntries, IndexedColorsCheck::entries);
             return;
     }
     require.Fail(IndexedColorsCheck::source);

@@ -60,10 +60,9 @@ TEST(GimpPalettes, DamageIsSaidWithItsLine) {
             << line;
 }
 
-TEST(GimpPalettes, HaveTwoTo256Colors) {
-    EXPECT_EQ(ErrorOf(PaletteFormat::gimp, GimpPalette(0)), "has fewer than 2 colours");
-    EXPECT_EQ(ErrorOf(PaletteFormat::gimp, GimpPalette(1)), "has fewer than 2 colours");
-    EXPECT_EQ(DecodePalette(PaletteFormat::gimp, GimpPalette(2)).size(), 2u);
+TEST(GimpPalettes, HaveOneTo256Colors) {
+    EXPECT_EQ(ErrorOf(PaletteFormat::gimp, GimpPalette(0)), "has no colours");
+    EXPECT_EQ(DecodePalette(PaletteFormat::gimp, GimpPalette(1)).size(), 1u);
     EXPECT_EQ(DecodePalette(PaletteFormat::gimp, GimpPalette(256)).size(), 256u);
     EXPECT_EQ(ErrorOf(PaletteFormat::gimp, GimpPalette(257)), "has more than 256 colours");
 }
@@ -89,8 +88,8 @@ TEST(ColorTables, OtherSizesAndCountsAreRefused) {
         EXPECT_EQ(ErrorOf(PaletteFormat::adobe, ColorTable(size)),
                   "has " + std::to_string(size) + " bytes, and a colour table 768 or 772");
     const auto withCount = [](char high, char low) { return ColorTable(768, {high, low, '\xFF', '\xFF'}); };
-    EXPECT_EQ(ErrorOf(PaletteFormat::adobe, withCount(0, 0)), "has fewer than 2 colours");
-    EXPECT_EQ(ErrorOf(PaletteFormat::adobe, withCount(0, 1)), "has fewer than 2 colours");
+    EXPECT_EQ(ErrorOf(PaletteFormat::adobe, withCount(0, 0)), "has no colours");
+    EXPECT_EQ(DecodePalette(PaletteFormat::adobe, withCount(0, 1)), (Colors{{0, 1, 2}}));
     EXPECT_EQ(ErrorOf(PaletteFormat::adobe, withCount(1, 1)), "has more than 256 colours");
     EXPECT_EQ(ErrorOf(PaletteFormat::adobe, withCount('\xFF', '\xFF')), "has more than 256 colours");
 }
@@ -195,6 +194,16 @@ TEST_F(Palettes, AFilesColorsAreUsedAndWrittenColorsAreThoseOfTheResult) {
     EXPECT_EQ(AsText(ReadFile(folder.File("p.ACT"))).substr(768), std::string("\0\15\xFF\xFF", 4));
     Convert({"--palette", "fixed", "--write-palette", folder.File("f.act")});
     EXPECT_EQ(ReadFile(folder.File("f.act")).size(), 768u);
+}
+
+TEST_F(Palettes, APaletteOfOneColorThatWasWrittenIsReadAgain) {
+    for (const char* file : {"p.gpl", "p.act"}) {
+        const std::string name = folder.File(file);
+        const BitmapPtr own = Convert({"--colors", "1", "--write-palette", name});
+        ASSERT_EQ(own->GetNumColorTableItems(), 1u);
+        for (const char* dither : {"none", "ordered", "diffusion", "blue"})
+            EXPECT_TRUE(AreSame(own, Convert({"--palette", name, "--dither", dither}))) << file << " " << dither;
+    }
 }
 
 TEST_F(Palettes, ThePaletteOfAnIndexedPictureIsWrittenWithoutAnyConversion) {

@@ -11,13 +11,13 @@ namespace {
 
 using Colors = std::vector<shr::Color4b>;
 
-constexpr std::size_t kMostColors = 256, kLeastColors = 2;
+constexpr std::size_t kMostColors = 256;
 constexpr std::string_view kGimpHead = "GIMP Palette";
 constexpr std::size_t kAdobeColorBytes = 3 * kMostColors, kAdobeTailBytes = 4;
 constexpr unsigned kNothingIsTransparent = 0xFFFF;
 
 void RequireUsefulCount(std::size_t count) {
-    if (count < kLeastColors) throw std::runtime_error("has fewer than 2 colours");
+    if (count == 0) throw std::runtime_error("has no colours");
     if (count > kMostColors) throw std::runtime_error("has more than 256 colours");
 }
 

@@ -17,7 +17,7 @@ namespace tool {
 
 enum class PaletteFormat { gimp, adobe };
 
-/// The colours, 2 to 256, in their order. Names, and which colour stands for transparency, are not kept. Raises
+/// The colours, 1 to 256, in their order. Names, and which colour stands for transparency, are not kept. Raises
 /// std::runtime_error for what is no such palette.
 std::vector<shr::Color4b> DecodePalette(PaletteFormat format, std::string_view bytes);
 

@@ -15,7 +15,7 @@ namespace zbm {
     CHECK(most, 9007, internalError, "no more colours can be chosen than the result's format holds") \
     CHECK(mostFixed, 9008, internalError, "a fixed palette has at least 2 colours")                  \
     CHECK(entries, 9009, internalError,                                                              \
-          "at least 2 colours must be given, and at most as many as the result's format holds")      \
+          "at least a colour must be given, and at most as many as the result's format holds")       \
     CHECK(outputRow, 9010, internalError, "each line of the result must lie in one of its rows of tiles")
 
 ZBM_DEFINE_CHECKS(IndexedColorsCheck, "IndexedColors", ZBM_INDEXED_COLORS_CHECKS)
