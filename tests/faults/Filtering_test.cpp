@@ -125,6 +125,7 @@ const Operation kOperations[] = {
     {"ConvertToIndexed", &ConvertToIndexed<zbm::Dither::none>},
     {"ConvertToIndexedOrdered", &ConvertToIndexed<zbm::Dither::ordered>},
     {"ConvertToIndexedDiffused", &ConvertToIndexed<zbm::Dither::diffusion>},
+    {"ConvertToIndexedInBlueNoise", &ConvertToIndexed<zbm::Dither::blueNoise>},
     {"BecomeIndexed",
      [](ZMemBitmap& p, IProgress* progress) {
          if (p.GetColorFormat() != shr::INDEXED_8) return;

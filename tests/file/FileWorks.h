@@ -9,6 +9,8 @@
 
 #include "file/FileBitmapTesting.h"
 #include "shr/Archive.h"
+#include "shr/ScopeExit.h"
+#include "zbm/IndexedColors.h"
 #include "zbm/SerializeIO.h"
 #include "zbm/ZCachedBitmap.h"
 #include "zpixf/ZPixfConvolution.h"
@@ -172,6 +174,10 @@ inline void CheckCreated(FileWorkplace& place, Came came) {
     EXPECT_TRUE(IsEqual(*place.bitmap, InFileTiles(place.picture)));
 }
 
+inline void OpenLargerFileForReading(FileWorkplace& place) {
+    place.picture = FormulaBitmap(200, 200, shr::BGR_24, 100, 100);  // more than a buffer holds
+    place.OpenFile(true);
+}
 /// An opening changes nothing.
 inline void CheckOpened(FileWorkplace& place, Came came) {
     const bool isClosed = IsClosed(*place.bitmap) || place.bitmap->IsEmpty();
@@ -251,6 +257,25 @@ void CheckHeader(FileWorkplace& place, Came) {
     after.SetXResolution(act == SetResolutions ? 4711 : place.picture.GetXResolution());
     after.SetYResolution(act == SetResolutions ? 4712 : place.picture.GetYResolution());
     EXPECT_TRUE(IsEqual(opened, after));
+}
+
+inline const zbm::IndexedColors kFewColors{.most = 9, .dither = zbm::Dither::diffusion};
+inline void BecomeIndexed(FileWorkplace& place) {
+    zbm::ConvertToIndexed(place.changed, *place.bitmap, kFewColors, nullptr);
+}
+inline void CheckIndexed(FileWorkplace& place, Came came) {
+    zbm::ZBasicMemBitmap after = place.picture;
+    zbm::ConvertToIndexed(place.changed, after, kFewColors, nullptr);
+    CheckChanged(place, came, after, BecomeIndexed);
+}
+/// What fails leaves the result without the colours that its pixels would have.
+inline void ConvertToIndexed(FileWorkplace& place) {
+    zbm::ZBasicMemBitmap result(200, 200, shr::INDEXED_4, 90, 60);
+    const unsigned formerColors = result.GetNumColorTableItems();
+    shr::ScopeExit checkColors([&] { EXPECT_EQ(result.GetNumColorTableItems(), formerColors); });
+    zbm::ConvertToIndexed(*place.bitmap, result, kFewColors, nullptr);
+    checkColors.Release();
+    EXPECT_EQ(result.GetNumColorTableItems(), 9u);
 }
 
 inline void BuildLevels(FileWorkplace& place) { EXPECT_TRUE(place.bitmap->CommitAll(nullptr, true)); }
@@ -417,11 +442,7 @@ inline const FileWork kFileWorks[] = {
      works::CheckOpened},
     {"OpenForReading", [](auto& place) { place.WriteFile(); },
      [](auto& place) { place.bitmap->Open(place.name, true); }, works::CheckOpened},
-    {"ReadTile",
-     [](auto& place) {
-         place.picture = FormulaBitmap(200, 200, shr::BGR_24, 100, 100);  // more than a buffer holds
-         place.OpenFile(true);
-     },
+    {"ReadTile", works::OpenLargerFileForReading,
      [](auto& place) { EXPECT_EQ(GetPixel(*place.bitmap, 199, 0), GetPixel(place.picture, 199, 0)); },
      [](auto& place, Came) { works::CheckOpened(place, Came::toItsEnd); }},
     {"WriteTileOver", [](auto& place) { place.OpenFile(); }, works::CommitTile,
@@ -447,6 +468,9 @@ inline const FileWork kFileWorks[] = {
     {"StoreRegion", [](auto& place) { place.OpenFile(); }, works::StoreRegion, works::CheckRegion},
     {"SetColors", works::OpenFileOfIndices, works::SetColors, works::CheckHeader<works::SetColors>},
     {"SetResolutions", works::OpenFileOfIndices, works::SetResolutions, works::CheckHeader<works::SetResolutions>},
+    {"BecomeIndexed", works::OpenFileOfIndices, works::BecomeIndexed, works::CheckIndexed},
+    {"ConvertToIndexed", works::OpenLargerFileForReading, works::ConvertToIndexed,
+     [](auto& place, Came) { works::CheckOpened(place, Came::toItsEnd); }},
     {"BuildLevels", [](auto& place) { place.MakeFile(); }, works::BuildLevels, works::CheckLevels},
     {"RefreshLevels", [](auto& place) { place.OpenFile(); }, works::BuildLevels, works::CheckLevels},
     {"BuildLevelsOfIndices",
