@@ -196,6 +196,12 @@ TEST_F(Palettes, AFilesColorsAreUsedAndWrittenColorsAreThoseOfTheResult) {
     EXPECT_EQ(ReadFile(folder.File("f.act")).size(), 768u);
 }
 
+TEST_F(Palettes, AQuantizerThatDithersDoesSoWithTheStrengthThatIsSaid) {
+    EXPECT_TRUE(AreSame(Convert({"--quantizer", "ordered", "--strength", "0.4"}),
+                        Convert({"--palette", "fixed", "--dither", "ordered", "--strength", "0.4"})));
+    EXPECT_FALSE(AreSame(Convert({"--quantizer", "diffuse", "--strength", "0.4"}), Convert({"--quantizer", "diffuse"})));
+}
+
 TEST_F(Palettes, APaletteOfOneColorThatWasWrittenIsReadAgain) {
     for (const char* file : {"p.gpl", "p.act"}) {
         const std::string name = folder.File(file);
@@ -224,7 +230,7 @@ TEST_F(Palettes, WhatDoesNotGoTogetherIsWrongUsage) {
     const std::string file = folder.File("p.gpl");
     expect({"--strength", "0.5"}, "--strength");
     expect({"--strength", "0.5", "--dither", "none"}, "--strength");
-    expect({"--strength", "0.5", "--quantizer", "diffuse"}, "--strength");
+    expect({"--strength", "0.5", "--quantizer", "median8"}, "--strength");
     for (const char* strength : {"-0.1", "1.1", "nan", "strong"})
         expect({"--dither", "ordered", "--strength", strength}, "--strength");
     expect({"--dither", "diffuse"}, "--dither");

@@ -78,7 +78,7 @@ std::optional<WrongChoice> FindWrongChoice(const ColorChoice& choice, std::optio
     if (!format || !IsIndexed(*format)) return {{NameOfGiven(choice), "only an INDEXED format has colours to find"}};
     if (auto wrong = FindWrongCount(choice, *format)) return wrong;
     if (auto wrong = FindWrongQuantizer(choice)) return wrong;
-    if (choice.strength && choice.dither.value_or(zbm::Dither::none) == zbm::Dither::none)
+    if (choice.strength && DitherOf(choice) == zbm::Dither::none)
         return {{"--strength", "is that of --dither ordered, diffusion or blue"}};
     return std::nullopt;
 }
