@@ -552,19 +552,37 @@ struct Pixels<shr::BGRX_32> {
     }
 };
 
+}  // namespace
+}  // namespace zbm
+
+#if defined(__AVX512BW__)
+#include "convert/Avx512Premultiplied.inl"
+#endif
+
+namespace zbm {
+namespace {
+
 // Channels are reckoned on in 16 bits: blue and red in one vector, green and alpha in another.
 template <>
 struct Pixels<shr::PBGRA_32> {
     ZBM_INLINE static Colors Load(const uint8_t* src) {
         Colors colors = LoadColors(src);
         if (IsOpaque(colors)) return colors;
+#if defined(__AVX512BW__)
+        return InWideVectors(colors, WideUnpremultiplied);
+#else
         for (Vector& v : colors.v) v = Unpremultiplied(v);
         return colors;
+#endif
     }
     template <class Out>
     ZBM_INLINE static void Store(Out out, uint8_t* dst, Colors colors) {
+#if defined(__AVX512BW__)
+        StoreColors(out, dst, InWideVectors(colors, WidePremultiplied));
+#else
         for (Vector& v : colors.v) v = Premultiplied(v);
         StoreColors(out, dst, colors);
+#endif
     }
 
 private:

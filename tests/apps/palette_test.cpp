@@ -199,7 +199,8 @@ TEST_F(Palettes, AFilesColorsAreUsedAndWrittenColorsAreThoseOfTheResult) {
 TEST_F(Palettes, AQuantizerThatDithersDoesSoWithTheStrengthThatIsSaid) {
     EXPECT_TRUE(AreSame(Convert({"--quantizer", "ordered", "--strength", "0.4"}),
                         Convert({"--palette", "fixed", "--dither", "ordered", "--strength", "0.4"})));
-    EXPECT_FALSE(AreSame(Convert({"--quantizer", "diffuse", "--strength", "0.4"}), Convert({"--quantizer", "diffuse"})));
+    EXPECT_FALSE(
+        AreSame(Convert({"--quantizer", "diffuse", "--strength", "0.4"}), Convert({"--quantizer", "diffuse"})));
 }
 
 TEST_F(Palettes, APaletteOfOneColorThatWasWrittenIsReadAgain) {
