@@ -191,11 +191,14 @@ size_t HalveWide(const uint8_t* upper, std::ptrdiff_t stride, size_t count, bool
         const uint8_t *above = upper + 8 * x, *below = above + stride;
         FetchNextLines<kFetches>(above, stride);
         FetchNextLines<kFetches>(above + 64, stride);
-        __m512i packed = _mm512_packus_epi16(WideMeansOfFour(above, below, factors),
-                                             WideMeansOfFour(above + 64, below + 64, factors));
-        if (_mm512_cmplt_epu32_mask(packed, _mm512_set1_epi32(static_cast<int>(0xFF000000))) != 0)
-            packed = _mm512_packus_epi16(WideWeightedMeansOfFour(above, below, rounding),
-                                         WideWeightedMeansOfFour(above + 64, below + 64, rounding));
+        const __m512i all = _mm512_and_si512(_mm512_and_si512(LoadWide(above), LoadWide(above + 64)),
+                                             _mm512_and_si512(LoadWide(below), LoadWide(below + 64)));
+        const bool isOpaque = _mm512_cmplt_epu32_mask(all, _mm512_set1_epi32(static_cast<int>(0xFF000000))) == 0;
+        const __m512i packed = isOpaque
+                                   ? _mm512_packus_epi16(WideMeansOfFour(above, below, factors),
+                                                         WideMeansOfFour(above + 64, below + 64, factors))
+                                   : _mm512_packus_epi16(WideWeightedMeansOfFour(above, below, rounding),
+                                                         WideWeightedMeansOfFour(above + 64, below + 64, rounding));
         _mm512_storeu_si512(out + 4 * x, _mm512_maskz_permutexvar_epi64(0xFF, inOrder, packed));
     }
     return x;
