@@ -480,6 +480,14 @@ TEST(FiltersOfSinglePixels, CopyWhatTheyChange) {
     }
 }
 
+TEST(FiltersOfSinglePixels, DoNotCopyPartsOfBytes) {
+    ZPixfNull filter;
+    filter.SetOutputFormat(ZPixFormat(3, 1, 1, 4, 16));
+    std::uint8_t from = 0x5A, to = 0xC3;
+    EXPECT_FALSE(filter.CopyChanged(&from, &to, 1, shr::CopyWrites::cached));
+    EXPECT_EQ(to, 0xC3);
+}
+
 TEST(FiltersOfSinglePixels, HandThroughWhatIsLargerThanARowOfTheCopy) {
     const ZPixFormat format(1 << 20, 1, 4, 8, 0);
     ZPixfNull filter;
