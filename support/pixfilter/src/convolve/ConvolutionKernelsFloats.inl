@@ -161,8 +161,9 @@ void ForEachSumOf(const ConvolutionForm& form, const ConvolutionLines& lines, co
                 .Sum(first, (end - first + kVecPixels - 1) / kVecPixels, sums[color]);
         for (std::size_t next = first; next < end; next += kVecPixels) {
             const std::size_t x = next + kVecPixels <= end ? next : end - kVecPixels;
-            const Floats found[kColors] = {LoadFloats(sums[0] + x - first), LoadFloats(sums[1] + x - first),
-                                           LoadFloats(sums[2] + x - first)};
+            const std::size_t at = x - first;
+            const Floats found[kColors] = {LoadFloats(sums[0] + at), LoadFloats(sums[1] + at),
+                                           LoadFloats(sums[2] + at)};
             step.Finish(x, found);
         }
     }
