@@ -22,7 +22,7 @@ class ZBitmap;
 /// one as it becomes. The series of changes ends with the caller's CommitAll.
 ///
 /// The filters are borrowed: at most 14, each only once (a pipeline has 16 stages; the choice of an indexed bitmap's
-/// colours takes one, and a mask that the last filter changes another). Their formats are set here, to true colours of
+/// colours takes one, and a mask that filters change another). Their formats are set here, to true colours of
 /// the bitmap's size. An indexed bitmap gets a new choice of colours (median cut), as many as its table had. Alpha, or
 /// the mask, becomes what the filters make of it; those that leave alpha alone keep it.
 ///

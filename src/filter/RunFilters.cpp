@@ -32,8 +32,8 @@ public:
     FilterState state;
 };
 
-/// Hands lines through, so that what the stage before makes of alpha is taken: that of a last stage after others is
-/// not.
+/// Hands lines through, so that the alpha of the stage before is taken line by line: that of a last stage after others
+/// is not taken, and that of one before a stage that reads ahead belongs to other lines.
 class HandThrough final : public zpixf::ZPixFilterBase {
 public:
     zpixf::ZPixfType FilterType() const override { return zpixf::ZPixfType::KeepsAlpha; }
@@ -54,6 +54,10 @@ void AddStage(std::vector<CPixFilterContext>& stages, zpixf::ZPixFilterBase* fil
     stages.emplace_back(filter, &Runner::ReadLine, &runner);
 }
 
+bool ChangeAlpha(const std::vector<CPixFilterContext>& stages) {
+    return std::any_of(stages.begin(), stages.end(), [](const auto& stage) { return stage.changesAlpha; });
+}
+
 /// Only the first stage is asked whether the mask becomes alpha of its lines; so it answers for all.
 void UseAlphaFromTheFirst(std::vector<CPixFilterContext>& stages) {
     stages.front().usesInputAlpha =
@@ -72,7 +76,10 @@ bool RunFilters(ZBitmap& bitmap, const std::vector<zpixf::ZPixFilterBase*>& filt
     HandThrough behind;
     std::vector<CPixFilterContext> stages;
     for (zpixf::ZPixFilterBase* filter : filters) AddStage(stages, filter, runner, size);
-    if (stages.size() > 1 && stages.back().changesAlpha && HasMask(bitmap)) AddStage(stages, &behind, runner, size);
+    if (stages.size() > 1 && ChangeAlpha(stages) && HasMask(bitmap)) {
+        stages.back().changesAlpha = true;
+        AddStage(stages, &behind, runner, size);
+    }
     UseAlphaFromTheFirst(stages);
 
     const auto runInto = [&](LineSink& sink) {

@@ -180,6 +180,18 @@ TYPED_TEST(Masks, StayWithTheirLinesWhicheverDithererOrQuantizerFollows) {
     }
 }
 
+TYPED_TEST(Masks, StayWithTheirLinesWhenAFilterThatReadsAheadFollows) {
+    for (const bool indexed : {false, true}) {
+        if (indexed) this->bitmap = TypeParam(33, 20, shr::INDEXED_8, 16, 8);
+        LineFilter making(ZPixfType::MakesAlpha, &HalveAlpha), last(ZPixfType::Brightness);
+        zpixf::ZPixfConvolution5 blur;
+        blur.SetConvolution(zpixf::ZPixf5x5Mode::blur);
+        ASSERT_TRUE(RunFilters(this->bitmap, {&making, &blur, &last}, nullptr));
+        for (int y = 0; y < 20; ++y)
+            for (int x = 0; x < 33; ++x) ASSERT_EQ(testkit::GetMask(this->bitmap, x, y), x + y >= 20) << x << ", " << y;
+    }
+}
+
 TYPED_TEST(Masks, ReachAFilterBehindOneThatLeavesAlphaAlone) {
     LineFilter first(ZPixfType::Brightness), moving(ZPixfType::Null);
     ASSERT_TRUE(RunFilters(this->bitmap, {&first, &moving}, nullptr));
