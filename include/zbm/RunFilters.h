@@ -22,9 +22,9 @@ class ZBitmap;
 /// one as it becomes. The series of changes ends with the caller's CommitAll.
 ///
 /// The filters are borrowed: at most 14, each only once (a pipeline has 16 stages; the choice of an indexed bitmap's
-/// colours takes one, and a mask that filters change another). Their formats are set here, to true colours of
-/// the bitmap's size. An indexed bitmap gets a new choice of colours (median cut), as many as its table had. Alpha, or
-/// the mask, becomes what the filters make of it; those that leave alpha alone keep it.
+/// colours takes one, and a mask that filters change another). Their formats are set here, to true colours of the
+/// bitmap's size. An indexed bitmap gets a new choice of colours (median cut), as many as its table had. Alpha, or the
+/// mask, becomes what the filters make of it; those that leave alpha alone keep it.
 ///
 /// False, with nothing changed, when the start of a filter was cancelled. Cancelling through `progress` (which may be
 /// null) arrives as shr::AbortException, and a filter that fails as the shr::Exception that it describes; rows of tiles

@@ -127,7 +127,8 @@ protected:
 
 public:
     /// Whether there is no picture: no format and no tiles, as after a creation or a load that failed. A picture of
-    /// width or height 0 is one. What is empty can be created anew.
+    /// width or height 0 is one, and so is what a closed file leaves: ask ZFileBitmap::IsFileOpen there. What is empty
+    /// can be created anew.
     bool IsEmpty() const noexcept { return colorFormat == shr::FORMAT_NONE; }
 
     int GetPixelWidth() const noexcept { return pixelWidth; }
