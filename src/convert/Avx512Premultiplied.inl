@@ -23,7 +23,9 @@ ZBM_INLINE Colors InWideVectors(const Colors& colors, Change change) {
 /// The order of bytes that repeats bytes `low` and `high` of each pixel; 0x80 for none.
 ZBM_INLINE Wide TwiceInPixel(int low, int high) {
     const int step = (low < 0x80 ? 4 : 0) | (high < 0x80 ? 0x400 : 0), twice = low | high << 8;
-    const auto inPixel = [&](int pixel) { return (twice + step * pixel) * 0x10001; };
+    const auto inPixel = [&](int pixel) {
+        return static_cast<int>(static_cast<unsigned>(twice + step * pixel) * 0x10001);
+    };
     return _mm512_maskz_broadcast_i32x4(0xFFFF, _mm_setr_epi32(inPixel(0), inPixel(1), inPixel(2), inPixel(3)));
 }
 
