@@ -16,7 +16,7 @@ void FetchingRowCopy(std::uint8_t* destination, const std::uint8_t* source, std:
 /// FetchingCopy with stores that bypass the caches, one for each level of instruction sets: wide stores take less time.
 /// StreamFence must be called before others may read what was written.
 using StreamCopyFunction = void(std::uint8_t* destination, const std::uint8_t* source, std::size_t byteCount,
-                                const std::uint8_t* nextSource) noexcept;
+                                const std::uint8_t* nextSource);
 StreamCopyFunction StreamCopy_base, StreamCopy_avx2, StreamCopy_avx512;
 void StreamFence() noexcept;
 

@@ -1,6 +1,6 @@
 #include "StreamCopy.inl"
 
 void shr::StreamCopy_base(std::uint8_t* destination, const std::uint8_t* source, std::size_t byteCount,
-                          const std::uint8_t* nextSource) noexcept {
+                          const std::uint8_t* nextSource) {
     StreamCopyKernel(destination, source, byteCount, nextSource);
 }
