@@ -66,9 +66,13 @@ public:
     /// Gives output line `line` of the last stage. When a filter fails, the pipeline is emptied, and a shr::Exception
     /// says where and why, in the words of the first stage that failed.
     void FilterScanline(unsigned char* buffer, int line);
-    /// Where all stages are filters of single pixels: sends `count` pixels through all of them, in place, without
-    /// lines. Fails as FilterScanline does, in the words of the filter that failed.
+    /// Where all stages are filters of single pixels, but for a quantiser that may be the last: sends `count` pixels
+    /// through all but that, in place, without lines. Fails as FilterScanline does, in the words of the filter that
+    /// failed.
     void ChangePixels(std::uint8_t* pixels, std::size_t count);
+    /// The quantiser that is the last stage does the rest: `result` gets what a line of its output has of the pixels.
+    /// For one that gives colours it may be `pixels`.
+    void MapPixels(const std::uint8_t* pixels, std::size_t count, std::uint8_t* result);
     void CollectAlphaChanges(bool collect) { collectAlphaChanges = collect; }
     /// Stops and drops all stages. From then on alpha changes are collected.
     void Destroy();

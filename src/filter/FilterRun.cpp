@@ -64,7 +64,9 @@ bool FilterRun::Run(ZBitmap& input, std::span<const CPixFilterContext> stages, s
     const shr::ScopeExit atTheEnd(freeCopies);
     freeCopies();
     if (HasNoPixels() && input.GetNumScanRectRows() > 0) return true;
-    const FilterTask task{input, state.inputRect, output, stages, sink};
+    std::unique_ptr<zpixf::ZPixFilterBase> quantizer;  // outlives the pipeline
+    if (HasColorTable(output)) quantizer = QuantizerFor(output, family.quantizer);
+    const FilterTask task{input, state.inputRect, output, stages, quantizer.get(), sink};
     const MakeTileChange makeChange = FindTileWay(task);
     const bool readsOverwritten = &input == &output && !PullForward(stages);
     source.Begin(input, makeChange != nullptr ? LineSource::RowCopy::onDemand
@@ -73,8 +75,6 @@ bool FilterRun::Run(ZBitmap& input, std::span<const CPixFilterContext> stages, s
     if (makeChange == nullptr) sink.Begin();
     GrowLines();
 
-    std::unique_ptr<zpixf::ZPixFilterBase> quantizer;  // outlives the pipeline
-    if (HasColorTable(output)) quantizer = QuantizerFor(output, family.quantizer);
     CPixFilterPipeline pipeline;
     pipeline.progress = progress;
     pipeline.progressLastLine = static_cast<std::uint32_t>(output.GetPixelHeight()) - 1;

@@ -13,6 +13,7 @@ struct FilterTask {
     RECT inputRect;  ///< the part of the input that is filtered
     const ZBitmap& output;
     std::span<const CPixFilterContext> stages;
+    zpixf::ZPixFilterBase* quantizer;  ///< behind them; null unless the output has colours to choose
     const LineSink& sink;
 };
 

@@ -38,7 +38,7 @@ bool FitTogether(const ZBitmap& input, const ZBitmap& output) {
 }  // namespace
 
 bool HalvingRun::Suits(const FilterTask& task) {
-    const auto& [input, inputRect, output, stages, sink] = task;
+    const auto& [input, inputRect, output, stages, quantizer, sink] = task;
     return stages.size() == 1 && ReachesTiles(input, sink) && IsWhole(inputRect, input) &&
            Halves(stages[0], input, output) && FitTogether(input, output) &&
            shr::ColorFmtToTblSize[output.GetColorFormat()] == 0;

@@ -25,7 +25,7 @@ bool IsOfSize(const zpixf::ZPixFormat& format, LONG width, LONG height) {
 }  // namespace
 
 bool PickingRun::Suits(const FilterTask& task) {
-    const auto& [input, rect, output, stages, sink] = task;
+    const auto& [input, rect, output, stages, quantizer, sink] = task;
     if (stages.size() != 1 || &input == &output || !ReachesTiles(input, sink) || !StayInMemory(input)) return false;
     const zpixf::ZPixFilterBase& filter = *stages[0].filter;
     return filter.AsPicking() != nullptr && LiesIn(rect, input) &&

@@ -6,6 +6,8 @@ namespace zbm {
 
 namespace {
 
+bool HasIndices(const ZBitmap& bitmap) { return shr::ColorFmtToTblSize[bitmap.GetColorFormat()] != 0; }
+
 bool AreAlikeInTiles(const ZBitmap& a, const ZBitmap& b) {
     return a.GetPixelWidth() == b.GetPixelWidth() && a.GetPixelHeight() == b.GetPixelHeight() &&
            a.GetScanRectWidth() == b.GetScanRectWidth() && a.GetScanRectHeight() == b.GetScanRectHeight();
@@ -18,6 +20,13 @@ bool AreOfSinglePixels(std::span<const CPixFilterContext> stages) {
     });
 }
 
+/// All, but for a quantiser at the end that gives colours.
+std::span<const CPixFilterContext> StagesToMap(const FilterTask& task) {
+    zpixf::ZPixFilterBase& last = *task.stages.back().filter;
+    const bool isMapped = last.AsQuantize() != nullptr && last.GetOutputFormat().GetChannels() == 4;
+    return task.stages.first(task.stages.size() - (isMapped ? 1 : 0));
+}
+
 /// Colours and alpha.
 bool HandsThrough(const CPixFilterContext& stage) {
     return stage.filter->AsPointwise()->ChangesNothing() && stage.usesInputAlpha && stage.changesAlpha;
@@ -26,9 +35,10 @@ bool HandsThrough(const CPixFilterContext& stage) {
 }  // namespace
 
 bool PointwiseRun::Suits(const FilterTask& task) {
-    const auto& [input, inputRect, output, stages, sink] = task;
+    const auto& [input, inputRect, output, stages, quantizer, sink] = task;
+    const bool isMapped = quantizer != nullptr && quantizer->AsQuantize() != nullptr;
     return ReachesTiles(input, sink) && AreAlikeInTiles(input, output) && IsWhole(inputRect, input) &&
-           shr::ColorFmtToTblSize[output.GetColorFormat()] == 0 && AreOfSinglePixels(stages);
+           isMapped == HasIndices(output) && AreOfSinglePixels(isMapped ? stages : StagesToMap(task));
 }
 
 PointwiseRun::PointwiseRun(const FilterTask& task, CPixFilterPipeline& startedPipeline)
@@ -40,9 +50,11 @@ PointwiseRun::PointwiseRun(const FilterTask& task, CPixFilterPipeline& startedPi
       isInPlace(&input == &task.output),
       hasMask(HasMask(task.output)),
       makesMask(hasMask && pipeline.stages[0].changesAlpha),
-      isConversion(!isInPlace && pipeline.numStages == 1 && HandsThrough(pipeline.stages[0]) &&
+      maps(pipeline.stages[pipeline.numStages - 1].filter->AsQuantize() != nullptr),
+      isOneStage(!maps && pipeline.numStages == 1),
+      isConversion(isOneStage && !isInPlace && HandsThrough(pipeline.stages[0]) &&
                    (input.GetColorFormat() == shr::BGRA_32) != (task.output.GetColorFormat() == shr::BGRA_32)),
-      isOneCopy(!isInPlace && pipeline.numStages == 1 && input.GetColorFormat() == shr::BGRA_32 &&
+      isOneCopy(isOneStage && !isInPlace && input.GetColorFormat() == shr::BGRA_32 &&
                 task.output.GetColorFormat() == shr::BGRA_32) {}
 
 /// From the last rows to the first, as memory goes on.
@@ -82,12 +94,26 @@ bool PointwiseRun::CopyLines(const ZScanRect& from, ZScanRect& to, int first, in
 
 /// Where one stage of several fails, pixels that are between two of them must not be left in a tile.
 void PointwiseRun::ChangeBlock(const TileBlock<const ZScanRect>& from, const TileBlock<ZScanRect>& to) {
-    const bool isThere = isInPlace && pipeline.numStages == 1 && to.tile.GetColorFormat() == shr::BGRA_32;
+    const bool isThere = isInPlace && isOneStage && to.tile.GetColorFormat() == shr::BGRA_32;
     if (isThere) return pipeline.ChangePixels(to.First(), to.Pixels());
     colors.resize(4 * to.Pixels());
     ReadBlock(from, input.GetConstColorTablePtr(), pipeline.stages[0].usesInputAlpha, colors.data());
     pipeline.ChangePixels(colors.data(), to.Pixels());
+    if (shr::ColorFmtToTblSize[to.tile.GetColorFormat()] != 0) return MapBlock(to);
+    if (maps) pipeline.MapPixels(colors.data(), to.Pixels(), colors.data());
     writer.Write(to, colors.data(), makesMask);
+}
+
+void PointwiseRun::MapBlock(const TileBlock<ZScanRect>& block) {
+    const shr::ColorFormat format = block.tile.GetColorFormat();
+    const auto width = static_cast<std::size_t>(block.width);
+    indices.resize(static_cast<std::size_t>(shr::RowBytes(static_cast<std::uint32_t>(width), format)));
+    std::uint8_t* row = block.First();
+    for (std::size_t pixel = 0; pixel < block.Pixels(); pixel += width, row += block.Stride()) {
+        pipeline.MapPixels(colors.data() + 4 * pixel, width, indices.data());
+        shr::CopyPixelLine({row, 0, 0}, {indices.data(), 0, 0}, block.width, format, writes);
+    }
+    if (makesMask) MakeMasks(block, colors.data(), std::ptrdiff_t{4} * block.width);
 }
 
 }  // namespace zbm

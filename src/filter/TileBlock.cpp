@@ -40,14 +40,6 @@ void TakeMasks(const TileBlock<const ZScanRect>& block, std::uint8_t* bgra, std:
     });
 }
 
-/// The alpha of `bgra` becomes the block's mask.
-void MakeMasks(const TileBlock<ZScanRect>& block, const std::uint8_t* bgra, std::ptrdiff_t stride) {
-    ForEachMaskRow(block, [&](std::uint8_t* mask) {
-        PackMaskRow(mask, 0, bgra, static_cast<std::size_t>(block.width));
-        bgra += stride;
-    });
-}
-
 }  // namespace
 
 void ReadBlock(const TileBlock<const ZScanRect>& block, const shr::Color4b* colorTable, bool takesMasks,
@@ -55,6 +47,13 @@ void ReadBlock(const TileBlock<const ZScanRect>& block, const shr::Color4b* colo
     const shr::ColorFormat format = block.tile.GetColorFormat();
     Convert(block, {bgra, shr::BGRA_32, 4 * block.width}, {block.First(), format, block.Stride(), colorTable});
     if (takesMasks && block.tile.GetAlphaStride() != 0) TakeMasks(block, bgra, std::ptrdiff_t{4} * block.width);
+}
+
+void MakeMasks(const TileBlock<ZScanRect>& block, const std::uint8_t* bgra, std::ptrdiff_t stride) {
+    ForEachMaskRow(block, [&](std::uint8_t* mask) {
+        PackMaskRow(mask, 0, bgra, static_cast<std::size_t>(block.width));
+        bgra += stride;
+    });
 }
 
 void ConvertBlock(const TileBlock<const ZScanRect>& from, const TileBlock<ZScanRect>& to,

@@ -36,6 +36,9 @@ void ReadBlock(const TileBlock<const ZScanRect>& block, const shr::Color4b* colo
 void ConvertBlock(const TileBlock<const ZScanRect>& from, const TileBlock<ZScanRect>& to,
                   const shr::Color4b* colorTable, shr::CopyWrites writes);
 
+/// The alpha of `bgra`, rows `stride` bytes apart, becomes the block's mask.
+void MakeMasks(const TileBlock<ZScanRect>& block, const std::uint8_t* bgra, std::ptrdiff_t stride);
+
 /// Writes blocks of one bitmap.
 class BlockWriter {
 public:

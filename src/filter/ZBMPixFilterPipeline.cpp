@@ -6,6 +6,7 @@
 #include "shr/ScopeExit.h"
 #include "zbm/CPixFilterPipeline.h"
 #include "zbm/ZBMLib2.h"
+#include "zpixf/ZPixfQuantize.h"
 
 namespace zbm {
 
@@ -168,8 +169,15 @@ void CPixFilterPipeline::FilterScanline(unsigned char* buffer, int line) {
 }
 
 void CPixFilterPipeline::ChangePixels(std::uint8_t* pixels, std::size_t count) {
-    for (std::uint32_t i = 0; i < numStages; ++i)
-        if (!stages[i].filter->AsPointwise()->ChangePixels(pixels, count)) RaiseFailure(*stages[i].filter);
+    for (std::uint32_t i = 0; i < numStages; ++i) {
+        zpixf::ZPixfPointwise* const filter = stages[i].filter->AsPointwise();
+        if (filter != nullptr && !filter->ChangePixels(pixels, count)) RaiseFailure(*filter);
+    }
+}
+
+void CPixFilterPipeline::MapPixels(const std::uint8_t* pixels, std::size_t count, std::uint8_t* result) {
+    zpixf::ZPixfQuantize& last = *stages[numStages - 1].filter->AsQuantize();
+    if (!last.MapPixels(pixels, count, result)) RaiseFailure(last);
 }
 
 void CPixFilterPipeline::RaiseFailure(const zpixf::ZPixFilterBase& filter) {

@@ -288,6 +288,27 @@ TEST_P(EveryQuantizer, GivesColorsWithTheAlphaOfTheInput) {
     }
 }
 
+TEST_P(EveryQuantizer, MapsPartsOfAnySizeAsItsLines) {
+    for (const auto& [channels, bits] : {std::pair{1u, 1u}, {1u, 4u}, {1u, 8u}, {4u, 8u}}) {
+        Picture picture = NoisePicture(64, 3);
+        Connect(*filter, picture, channels, bits);
+        filter->SetDesiredColors(2);
+        ASSERT_TRUE(filter->Start());
+        Bytes lines(3 * 64 * channels * bits / 8);
+        for (unsigned y = 0; y < 3; ++y) ASSERT_TRUE(filter->FilterScanline(y, &lines[y * 64 * channels * bits / 8]));
+        for (const unsigned count : {8u, 64u, 192u}) {  // also more than a line has
+            Bytes parts(lines.size());
+            for (unsigned i = 0; i < 192; i += count)
+                ASSERT_TRUE(filter->MapPixels(picture.pixels[i].data(), count, &parts[i * channels * bits / 8]));
+            ASSERT_EQ(parts, lines) << count << " pixels to " << bits << " bits";
+        }
+        if (channels == 4) {
+            ASSERT_TRUE(filter->MapPixels(picture.pixels[0].data(), 192, picture.pixels[0].data()));
+            EXPECT_TRUE(std::equal(lines.begin(), lines.end(), picture.pixels[0].data())) << "in place";
+        }
+    }
+}
+
 TEST_P(EveryQuantizer, StartPullsEachLineOnceInOrderAndALineOnlyItself) {
     Picture picture = NoisePicture(5, 6);
     Connect(*filter, picture, 1, 8);

@@ -38,6 +38,7 @@ using ScanLineFunction = bool (*)(void* userData, unsigned line, void* buffer);
 class ZPixfPointwise;
 class ZPixfHalving;
 class ZPixfPicking;
+class ZPixfQuantize;
 
 /// A filter that works line by line and pulls its input: set the two formats and the scan-line function, Start it, ask
 /// for output lines, Stop it.
@@ -85,6 +86,8 @@ public:
     virtual const ZPixfHalving* AsHalving() const noexcept { return nullptr; }
     /// Null for a filter that does more than to choose pixels.
     virtual const ZPixfPicking* AsPicking() const noexcept { return nullptr; }
+    /// Null for a filter that does not choose a palette.
+    virtual ZPixfQuantize* AsQuantize() noexcept { return nullptr; }
     bool IsStarted() const noexcept { return started; }
 
     const shr::ZString& GetErrorModule() const noexcept { return errorModule; }

@@ -29,9 +29,15 @@ public:
     ~ZPixfQuantize() override;
     /// 1 to 256; 256 if never set. Start fails for any other number.
     void SetDesiredColors(unsigned count);
-    bool FilterScanline(unsigned line, void* buffer) override;
-    bool PullsForward() const override { return true; }
+    bool FilterScanline(unsigned line, void* buffer) final;
+    bool PullsForward() const final { return true; }
+    ZPixfQuantize* AsQuantize() noexcept final { return this; }
     void Stop() override;
+
+    /// For a started filter: makes of `count` pixels what a line of the output has of them, from the first byte of
+    /// `result` on, which may be `pixels` if that is colours. They may be of any place, in parts of any size, in any
+    /// order. False, described, if that fails.
+    bool MapPixels(const std::uint8_t* pixels, std::size_t count, std::uint8_t* result);
 
 protected:
     ZPixfQuantize();

@@ -25,12 +25,12 @@ struct ZPixfQuantize::State {
         : width(newWidth),
           output(newOutput),
           line(MakeBytes(std::uint64_t{kPixelBytes} * newWidth)),
-          indices(MakeBytes(newWidth)) {}
+          indices(newWidth) {}
 
     std::size_t width;
     IndexedLines output;
     std::unique_ptr<std::uint8_t[]> line;  ///< of the input
-    std::unique_ptr<std::uint8_t[]> indices;
+    std::vector<std::uint8_t> indices;
     PaletteMap map;
 };
 
@@ -85,13 +85,16 @@ bool ZPixfQuantize::SuitsFormats() {
 
 bool ZPixfQuantize::FilterScanline(unsigned line, void* buffer) {
     if (!IsReadyFor(line) || !PullLine(line, state->line.get())) return false;
-    const std::uint8_t* pixels = state->line.get();
-    auto* const result = static_cast<std::uint8_t*>(buffer);
-    auto* const indices = state->output.AreIndexBytes() ? result : state->indices.get();
+    return MapPixels(state->line.get(), state->width, static_cast<std::uint8_t*>(buffer));
+}
+
+bool ZPixfQuantize::MapPixels(const std::uint8_t* pixels, std::size_t count, std::uint8_t* result) {
     try {
-        state->map.MapRow(pixels, state->width, indices);
+        if (!state->output.AreIndexBytes() && state->indices.size() < count) state->indices.resize(count);
+        std::uint8_t* const indices = state->output.AreIndexBytes() ? result : state->indices.data();
+        state->map.MapRow(pixels, count, indices);
+        state->output.Store(indices, pixels, count, result);
     } catch (const std::bad_alloc&) { return FailForMemory("ZPixfQuantize", __LINE__); }
-    state->output.Store(indices, pixels, state->width, result);
     return true;
 }
 
