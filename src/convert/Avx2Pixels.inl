@@ -40,7 +40,6 @@ struct PastCache {
     static constexpr bool kIsOffered = true, kIsCached = false;
     ZBM_INLINE void operator()(uint8_t* dst, Vector v) const { _mm256_stream_si256(reinterpret_cast<Vector*>(dst), v); }
 };
-void FinishStreams() { _mm_sfence(); }
 
 template <class Out>
 ZBM_INLINE void StoreWords(Out out, uint8_t* dst, const Words& words) {

@@ -117,6 +117,7 @@ void ForEachRun(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t w
 void ConvertRows(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t width, std::uint32_t height) {
     const bool pastCaches = shr::PixelBytes(width, dst.format) * height >= kStreamedBytes;
     ConvertRows(dst, src, width, height, pastCaches ? shr::CopyWrites::streamed : shr::CopyWrites::cached);
+    if (pastCaches) shr::FinishCopyWrites();
 }
 
 void ConvertRows(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t width, std::uint32_t height,
@@ -138,7 +139,6 @@ void ConvertRows(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t 
         }
         converter.Convert(to, from, pixels);
     });
-    if (pastCaches) kernels.finishStreams();
 }
 
 void CopyRows(const PixelRows& dst, const ConstPixelRows& src, std::uint32_t width, std::uint32_t height) {

@@ -25,7 +25,6 @@ struct ToCache {
 struct PastCache : ToCache {
     static constexpr bool kIsOffered = false;
 };
-void FinishStreams() {}
 
 template <class Block>
 Block LoadBlock(const void* from) {

@@ -30,9 +30,8 @@ struct RowKernels {
     /// By destination and source; null where kernels do not convert. An indexed destination gets indices.
     BlockKernel* convert[shr::kColorFormats][shr::kColorFormats];
     /// The same, writing past the caches: for a `dst` at a multiple of kStreamAlignment. Null where there is none.
+    /// Other threads are certain to see it after shr::FinishCopyWrites.
     BlockKernel* stream[shr::kColorFormats][shr::kColorFormats];
-    /// To be called when the last stream of a picture is written, for other threads to see it.
-    void (*finishStreams)();
 };
 constexpr std::size_t kStreamAlignment = 32;
 

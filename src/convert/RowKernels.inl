@@ -159,7 +159,6 @@ constexpr RowKernels MakeKernels() {
     RowKernels kernels{};
     FillTable<ToCache>(kernels.convert, std::make_index_sequence<shr::kColorFormats>());
     FillTable<PastCache>(kernels.stream, std::make_index_sequence<shr::kColorFormats>());
-    kernels.finishStreams = &FinishStreams;
     return kernels;
 }
 constexpr RowKernels kKernels = MakeKernels();

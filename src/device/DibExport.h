@@ -42,7 +42,7 @@ private:
 };
 
 /// Converts rows to the format of a DIB's rows, or RGBA_32 to BGRA_32. A straight colour above 255, which no valid
-/// premultiplied pixel has, becomes 255.
+/// premultiplied pixel has, becomes 255. What is streamed is seen by others after shr::FinishCopyWrites.
 void ExportPixels(const PixelRows& dst, const ConstPixelRows& src, int width, int height, shr::CopyWrites writes);
 
 }  // namespace zbm

@@ -91,6 +91,7 @@ void ZBitmap::FetchDib(shr::CDib& dib, const RECT& rect) const {
                          {tile->GetRowPtr(part.tileY) + offset, colorFormat, tile->GetStride()}, part.width,
                          part.height, writes);
         });
+        shr::FinishCopyWrites();
     } else if (shr::ColorFmtToBPP[colorFormat] == shr::ColorFmtToBPP[rows.format]) {
         FetchInPlace(*this, rows, rect, width, height);
     } else {

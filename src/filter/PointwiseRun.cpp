@@ -73,9 +73,9 @@ void PointwiseRun::Change(ZScanRect& tile, int row, int col, int first, int end)
     }
 }
 
-/// In blocks that are still near when masks are made or taken.
+/// In blocks that are still in the first cache when masks are made or taken, with what is fetched meanwhile.
 void PointwiseRun::ConvertLines(const ZScanRect& from, ZScanRect& to, int first, int end) {
-    constexpr int kConvertedPixels = 2 * kMostBlockPixels;
+    constexpr int kConvertedPixels = kMostBlockPixels / 4;
     const int width = to.GetWidth(), mostRows = std::max(1, kConvertedPixels / width);
     for (int rest = end; rest > first;) {
         const int rows = std::min(mostRows, rest - first);
