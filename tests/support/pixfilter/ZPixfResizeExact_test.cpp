@@ -2,9 +2,11 @@
 // their kernels in floating point.
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "ResizePictures.h"
 #include "base/Kernels.h"
+#include "emulated/EmulatedKernels.h"
 #include "resample/ResampleWeights.h"
 #include "support_code/KernelLevels.h"
 
@@ -75,9 +77,23 @@ ResizePicture Reference(Method method, const ResizePicture& from, unsigned width
     return to;
 }
 
-class EveryLevel : public testing::TestWithParam<cpu::Level> {
+/// None stands for the widest one in plain words.
+using Level = std::optional<cpu::Level>;
+
+std::vector<Level> Levels() {
+    std::vector<Level> levels = {std::nullopt};
+    for (const cpu::Level level : testkit::LevelsHere()) levels.emplace_back(level);
+    return levels;
+}
+
+class EveryLevel : public testing::TestWithParam<Level> {
 protected:
-    void SetUp() override { ASSERT_TRUE(UseKernels(GetParam())); }
+    void SetUp() override {
+        if (GetParam())
+            ASSERT_TRUE(UseKernels(*GetParam()));
+        else
+            UseKernels(kEmulatedResampleKernels);
+    }
     void TearDown() override { UseKernels(cpu::Choose()); }
 };
 
@@ -149,7 +165,9 @@ TEST_P(EveryLevel, HalvesEverySumOfFour) {
     EXPECT_EQ(Resized(Method::bilinear, from, 1021, 2).bytes, Reference(Method::bilinear, from, 1021, 2).bytes);
 }
 
-INSTANTIATE_TEST_SUITE_P(Resample, EveryLevel, testing::ValuesIn(testkit::LevelsHere()), testkit::kLevelName);
+INSTANTIATE_TEST_SUITE_P(Resample, EveryLevel, testing::ValuesIn(Levels()), [](const auto& level) {
+    return level.param ? testkit::NameOf(*level.param) : std::string("emulated");
+});
 
 /// The kernels as published, by distance in their own unit.
 double KernelOf(Method method, double t) {

@@ -6,7 +6,7 @@
 namespace simd_tests {
 
 /// Room for all results of the widest vectors, and for two of them to read.
-constexpr std::size_t kMostBytes = 64, kMostResults = 90 * kMostBytes, kInputBytes = 2 * kMostBytes;
+constexpr std::size_t kMostBytes = 64, kMostResults = 120 * kMostBytes, kInputBytes = 2 * kMostBytes;
 
 struct Words {
     std::size_t vecBytes;

@@ -16,6 +16,10 @@ public:
     explicit Results(std::uint8_t* results) : begin(results), next(results) {}
     void Add(Vec v) { next += Put(v); }
     void Add(bool value) { *next++ = value ? 1 : 0; }
+    void Add(double value) {
+        std::memcpy(next, &value, sizeof value);
+        next += sizeof value;
+    }
     void Add(Floats v) {
         StoreFloats(reinterpret_cast<float*>(next), v);
         next += kVecBytes;
@@ -62,6 +66,9 @@ std::size_t Compute(const std::uint8_t* input, std::uint8_t* bytes) {
     results.AddAll(ShiftedFloats<1>(x, y), ShiftedFloats<2>(x, y), ShiftedFloats<kVecPixels - 1>(x, y));
     results.AddAll(x, SplatFloats(2.5F), AddFloats(x, y), MultiplyFloats(x, y), AddProduct(y, x, SplatFloats(3.0F)));
     const Floats halves = MultiplyFloats(x, SplatFloats(0.5F));
+    results.AddAll(LastOfFour(x), WithLastOfFour(x, y), WhereZero(halves, x, y));
+    results.Add(IsAnyZero(x));
+    results.Add(Reciprocals(SplatFloats(64)));  // of powers of two they are exact at every level
     results.Add(Nearest32(halves));
     results.Add(Truncated32(halves));
     alignas(kMostBytes) std::uint8_t past[kMostBytes];
@@ -84,7 +91,14 @@ std::size_t ComputeShuffles([[maybe_unused]] const std::uint8_t* input, [[maybe_
     const Vec a = Load(input), b = Load(input + kVecBytes);
     Results results(bytes);
     results.AddAll(MultiplyAdd8(a, And(b, Splat8(0x3F))), Shuffle8(a, 0x0F80'0102'0304'8007, 0x0008'090A'800C'0D80),
-                   OddLanes32(a, b), EvenThenOdd32(a), Alternate16(a, b));
+                   MultiplyRounded16(a, And(b, Splat16(0x7FFF))), OddLanes32(a, b), EvenThenOdd32(a),
+                   Alternate16(a, b));
+    double wide[2 * kVecBytes / 4] = {};
+    StoreFoursAsDoubles<8>(wide, a);
+    StoreFoursAsDoubles<8>(wide + 4, a, b);
+    for (const double value : wide) results.Add(value);
+    results.Add(AreAllOpaque(Or(a, AlphaBytes())));
+    results.Add(AreAllOpaque(Or(a, Splat32(0xFE000000u))));
     return results.Bytes();
 #else
     return 0;

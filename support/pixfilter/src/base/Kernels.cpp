@@ -58,5 +58,6 @@ void UseKernels(const AdjustKernels& kernels) noexcept { adjust.Use(kernels); }
 void UseKernels(const ConvolutionKernels& kernels) noexcept { convolution.Use(kernels); }
 void UseKernels(const MedianKernels& kernels) noexcept { median.Use(kernels); }
 void UseKernels(const MedianHistogramKernels& kernels) noexcept { medianHistogram.Use(kernels); }
+void UseKernels(const ResampleKernels& kernels) noexcept { resample.Use(kernels); }
 
 }  // namespace zpixf

@@ -8,6 +8,7 @@ struct AdjustKernels;
 struct ConvolutionKernels;
 struct MedianHistogramKernels;
 struct MedianKernels;
+struct ResampleKernels;
 
 /// Has every filter from now on use the kernels of `level`; false, changing nothing, if this processor does not run
 /// them. Not to be called while another thread filters.
@@ -18,5 +19,6 @@ void UseKernels(const AdjustKernels& kernels) noexcept;
 void UseKernels(const ConvolutionKernels& kernels) noexcept;
 void UseKernels(const MedianHistogramKernels& kernels) noexcept;
 void UseKernels(const MedianKernels& kernels) noexcept;
+void UseKernels(const ResampleKernels& kernels) noexcept;
 
 }  // namespace zpixf

@@ -49,8 +49,9 @@ struct HalvedLines {
 };
 
 struct ResampleKernels {
-    /// Pixels that the sums down the picture come by, whatever the width. Lines can be read as far.
-    static constexpr std::size_t kGroup = 8;
+    /// Pixels that the sums down the picture come by, whatever the width. Sums are made of a multiple of kMostAtOnce:
+    /// lines can be read as far, and there is room for as many.
+    static constexpr std::size_t kGroup = 8, kMostAtOnce = 16;
 
     bool (*isOpaque)(const std::uint8_t* pixels, std::size_t count);
 

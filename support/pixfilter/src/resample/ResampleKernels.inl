@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "resample/ResampleKernels.h"
+#include "simd/Vectors.inl"
 
 namespace zpixf {
 namespace {
@@ -96,10 +97,16 @@ double TieBreaker(const ResampleColumns& columns, size_t x) {
 }  // namespace
 }  // namespace zpixf
 
-#if defined(__AVX2__)
-#include "resample/ResampleKernelsVectors.inl"
+#if defined(SIMD_HAS_SHUFFLES)
+#include "resample/ResampleSums.inl"
 #else
-#include "resample/ResampleKernelsPlain.inl"
+#include "resample/ResampleSumsPlain.inl"
+#endif
+
+#if defined(__AVX2__)
+#include "resample/ResampleMixingVectors.inl"
+#else
+#include "resample/ResampleMixingPlain.inl"
 #endif
 
 namespace zpixf {

@@ -20,11 +20,17 @@ double* Aligned(std::vector<double>& buffer) {
     return buffer.data() + (misalignment == 0 ? 0 : kAlignment - misalignment);
 }
 
+/// Pixels behind those asked for that kernels may take along.
+constexpr unsigned kBeyond = ResampleKernels::kMostAtOnce - ResampleKernels::kGroup;
+
 class LinesInWindow final : public ResampleRows {
 public:
     LinesInWindow(const ResampleWeights& newDown, unsigned newWidth, std::uint32_t blockPixels)
-        : down(newDown), width(newWidth), opacity(newDown.MaxCount()), sums(std::size_t{4} * blockPixels + kAlignment) {
-        window.Prepare(down.MaxCount(), width, 0);
+        : down(newDown),
+          width(newWidth),
+          opacity(newDown.MaxCount()),
+          sums(std::size_t{4} * (blockPixels + kBeyond) + kAlignment) {
+        window.Prepare(down.MaxCount(), width, kBeyond);
     }
 
     bool MoveTo(unsigned line, const Pull& pull) override {

@@ -10,8 +10,8 @@ constexpr std::size_t kChannels = 4, kAlpha = 3;
 
 /// As many channels as the kernels handle for `width` pixels.
 std::size_t PaddedChannels(std::uint64_t width) {
-    constexpr std::uint64_t kGroup = ResampleKernels::kGroup;
-    return static_cast<std::size_t>((width + kGroup - 1) / kGroup * kGroup * kChannels);
+    constexpr std::uint64_t kAtOnce = ResampleKernels::kMostAtOnce;
+    return static_cast<std::size_t>((width + kAtOnce - 1) / kAtOnce * kAtOnce * kChannels);
 }
 
 }  // namespace

@@ -45,6 +45,10 @@
 //   MultiplyAdd8(a, b)                   sums of products of pairs: bytes of a times signed ones of b; they must lie
 //                                        within 16 bits, signed
 //   Shuffle8(a, first, second)           the bytes that have these numbers, the lowest first; 0 for 0x80
+//   MultiplyRounded16                    products, signed, in whole parts of 2^15, to nearest
+//   AreAllOpaque                         whether all pixels are
+//   StoreFoursAsDoubles<step>(to, a)     each four lanes of 32 bits, `step` doubles behind those before
+//   StoreFoursAsDoubles<step>(to, high, low)  of high * 256 + low, below 2^53
 //   OddLanes32(a, b)                     the odd lanes of a, then those of b
 //   EvenThenOdd32                        the even lanes, then the odd ones
 //   Alternate16(a, b)                    even lanes of a and odd ones of b
@@ -54,6 +58,9 @@
 //   LoadFloats, StoreFloats, SplatFloats, AddFloats, MultiplyFloats, AddProduct, ToFloats
 //   ShiftedFloats<n>(a, b)               as Shifted
 //   Nearest32, Truncated32               to whole numbers
+//   Reciprocals                          to some 22 bits
+//   LastOfFour, WithLastOfFour(a, last)  the last of each four in all their places; the last ones of another
+//   IsAnyZero, WhereZero(tested, a, otherwise)
 //   LoadAsDoubles                        from half as many floats
 //   SplatDoubles, AddDoubles, MultiplyDoubles, DivideDoubles, MinDoubles, MaxDoubles
 //   Truncated32(low, high)               of both halves of a Vec

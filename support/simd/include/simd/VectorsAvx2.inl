@@ -87,6 +87,11 @@ struct PairFactors {
 };
 
 inline Vec MultiplyAdd8(Vec a, Vec b) { return _mm256_maddubs_epi16(a, b); }
+inline Vec MultiplyRounded16(Vec a, Vec b) { return _mm256_mulhrs_epi16(a, b); }
+inline bool AreAllOpaque(Vec pixels) {
+    const Vec isFull = _mm256_cmpeq_epi8(pixels, _mm256_set1_epi32(-1));
+    return (static_cast<std::uint32_t>(_mm256_movemask_epi8(isFull)) & 0x88888888) == 0x88888888;
+}
 
 inline Vec Shuffle8(Vec a, std::uint64_t first, std::uint64_t second) {
     return _mm256_shuffle_epi8(a, Splat128(first, second));
@@ -125,6 +130,13 @@ inline Floats ToFloats(Vec a) { return _mm256_cvtepi32_ps(a); }
 inline Vec MinSigned16(Vec a, Vec b) { return _mm256_min_epi16(a, b); }
 inline Vec Nearest32(Floats a) { return _mm256_cvtps_epi32(a); }
 inline Vec Truncated32(Floats a) { return _mm256_cvttps_epi32(a); }
+inline Floats Reciprocals(Floats a) { return _mm256_div_ps(_mm256_set1_ps(1), a); }
+inline Floats LastOfFour(Floats a) { return _mm256_shuffle_ps(a, a, 0xFF); }
+inline Floats WithLastOfFour(Floats a, Floats last) { return _mm256_blend_ps(a, last, 0x88); }
+inline bool IsAnyZero(Floats a) { return _mm256_movemask_ps(_mm256_cmp_ps(a, _mm256_setzero_ps(), _CMP_EQ_OQ)) != 0; }
+inline Floats WhereZero(Floats tested, Floats a, Floats otherwise) {
+    return _mm256_blendv_ps(otherwise, a, _mm256_cmp_ps(tested, _mm256_setzero_ps(), _CMP_EQ_OQ));
+}
 
 inline Doubles LoadAsDoubles(const float* from) { return _mm256_cvtps_pd(_mm_loadu_ps(from)); }
 inline Doubles SplatDoubles(double value) { return _mm256_set1_pd(value); }
@@ -135,6 +147,19 @@ inline Doubles MinDoubles(Doubles a, Doubles b) { return _mm256_min_pd(a, b); }
 inline Doubles MaxDoubles(Doubles a, Doubles b) { return _mm256_max_pd(a, b); }
 inline Vec Truncated32(Doubles low, Doubles high) {
     return _mm256_inserti128_si256(_mm256_castsi128_si256(_mm256_cvttpd_epi32(low)), _mm256_cvttpd_epi32(high), 1);
+}
+template <std::size_t kStep>
+inline void StoreFoursAsDoubles(double* to, Vec a) {
+    _mm256_storeu_pd(to, _mm256_cvtepi32_pd(_mm256_castsi256_si128(a)));
+    _mm256_storeu_pd(to + kStep, _mm256_cvtepi32_pd(_mm256_extracti128_si256(a, 1)));
+}
+template <std::size_t kStep>
+inline void StoreFoursAsDoubles(double* to, Vec high, Vec low) {
+    const auto join = [](__m128i x, __m128i y) {
+        return _mm256_add_pd(_mm256_mul_pd(_mm256_cvtepi32_pd(x), _mm256_set1_pd(256)), _mm256_cvtepi32_pd(y));
+    };
+    _mm256_storeu_pd(to, join(_mm256_castsi256_si128(high), _mm256_castsi256_si128(low)));
+    _mm256_storeu_pd(to + kStep, join(_mm256_extracti128_si256(high, 1), _mm256_extracti128_si256(low, 1)));
 }
 
 inline Vec MergeChannels(Vec blue, Vec green, Vec red, Vec alpha) {

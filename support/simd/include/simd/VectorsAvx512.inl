@@ -99,6 +99,8 @@ struct PairFactors {
 };
 
 inline Vec MultiplyAdd8(Vec a, Vec b) { return _mm512_maddubs_epi16(a, b); }
+inline Vec MultiplyRounded16(Vec a, Vec b) { return _mm512_mulhrs_epi16(a, b); }
+inline bool AreAllOpaque(Vec pixels) { return _mm512_cmplt_epu32_mask(pixels, Splat32(0xFF000000u)) == 0; }
 
 inline Vec Shuffle8(Vec a, std::uint64_t first, std::uint64_t second) {
     return _mm512_shuffle_epi8(a, Splat128(first, second));
@@ -133,6 +135,16 @@ inline Floats ToFloats(Vec a) { return _mm512_maskz_cvtepi32_ps(kAll32, a); }
 inline Vec MinSigned16(Vec a, Vec b) { return _mm512_min_epi16(a, b); }
 inline Vec Nearest32(Floats a) { return _mm512_maskz_cvtps_epi32(kAll32, a); }
 inline Vec Truncated32(Floats a) { return _mm512_maskz_cvttps_epi32(kAll32, a); }
+inline Floats Reciprocals(Floats a) {
+    const Floats nearly = _mm512_maskz_rcp14_ps(kAll32, a);
+    return _mm512_mul_ps(nearly, _mm512_fnmadd_ps(a, nearly, _mm512_set1_ps(2)));
+}
+inline Floats LastOfFour(Floats a) { return _mm512_maskz_shuffle_ps(kAll32, a, a, 0xFF); }
+inline Floats WithLastOfFour(Floats a, Floats last) { return _mm512_mask_blend_ps(0x8888, a, last); }
+inline bool IsAnyZero(Floats a) { return _mm512_cmp_ps_mask(a, _mm512_setzero_ps(), _CMP_EQ_OQ) != 0; }
+inline Floats WhereZero(Floats tested, Floats a, Floats otherwise) {
+    return _mm512_mask_blend_ps(_mm512_cmp_ps_mask(tested, _mm512_setzero_ps(), _CMP_EQ_OQ), otherwise, a);
+}
 
 inline Doubles LoadAsDoubles(const float* from) { return _mm512_maskz_cvtps_pd(kAll64, _mm256_loadu_ps(from)); }
 inline Doubles SplatDoubles(double value) { return _mm512_set1_pd(value); }
@@ -144,6 +156,27 @@ inline Doubles MaxDoubles(Doubles a, Doubles b) { return _mm512_maskz_max_pd(kAl
 inline Vec Truncated32(Doubles low, Doubles high) {
     return _mm512_maskz_inserti64x4(kAll64, _mm512_castsi256_si512(_mm512_maskz_cvttpd_epi32(kAll64, low)),
                                     _mm512_maskz_cvttpd_epi32(kAll64, high), 1);
+}
+/// Of 32-bit lanes: the two fours of a half.
+template <int kHalf>
+inline Doubles HalfAsDoubles(Vec a) {
+    return _mm512_maskz_cvtepi32_pd(kAll64, _mm512_maskz_extracti64x4_epi64(0xF, a, kHalf));
+}
+template <std::size_t kStep>
+inline void StoreFours(double* to, Doubles two) {
+    _mm256_storeu_pd(to, _mm512_maskz_extractf64x4_pd(0xF, two, 0));
+    _mm256_storeu_pd(to + kStep, _mm512_maskz_extractf64x4_pd(0xF, two, 1));
+}
+template <std::size_t kStep>
+inline void StoreFoursAsDoubles(double* to, Vec a) {
+    StoreFours<kStep>(to, HalfAsDoubles<0>(a));
+    StoreFours<kStep>(to + 2 * kStep, HalfAsDoubles<1>(a));
+}
+template <std::size_t kStep>
+inline void StoreFoursAsDoubles(double* to, Vec high, Vec low) {
+    const auto join = [](Doubles x, Doubles y) { return _mm512_fmadd_pd(x, _mm512_set1_pd(256), y); };
+    StoreFours<kStep>(to, join(HalfAsDoubles<0>(high), HalfAsDoubles<0>(low)));
+    StoreFours<kStep>(to + 2 * kStep, join(HalfAsDoubles<1>(high), HalfAsDoubles<1>(low)));
 }
 
 inline Vec MergeChannels(Vec blue, Vec green, Vec red, Vec alpha) {

@@ -145,6 +145,9 @@ inline Vec MultiplyAdd16(Vec a, Vec b) {
 inline Vec MultiplyAdd8(Vec a, Vec b) {
     return EachPair<S16, U8, std::int8_t>(a, b, [](S32 x, S32 y) { return x * y; });
 }
+inline Vec MultiplyRounded16(Vec a, Vec b) {
+    return Each<S16>(a, b, [](S32 x, S32 y) { return ((x * y >> 14) + 1) >> 1; });
+}
 inline Vec MultiplyEven32(Vec a, Vec b) {
     return Each<U64>(a, b, [](U64 x, U64 y) { return (x & 0xFFFFFFFF) * (y & 0xFFFFFFFF); });
 }
@@ -156,6 +159,11 @@ inline bool IsAnyGreater32(Vec a, Vec b) {
     for (std::size_t i = 0; i < x.kCount; ++i)
         if (x.at[i] > y.at[i]) return true;
     return false;
+}
+inline bool AreAllOpaque(Vec pixels) {
+    for (std::size_t i = 3; i < sizeof pixels; i += 4)
+        if (pixels.bytes[i] != 0xFF) return false;
+    return true;
 }
 
 inline Vec ShiftRight16(Vec a, unsigned by) {
@@ -318,6 +326,23 @@ inline Vec Nearest32(Floats a) {
 inline Vec Truncated32(Floats a) {
     return ToLanes(a, [](float value) { return static_cast<S32>(value); });
 }
+inline Floats Reciprocals(Floats a) {
+    return EachNumber<Floats>([&](std::size_t i) { return 1 / a.at[i]; });
+}
+inline Floats LastOfFour(Floats a) {
+    return EachNumber<Floats>([&](std::size_t i) { return a.at[i | 3]; });
+}
+inline Floats WithLastOfFour(Floats a, Floats last) {
+    return EachNumber<Floats>([&](std::size_t i) { return i % 4 == 3 ? last.at[i] : a.at[i]; });
+}
+inline bool IsAnyZero(Floats a) {
+    for (const float value : a.at)
+        if (value == 0) return true;
+    return false;
+}
+inline Floats WhereZero(Floats tested, Floats a, Floats otherwise) {
+    return EachNumber<Floats>([&](std::size_t i) { return tested.at[i] == 0 ? a.at[i] : otherwise.at[i]; });
+}
 
 inline Doubles LoadAsDoubles(const float* from) {
     return EachNumber<Doubles>([=](std::size_t i) { return double{from[i]}; });
@@ -347,6 +372,15 @@ inline Vec Truncated32(Doubles low, Doubles high) {
         lanes.at[i + Doubles::kCount] = static_cast<S32>(high.at[i]);
     }
     return lanes.ToVec();
+}
+template <std::size_t kStep>
+void StoreFoursAsDoubles(double* to, Vec high, Vec low) {
+    const Lanes<S32> x(high), y(low);
+    for (std::size_t i = 0; i < x.kCount; ++i) to[i / 4 * kStep + i % 4] = 256.0 * x.at[i] + y.at[i];
+}
+template <std::size_t kStep>
+void StoreFoursAsDoubles(double* to, Vec a) {
+    StoreFoursAsDoubles<kStep>(to, Zero(), a);
 }
 
 inline Vec MergeChannels(Vec blue, Vec green, Vec red, Vec alpha) {

@@ -115,6 +115,14 @@ inline Floats ToFloats(Vec a) { return _mm_cvtepi32_ps(a); }
 inline Vec MinSigned16(Vec a, Vec b) { return _mm_min_epi16(a, b); }
 inline Vec Nearest32(Floats a) { return _mm_cvtps_epi32(a); }
 inline Vec Truncated32(Floats a) { return _mm_cvttps_epi32(a); }
+inline Floats Reciprocals(Floats a) { return _mm_div_ps(_mm_set1_ps(1), a); }
+inline Floats LastOfFour(Floats a) { return _mm_shuffle_ps(a, a, 0xFF); }
+inline Floats WithLastOfFour(Floats a, Floats last) { return _mm_shuffle_ps(a, _mm_unpackhi_ps(a, last), 0xC4); }
+inline bool IsAnyZero(Floats a) { return _mm_movemask_ps(_mm_cmpeq_ps(a, _mm_setzero_ps())) != 0; }
+inline Floats WhereZero(Floats tested, Floats a, Floats otherwise) {
+    const Floats isZero = _mm_cmpeq_ps(tested, _mm_setzero_ps());
+    return _mm_or_ps(_mm_and_ps(isZero, a), _mm_andnot_ps(isZero, otherwise));
+}
 
 inline Doubles LoadAsDoubles(const float* from) {
     return _mm_cvtps_pd(_mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from))));

@@ -3,11 +3,13 @@
 #include "adjust/AdjustKernels.h"
 #include "convolve/ConvolutionKernels.h"
 #include "median/MedianKernels.h"
+#include "resample/ResampleKernels.h"
 
 namespace zpixf {
 
 extern const AdjustKernels kEmulatedAdjustKernels;
 extern const ConvolutionKernels kEmulatedConvolutionKernels;
 extern const MedianKernels kEmulatedMedianKernels;
+extern const ResampleKernels kEmulatedResampleKernels;
 
 }  // namespace zpixf
