@@ -17,7 +17,7 @@ static_assert(std::endian::native == std::endian::little, "the kernels count on 
 constinit cpu::KernelSet<RowKernels> rows(kBaseRowKernels, CPU_WIDE(kAvx2RowKernels), CPU_WIDE(kAvx512RowKernels));
 constinit cpu::KernelSet<MatcherKernels> matcher(kBaseMatcherKernels, CPU_WIDE(kAvx2MatcherKernels),
                                                  CPU_WIDE(kAvx512MatcherKernels));
-constinit cpu::KernelSet<MaskKernels> masks(kBaseMaskKernels, CPU_WIDE(kAvx2MaskKernels));  // bound by memory
+constinit cpu::KernelSet<MaskKernels> masks(kBaseMaskKernels, CPU_WIDE(kAvx2MaskKernels), CPU_WIDE(kAvx512MaskKernels));
 constinit cpu::KernelSet<DrawKernels> drawing(kBaseDrawKernels, CPU_WIDE(kAvx2DrawKernels),
                                               CPU_WIDE(kAvx512DrawKernels));
 

@@ -15,7 +15,7 @@ struct MaskKernels {
     void (*pack)(std::uint8_t* mask, std::size_t x, const std::uint8_t* pixels, std::size_t count);
 };
 
-extern const MaskKernels kBaseMaskKernels, kAvx2MaskKernels;
+extern const MaskKernels kBaseMaskKernels, kAvx2MaskKernels, kAvx512MaskKernels;
 
 /// The kernels in use, chosen once per process.
 const MaskKernels& ActiveMaskKernels() noexcept;

@@ -1,14 +1,11 @@
 // Rows of masks, compiled once for each instruction-set level. Nothing here may have weak linkage, so the standard
 // library stays out: a copy that was compiled for a wide level must never stand in for one that runs everywhere.
 //
-// A row is the pixels before the first whole mask byte (head), whole mask bytes (body), and the pixels left over.
+// A row is the pixels before the first whole mask byte, groups of whole mask bytes, and the pixels left over.
 #include <cstring>
 
 #include "core/MaskKernels.h"
-
-#if defined(__SSE2__) || defined(_M_X64)
-#include <immintrin.h>
-#endif
+#include "simd/Vectors.inl"
 
 namespace zbm {
 namespace {
@@ -32,96 +29,70 @@ void PackBits(uint8_t* mask, size_t x, const uint8_t* pixels, size_t count) {
     for (size_t i = 0; i < count; ++i) SetBit(mask, x + i, pixels[4 * i + 3] >= 128);
 }
 
-struct Parts {
-    size_t head, maskBytes, tail;  ///< pixels, bytes, pixels
-    size_t BeforeTail() const { return head + 8 * maskBytes; }
-};
+#if defined(SIMD_HAS_VECTORS)
 
-Parts PartsOf(size_t x, size_t count) {
-    const size_t ahead = (8 - (x & 7)) & 7, head = ahead < count ? ahead : count;
-    return {head, (count - head) / 8, (count - head) % 8};
+using namespace simd;
+
+// A group of pixels is a vector, or two where that is of less than eight; it has whole mask bytes, the first one lowest
+// in a number of bits.
+constexpr size_t kGroup = kVecPixels < 8 ? 8 : kVecPixels, kGroupBytes = kGroup / 8;
+constexpr int kSecond = kVecPixels < 8 ? kVecPixels : 0;  // of such two
+
+template <int kFirst>
+void ExpandVector(uint8_t* pixels, Vec bits) {
+    const Vec alphas = And(LanesOfMaskBits<kFirst>(bits), AlphaBytes());
+    Store(pixels + 4 * kFirst, Or(AndNot(AlphaBytes(), Load(pixels + 4 * kFirst)), alphas));
 }
 
-#if defined(__AVX2__)
+void ExpandGroup(uint8_t* pixels, unsigned bits) {
+    const Vec everywhere = Splat32(bits);
+    ExpandVector<0>(pixels, everywhere);
+    if (kSecond != 0) ExpandVector<kSecond>(pixels, everywhere);
+}
 
-/// Eight pixels of 4 bytes a mask byte. Written out, since GCC takes the words of the plain loop one by one through the
-/// stack.
-void ExpandBytes4(uint8_t* pixels, const uint8_t* mask, size_t maskBytes) {
-    const __m256i bitOfPixel = _mm256_setr_epi32(0x80, 0x40, 0x20, 0x10, 0x08, 0x04, 0x02, 0x01);
-    const __m256i alpha = _mm256_set1_epi32(static_cast<int>(0xFF000000u));
-    for (size_t i = 0; i < maskBytes; ++i, pixels += 32) {
-        auto* const eight = reinterpret_cast<__m256i*>(pixels);
-        const __m256i bits = _mm256_and_si256(_mm256_set1_epi32(mask[i]), bitOfPixel);
-        const __m256i opaque = _mm256_and_si256(_mm256_cmpeq_epi32(bits, bitOfPixel), alpha);
-        _mm256_storeu_si256(eight, _mm256_or_si256(_mm256_andnot_si256(alpha, _mm256_loadu_si256(eight)), opaque));
-    }
+unsigned PackGroup(const uint8_t* pixels) {
+    const unsigned bits = MaskBitsOfSigns<0>(Load(pixels));
+    return kSecond == 0 ? bits : bits | MaskBitsOfSigns<kSecond>(Load(pixels + 4 * kSecond));
 }
 
 #else
 
-// The alpha bits of eight pixels of 4 bytes, for each value of a mask byte.
-struct EightAlphas {
-    alignas(32) std::uint32_t pixel[8];
-};
-struct AlphaTable {
-    EightAlphas ofMaskByte[256];
-};
-constexpr AlphaTable MakeAlphaTable() {
-    AlphaTable table{};
-    for (unsigned value = 0; value < 256; ++value)
-        for (unsigned i = 0; i < 8; ++i)
-            table.ofMaskByte[value].pixel[i] = (value & (0x80u >> i)) != 0 ? 0xFF000000u : 0;
-    return table;
-}
-constexpr AlphaTable kAlphas = MakeAlphaTable();
+constexpr size_t kGroup = 8, kGroupBytes = 1;
 
-/// Eight pixels of 4 bytes a mask byte, as whole words: one masked merge each instead of a bit test and a byte store.
-void ExpandBytes4(uint8_t* pixels, const uint8_t* mask, size_t maskBytes) {
-    for (size_t i = 0; i < maskBytes; ++i, pixels += 32) {
-        std::uint32_t words[8];
-        std::memcpy(words, pixels, 32);
-        for (size_t k = 0; k < 8; ++k) words[k] = (words[k] & 0x00FFFFFFu) | kAlphas.ofMaskByte[mask[i]].pixel[k];
-        std::memcpy(pixels, words, 32);
-    }
+void ExpandGroup(uint8_t* pixels, unsigned bits) {
+    const auto mask = static_cast<uint8_t>(bits);
+    ExpandBits(pixels + 3, 4, &mask, 0, kGroup);
+}
+
+unsigned PackGroup(const uint8_t* pixels) {
+    uint8_t mask = 0;
+    PackBits(&mask, 0, pixels, kGroup);
+    return mask;
 }
 
 #endif
 
-#if defined(__AVX2__)
-
-/// The sign of a little-endian pixel is the top bit of its alpha. Signs are gathered the last one first.
-unsigned PackEight(const uint8_t* pixels) {
-    const __m256i lastFirst = _mm256_setr_epi32(7, 6, 5, 4, 3, 2, 1, 0);
-    const __m256i eight = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pixels));
-    return static_cast<unsigned>(
-        _mm256_movemask_ps(_mm256_castsi256_ps(_mm256_permutevar8x32_epi32(eight, lastFirst))));
-}
-
-#elif defined(__SSE2__) || defined(_M_X64)
-
-/// The sign of a little-endian pixel is the top bit of its alpha. Signs are gathered the last one first.
-unsigned PackFour(const uint8_t* pixels) {
-    const __m128i four = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels));
-    return static_cast<unsigned>(_mm_movemask_ps(_mm_castsi128_ps(_mm_shuffle_epi32(four, 0x1B))));
-}
-unsigned PackEight(const uint8_t* pixels) { return PackFour(pixels) << 4 | PackFour(pixels + 16); }
-
-#else
-
-unsigned PackEight(const uint8_t* pixels) {
+unsigned LoadGroup(const uint8_t* mask) {
     unsigned bits = 0;
-    for (size_t i = 0; i < 8; ++i) bits = bits << 1 | pixels[4 * i + 3] >> 7;
+    std::memcpy(&bits, mask, kGroupBytes);
     return bits;
 }
 
-#endif
+void StoreGroup(uint8_t* mask, unsigned bits) { std::memcpy(mask, &bits, kGroupBytes); }
+
+/// Pixels before the first whole mask byte.
+size_t HeadOf(size_t x, size_t count) {
+    const size_t ahead = (8 - (x & 7)) & 7;
+    return ahead < count ? ahead : count;
+}
 
 void Expand(uint8_t* lastByte, size_t pixelStep, const uint8_t* mask, size_t x, size_t count) {
     if (pixelStep != 4) return ExpandBits(lastByte, pixelStep, mask, x, count);
-    const Parts parts = PartsOf(x, count);
-    ExpandBits(lastByte, 4, mask, x, parts.head);
-    ExpandBytes4(lastByte + 4 * parts.head - 3, mask + ((x + parts.head) >> 3), parts.maskBytes);
-    ExpandBits(lastByte + 4 * parts.BeforeTail(), 4, mask, x + parts.BeforeTail(), parts.tail);
+    size_t i = HeadOf(x, count);
+    ExpandBits(lastByte, 4, mask, x, i);
+    const uint8_t* bytes = mask + ((x + i) >> 3);
+    for (; i + kGroup <= count; i += kGroup, bytes += kGroupBytes) ExpandGroup(lastByte + 4 * i - 3, LoadGroup(bytes));
+    ExpandBits(lastByte + 4 * i, 4, mask, x + i, count - i);
 }
 
 bool IsOpaque(const uint8_t* mask, size_t count) {
@@ -132,12 +103,11 @@ bool IsOpaque(const uint8_t* mask, size_t count) {
 }
 
 void Pack(uint8_t* mask, size_t x, const uint8_t* pixels, size_t count) {
-    const Parts parts = PartsOf(x, count);
-    PackBits(mask, x, pixels, parts.head);
-    uint8_t* const whole = mask + ((x + parts.head) >> 3);
-    for (size_t i = 0; i < parts.maskBytes; ++i)
-        whole[i] = static_cast<uint8_t>(PackEight(pixels + 4 * parts.head + 32 * i));
-    PackBits(mask, x + parts.BeforeTail(), pixels + 4 * parts.BeforeTail(), parts.tail);
+    size_t i = HeadOf(x, count);
+    PackBits(mask, x, pixels, i);
+    uint8_t* bytes = mask + ((x + i) >> 3);
+    for (; i + kGroup <= count; i += kGroup, bytes += kGroupBytes) StoreGroup(bytes, PackGroup(pixels + 4 * i));
+    PackBits(mask, x + i, pixels + 4 * i, count - i);
 }
 
 constexpr MaskKernels kKernels = {&Expand, &IsOpaque, &Pack};

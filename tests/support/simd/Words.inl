@@ -55,6 +55,9 @@ std::size_t Compute(const std::uint8_t* input, std::uint8_t* bytes) {
                    FirstInOrder(a, b), SecondInOrder(a, b), PackToBytesInOrder(a, b), Shifted<1>(a, b),
                    Shifted<2>(a, b), Shifted<kVecPixels - 2>(a, b), Shifted<kVecPixels - 1>(a, b),
                    SpreadLowByte(And(a, Splat32(0xFF))), MergeChannels(a, b, b, a));
+    constexpr int kFirst = kVecPixels < 8 ? 8 - kVecPixels : 0;
+    results.AddAll(Splat32(MaskBitsOfSigns<0>(a)), Splat32(MaskBitsOfSigns<kFirst>(a)), LanesOfMaskBits<0>(a),
+                   LanesOfMaskBits<kFirst>(a));
     results.Add(IsAnyGreater32(a, b));
     results.Add(IsAnyGreater32(a, a));
     PairFactors factors;

@@ -27,6 +27,9 @@
 //   MultiplyAdd16                        sums of two products of neighbours, signed, in 32 bits
 //   MultiplyEven32                       products of the even lanes, unsigned, in 64 bits
 //   IsAnyGreater32                       whether a lane of a is greater than that of b, signed
+//   MaskBitsOfSigns<n>(a), LanesOfMaskBits<n>(bits)  of the 32-bit lanes of pixels n and on, a bit of a mask each, and
+//                                        lanes of all ones where such a bit is set; `bits` are in every lane. Each
+//                                        eight pixels are a byte, its highest bit the first of them
 //   ShiftRight16, ShiftRight32, ShiftRightSigned32 (a, by), ShiftLeft16<by>, ShiftRight16<by>, ...: a constant saves
 //                                        half of the work
 //   InterleaveLow8, InterleaveHigh8, ... lanes of a and b by turns, of the lower or upper halves

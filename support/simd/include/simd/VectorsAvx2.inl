@@ -37,6 +37,16 @@ inline Vec ShiftRight16(Vec a, unsigned by) { return _mm256_srl_epi16(a, _mm_cvt
 inline Vec MultiplyAdd16(Vec a, Vec b) { return _mm256_madd_epi16(a, b); }
 inline Vec Add32(Vec a, Vec b) { return _mm256_add_epi32(a, b); }
 inline bool IsAnyGreater32(Vec a, Vec b) { return _mm256_movemask_epi8(_mm256_cmpgt_epi32(a, b)) != 0; }
+template <int>
+inline unsigned MaskBitsOfSigns(Vec a) {
+    const Vec lastFirst = _mm256_permutevar8x32_epi32(a, _mm256_setr_epi32(7, 6, 5, 4, 3, 2, 1, 0));
+    return static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(lastFirst)));
+}
+template <int>
+inline Vec LanesOfMaskBits(Vec bits) {
+    const Vec bitOfLane = _mm256_setr_epi32(0x80, 0x40, 0x20, 0x10, 0x08, 0x04, 0x02, 0x01);
+    return _mm256_cmpeq_epi32(_mm256_and_si256(bits, bitOfLane), bitOfLane);
+}
 inline Vec ShiftRight32(Vec a, unsigned by) { return _mm256_srl_epi32(a, _mm_cvtsi32_si128(static_cast<int>(by))); }
 inline Vec ShiftRightSigned32(Vec a, unsigned by) {
     return _mm256_sra_epi32(a, _mm_cvtsi32_si128(static_cast<int>(by)));

@@ -42,6 +42,17 @@ inline Vec ShiftRight16(Vec a, unsigned by) { return _mm512_srl_epi16(a, _mm_cvt
 inline Vec MultiplyAdd16(Vec a, Vec b) { return _mm512_madd_epi16(a, b); }
 inline Vec Add32(Vec a, Vec b) { return _mm512_add_epi32(a, b); }
 inline bool IsAnyGreater32(Vec a, Vec b) { return _mm512_cmpgt_epi32_mask(a, b) != 0; }
+template <int>
+inline unsigned MaskBitsOfSigns(Vec a) {
+    const Vec lastFirst = _mm512_setr_epi32(7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8);
+    return _mm512_movepi32_mask(_mm512_maskz_permutexvar_epi32(kAll32, lastFirst, a));
+}
+template <int>
+inline Vec LanesOfMaskBits(Vec bits) {
+    const Vec bitOfLane = _mm512_setr_epi32(0x80, 0x40, 0x20, 0x10, 0x08, 0x04, 0x02, 0x01, 0x8000, 0x4000, 0x2000,
+                                            0x1000, 0x0800, 0x0400, 0x0200, 0x0100);
+    return _mm512_movm_epi32(_mm512_test_epi32_mask(bits, bitOfLane));
+}
 inline Vec ShiftRight32(Vec a, unsigned by) {
     return _mm512_maskz_srl_epi32(kAll32, a, _mm_cvtsi32_si128(static_cast<int>(by)));
 }

@@ -160,6 +160,22 @@ inline bool IsAnyGreater32(Vec a, Vec b) {
         if (x.at[i] > y.at[i]) return true;
     return false;
 }
+constexpr U32 MaskBitOf(std::size_t pixel) { return U32{0x80} >> pixel % 8 << pixel / 8 * 8; }
+template <int kFirst>
+unsigned MaskBitsOfSigns(Vec a) {
+    const Lanes<S32> lanes(a);
+    unsigned bits = 0;
+    for (std::size_t i = 0; i < lanes.kCount; ++i) bits |= lanes.at[i] < 0 ? MaskBitOf(kFirst + i) : 0;
+    return bits;
+}
+template <int kFirst>
+Vec LanesOfMaskBits(Vec bits) {
+    const Lanes<U32> from(bits);
+    Lanes<U32> lanes;
+    for (std::size_t i = 0; i < lanes.kCount; ++i)
+        lanes.at[i] = (from.at[i] & MaskBitOf(kFirst + i)) != 0 ? 0xFFFFFFFF : 0;
+    return lanes.ToVec();
+}
 inline bool AreAllOpaque(Vec pixels) {
     for (std::size_t i = 3; i < sizeof pixels; i += 4)
         if (pixels.bytes[i] != 0xFF) return false;

@@ -37,6 +37,15 @@ inline Vec ShiftRight16(Vec a, unsigned by) { return _mm_srl_epi16(a, _mm_cvtsi3
 inline Vec MultiplyAdd16(Vec a, Vec b) { return _mm_madd_epi16(a, b); }
 inline Vec Add32(Vec a, Vec b) { return _mm_add_epi32(a, b); }
 inline bool IsAnyGreater32(Vec a, Vec b) { return _mm_movemask_epi8(_mm_cmpgt_epi32(a, b)) != 0; }
+template <int kFirst>
+inline unsigned MaskBitsOfSigns(Vec a) {
+    return static_cast<unsigned>(_mm_movemask_ps(_mm_castsi128_ps(_mm_shuffle_epi32(a, 0x1B)))) << (4 - kFirst);
+}
+template <int kFirst>
+inline Vec LanesOfMaskBits(Vec bits) {
+    const Vec bitOfLane = _mm_setr_epi32(0x80 >> kFirst, 0x40 >> kFirst, 0x20 >> kFirst, 0x10 >> kFirst);
+    return _mm_cmpeq_epi32(_mm_and_si128(bits, bitOfLane), bitOfLane);
+}
 inline Vec ShiftRight32(Vec a, unsigned by) { return _mm_srl_epi32(a, _mm_cvtsi32_si128(static_cast<int>(by))); }
 inline Vec ShiftRightSigned32(Vec a, unsigned by) { return _mm_sra_epi32(a, _mm_cvtsi32_si128(static_cast<int>(by))); }
 

@@ -1,0 +1,3 @@
+#include "core/MaskKernels.inl"
+
+const zbm::MaskKernels zbm::kAvx512MaskKernels = zbm::kKernels;
